@@ -1,0 +1,163 @@
+#include "OrvProfiler/Trace.h"
+
+#include <windows.h>
+
+#include <atomic>
+#include <cstdarg>
+#include <cstdio>
+#include <cwchar>
+
+namespace
+{
+constexpr size_t c_slotSize = c_traceSlotLength + 1;
+constexpr DWORD c_errorTextSize = 1024;
+
+// Zeroed before any constructor runs, and never destroyed: static objects of other files trace too.
+wchar_t TraceSlots[c_traceSlotCount][c_slotSize];
+std::atomic<int32_t> TraceSlotCounter{0};
+FILE* TraceFile = nullptr;
+wchar_t ErrorTextBuffer[c_errorTextSize];
+
+HMODULE DebuggerCheckModule = nullptr;
+FARPROC DebuggerCheckFunction = nullptr;
+uint32_t DebuggerCheckFlag = 0;
+
+// The slots are used in the order 0 to 31 and round again. One compare-and-swap both advances and wraps, so that no
+// number of threads is ever handed an index outside the ring.
+wchar_t* TakeSlot() noexcept
+{
+    int32_t index = TraceSlotCounter.load(std::memory_order_relaxed);
+    while (!TraceSlotCounter.compare_exchange_weak(index, (index + 1) % c_traceSlotCount))
+    {
+    }
+    wchar_t* const slot = TraceSlots[index];
+    slot[0] = L'\0';
+    return slot;
+}
+
+// The number of units that the format produces, at most a slot's; 0 for none and for an error.
+size_t MeasureText(const wchar_t* format, va_list arguments) noexcept
+{
+    const int count = _vscwprintf(format, arguments);
+    if (count <= 0)
+        return 0;
+    return count > c_traceSlotLength ? static_cast<size_t>(c_traceSlotLength) : static_cast<size_t>(count);
+}
+
+// Formats into the next slot, which stays empty when the format produces nothing.
+const wchar_t* FormatIntoSlot(const wchar_t* format, va_list arguments) noexcept
+{
+    wchar_t* const slot = TakeSlot();
+    va_list measured;
+    va_copy(measured, arguments);
+    const size_t count = MeasureText(format, measured);
+    va_end(measured);
+    if (count == 0)
+        return slot;
+    _vsnwprintf_s(slot, c_slotSize, count, format, arguments);
+    slot[count] = L'\0';
+    return slot;
+}
+
+void WriteToFile(const wchar_t* line) noexcept
+{
+    if (TraceFile == nullptr)
+        return;
+    try
+    {
+        fputws(line, TraceFile);
+        fflush(TraceFile);
+    }
+    catch (...) // NOLINT(bugprone-empty-catch): a line that cannot be written is dropped, the next one is tried
+    {
+    }
+}
+} // namespace
+
+void Trace(const wchar_t* format, ...) noexcept
+{
+    va_list arguments;
+    va_start(arguments, format);
+    const wchar_t* const line = FormatIntoSlot(format, arguments);
+    va_end(arguments);
+    if (*line == L'\0')
+        return;
+    OutputDebugStringW(line);
+    WriteToFile(line);
+}
+
+void TraceOpen(const wchar_t* path) noexcept
+{
+    if (TraceFile != nullptr)
+        return;
+    try
+    {
+        if (_wfopen_s(&TraceFile, path, L"w,ccs=UNICODE") != 0)
+            TraceFile = nullptr;
+    }
+    catch (...) // NOLINT(bugprone-empty-catch): without a file the log goes to the debugger output only
+    {
+    }
+}
+
+void TraceClose() noexcept
+{
+    if (TraceFile == nullptr)
+        return;
+    try
+    {
+        fclose(TraceFile);
+        TraceFile = nullptr;
+    }
+    catch (...) // NOLINT(bugprone-empty-catch): the stream stays known, nothing can be reported
+    {
+    }
+}
+
+const wchar_t* FormatSlot(const wchar_t* format, ...) noexcept
+{
+    va_list arguments;
+    va_start(arguments, format);
+    const wchar_t* const text = FormatIntoSlot(format, arguments);
+    va_end(arguments);
+    return text;
+}
+
+const wchar_t* ErrorText(uint32_t code) noexcept
+{
+    const DWORD error = code != 0 ? code : GetLastError();
+    constexpr DWORD flags = FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS;
+    constexpr DWORD neutral = MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT);
+    if (FormatMessageW(flags, nullptr, error, neutral, ErrorTextBuffer, c_errorTextSize, nullptr) == 0)
+        return L"";
+    return ErrorTextBuffer;
+}
+
+const wchar_t* ResourceText(HMODULE module, uint32_t id) noexcept
+{
+    wchar_t* const slot = TakeSlot();
+    return LoadStringW(module, id, slot, c_traceSlotLength) != 0 ? slot : nullptr;
+}
+
+void DebuggerCheck() noexcept
+{
+    if (DebuggerCheckModule != nullptr)
+        return;
+    DebuggerCheckModule = LoadLibraryW(L"kernel32");
+    if (DebuggerCheckModule == nullptr)
+        return;
+    DebuggerCheckFunction = GetProcAddress(DebuggerCheckModule, "IsDebuggerPresent");
+    if (DebuggerCheckFunction == nullptr)
+        return;
+    using IsDebuggerPresentFunction = BOOL(WINAPI*)();
+    DebuggerCheckFlag =
+        reinterpret_cast<IsDebuggerPresentFunction>(reinterpret_cast<void (*)()>(DebuggerCheckFunction))() != FALSE;
+}
+
+void DebuggerCheckRelease() noexcept
+{
+    if (DebuggerCheckModule == nullptr)
+        return;
+    FreeLibrary(DebuggerCheckModule);
+    DebuggerCheckModule = nullptr;
+}

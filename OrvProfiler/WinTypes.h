@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cstdint>
+
+// The few Windows types that the library's headers name, declared as <windows.h> declares them, so that a header
+// can be included without it. Including <windows.h> before or after is fine: the declarations agree.
+
+struct HWND__;
+struct HINSTANCE__;
+struct _SECURITY_ATTRIBUTES;
+
+typedef void* HANDLE;
+typedef HWND__* HWND;
+typedef HINSTANCE__* HMODULE;
+typedef unsigned long DWORD;
+typedef _SECURITY_ATTRIBUTES SECURITY_ATTRIBUTES;

@@ -1,0 +1,3 @@
+#include "OrvProfiler/BitMask.h"
+
+#include <gtest/gtest.h>

@@ -1,0 +1,3 @@
+#include "OrvProfiler/PerfTimer.h"
+
+#include <gtest/gtest.h>

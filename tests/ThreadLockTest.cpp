@@ -1,0 +1,3 @@
+#include "OrvProfiler/ThreadLock.h"
+
+#include <gtest/gtest.h>

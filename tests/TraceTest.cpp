@@ -1,0 +1,3 @@
+#include "OrvProfiler/Trace.h"
+
+#include <gtest/gtest.h>

@@ -1,0 +1,57 @@
+#include "tests/support/ChildProcess.h"
+
+#include <windows.h>
+
+#include <atomic>
+#include <cstdio>
+#include <gmock/gmock.h>
+
+// The main function of every test program. A watchdog turns a test that hangs into a failure that names it.
+
+namespace
+{
+constexpr ULONGLONG c_testLimitMs = 90000;
+constexpr UINT c_exitWatchdog = 86;
+
+std::atomic<ULONGLONG> g_deadline{0};
+std::atomic<const char*> g_testName{""};
+
+class WatchedTests : public testing::EmptyTestEventListener
+{
+    void OnTestStart(const testing::TestInfo& test) override
+    {
+        g_testName = test.name();
+        g_deadline = GetTickCount64() + c_testLimitMs;
+    }
+    void OnTestEnd(const testing::TestInfo&) override { g_deadline = 0; }
+};
+
+// A plain system thread: one of the C++ library's would open handles of its own at times that no test expects.
+DWORD WINAPI Watch(void*)
+{
+    for (;;)
+    {
+        Sleep(200);
+        const ULONGLONG deadline = g_deadline;
+        if (deadline == 0 || GetTickCount64() < deadline)
+            continue;
+        std::fprintf(stderr, "watchdog: the test %s hangs\n", g_testName.load());
+        std::fflush(stderr);
+        TerminateProcess(GetCurrentProcess(), c_exitWatchdog);
+    }
+}
+} // namespace
+
+// Called by the C runtime, which declares it nowhere.
+extern "C" int wmain(int argc, wchar_t** argv);
+
+extern "C" int wmain(int argc, wchar_t** argv)
+{
+    int exitCode = 0;
+    if (RunChildRole(argc, argv, exitCode))
+        return exitCode;
+    testing::InitGoogleMock(&argc, argv);
+    testing::UnitTest::GetInstance()->listeners().Append(new WatchedTests);
+    CloseHandle(CreateThread(nullptr, 0, Watch, nullptr, 0, nullptr));
+    return RUN_ALL_TESTS();
+}
