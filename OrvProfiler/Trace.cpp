@@ -1,5 +1,7 @@
 #include "OrvProfiler/Trace.h"
 
+#include "OrvProfiler/EntryPoint.h"
+
 #include <windows.h>
 
 #include <atomic>
@@ -19,7 +21,7 @@ FILE* TraceFile = nullptr;
 wchar_t ErrorTextBuffer[c_errorTextSize];
 
 HMODULE DebuggerCheckModule = nullptr;
-FARPROC DebuggerCheckFunction = nullptr;
+EntryPoint DebuggerCheckFunction = nullptr;
 uint32_t DebuggerCheckFlag = 0;
 
 // The slots are used in the order 0 to 31 and round again. One compare-and-swap both advances and wraps, so that no
@@ -76,14 +78,17 @@ void WriteToFile(const wchar_t* line) noexcept
 
 void Trace(const wchar_t* format, ...) noexcept
 {
+    const DWORD lastError = GetLastError();
     va_list arguments;
     va_start(arguments, format);
     const wchar_t* const line = FormatIntoSlot(format, arguments);
     va_end(arguments);
-    if (*line == L'\0')
-        return;
-    OutputDebugStringW(line);
-    WriteToFile(line);
+    if (*line != L'\0')
+    {
+        OutputDebugStringW(line);
+        WriteToFile(line);
+    }
+    SetLastError(lastError);
 }
 
 void TraceOpen(const wchar_t* path) noexcept
@@ -146,12 +151,10 @@ void DebuggerCheck() noexcept
     DebuggerCheckModule = LoadLibraryW(L"kernel32");
     if (DebuggerCheckModule == nullptr)
         return;
-    DebuggerCheckFunction = GetProcAddress(DebuggerCheckModule, "IsDebuggerPresent");
+    DebuggerCheckFunction = LookUpEntryPoint(DebuggerCheckModule, "IsDebuggerPresent");
     if (DebuggerCheckFunction == nullptr)
         return;
-    using IsDebuggerPresentFunction = BOOL(WINAPI*)();
-    DebuggerCheckFlag =
-        reinterpret_cast<IsDebuggerPresentFunction>(reinterpret_cast<void (*)()>(DebuggerCheckFunction))() != FALSE;
+    DebuggerCheckFlag = EntryPointAs<decltype(IsDebuggerPresent)>(DebuggerCheckFunction)() != FALSE ? 1 : 0;
 }
 
 void DebuggerCheckRelease() noexcept

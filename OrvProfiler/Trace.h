@@ -23,6 +23,7 @@ constexpr int c_traceSlotLength = 1024;
 // Every call follows one convention: the format begins with "%6.0f %s " and ends with "\n", its first argument is
 // TickMs(), its second the reporting function's name, as in
 //     Trace(L"%6.0f %s event %s signalled\n", TickMs(), L"CProxyEvent::Wait", name);
+// The thread's last error is the same afterwards, so that a failure can be traced in more than one line.
 // Any thread. Lines of several threads are not put in order, but one line is never mixed with another.
 void Trace(const wchar_t* format, ...) noexcept;
 

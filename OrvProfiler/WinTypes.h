@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cstdint>
-
 // The few Windows types that the library's headers name, declared as <windows.h> declares them, so that a header
 // can be included without it. Including <windows.h> before or after is fine: the declarations agree.
 
@@ -14,3 +12,4 @@ typedef HWND__* HWND;
 typedef HINSTANCE__* HMODULE;
 typedef unsigned long DWORD;
 typedef _SECURITY_ATTRIBUTES SECURITY_ATTRIBUTES;
+typedef void* PSECURITY_DESCRIPTOR;

@@ -1,0 +1,137 @@
+#pragma once
+
+#include "OrvProfiler/EntryPoint.h"
+#include "OrvProfiler/WinTypes.h"
+
+#include <cstdint>
+
+// The private namespace in which all shared kernel objects live, and the boundary descriptor that guards it. Every
+// process that is to see the same objects uses the same two names.
+constexpr const wchar_t* c_namespaceName = L"OrvP";
+constexpr const wchar_t* c_boundaryName = L"Zeph";
+
+// Session ids that are none: a process that has no session, and a session that could not be found out.
+constexpr uint32_t c_sessionNone = 0xFFFFFFFF;
+constexpr uint32_t c_sessionFailed = 0xFFFFFFFE;
+
+// 10 on Windows 10 or later, 8 on 6.2 and 6.3, 7 on 6.1, 6 on 6.0, 5 on anything older. A program whose manifest does
+// not name the later systems is told at most 8 by the system.
+uint64_t GetWindowsVersion() noexcept;
+
+// The one place where kernel objects that two processes share (events, mutexes, file mappings) are named, created and
+// opened, and where system functions that older systems lack are looked up.
+//
+// Exactly one exists, g_SecManager, constructed before the entry function runs and destroyed at process exit. It is
+// read-only after its construction: any thread may call it.
+//
+// No operation throws. A failed system call is reported by one trace line with the system's error text and by the
+// result (null, false or an all-ones value); nothing is left half made.
+//
+// A name is a short object name; the kernel name is formed from it and the session in BuildObjectName alone. With a
+// null name every operation returns "none" without any system call. Returned handles belong to the caller.
+class CProxySecManager
+{
+public:
+    // Finds out the system's version, enables the debug privilege if the account has it, looks up the entry points
+    // and opens, or as the first process creates, the private namespace.
+    CProxySecManager() noexcept;
+    // Leaves the namespace, which lives on while other processes hold it, and frees the libraries.
+    ~CProxySecManager();
+    CProxySecManager(const CProxySecManager&) = delete;
+    CProxySecManager& operator=(const CProxySecManager&) = delete;
+
+    // The full kernel name of an object. With private namespaces "OrvP\name", whatever the session; else "Local\name"
+    // without a session (0xFFFFFFFF) or under Wine; else "Session\session\name", the session printed signed (so that
+    // the failure value deliberately gives "Session\-2\name"). Cut at 1024 units. Null for a null name.
+    // The text is a formatting slot's: use it before 31 further slots are taken.
+    const wchar_t* BuildObjectName(uint32_t session, const wchar_t* name) const noexcept;
+
+    // Whether shared objects live in the private namespace: Windows 6.0 or later, not under Wine. Stays true when
+    // the namespace could not be joined; creating and opening named objects then fails.
+    bool UsePrivateNamespace() const noexcept;
+
+    // The session of a process; 0xFFFFFFFF when the system knows no sessions, 0xFFFFFFFE (and one trace line) when
+    // the process, its token or the session cannot be read.
+    uint32_t GetSessionForProcess(uint32_t processId) const noexcept;
+
+    // Creates the event, or opens it when it exists already, which counts as success. Traces success and failure.
+    HANDLE OrvPCreateEvent(uint32_t session, SECURITY_ATTRIBUTES* attributes, bool manualReset, bool initialState,
+                           const wchar_t* name) const noexcept;
+    // Opens an event for the desired access, not inherited. Traces nothing; the thread's last error tells the reason.
+    HANDLE OrvPOpenEvent(uint32_t session, DWORD access, const wchar_t* name) const noexcept;
+
+    // Creates the mutex, never initially owned, or opens it when it exists already: the thread's last error is then
+    // ERROR_ALREADY_EXISTS (183).
+    HANDLE OrvPCreateMutex(uint32_t session, SECURITY_ATTRIBUTES* attributes, const wchar_t* name) const noexcept;
+    // Opens a mutex by its finished kernel name (this operation forms none), not inherited.
+    HANDLE OrvPOpenMutex(const wchar_t* kernelName, DWORD access) const noexcept;
+
+    // Creates the file mapping, or opens it when it exists already. file may be INVALID_HANDLE_VALUE (paging file);
+    // the size is in bytes, protection a PAGE_ constant.
+    HANDLE OrvPCreateFileMapping(uint32_t session, HANDLE file, SECURITY_ATTRIBUTES* attributes, DWORD protection,
+                                 uint32_t sizeHigh, uint32_t sizeLow, const wchar_t* name) const noexcept;
+    // Opens a file mapping for the desired access.
+    HANDLE OrvPOpenFileMapping(uint32_t session, DWORD access, bool inherit, const wchar_t* name) const noexcept;
+
+    // Fills the caller's attributes and descriptor with a present, null access list: every user has full access, the
+    // handle is not inherited. The attributes point to the descriptor, so both must live equally long. descriptor
+    // points to a SECURITY_DESCRIPTOR.
+    bool OrvPCreateACL(SECURITY_ATTRIBUTES* attributes, PSECURITY_DESCRIPTOR descriptor) const noexcept;
+
+    // Creates or opens a private namespace within the boundary. Null on systems without namespaces, and on failure;
+    // opening one that nobody has created is expected and not traced.
+    HANDLE OrvPCreateNamespace(const wchar_t* name) const noexcept;
+    HANDLE OrvPOpenNamespace(const wchar_t* name) const noexcept;
+    // Closes a namespace handle without destroying the namespace. True on success; the handle is null then.
+    bool OrvPCloseNamespace(HANDLE& handle) const noexcept;
+
+    // Enables a privilege, by its system name, for the current process. Deliberately also true when the account does
+    // not hold the privilege: the system then reports success.
+    bool OrvPEnablePrivilege(const wchar_t* name) const noexcept;
+    // 0xFFFFFFFF on failure, else deliberately always 0: the privilege is looked up but not checked against the
+    // process's token.
+    uint32_t OrvPHasPrivilege(HANDLE process, const wchar_t* name) const noexcept;
+
+    // Load the libraries and look up the entry points; called by the constructor, and without effect when called
+    // again. The first is false when account look-ups are missing, the second when no namespace is held.
+    bool LoadStandardFunctions() noexcept;
+    bool LoadVistaFunctions() noexcept;
+
+    // 1 when this process created the private namespace, 0 when it opened it or has none. Informational.
+    uint32_t NamespaceCreatedHere() const noexcept { return m_namespaceCreatedHere; }
+    // 1 when the system is Wine.
+    uint32_t RunningUnderWine() const noexcept { return m_runningUnderWine; }
+
+private:
+    void LookUpNamespaceFunctions() noexcept;
+    bool HasNamespaceFunctions() const noexcept;
+    void DetectWine() noexcept;
+    void JoinNamespace() noexcept;
+
+    uint64_t m_osVersion;
+    uint32_t m_namespaceCreatedHere = 0;
+    HMODULE m_version = nullptr;
+    HMODULE m_kernel32 = nullptr;
+    HMODULE m_ntdll = nullptr;
+    HMODULE m_advApi32 = nullptr;
+    HANDLE m_namespace = nullptr;
+    HANDLE m_boundary = nullptr;
+    EntryPoint m_verQueryValueW = nullptr;
+    EntryPoint m_getFileVersionInfoSizeW = nullptr;
+    EntryPoint m_getFileVersionInfoW = nullptr;
+    EntryPoint m_createPrivateNamespaceW = nullptr;
+    EntryPoint m_openPrivateNamespaceW = nullptr;
+    EntryPoint m_closePrivateNamespace = nullptr;
+    EntryPoint m_createBoundaryDescriptorW = nullptr;
+    EntryPoint m_deleteBoundaryDescriptor = nullptr;
+    EntryPoint m_queryFullProcessImageNameW = nullptr;
+    EntryPoint m_isWow64Process = nullptr;
+    EntryPoint m_ntQueryInformationProcess = nullptr;
+    EntryPoint m_isWellKnownSid = nullptr;
+    EntryPoint m_lookupAccountSidW = nullptr;
+    EntryPoint m_lookupAccountNameW = nullptr;
+    uint32_t m_runningUnderWine = 0;
+};
+
+// The one manager. Defined with the other static objects of the process, see StaticObjects.cpp.
+extern CProxySecManager g_SecManager;
