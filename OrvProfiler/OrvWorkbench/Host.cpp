@@ -1,0 +1,282 @@
+#include "OrvProfiler/OrvWorkbench/Host.h"
+
+#include "OrvProfiler/OrvWorkbench/RuntimeHost.h"
+#include "OrvProfiler/ProxyShare.h"
+#include "OrvProfiler/Trace.h"
+
+#include <iterator>
+
+uint32_t g_sharePid = 0;
+HWND g_hZephWnd = nullptr;
+
+namespace
+{
+constexpr DWORD c_heartbeatMs = 10000;
+
+constexpr const wchar_t* c_runtimeVersion = L"v2.0.50727";
+constexpr const wchar_t* c_runtimeFlavour = L"svr"; // the server garbage collector
+constexpr DWORD c_singleDomain = 2;                 // STARTUP_LOADER_OPTIMIZATION_SINGLE_DOMAIN
+constexpr CLSID c_runtimeHostClass = {0x90F1A06E, 0x7712, 0x4762, {0x86, 0xB5, 0x7A, 0x5E, 0xBA, 0x6B, 0xDB, 0x02}};
+constexpr IID c_runtimeHostInterface = {0x90F1A06C, 0x7712, 0x4762, {0x86, 0xB5, 0x7A, 0x5E, 0xBA, 0x6B, 0xDB, 0x02}};
+
+constexpr const wchar_t* c_resultNames[] = {
+    L"ActionEventUnknown", L"ActionInvokeFail", L"ActionLoadAssemblyFail", L"ActionCreateTypeFail",
+    L"ActionFail",         L"ActionSuccess",    L"ActionLoadedAssemblyOk", L"ActionAssemblyExists",
+    L"ActionCreatedType",  L"ActionTypeExists", L"ActionInvokedOk",        L"ActionAssemblyNotFound",
+    L"ActionTypeNotFound", L"Exception",
+};
+
+// What the workbench does for a command event.
+struct Command
+{
+    const wchar_t* lineFormat;
+    const wchar_t* method;
+    bool takesText;
+    bool breaksAfter;
+};
+
+// Indexed by the event. The stop event has no method.
+constexpr Command c_commands[c_workbenchCommandCount] = {
+    {nullptr, nullptr, false, false},
+    {L"%6.0f %s Command is Load: %s\n", c_methodLoadAssembly, true, false},
+    {L"%6.0f %s Command is Create: %s\n", c_methodCreateType, true, true},
+    {L"%6.0f %s Command is Invoke: %s\n", c_methodInvoke, true, true},
+    {L"%6.0f %s Command is Delete: %s\n", c_methodDelete, true, false},
+    {L"%6.0f %s Command is Reset: %s\n", c_methodReset, false, false},
+    {L"%6.0f %s Command is Get: %s\n", c_methodGetProperty, true, true},
+    {L"%6.0f %s Command is Set: %s\n", c_methodSetProperty, true, true},
+};
+
+void TraceText(const wchar_t* function, const wchar_t* text) noexcept
+{
+    Trace(L"%6.0f %s %s\n", TickMs(), function, text);
+}
+
+// The command text as the client left it; without a NUL it ends with the control block. Each unit is read once, so
+// that a client that goes on writing cannot move the end.
+TString ReadCommandText()
+{
+    wchar_t text[c_commandTextCapacity + 1];
+    const ShareControl* const control = g_pShare->GetControl();
+    size_t length = 0;
+    if (control != nullptr)
+    {
+        const volatile wchar_t* const source = control->commandText;
+        while (length < c_commandTextCapacity && (text[length] = source[length]) != L'\0')
+            ++length;
+    }
+    text[length] = L'\0';
+    return TString(text);
+}
+} // namespace
+
+const wchar_t* ActionResultName(int32_t result) noexcept
+{
+    if (result < 0 || result >= static_cast<int32_t>(std::size(c_resultNames)))
+        return FormatSlot(L"unknown result %d", result);
+    return c_resultNames[result];
+}
+
+CHost::CHost(uint32_t processId, const wchar_t* assemblyPath, const wchar_t* typeName)
+    : m_assemblyPath(assemblyPath), m_typeName(typeName)
+{
+    g_sharePid = processId;
+    m_pEvents = std::make_unique<CWBEvent>(processId);
+    BindRuntime();
+}
+
+CHost::~CHost()
+{
+    TraceClose();
+    if (m_pRuntimeHost != nullptr)
+        m_pRuntimeHost->Release();
+    m_pRuntimeHost = nullptr;
+    m_pEvents.reset();
+}
+
+void CHost::BindRuntime()
+{
+    constexpr const wchar_t* function = L"CHost::CHost";
+    TraceText(function, L"Executing CorBindToRuntimeEx");
+    void* host = nullptr;
+    m_hr = CorBindToRuntimeEx(c_runtimeVersion, c_runtimeFlavour, c_singleDomain, c_runtimeHostClass,
+                              c_runtimeHostInterface, &host);
+    m_pRuntimeHost = static_cast<ICLRRuntimeHost*>(host);
+    if (SUCCEEDED(m_hr) && m_pRuntimeHost != nullptr)
+        m_hr = m_pRuntimeHost->Start();
+    if (SUCCEEDED(m_hr))
+    {
+        TraceText(function, L"Loaded Runtime");
+        return;
+    }
+    const DWORD error = GetLastError();
+    TraceText(function, L"Failed to Loaded Runtime");
+    // "#s" where "%s" would print the text is deliberate: the line shows these two characters.
+    Trace(L"%6.0f %s #s\n", TickMs(), function, ErrorText(error));
+}
+
+// A runtime that was never bound counts as one that cannot be called.
+long CHost::CallManaged(const wchar_t* methodName, const wchar_t* argument, DWORD& returnValue)
+{
+    if (m_pRuntimeHost == nullptr)
+        return E_POINTER;
+    return m_pRuntimeHost->ExecuteInDefaultAppDomain(m_assemblyPath, m_typeName, methodName, argument, &returnValue);
+}
+
+int32_t CHost::Execute(const wchar_t* methodName, const wchar_t* argument)
+{
+    DWORD returnValue = 0;
+    m_hr = CallManaged(methodName, argument, returnValue);
+    if (FAILED(m_hr))
+    {
+        Trace(L"%6.0f %s ExecuteInDefaultAppDomain failed\n", TickMs(), L"CHost::Execute");
+        return ActionFail;
+    }
+    return static_cast<int32_t>(returnValue);
+}
+
+int32_t CHost::Breakpoint()
+{
+    constexpr const wchar_t* function = L"CHost::Breakpoint";
+    TraceText(function, L"Workbench breakpoint\n");
+    TraceText(function, L"setting response ok\n");
+    m_pEvents->Set(c_responseSuccess);
+    Trace(L"%6.0f %s Sending IDLE state to HWND %p\n", TickMs(), function, g_hZephWnd);
+    if (SendMessageW(g_hZephWnd, WM_WORKBENCH_IDLE, 0, 0) == 0)
+    {
+        const DWORD error = GetLastError();
+        TraceText(function, L"Error is PostMessage:\n"); // the text says so although the message is sent
+        TraceText(function, ErrorText(error));
+    }
+    TraceText(function, L"entering IDLE breakpoint\n");
+    DWORD returnValue = 0;
+    m_hr = CallManaged(c_methodBreakpoint, L"", returnValue);
+    TraceText(function, FAILED(m_hr) ? L"breakpointed workbench failed\n" : L"breakpointed workbench ok\n");
+    return ActionSuccess;
+}
+
+bool CHost::Init()
+{
+    constexpr const wchar_t* function = L"CHost::Init";
+    try
+    {
+        // Registers itself as g_pShare and lives until the process ends.
+        if (g_pShare == nullptr)
+            static_cast<void>(new CProxyShare);
+        if (g_pShare->Create(g_sharePid))
+            Trace(L"%6.0f %s Opened share for pid = %x\n", TickMs(), function, g_sharePid);
+        else
+            TraceText(function, L"Failed to open share\n");
+    }
+    catch (...)
+    {
+        return false;
+    }
+    return true;
+}
+
+int CHost::Run()
+{
+    constexpr const wchar_t* function = L"CHost::Run";
+    if (!Init())
+        return 0;
+    g_hZephWnd = g_pShare->GetClientWindow();
+    Trace(L"%6.0f %s Zeph window is %p\n", TickMs(), function, g_hZephWnd);
+    if (g_hZephWnd == nullptr)
+    {
+        TraceText(function, L"Zeph Window handle for notifications is NULL cant go on\n");
+        m_pEvents->Set(c_responseFailed);
+        return 0;
+    }
+    PostMessageW(g_hZephWnd, WM_WORKBENCH_READY, 0, 0);
+    try
+    {
+        ServeCommands();
+    }
+    catch (...)
+    {
+        TraceText(function, L"WorkBench Exception in main loop\n");
+    }
+    TraceText(function, L"WorkBench Exiting\n");
+    SendMessageW(g_hZephWnd, WM_WORKBENCH_EXITING, 0, 0);
+    return 1;
+}
+
+void CHost::ServeCommands()
+{
+    while (ServeNext())
+    {
+    }
+}
+
+// Waits for one command and carries it out. False when the loop is to end.
+bool CHost::ServeNext()
+{
+    constexpr const wchar_t* function = L"CHost::Run";
+    TraceText(function, L"Sleeping\n");
+    uint32_t index = 0;
+    switch (m_pEvents->Wait(&index, c_workbenchCommandCount, c_heartbeatMs))
+    {
+    case CWBEvent::c_waitError:
+        m_pEvents->Set(c_responseFailed);
+        TraceText(function, L"error in event management so  exiting\n");
+        return false;
+    case CWBEvent::c_waitAbandoned:
+        m_pEvents->Set(c_responseFailed);
+        TraceText(function, L"An abandoned event means OrvP has gone, so therefore exiting\n");
+        return false;
+    case CWBEvent::c_waitTimeout:
+        TraceText(function, L"Timeout\n"); // a heartbeat for the log's reader
+        return true;
+    case CWBEvent::c_waitEvent:
+        break;
+    default:
+        return true;
+    }
+    if (index == EV_STOP)
+    {
+        TraceText(function, L"Stopping\n"); // a stop is not answered
+        return false;
+    }
+    CarryOut(index);
+    return true;
+}
+
+void CHost::CarryOut(uint32_t index)
+{
+    const TString text = ReadCommandText();
+    Report(Dispatch(index, text));
+}
+
+int32_t CHost::Dispatch(uint32_t index, const TString& text)
+{
+    constexpr const wchar_t* function = L"CHost::Run";
+    if (index >= c_workbenchCommandCount || c_commands[index].method == nullptr)
+    {
+        Trace(L"%6.0f %s unknown event, command is: %s\n", TickMs(), function, text.GetBuffer());
+        return ActionEventUnknown;
+    }
+    const Command& command = c_commands[index];
+    Trace(command.lineFormat, TickMs(), function, text.GetBuffer());
+    const int32_t result = Execute(command.method, command.takesText ? text.GetBuffer() : L"");
+    // Deliberately between the call and its response: the client sees the success of the breakpoint first.
+    if (command.breaksAfter)
+        Breakpoint();
+    return result;
+}
+
+void CHost::Report(int32_t result)
+{
+    constexpr const wchar_t* function = L"CHost::Run";
+    const wchar_t* const name = ActionResultName(result);
+    if (result < ActionSuccess)
+    {
+        Trace(L"%6.0f %s command failed, result = %s\n", TickMs(), function, name);
+        m_pEvents->Set(c_responseFailed);
+    }
+    else
+    {
+        Trace(L"%6.0f %s command succeeded, result = %s\n", TickMs(), function, name);
+        m_pEvents->Set(c_responseSuccess);
+    }
+}

@@ -1,0 +1,103 @@
+#pragma once
+
+#include "OrvProfiler/TString.h"
+#include "OrvProfiler/WBEvent.h"
+#include "OrvProfiler/WinTypes.h"
+
+#include <cstdint>
+#include <memory>
+
+struct ICLRRuntimeHost;
+
+// The messages to the client's notification window, all with zero parameters: ready is posted once, before the first
+// wait; idle is sent at each breakpoint step; exiting is sent once, after the loop has ended.
+constexpr uint32_t WM_WORKBENCH_READY = 0x83F0;
+constexpr uint32_t WM_WORKBENCH_IDLE = 0x8407;
+constexpr uint32_t WM_WORKBENCH_EXITING = 0x83EB;
+
+// What every managed method answers. Values below ActionSuccess are failures; that the last three count as successes,
+// whatever their names say, is deliberate and binding.
+enum ActionResult : int32_t
+{
+    ActionEventUnknown = 0,
+    ActionInvokeFail = 1,
+    ActionLoadAssemblyFail = 2,
+    ActionCreateTypeFail = 3,
+    ActionFail = 4,
+    ActionSuccess = 5,
+    ActionLoadedAssemblyOk = 6,
+    ActionAssemblyExists = 7,
+    ActionCreatedType = 8,
+    ActionTypeExists = 9,
+    ActionInvokedOk = 10,
+    ActionAssemblyNotFound = 11,
+    ActionTypeNotFound = 12,
+    ActionException = 13,
+};
+
+// The name that the log prints for a result; a placeholder with the number for a value outside 0 to 13, which is a
+// formatting slot's text.
+const wchar_t* ActionResultName(int32_t result) noexcept;
+
+// The static methods of the managed dispatcher type, each taking one string and returning an ActionResult.
+constexpr const wchar_t* c_methodLoadAssembly = L"LoadAssembly";
+constexpr const wchar_t* c_methodCreateType = L"CreateType";
+constexpr const wchar_t* c_methodInvoke = L"Invoke";
+constexpr const wchar_t* c_methodDelete = L"Delete";
+constexpr const wchar_t* c_methodReset = L"Reset";
+constexpr const wchar_t* c_methodGetProperty = L"GetProperty";
+constexpr const wchar_t* c_methodSetProperty = L"SetProperty";
+constexpr const wchar_t* c_methodBreakpoint = L"OrvBreakPoint";
+
+// The body of the workbench: hosts the managed runtime, and serves the commands of one client. The runtime is bound
+// at version "v2.0.50727" and never stopped. Everything runs on the thread that constructs the host. One per process.
+class CHost
+{
+public:
+    // Creates or opens the workbench events of the client process id, then binds and starts the runtime. Never fails
+    // outward: a failure is traced, and every call of the dispatcher then fails. The texts are copied: the managed
+    // assembly's file name, handed to the runtime as it stands, and the dispatcher type's full name.
+    CHost(uint32_t processId, const wchar_t* assemblyPath, const wchar_t* typeName);
+    // Closes the trace log file before it releases the runtime: what is traced afterwards reaches the debugger only.
+    virtual ~CHost();
+    CHost(const CHost&) = delete;
+    CHost& operator=(const CHost&) = delete;
+
+    // Makes the process's share if there is none and opens it, or creates it, for the client process id. Also true
+    // when the share cannot be had, which is traced; false only when an exception passes.
+    bool Init();
+
+    // Serves the client: tells its window that the workbench is ready, carries out commands until the stop event, a
+    // failed or abandoned wait, or an exception, and tells the window that the workbench exits. Returns 1 then; 0 at
+    // once when there is no share or the client left no window in it.
+    int Run();
+
+    // Calls a static method of the dispatcher type with one string. Returns the method's result, or ActionFail, with
+    // a trace line, when it could not be called.
+    int32_t Execute(const wchar_t* methodName, const wchar_t* argument);
+
+    // Signals success, tells the client's window that the workbench is idle, and calls the dispatcher's breakpoint
+    // method, in which a debugger may hold the process. Returns ActionSuccess, whatever comes of it.
+    int32_t Breakpoint();
+
+private:
+    void BindRuntime();
+    long CallManaged(const wchar_t* methodName, const wchar_t* argument, DWORD& returnValue);
+    void ServeCommands();
+    bool ServeNext();
+    void CarryOut(uint32_t index);
+    int32_t Dispatch(uint32_t index, const TString& text);
+    void Report(int32_t result);
+
+    // Owned, one reference; null until bound.
+    ICLRRuntimeHost* m_pRuntimeHost = nullptr;
+    // The status of the last runtime call (an HRESULT).
+    long m_hr = 0;
+    TString m_assemblyPath;
+    TString m_typeName;
+    std::unique_ptr<CWBEvent> m_pEvents;
+};
+
+// The client process id that the host was constructed with, and the client's window, read from the share by Run.
+extern uint32_t g_sharePid;
+extern HWND g_hZephWnd;
