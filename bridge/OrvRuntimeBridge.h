@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdint>
+
+// The two calls between the Windows half of the bridge (mscoree.dll, Mscoree.cpp) and its Unix half
+// (OrvRuntimeBridge.dll.so, OrvRuntimeBridge.cpp). Included by both: no Windows and no Mono header here.
+// File names are Unix paths; they and names are UTF-8, the argument is UTF-16. The results are HRESULTs.
+
+#ifdef _WIN32
+#define ORV_BRIDGE_CALL
+#else
+#define ORV_BRIDGE_CALL __attribute__((ms_abi, visibility("default")))
+#endif
+
+extern "C"
+{
+    // Starts the runtime. The application base is the folder in which it looks for assemblies by name; configFile is
+    // the program's configuration, which need not exist. Returns 0, also when it runs already, or a failing status.
+    ORV_BRIDGE_CALL int32_t OrvBridgeStart(const char* applicationBase, const char* configFile);
+
+    // Calls the static method "int method(string)" and waits for its end; concurrent calls queue up. workingFolder
+    // becomes the current directory of managed code. The argument may be null. *returnValue is written only with
+    // result 0.
+    ORV_BRIDGE_CALL int32_t OrvBridgeExecute(const char* workingFolder, const char* assemblyPath,
+                                             const char* typeName, const char* methodName, const char16_t* argument,
+                                             uint32_t* returnValue);
+}
