@@ -1,0 +1,217 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// A growable NUL-terminated string of UTF-16 code units on the C heap. Nothing here raises: after an allocation
+// failure a string has no buffer, every reading operation takes it as empty, Append does nothing and Assign starts
+// anew. A null or unreadable text argument is taken as an empty text. Belongs to one thread.
+//
+// Indices and counts are 64 bits wide and count code units. The length is never stored: every operation counts it.
+// Copied, never moved: a string always keeps its own buffer, and the growth rules hold for every assignment.
+class TString
+{
+public:
+    // Not found, and to the end: all ones in the low 32 bits only.
+    static constexpr uint64_t npos = 0xFFFFFFFF;
+
+    // "" with room for 260 units.
+    TString() noexcept;
+    // Room for 260 units, or for the text when it is longer; a null text gives "".
+    TString(const wchar_t* text) noexcept; // NOLINT(google-explicit-constructor)
+    TString(const TString& other) noexcept;
+    TString(wchar_t character) noexcept; // NOLINT(google-explicit-constructor)
+    ~TString();
+
+    // Like Assign; assigning a string, or its own buffer, to itself does nothing.
+    TString& operator=(const TString& other) noexcept;
+    TString& operator=(const wchar_t* text) noexcept;
+    // Replaces the content, "" for null. The text may lie in this string. The block grows, to exactly the length of
+    // the old and of the new content together, when that is more than the capacity: the old content is deliberately
+    // counted although it goes, so that a string that is assigned again and again soon stops reallocating.
+    void Assign(const wchar_t* text) noexcept;
+    // Adds at the end; null adds nothing. The text may lie in this string. Grows to exactly the length needed.
+    void Append(const wchar_t* text) noexcept;
+    void Append(wchar_t character) noexcept;
+    TString& operator+=(const wchar_t* text) noexcept;
+    TString& operator+=(const TString& other) noexcept;
+    TString& operator+=(wchar_t character) noexcept;
+    // Makes room for the given number of units. When it has to grow, the string is deliberately emptied: meant for
+    // fresh strings.
+    void Reserve(uint64_t units) noexcept;
+
+    // The text, owned by the string and good until the next change; null only after an allocation failure. The
+    // writable form has room for GetCapacity() units and the NUL that must end them.
+    const wchar_t* GetBuffer() const noexcept { return m_buffer; }
+    wchar_t* GetBuffer() noexcept { return m_buffer; }
+    operator const wchar_t*() const noexcept { return m_buffer; } // NOLINT(google-explicit-constructor)
+    // How many units the buffer can hold, the NUL not counted.
+    uint64_t GetCapacity() const noexcept { return m_capacity; }
+    uint64_t GetLength() const noexcept;
+    bool IsEmpty() const noexcept { return m_buffer == nullptr || *m_buffer == L'\0'; }
+    // Makes the string "", with its capacity.
+    void Empty() noexcept;
+    // The unit at an index, 0 beyond the end.
+    wchar_t GetAt(uint64_t index) const noexcept;
+    // Ignored beyond the end.
+    void SetAt(uint64_t index, wchar_t character) noexcept;
+    // The first and the last unit, 0 for an empty string.
+    wchar_t First() const noexcept;
+    wchar_t Last() const noexcept;
+    uint64_t Count(wchar_t character) const noexcept;
+
+    // Like the free function Equal.
+    bool Equals(const wchar_t* text, bool caseSensitive) const noexcept;
+
+    // Searches give an index or npos: also for an empty string and for a start (or a distance from the end) at or
+    // beyond the length. The terminating NUL is not found as a character.
+    // The first one at or after start.
+    uint64_t Find(wchar_t character, uint64_t start = 0) const noexcept;
+    // An empty text is found at the end: its index is the length.
+    uint64_t Find(const wchar_t* sub, uint64_t start = 0) const noexcept;
+    // The last one that begins at or before the position length - fromEnd; an empty text is found at that position.
+    uint64_t ReverseFind(wchar_t character, uint64_t fromEnd = 0) const noexcept;
+    uint64_t ReverseFind(const wchar_t* sub, uint64_t fromEnd = 0) const noexcept;
+    // False for an empty string. An empty text is contained in every other string.
+    bool Contains(const wchar_t* sub) const noexcept;
+    // Whether the first occurrence is at index 0; so no string starts with an empty text, which is found at the end.
+    bool StartsWith(const wchar_t* sub) const noexcept;
+
+    // The count units from start, at most to the end; empty when start is at or beyond the end.
+    TString Mid(uint64_t start, uint64_t count = npos) const noexcept;
+    // Both return how many were replaced. The second scans from left to right and resumes after each match; the
+    // string is untouched when from is empty, to is unreadable, nothing matches or memory is short.
+    uint64_t Replace(wchar_t from, wchar_t to) noexcept;
+    uint64_t Replace(const wchar_t* from, const wchar_t* to) noexcept;
+    // A to Z only; every other letter stays.
+    void MakeLower() noexcept;
+    // Removes from both ends what occurs in set. Returns the number of units removed.
+    uint64_t Trim(const wchar_t* set) noexcept;
+    static TString TrimLeft(const wchar_t* text, const wchar_t* set) noexcept;
+    static TString TrimRight(const wchar_t* text, const wchar_t* set) noexcept;
+    // Removes the leading units of code 32 and below, then every single and double quote wherever it stands; a string
+    // of such leading units alone stays as it is. Returns the text, "" for an empty string. Traces the text before
+    // and after, unless it is empty.
+    const wchar_t* StripQuotes() noexcept;
+
+    // Takes the next token of a text: the units up to the separator, or to the end. The cursor moves behind the
+    // separator, or stays on the NUL that ends the text. False, with an empty token, when nothing is left; two
+    // separators in a row have an empty token between them, a separator at the end has none behind it. The text is
+    // the caller's and is not changed; it must not be the token's own.
+    static bool NextToken(const wchar_t*& cursor, wchar_t separator, TString& token) noexcept;
+    static bool NextToken(wchar_t*& cursor, wchar_t separator, TString& token) noexcept;
+    // All tokens, in a new list that the caller deletes; null when the string is empty or holds no separator, and
+    // when memory is short.
+    std::vector<TString>* Split(wchar_t separator) const noexcept;
+    // Replaces the list's content by all tokens, the whole string when it holds no separator. Returns whether the
+    // list holds anything; it is left empty when memory is short.
+    bool Split(wchar_t separator, std::vector<TString>& list) const noexcept;
+
+    // Reads an environment variable. False, with value unchanged, when there is none or memory is short.
+    static bool GetEnv(const wchar_t* name, TString& value) noexcept;
+    // Appends this string to result with every %name% replaced by the variable's value, and then makes every ");;" of
+    // result ");". Returns 1; -2 without any percent sign and -1 with an odd number of them, result unchanged; -3
+    // when a variable is missing, with result holding what came before it.
+    int32_t ExpandEnvironment(TString& result) const noexcept;
+
+    // By code units, case-sensitive; a string without a buffer equals only another one, or null.
+    friend bool operator==(const TString& left, const TString& right) noexcept;
+    friend bool operator==(const TString& left, const wchar_t* right) noexcept;
+    friend bool operator==(const wchar_t* left, const TString& right) noexcept { return right == left; }
+    friend bool operator!=(const TString& left, const TString& right) noexcept { return !(left == right); }
+    friend bool operator!=(const TString& left, const wchar_t* right) noexcept { return !(left == right); }
+    friend bool operator!=(const wchar_t* left, const TString& right) noexcept { return !(right == left); }
+
+    // By code units; of two strings of which one begins with the other, the shorter is the smaller. An empty string
+    // is deliberately neither smaller nor greater than anything: sorting code has to treat it apart. The right side
+    // is a copy.
+    friend bool operator<(const TString& left, TString right) noexcept;
+    friend bool operator>(const TString& left, TString right) noexcept;
+
+private:
+    bool Reallocate(uint64_t units) noexcept;
+    void Release() noexcept;
+    void AssignUnits(const wchar_t* text, uint64_t length) noexcept;
+    void AppendUnits(const wchar_t* text, uint64_t length) noexcept;
+    bool Holds(const wchar_t* text) const noexcept;
+
+    uint64_t m_capacity = 0;
+    wchar_t* m_buffer = nullptr;
+};
+
+// Functions over plain NUL-terminated texts, for wide and for 8-bit ones. Each tests that its texts can be read and
+// takes a null or unreadable one as absent: as empty, where nothing else is said. They keep no state: any thread.
+
+// The length, 0 for an absent text.
+uint64_t SafeLength(const wchar_t* text) noexcept;
+uint64_t SafeLength(const char* text) noexcept;
+
+// The terminating NUL; null for an absent or empty text.
+const wchar_t* EndOf(const wchar_t* text) noexcept;
+const char* EndOf(const char* text) noexcept;
+
+// The first such character, or null. The terminating NUL is not found.
+const wchar_t* FindChar(const wchar_t* text, wchar_t character) noexcept;
+const char* FindChar(const char* text, char character) noexcept;
+
+// The last such character at or before from and not before begin, or null. Both point into one text, or from to the
+// NUL behind it. NUL is not found.
+const wchar_t* FindCharReverse(const wchar_t* begin, const wchar_t* from, wchar_t character) noexcept;
+const char* FindCharReverse(const char* begin, const char* from, char character) noexcept;
+
+// The first occurrence of a text, or null; an empty one gives EndOf(text).
+const wchar_t* FindSub(const wchar_t* text, const wchar_t* sub) noexcept;
+const char* FindSub(const char* text, const char* sub) noexcept;
+
+// The last occurrence that begins at or before from and not before begin, or null; an empty one gives from. Both
+// point into one text, or from to the NUL behind it.
+const wchar_t* FindSubReverse(const wchar_t* begin, const wchar_t* from, const wchar_t* sub) noexcept;
+const char* FindSubReverse(const char* begin, const char* from, const char* sub) noexcept;
+
+// Replaces one character by another in place. Returns how many were changed.
+uint64_t ReplaceChar(wchar_t* text, wchar_t oldCharacter, wchar_t newCharacter) noexcept;
+uint64_t ReplaceChar(char* text, char oldCharacter, char newCharacter) noexcept;
+
+// Replaces every occurrence of from by to, resuming after each match, and assigns the result to target when anything
+// was replaced. Returns the number replaced: 0, with target untouched, also when text or to is absent, from is empty
+// or memory is short.
+uint64_t ReplaceSub(const wchar_t* text, TString& target, const wchar_t* from, const wchar_t* to) noexcept;
+uint64_t ReplaceSub(const char* text, std::string& target, const char* from, const char* to) noexcept;
+
+// Lowers A to Z in place.
+void Lower(wchar_t* text) noexcept;
+void Lower(char* text) noexcept;
+
+// Copies source with its NUL; destination has room for it. Nothing when either is absent.
+void SafeCopy(wchar_t* destination, const wchar_t* source) noexcept;
+void SafeCopy(char* destination, const char* source) noexcept;
+
+// Whether two texts are the same. Two absent texts are, an absent and an empty one are not.
+bool Equal(const wchar_t* left, const wchar_t* right, bool caseSensitive) noexcept;
+bool Equal(const char* left, const char* right, bool caseSensitive) noexcept;
+
+// Below 0, 0 or above 0 as left is smaller than, equal to or greater than right. An absent text equals another
+// absent one and is smaller than any other, an empty one included.
+int Compare(const wchar_t* left, const wchar_t* right, bool caseSensitive) noexcept;
+int Compare(const char* left, const char* right, bool caseSensitive) noexcept;
+
+// A bare nullptr is an absent wide text.
+inline uint64_t SafeLength(std::nullptr_t) noexcept
+{
+    return 0;
+}
+inline const wchar_t* EndOf(std::nullptr_t) noexcept
+{
+    return nullptr;
+}
+inline void Lower(std::nullptr_t) noexcept {}
+inline bool Equal(std::nullptr_t, std::nullptr_t, bool) noexcept
+{
+    return true;
+}
+inline int Compare(std::nullptr_t, std::nullptr_t, bool) noexcept
+{
+    return 0;
+}
