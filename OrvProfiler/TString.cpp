@@ -620,7 +620,13 @@ bool TString::Split(wchar_t separator, std::vector<TString>& list) const noexcep
     try
     {
         while (NextToken(cursor, separator, token))
+        {
             list.push_back(token);
+            if (list.back().m_buffer != nullptr)
+                continue;
+            list.clear();
+            return false;
+        }
     }
     catch (const std::bad_alloc&)
     {

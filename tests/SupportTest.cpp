@@ -1,11 +1,14 @@
 #include "OrvProfiler/Trace.h"
+#include "tests/support/AllocationWatch.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ImportRedirect.h"
+#include "tests/support/PageEdge.h"
 #include "tests/support/SystemProbe.h"
 #include "tests/support/TraceCapture.h"
 
 #include <windows.h>
 
+#include <cstdlib>
 #include <gtest/gtest.h>
 
 // The harness itself: each way a child can fail has its own exit code, and a redirection is undone.
@@ -99,4 +102,38 @@ TEST(TraceCapture, SeesTheFullTextAndStripsTheTime)
     EXPECT_EQ(L"    12 name \x20AC\n", capture.Raw()[0]);
     EXPECT_EQ(L"name \x20AC\n", capture.Lines()[0]);
     EXPECT_THROW(WithoutTime(L"name \n"), std::runtime_error);
+}
+
+TEST(AllocationWatch, CountsBlocksAndRefusesTheOneAsked)
+{
+    AllocationWatch watch;
+    watch.FailOneAfter(1);
+    void* const first = std::malloc(10);
+    void* const second = std::malloc(20);
+    void* const third = std::malloc(30);
+    EXPECT_NE(nullptr, first);
+    EXPECT_EQ(nullptr, second);
+    EXPECT_NE(nullptr, third);
+    EXPECT_TRUE(watch.HasFailed());
+    EXPECT_EQ(2, watch.Outstanding());
+    EXPECT_EQ(3U, watch.Requests());
+    EXPECT_EQ(20U, watch.SizeBytes(1));
+    std::free(first);
+    std::free(third);
+    EXPECT_EQ(0, watch.Outstanding());
+    watch.FailAllAfter(0);
+    void* const refused = std::malloc(40);
+    void* const refusedToo = std::realloc(nullptr, 50);
+    watch.StopFailing();
+    EXPECT_EQ(nullptr, refused);
+    EXPECT_EQ(nullptr, refusedToo);
+}
+
+TEST(PageEdge, TextEndsWithItsPage)
+{
+    const PageEdge<wchar_t> page(L"abc");
+    EXPECT_STREQ(L"abc", page.Text());
+    EXPECT_EQ(page.Text() + 4, page.Unreadable());
+    EXPECT_FALSE(IsBadReadPtr(page.Text(), 8));
+    EXPECT_TRUE(IsBadReadPtr(page.Text(), 9));
 }
