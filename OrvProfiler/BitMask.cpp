@@ -4,12 +4,20 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 namespace
 {
 constexpr uint32_t c_defaultBits = 64;
 // How far beyond the touched bit a mask grows by itself.
 constexpr uint32_t c_growthBits = 256;
+
+// Near the end of the number range a mask grows to the range's end instead of wrapping to a small size.
+constexpr uint32_t GrownBits(uint32_t n) noexcept
+{
+    constexpr uint32_t last = std::numeric_limits<uint32_t>::max();
+    return n > last - c_growthBits ? last : n + c_growthBits;
+}
 } // namespace
 
 BitMask::BitMask()
@@ -53,6 +61,8 @@ void BitMask::Resize(uint32_t bits, bool fill)
     delete[] m_words;
     m_words = words;
     m_bits = bits;
+    m_bytesPerWord = c_bytesPerWord;
+    m_bitsPerWord = c_bitsPerWord;
     m_wordCount = wordCount;
     m_byteSize = byteSize;
 }
@@ -61,7 +71,7 @@ uint32_t& BitMask::LocateWord(uint32_t n)
 {
     const uint32_t index = n / c_bitsPerWord;
     if (index >= m_wordCount)
-        Resize(n + c_growthBits, false);
+        Resize(GrownBits(n), false);
     return m_words[index];
 }
 

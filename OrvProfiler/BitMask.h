@@ -51,8 +51,11 @@ private:
 
     uint32_t* m_words = nullptr;
     uint32_t m_bits = 0;
-    uint32_t m_bytesPerWord = c_bytesPerWord;
-    uint32_t m_bitsPerWord = c_bitsPerWord;
+    // The same in every mask.
+    uint32_t m_bytesPerWord = 0;
+    uint32_t m_bitsPerWord = 0;
     uint32_t m_wordCount = 0;
     uint64_t m_byteSize = 0;
 };
+
+static_assert(sizeof(BitMask) == 32, "words, four 32-bit counts, byte size");

@@ -20,6 +20,7 @@ std::atomic<int32_t> TraceSlotCounter{0};
 FILE* TraceFile = nullptr;
 wchar_t ErrorTextBuffer[c_errorTextSize];
 
+bool DebuggerCheckDone = false;
 HMODULE DebuggerCheckModule = nullptr;
 EntryPoint DebuggerCheckFunction = nullptr;
 uint32_t DebuggerCheckFlag = 0;
@@ -40,25 +41,25 @@ wchar_t* TakeSlot() noexcept
 // The number of units that the format produces, at most a slot's; 0 for none and for an error.
 size_t MeasureText(const wchar_t* format, va_list arguments) noexcept
 {
-    const int count = _vscwprintf(format, arguments);
+    // The C runtime ends the process over a missing format.
+    const int count = format != nullptr ? _vscwprintf(format, arguments) : -1;
     if (count <= 0)
         return 0;
     return count > c_traceSlotLength ? static_cast<size_t>(c_traceSlotLength) : static_cast<size_t>(count);
 }
 
-// Formats into the next slot, which stays empty when the format produces nothing.
-const wchar_t* FormatIntoSlot(const wchar_t* format, va_list arguments) noexcept
+// Formats into the slot, which stays empty when the format produces nothing. Returns the number of units.
+size_t FormatIntoSlot(wchar_t* slot, const wchar_t* format, va_list arguments) noexcept
 {
-    wchar_t* const slot = TakeSlot();
     va_list measured;
     va_copy(measured, arguments);
     const size_t count = MeasureText(format, measured);
     va_end(measured);
     if (count == 0)
-        return slot;
+        return 0;
     _vsnwprintf_s(slot, c_slotSize, count, format, arguments);
     slot[count] = L'\0';
-    return slot;
+    return count;
 }
 
 void WriteToFile(const wchar_t* line) noexcept
@@ -79,11 +80,12 @@ void WriteToFile(const wchar_t* line) noexcept
 void Trace(const wchar_t* format, ...) noexcept
 {
     const DWORD lastError = GetLastError();
+    wchar_t* const line = TakeSlot();
     va_list arguments;
     va_start(arguments, format);
-    const wchar_t* const line = FormatIntoSlot(format, arguments);
+    const size_t count = FormatIntoSlot(line, format, arguments);
     va_end(arguments);
-    if (*line != L'\0')
+    if (count > 0)
     {
         OutputDebugStringW(line);
         WriteToFile(line);
@@ -93,7 +95,7 @@ void Trace(const wchar_t* format, ...) noexcept
 
 void TraceOpen(const wchar_t* path) noexcept
 {
-    if (TraceFile != nullptr)
+    if (TraceFile != nullptr || path == nullptr)
         return;
     try
     {
@@ -121,9 +123,10 @@ void TraceClose() noexcept
 
 const wchar_t* FormatSlot(const wchar_t* format, ...) noexcept
 {
+    wchar_t* const text = TakeSlot();
     va_list arguments;
     va_start(arguments, format);
-    const wchar_t* const text = FormatIntoSlot(format, arguments);
+    FormatIntoSlot(text, format, arguments);
     va_end(arguments);
     return text;
 }
@@ -146,8 +149,9 @@ const wchar_t* ResourceText(HMODULE module, uint32_t id) noexcept
 
 void DebuggerCheck() noexcept
 {
-    if (DebuggerCheckModule != nullptr)
+    if (DebuggerCheckDone)
         return;
+    DebuggerCheckDone = true;
     DebuggerCheckModule = LoadLibraryW(L"kernel32");
     if (DebuggerCheckModule == nullptr)
         return;

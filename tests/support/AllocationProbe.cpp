@@ -1,0 +1,155 @@
+#include "tests/support/AllocationProbe.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace
+{
+constexpr size_t c_requestsKept = 64;
+
+// Nothing in here may allocate while the functions are redirected.
+struct Watch
+{
+    DWORD thread = 0;
+    void* (*malloc)(size_t) = nullptr;
+    void (*free)(void*) = nullptr;
+    void* (*calloc)(size_t, size_t) = nullptr;
+    void* (*realloc)(void*, size_t) = nullptr;
+    std::array<void*, AllocationProbe::c_maxBlocks> blocks{};
+    std::array<size_t, c_requestsKept> requests{};
+    size_t requestCount = 0; // also those no longer kept
+    size_t failSize = SIZE_MAX;
+    unsigned failIn = 0;
+};
+
+Watch g_watch;
+
+// The first exception of a thread makes the runtime library take blocks that it keeps: have them taken beforehand.
+void TakeRuntimeBlocks()
+{
+    try
+    {
+        throw 0;
+    }
+    catch (int)
+    {
+    }
+}
+
+bool IsWatched() noexcept
+{
+    return g_watch.thread == GetCurrentThreadId();
+}
+
+// Notes a request and says whether it is to fail.
+bool Request(size_t bytes) noexcept
+{
+    g_watch.requests[g_watch.requestCount++ % c_requestsKept] = bytes;
+    if (g_watch.failIn > 0 && --g_watch.failIn == 0)
+        return true;
+    if (bytes != g_watch.failSize)
+        return false;
+    g_watch.failSize = SIZE_MAX;
+    return true;
+}
+
+void Exchange(void* old, void* now) noexcept
+{
+    const auto found = std::find(g_watch.blocks.begin(), g_watch.blocks.end(), old);
+    if (found != g_watch.blocks.end())
+        *found = now;
+}
+
+void* WatchedMalloc(size_t bytes)
+{
+    if (!IsWatched())
+        return g_watch.malloc(bytes);
+    if (Request(bytes))
+        return nullptr;
+    void* const block = g_watch.malloc(bytes);
+    Exchange(nullptr, block);
+    return block;
+}
+
+void* WatchedCalloc(size_t count, size_t bytes)
+{
+    if (!IsWatched())
+        return g_watch.calloc(count, bytes);
+    if (Request(count * bytes))
+        return nullptr;
+    void* const block = g_watch.calloc(count, bytes);
+    Exchange(nullptr, block);
+    return block;
+}
+
+void* WatchedRealloc(void* old, size_t bytes)
+{
+    if (!IsWatched())
+        return g_watch.realloc(old, bytes);
+    if (Request(bytes))
+        return nullptr;
+    void* const block = g_watch.realloc(old, bytes);
+    if (block != nullptr || bytes == 0)
+        Exchange(old, block);
+    return block;
+}
+
+void WatchedFree(void* block)
+{
+    if (IsWatched() && block != nullptr)
+        Exchange(block, nullptr);
+    g_watch.free(block);
+}
+} // namespace
+
+// Each real function is known before anything can call its replacement: making the next redirection allocates.
+AllocationProbe::AllocationProbe()
+{
+    TakeRuntimeBlocks();
+    g_watch = {};
+    m_malloc.emplace("malloc", WatchedMalloc);
+    g_watch.malloc = m_malloc->Real();
+    m_free.emplace("free", WatchedFree);
+    g_watch.free = m_free->Real();
+    m_calloc.emplace("calloc", WatchedCalloc);
+    g_watch.calloc = m_calloc->Real();
+    m_realloc.emplace("realloc", WatchedRealloc);
+    g_watch.realloc = m_realloc->Real();
+    g_watch.thread = GetCurrentThreadId();
+}
+
+AllocationProbe::~AllocationProbe()
+{
+    g_watch.thread = 0;
+}
+
+size_t AllocationProbe::LiveBlocks() const noexcept
+{
+    return static_cast<size_t>(std::count_if(g_watch.blocks.begin(), g_watch.blocks.end(),
+                                             [](const void* block) { return block != nullptr; }));
+}
+
+std::vector<size_t> AllocationProbe::Requests() const
+{
+    const size_t count = std::min(g_watch.requestCount, c_requestsKept);
+    const size_t first = g_watch.requestCount - count;
+    const DWORD thread = std::exchange(g_watch.thread, 0);
+    std::vector<size_t> requests(count);
+    g_watch.thread = thread;
+    for (size_t i = 0; i < count; ++i)
+        requests[i] = g_watch.requests[(first + i) % c_requestsKept];
+    return requests;
+}
+
+void AllocationProbe::FailSize(size_t bytes) noexcept
+{
+    g_watch.failSize = bytes;
+}
+
+void AllocationProbe::FailRequest(unsigned n) noexcept
+{
+    g_watch.failIn = n;
+}
