@@ -133,12 +133,13 @@ const wchar_t* FormatSlot(const wchar_t* format, ...) noexcept
 
 const wchar_t* ErrorText(uint32_t code) noexcept
 {
-    const DWORD error = code != 0 ? code : GetLastError();
+    const DWORD lastError = GetLastError();
+    const DWORD error = code != 0 ? code : lastError;
     constexpr DWORD flags = FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS;
     constexpr DWORD neutral = MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT);
-    if (FormatMessageW(flags, nullptr, error, neutral, ErrorTextBuffer, c_errorTextSize, nullptr) == 0)
-        return L"";
-    return ErrorTextBuffer;
+    const DWORD length = FormatMessageW(flags, nullptr, error, neutral, ErrorTextBuffer, c_errorTextSize, nullptr);
+    SetLastError(lastError);
+    return length != 0 ? ErrorTextBuffer : L"";
 }
 
 const wchar_t* ResourceText(HMODULE module, uint32_t id) noexcept

@@ -43,7 +43,7 @@ const wchar_t* FormatSlot(const wchar_t* format, ...) noexcept;
 
 // The system's message text for an error code (the calling thread's last error when code is 0), with its trailing
 // line break, or the empty string when the system has none. One buffer for all threads: the text is good until the
-// next call from any thread.
+// next call from any thread. The thread's last error is the same afterwards.
 const wchar_t* ErrorText(uint32_t code) noexcept;
 
 // Loads a string resource of at most 1023 units into the next slot. Returns null when it does not exist or is empty.

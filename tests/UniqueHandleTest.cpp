@@ -1,148 +1,183 @@
 #include "OrvProfiler/UniqueHandle.h"
 
-#include "tests/support/ImportRedirect.h"
+#include "tests/support/SystemCall.h"
 #include "tests/support/SystemProbe.h"
 
 #include <windows.h>
 
-#include <gmock/gmock.h>
-#include <utility>
-#include <vector>
+#include <gtest/gtest.h>
+#include <type_traits>
 
-using testing::ElementsAre;
-using testing::IsEmpty;
+static_assert(!std::is_copy_constructible_v<UniqueHandle> && !std::is_copy_assignable_v<UniqueHandle>,
+              "one owner only");
+static_assert(std::is_nothrow_move_constructible_v<UniqueHandle> && std::is_nothrow_move_assignable_v<UniqueHandle>,
+              "moving cannot fail");
+static_assert(!std::is_convertible_v<HANDLE, UniqueHandle> && !std::is_convertible_v<UniqueHandle, HANDLE>,
+              "ownership is taken and given up in plain sight only");
+static_assert(!std::is_convertible_v<UniqueHandle, bool>, "a handle is no number");
 
 namespace
 {
-HANDLE MakeEvent()
+HANDLE NewEvent()
 {
     return CreateEventW(nullptr, TRUE, FALSE, nullptr);
 }
 
-// A handle value that is never handed to the system while CloseHandle is replaced.
-HANDLE Fake(uintptr_t value)
+bool IsOpen(HANDLE handle)
 {
-    return reinterpret_cast<HANDLE>(value);
+    DWORD flags = 0;
+    return GetHandleInformation(handle, &flags) != FALSE;
 }
 
-std::vector<HANDLE> g_closed;
-
-// Notes what is closed in place of closing it, and changes the last error as a failing call would.
-class NotedClose
-{
-public:
-    NotedClose() { g_closed.clear(); }
-    const std::vector<HANDLE>& Closed() const { return g_closed; }
-
-private:
-    Redirect<decltype(CloseHandle)> m_redirect{"CloseHandle", [](HANDLE handle) -> BOOL {
-                                                   g_closed.push_back(handle);
-                                                   SetLastError(6);
-                                                   return FALSE;
-                                               }};
-};
+using CloseCall = SystemCall<decltype(CloseHandle)>;
 } // namespace
 
-TEST(UniqueHandle, HoldsNothingAtFirst)
+TEST(UniqueHandle, IsEmptyAtFirstAndClosesNothing)
 {
-    const NotedClose close;
+    const CloseCall closeHandle("CloseHandle");
     {
         const UniqueHandle handle;
         EXPECT_EQ(nullptr, handle.Get());
         EXPECT_FALSE(handle);
+        const UniqueHandle fromNull(nullptr);
+        EXPECT_FALSE(fromNull);
     }
-    EXPECT_THAT(close.Closed(), IsEmpty());
+    EXPECT_TRUE(closeHandle.Calls().empty());
 }
 
-TEST(UniqueHandle, ClosesItsHandleWhenItGoes)
+TEST(UniqueHandle, ClosesWhatItHoldsOnce)
 {
     const unsigned before = OpenHandleCount();
+    const CloseCall closeHandle("CloseHandle");
+    HANDLE const event = NewEvent();
     {
-        const UniqueHandle handle(MakeEvent());
+        const UniqueHandle handle(event);
+        EXPECT_EQ(event, handle.Get());
         EXPECT_TRUE(handle);
         EXPECT_EQ(before + 1, OpenHandleCount());
+        EXPECT_TRUE(closeHandle.Calls().empty());
     }
+    ASSERT_EQ(1U, closeHandle.Calls().size());
+    EXPECT_EQ(event, std::get<0>(closeHandle.Calls()[0]));
     EXPECT_EQ(before, OpenHandleCount());
 }
 
-TEST(UniqueHandle, TakesNoFileForNothing)
+TEST(UniqueHandle, MovesItsHandleOut)
 {
-    const NotedClose close;
+    const CloseCall closeHandle("CloseHandle");
+    HANDLE const event = NewEvent();
+    {
+        UniqueHandle first(event);
+        const UniqueHandle second(std::move(first));
+        EXPECT_EQ(nullptr, first.Get()); // NOLINT(bugprone-use-after-move): what is left behind is the question
+        EXPECT_EQ(event, second.Get());
+        EXPECT_TRUE(IsOpen(event));
+    }
+    EXPECT_EQ(1U, closeHandle.Calls().size());
+}
+
+TEST(UniqueHandle, ClosesItsOwnHandleWhenAnotherIsMovedIn)
+{
+    const CloseCall closeHandle("CloseHandle");
+    HANDLE const kept = NewEvent();
+    HANDLE const dropped = NewEvent();
+    {
+        UniqueHandle from(kept);
+        UniqueHandle target(dropped);
+        target = std::move(from);
+        ASSERT_EQ(1U, closeHandle.Calls().size());
+        EXPECT_EQ(dropped, std::get<0>(closeHandle.Calls()[0]));
+        EXPECT_EQ(kept, target.Get());
+        EXPECT_EQ(nullptr, from.Get()); // NOLINT(bugprone-use-after-move): what is left behind is the question
+    }
+    ASSERT_EQ(2U, closeHandle.Calls().size());
+    EXPECT_EQ(kept, std::get<0>(closeHandle.Calls()[1]));
+}
+
+TEST(UniqueHandle, SurvivesBeingMovedIntoItself)
+{
+    HANDLE const event = NewEvent();
+    UniqueHandle handle(event);
+    UniqueHandle& itself = handle;
+    handle = std::move(itself);
+    EXPECT_EQ(event, handle.Get());
+    EXPECT_TRUE(IsOpen(event));
+}
+
+TEST(UniqueHandle, TakesAFileHandlesOwnNoneAsNone)
+{
+    const CloseCall closeHandle("CloseHandle");
     {
         const UniqueHandle none = UniqueHandle::FromFile(INVALID_HANDLE_VALUE);
         EXPECT_EQ(nullptr, none.Get());
-        const UniqueHandle file = UniqueHandle::FromFile(Fake(16));
-        EXPECT_EQ(Fake(16), file.Get());
+        EXPECT_FALSE(none);
     }
-    EXPECT_THAT(close.Closed(), ElementsAre(Fake(16)));
-}
+    EXPECT_TRUE(closeHandle.Calls().empty());
 
-TEST(UniqueHandle, MovesWithoutClosing)
-{
-    const NotedClose close;
+    HANDLE const event = NewEvent();
     {
-        UniqueHandle first(Fake(16));
-        UniqueHandle second(std::move(first));
-        EXPECT_EQ(nullptr, first.Get()); // NOLINT(bugprone-use-after-move): a moved handle holds nothing
-        EXPECT_EQ(Fake(16), second.Get());
-        EXPECT_THAT(close.Closed(), IsEmpty());
+        const UniqueHandle some = UniqueHandle::FromFile(event);
+        EXPECT_EQ(event, some.Get());
     }
-    EXPECT_THAT(close.Closed(), ElementsAre(Fake(16)));
+    EXPECT_EQ(1U, closeHandle.Calls().size());
 }
 
-TEST(UniqueHandle, ClosesTheOldHandleWhenAnotherIsMovedIn)
+TEST(UniqueHandle, ReceivesAHandleAndClosesTheOneBefore)
 {
-    const NotedClose close;
+    const CloseCall closeHandle("CloseHandle");
+    HANDLE const first = NewEvent();
+    HANDLE const second = NewEvent();
     {
-        UniqueHandle first(Fake(16));
-        UniqueHandle second(Fake(32));
-        EXPECT_EQ(&first, &(first = std::move(second)));
-        EXPECT_EQ(Fake(32), first.Get());
-        EXPECT_THAT(close.Closed(), ElementsAre(Fake(16)));
+        UniqueHandle handle;
+        *handle.Receive() = first;
+        EXPECT_EQ(first, handle.Get());
+        EXPECT_TRUE(closeHandle.Calls().empty());
+        HANDLE* const place = handle.Receive();
+        EXPECT_EQ(nullptr, *place);
+        ASSERT_EQ(1U, closeHandle.Calls().size());
+        EXPECT_EQ(first, std::get<0>(closeHandle.Calls()[0]));
+        *place = second;
+        EXPECT_EQ(second, handle.Get());
     }
-    EXPECT_THAT(close.Closed(), ElementsAre(Fake(16), Fake(32)));
+    EXPECT_EQ(2U, closeHandle.Calls().size());
 }
 
-TEST(UniqueHandle, SurvivesAMoveToItself)
+TEST(UniqueHandle, DetachesWithoutClosing)
 {
-    const NotedClose close;
-    UniqueHandle handle(Fake(16));
-    UniqueHandle& same = handle;
-    handle = std::move(same);
-    EXPECT_EQ(Fake(16), handle.Get());
-    EXPECT_THAT(close.Closed(), IsEmpty());
-    handle.Detach();
-}
-
-TEST(UniqueHandle, ReceivesAHandleInPlaceOfTheOldOne)
-{
-    const NotedClose close;
-    UniqueHandle handle(Fake(16));
-    *handle.Receive() = Fake(32);
-    EXPECT_EQ(Fake(32), handle.Get());
-    EXPECT_THAT(close.Closed(), ElementsAre(Fake(16)));
-}
-
-TEST(UniqueHandle, GivesItsHandleUp)
-{
-    const NotedClose close;
+    HANDLE const event = NewEvent();
     {
-        UniqueHandle handle(Fake(16));
-        EXPECT_EQ(Fake(16), handle.Detach());
+        UniqueHandle handle(event);
+        EXPECT_EQ(event, handle.Detach());
         EXPECT_FALSE(handle);
     }
-    EXPECT_THAT(close.Closed(), IsEmpty());
+    EXPECT_TRUE(IsOpen(event));
+    CloseHandle(event);
 }
 
-TEST(UniqueHandle, KeepsTheLastErrorWhenItCloses)
+TEST(UniqueHandle, ResetsToNothingAndToAnother)
 {
-    const NotedClose close;
-    UniqueHandle handle(Fake(16));
-    SetLastError(1234);
-    handle.Reset(Fake(32));
-    EXPECT_EQ(1234U, GetLastError());
+    HANDLE const first = NewEvent();
+    HANDLE const second = NewEvent();
+    UniqueHandle handle(first);
+    handle.Reset(second);
+    EXPECT_FALSE(IsOpen(first));
+    EXPECT_EQ(second, handle.Get());
     handle.Reset();
+    EXPECT_FALSE(IsOpen(second));
+    EXPECT_FALSE(handle);
+    handle.Reset();
+    EXPECT_FALSE(handle);
+}
+
+TEST(UniqueHandle, LeavesTheLastErrorAsItWas)
+{
+    CloseCall closeHandle("CloseHandle");
+    closeHandle.FailWith(ERROR_INVALID_HANDLE);
+    HANDLE const event = NewEvent();
+    SetLastError(1234);
+    {
+        const UniqueHandle handle(event);
+    }
     EXPECT_EQ(1234U, GetLastError());
-    EXPECT_EQ(nullptr, handle.Get());
-    EXPECT_THAT(close.Closed(), ElementsAre(Fake(16), Fake(32)));
+    EXPECT_EQ(1U, closeHandle.Calls().size());
 }
