@@ -700,8 +700,10 @@ TEST(CProcess, ThatMemoryDoesNotSufficeForIsNoneOrWholeEnough)
     const SittingProcess sitting;
     TokenStandIn token;
     token.AnswerGroups({{c_everyone, 7}, {c_administrators, 15}});
-    const Process warm = Open(sitting.Id());
-    ASSERT_NE(warm, nullptr);
+    {
+        const AllocationWatch watch;
+        ASSERT_NE(Open(sitting.Id()), nullptr);
+    }
     const unsigned handles = OpenHandleCount();
     bool failed = true;
     unsigned successes = 0;
