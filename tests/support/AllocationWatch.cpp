@@ -9,6 +9,7 @@ namespace
 constexpr unsigned c_never = ~0U;
 
 void* (*g_malloc)(size_t);
+void* (*g_calloc)(size_t, size_t);
 void* (*g_realloc)(void*, size_t);
 void (*g_free)(void*);
 DWORD g_thread;
@@ -54,6 +55,18 @@ void* WatchedMalloc(size_t sizeBytes)
     return block;
 }
 
+// The compiler makes a zeroing malloc into this.
+void* WatchedCalloc(size_t count, size_t sizeBytes)
+{
+    if (!IsWatched())
+        return g_calloc(count, sizeBytes);
+    if (!Note(count * sizeBytes))
+        return nullptr;
+    void* const block = g_calloc(count, sizeBytes);
+    g_outstanding += block != nullptr ? 1 : 0;
+    return block;
+}
+
 void* WatchedRealloc(void* block, size_t sizeBytes)
 {
     if (!IsWatched())
@@ -85,6 +98,7 @@ AllocationWatch::AllocationWatch()
     }
     // Making a redirection allocates: each function's real one is known before the next is made.
     g_malloc = m_malloc.emplace("malloc", WatchedMalloc).Real();
+    g_calloc = m_calloc.emplace("calloc", WatchedCalloc).Real();
     g_realloc = m_realloc.emplace("realloc", WatchedRealloc).Real();
     g_free = m_free.emplace("free", WatchedFree).Real();
     g_outstanding = 0;

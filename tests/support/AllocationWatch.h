@@ -35,6 +35,7 @@ public:
 
 private:
     std::optional<Redirect<void*(size_t)>> m_malloc;
+    std::optional<Redirect<void*(size_t, size_t)>> m_calloc;
     std::optional<Redirect<void*(void*, size_t)>> m_realloc;
     std::optional<Redirect<void(void*)>> m_free;
 };
