@@ -7,6 +7,7 @@
 
 #include <windows.h>
 
+#include <cwchar>
 #include <gmock/gmock.h>
 #include <map>
 #include <string>
@@ -130,6 +131,44 @@ TEST(GetWindowsVersion, IsFiveWhenTheSystemAnswersNothing)
     const SystemCall<decltype(VerifyVersionInfoW)> verify("VerifyVersionInfoW", ERROR_GEN_FAILURE);
     EXPECT_EQ(5U, GetWindowsVersion());
     EXPECT_EQ(8U, verify.Calls().size());
+}
+
+ORV_CHILD_ROLE(TellWindowsVersion)
+{
+    return static_cast<int>(GetWindowsVersion());
+}
+
+// Wine takes the version that it reports from its configuration, for one program if its base name has an entry there.
+TEST(GetWindowsVersion, FollowsTheVersionThatWineIsConfiguredFor)
+{
+    if (g_SecManager.RunningUnderWine() == 0)
+        GTEST_SKIP() << "the version of Windows cannot be chosen";
+    struct Case
+    {
+        const wchar_t* configured;
+        unsigned version;
+    };
+    // This program's manifest does not name Windows 10, so that the system admits to 6.2 at most.
+    const Case cases[] = {{L"winxp64", 5}, {L"vista", 6}, {L"win7", 7}, {L"win8", 8}, {L"win81", 8}, {L"win10", 8}};
+    wchar_t own[MAX_PATH]{};
+    GetModuleFileNameW(nullptr, own, MAX_PATH);
+    const std::wstring name = FreshName(L"version") + L".exe";
+    const std::wstring folder = FreshFolder();
+    const std::wstring program = folder + L"\\" + name;
+    ASSERT_NE(FALSE, CopyFileW(own, program.c_str(), TRUE));
+    const std::wstring key = L"Software\\Wine\\AppDefaults\\" + name;
+    for (const Case& item : cases)
+    {
+        const auto size = static_cast<DWORD>((std::wcslen(item.configured) + 1) * sizeof(wchar_t));
+        ASSERT_EQ(ERROR_SUCCESS,
+                  RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), L"Version", REG_SZ, item.configured, size));
+        const ChildProcess child =
+            ChildProcess::Start(program, L"\"" + program + L"\" --child-role TellWindowsVersion");
+        EXPECT_EQ(item.version, child.WaitForExit()) << testing::PrintToString(item.configured);
+    }
+    RegDeleteKeyW(HKEY_CURRENT_USER, key.c_str());
+    DeleteFileW(program.c_str());
+    RemoveDirectoryW(folder.c_str());
 }
 
 TEST(CProxySecManager, UsesThePrivateNamespaceFromWindowsSixOn)
