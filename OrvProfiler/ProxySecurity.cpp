@@ -95,6 +95,7 @@ CProxySecManager::CProxySecManager() noexcept : m_osVersion(GetWindowsVersion())
 
 CProxySecManager::~CProxySecManager()
 {
+    m_currentProcess.reset();
     if (m_namespace != nullptr)
         OrvPCloseNamespace(m_namespace);
     if (m_boundary != nullptr)

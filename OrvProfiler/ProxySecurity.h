@@ -1,9 +1,11 @@
 #pragma once
 
 #include "OrvProfiler/EntryPoint.h"
+#include "OrvProfiler/TString.h"
 #include "OrvProfiler/WinTypes.h"
 
 #include <cstdint>
+#include <memory>
 
 // The private namespace in which all shared kernel objects live, and the boundary descriptor that guards it. Every
 // process that is to see the same objects uses the same two names.
@@ -18,11 +20,21 @@ constexpr uint32_t c_sessionFailed = 0xFFFFFFFE;
 // not name the later systems is told at most 8 by the system.
 uint64_t GetWindowsVersion() noexcept;
 
+// The bits of IsRunAsAdmin.
+constexpr uint32_t c_adminBuiltInGroup = 1;
+constexpr uint32_t c_adminAccount = 2;
+constexpr uint32_t c_adminDomainGroup = 4;
+
+// The answers of GetArchitecture, beside 32 and 64.
+constexpr uint32_t c_architectureUnreadable = 0;
+constexpr uint32_t c_architectureUnknown = 0xFFFFFFFF;
+
 // The one place where kernel objects that two processes share (events, mutexes, file mappings) are named, created and
-// opened, and where system functions that older systems lack are looked up.
+// opened, where system functions that older systems lack are looked up, and where questions about processes, accounts
+// and executable files are answered.
 //
 // Exactly one exists, g_SecManager, constructed before the entry function runs and destroyed at process exit. It is
-// read-only after its construction: any thread may call it.
+// read-only after its construction, the object of the current process excepted: any thread may call it.
 //
 // No operation throws. A failed system call is reported by one trace line with the system's error text and by the
 // result (null, false or an all-ones value); nothing is left half made.
@@ -32,10 +44,14 @@ uint64_t GetWindowsVersion() noexcept;
 class CProxySecManager
 {
 public:
+    class CAccount; // a user or a group, see ProxyProcess.h
+    class CProcess; // a running process, see ProxyProcess.h
+
     // Finds out the system's version, enables the debug privilege if the account has it, looks up the entry points
     // and opens, or as the first process creates, the private namespace.
     CProxySecManager() noexcept;
-    // Leaves the namespace, which lives on while other processes hold it, and frees the libraries.
+    // Deletes the object of the current process, leaves the namespace, which lives on while other processes hold it,
+    // and frees the libraries.
     ~CProxySecManager();
     CProxySecManager(const CProxySecManager&) = delete;
     CProxySecManager& operator=(const CProxySecManager&) = delete;
@@ -97,12 +113,58 @@ public:
     bool LoadStandardFunctions() noexcept;
     bool LoadVistaFunctions() noexcept;
 
+    // Reads what there is to know of a running process. The new object is the caller's, who deletes it. Null, without
+    // a trace line of its own, when the process has ended, cannot be opened or runs for no known user (unless
+    // s_allowNoUser is set).
+    CProcess* OpenProcessObject(uint32_t processId) const noexcept;
+
+    // The object of the current process, which stays the manager's: made on the first call, the same ever after, and
+    // as old as that call. Null when account look-ups are missing or the object cannot be made (the next call tries
+    // again). Deliberately not locked: two threads must not make the first call together.
+    CProcess* GetCurrentProcessObject() noexcept;
+
+    // Which administrators the process's user belongs to: c_adminBuiltInGroup, c_adminAccount and c_adminDomainGroup,
+    // added up. Deliberately counts groups that the token holds for denying only, so that an administrator whose
+    // token is filtered is reported all the same. 0 when none, on systems without IsWellKnownSid, and, with one trace
+    // line, when the token cannot be read.
+    uint32_t IsRunAsAdmin(HANDLE process) const noexcept;
+
+    // The word length, 32 or 64, of an executable file by its header; c_architectureUnknown when the file is no such
+    // image or of another kind; c_architectureUnreadable when it ends too early, cannot be read or, with one trace
+    // line, cannot be opened.
+    uint32_t GetArchitecture(const wchar_t* path) const noexcept;
+
+    // Whether a running Win32 service has that process id; false also when the services cannot be listed.
+    bool IsProcessAService(uint32_t processId) const noexcept;
+
+    // The id of the process behind a handle, 0 on failure.
+    uint32_t GetProcessIdOfHandle(HANDLE process) const noexcept;
+
+    // The process's image file as the kernel names it (\Device\...), at most 259 units; empty for a null handle and
+    // on failure.
+    TString GetImageName(HANDLE process) const noexcept;
+
+    // Whether the system is 64-bit and the process runs natively on it. False also when that cannot be asked: on
+    // failure and where IsWow64Process was not looked up (see LoadVistaFunctions).
+    bool Is64BitProcess(HANDLE process) const noexcept;
+
+    // Whether the SID is of the well-known type, a WELL_KNOWN_SID_TYPE. False on systems without IsWellKnownSid.
+    bool IsWellKnown(PSID sid, uint32_t type) const noexcept;
+    // Whether the SID is one of those that IsRunAsAdmin looks for.
+    bool IsAdminSid(PSID sid) const noexcept;
+
+    // Lets OpenProcessObject succeed for processes whose user is not known. Off unless a program sets it, which it
+    // does before other threads ask for processes.
+    static bool s_allowNoUser;
+
     // 1 when this process created the private namespace, 0 when it opened it or has none. Informational.
     uint32_t NamespaceCreatedHere() const noexcept { return m_namespaceCreatedHere; }
     // 1 when the system is Wine.
     uint32_t RunningUnderWine() const noexcept { return m_runningUnderWine; }
 
 private:
+    friend class CVersionRecord;
+
     void LookUpNamespaceFunctions() noexcept;
     bool HasNamespaceFunctions() const noexcept;
     void DetectWine() noexcept;
@@ -130,8 +192,12 @@ private:
     EntryPoint m_isWellKnownSid = nullptr;
     EntryPoint m_lookupAccountSidW = nullptr;
     EntryPoint m_lookupAccountNameW = nullptr;
+    std::unique_ptr<CProcess> m_currentProcess;
     uint32_t m_runningUnderWine = 0;
 };
 
 // The one manager. Defined with the other static objects of the process, see StaticObjects.cpp.
 extern CProxySecManager g_SecManager;
+
+// The nested classes, which need the manager declared first, whichever of the two headers a source file includes.
+#include "OrvProfiler/ProxyProcess.h" // IWYU pragma: export

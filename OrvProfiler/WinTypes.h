@@ -6,6 +6,7 @@
 struct HWND__;
 struct HINSTANCE__;
 struct _SECURITY_ATTRIBUTES;
+struct _SID_AND_ATTRIBUTES;
 
 typedef void* HANDLE;
 typedef HWND__* HWND;
@@ -13,3 +14,5 @@ typedef HINSTANCE__* HMODULE;
 typedef unsigned long DWORD;
 typedef _SECURITY_ATTRIBUTES SECURITY_ATTRIBUTES;
 typedef void* PSECURITY_DESCRIPTOR;
+typedef void* PSID;
+typedef _SID_AND_ATTRIBUTES SID_AND_ATTRIBUTES;
