@@ -3,8 +3,12 @@
 // The few Windows types that the library's headers name, declared as <windows.h> declares them, so that a header
 // can be included without it. Including <windows.h> before or after is fine: the declarations agree.
 
+// As Windows spells them.
+// NOLINTBEGIN(bugprone-reserved-identifier, cert-dcl*, google-runtime-int, modernize-use-using)
+
 struct HWND__;
 struct HINSTANCE__;
+struct _RTL_CRITICAL_SECTION;
 struct _SECURITY_ATTRIBUTES;
 
 typedef void* HANDLE;
@@ -13,3 +17,5 @@ typedef HINSTANCE__* HMODULE;
 typedef unsigned long DWORD;
 typedef _SECURITY_ATTRIBUTES SECURITY_ATTRIBUTES;
 typedef void* PSECURITY_DESCRIPTOR;
+
+// NOLINTEND(bugprone-reserved-identifier, cert-dcl*, google-runtime-int, modernize-use-using)
