@@ -1,6 +1,6 @@
 #include "OrvProfiler/BitMask.h"
 
-#include "tests/support/AllocationProbe.h"
+#include "tests/support/AllocationWatch.h"
 
 #include <cstring>
 #include <gmock/gmock.h>
@@ -321,17 +321,17 @@ TEST(BitMask, OverlapComparesBitsWithWords)
 
 TEST(BitMask, GivesItsMemoryBack)
 {
-    const AllocationProbe heap;
+    const AllocationWatch heap;
     {
         BitMask mask;
         BitMask other(mask);
-        EXPECT_EQ(2U, heap.LiveBlocks());
+        EXPECT_EQ(2, heap.Outstanding());
         mask.Set(5000, true);
         other = mask;
         other.Resize(32, false);
-        EXPECT_EQ(2U, heap.LiveBlocks());
+        EXPECT_EQ(2, heap.Outstanding());
     }
-    EXPECT_EQ(0U, heap.LiveBlocks());
+    EXPECT_EQ(0, heap.Outstanding());
 }
 
 TEST(BitMask, StaysAsItWasWhenThereIsNoMemory)
@@ -339,8 +339,8 @@ TEST(BitMask, StaysAsItWasWhenThereIsNoMemory)
     BitMask mask;
     mask.Set(7, true);
     {
-        AllocationProbe heap;
-        heap.FailRequest(1);
+        AllocationWatch heap;
+        heap.FailOneAfter(0);
         EXPECT_THROW(mask.Set(96, true), std::bad_alloc);
     }
     EXPECT_EQ(64U, mask.GetBits());
@@ -361,9 +361,9 @@ TEST(BitMask, AsksForRoomForTheHighestBitNumbers)
     for (const auto& expected : cases)
     {
         BitMask mask;
-        AllocationProbe heap;
-        heap.FailRequest(1);
+        AllocationWatch heap;
+        heap.FailOneAfter(0);
         EXPECT_THROW(mask.Test(expected.n), std::bad_alloc);
-        EXPECT_EQ(expected.bytes, heap.Requests().front()) << expected.n;
+        EXPECT_EQ(expected.bytes, heap.SizeBytes(0)) << expected.n;
     }
 }

@@ -1,6 +1,5 @@
 #include "OrvProfiler/Trace.h"
 #include "tests/support/AllocationWatch.h"
-#include "tests/support/AllocationProbe.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ImportRedirect.h"
 #include "tests/support/PageEdge.h"
@@ -11,8 +10,6 @@
 
 #include <cstdlib>
 #include <gtest/gtest.h>
-#include <new>
-#include <vector>
 
 // The harness itself: each way a child can fail has its own exit code, and a redirection is undone.
 
@@ -95,70 +92,6 @@ TEST(SystemProbe, CountsAHandleThatStaysOpen)
     CloseHandle(event);
     EXPECT_EQ(before, OpenHandleCount());
     EXPECT_TRUE(HeapIsConsistent());
-}
-
-namespace
-{
-// Called through these, so that the compiler cannot leave out a block that nothing uses.
-void* (*volatile g_malloc)(size_t) = std::malloc;
-void* (*volatile g_calloc)(size_t, size_t) = std::calloc;
-void* (*volatile g_realloc)(void*, size_t) = std::realloc;
-void (*volatile g_free)(void*) = std::free;
-void* (*volatile g_new)(size_t) = operator new;
-void (*volatile g_delete)(void*) = operator delete;
-} // namespace
-
-TEST(AllocationProbe, CountsTheBlocksThatStayTaken)
-{
-    const AllocationProbe heap;
-    void* const plain = g_realloc(g_malloc(200), 300);
-    void* const zeroed = g_calloc(10, 40);
-    void* const object = g_new(500);
-    EXPECT_EQ(3U, heap.LiveBlocks());
-    EXPECT_EQ((std::vector<size_t>{200, 300, 400, 500}), heap.Requests());
-    g_free(plain);
-    g_free(nullptr);
-    EXPECT_EQ(2U, heap.LiveBlocks());
-    g_free(zeroed);
-    g_delete(object);
-    EXPECT_EQ(0U, heap.LiveBlocks());
-}
-
-TEST(AllocationProbe, LeavesOtherThreadsAlone)
-{
-    static void* block;
-    AllocationProbe heap;
-    heap.FailSize(100);
-    HANDLE const thread = CreateThread(
-        nullptr, 0,
-        [](void*) -> DWORD {
-            block = g_malloc(100);
-            return 0;
-        },
-        nullptr, 0, nullptr);
-    WaitForSingleObject(thread, 30000);
-    CloseHandle(thread);
-    EXPECT_NE(nullptr, block);
-    EXPECT_EQ(0U, heap.LiveBlocks());
-    g_free(block);
-}
-
-TEST(AllocationProbe, FailsTheRequestAskedForOnce)
-{
-    AllocationProbe heap;
-    heap.FailSize(300);
-    g_free(g_malloc(200));
-    EXPECT_THROW(g_new(300), std::bad_alloc);
-    g_delete(g_new(300));
-    for (const auto& attempt :
-         {+[] { return g_malloc(15); }, +[] { return g_calloc(3, 5); }, +[] { return g_realloc(nullptr, 15); }})
-    {
-        heap.FailRequest(2);
-        g_free(g_malloc(15));
-        EXPECT_EQ(nullptr, attempt());
-        g_free(g_malloc(15));
-    }
-    EXPECT_EQ(0U, heap.LiveBlocks());
 }
 
 TEST(TraceCapture, SeesTheFullTextAndStripsTheTime)

@@ -1,6 +1,6 @@
 #include "OrvProfiler/ThreadLock.h"
 
-#include "tests/support/AllocationProbe.h"
+#include "tests/support/AllocationWatch.h"
 #include "tests/support/ImportRedirect.h"
 
 #include <windows.h>
@@ -236,20 +236,20 @@ TEST(CThreadLock, DestructionDeletesTheSectionOnce)
 
 TEST(CThreadLock, GivesItsMemoryBack)
 {
-    const AllocationProbe heap;
+    const AllocationWatch heap;
     {
         const CThreadLock lock;
-        EXPECT_EQ(1U, heap.LiveBlocks());
-        EXPECT_EQ(40U, heap.Requests().at(0)); // a critical section
+        EXPECT_EQ(1, heap.Outstanding());
+        EXPECT_EQ(40U, heap.SizeBytes(0)); // a critical section
     }
-    EXPECT_EQ(0U, heap.LiveBlocks());
+    EXPECT_EQ(0, heap.Outstanding());
 }
 
 TEST(CThreadLock, DropsAnExceptionOfTheDeletion)
 {
     static int calls;
     calls = 0;
-    const AllocationProbe heap;
+    const AllocationWatch heap;
     {
         auto lock = std::make_unique<CThreadLock>();
         const Redirect<decltype(DeleteCriticalSection)> deletion("DeleteCriticalSection", [](CRITICAL_SECTION*) {
@@ -259,7 +259,7 @@ TEST(CThreadLock, DropsAnExceptionOfTheDeletion)
         EXPECT_NO_THROW(lock.reset());
     }
     EXPECT_EQ(1, calls);
-    EXPECT_EQ(0U, heap.LiveBlocks());
+    EXPECT_EQ(0, heap.Outstanding());
 }
 
 // How a lock without a section behaves, however it came to have none.
@@ -276,14 +276,14 @@ static void ExpectToDoNothing(CThreadLock& lock)
 
 TEST(CThreadLock, DoesNothingWhenTheSectionCannotBeInitialised)
 {
-    const AllocationProbe heap;
+    const AllocationWatch heap;
     std::optional<CThreadLock> lock;
     {
         const Redirect<decltype(InitializeCriticalSection)> initialisation(
             "InitializeCriticalSection", [](CRITICAL_SECTION*) { throw std::runtime_error("on purpose"); });
-        const size_t before = heap.LiveBlocks();
+        const int before = heap.Outstanding();
         lock.emplace();
-        EXPECT_EQ(before, heap.LiveBlocks());
+        EXPECT_EQ(before, heap.Outstanding());
     }
     ExpectToDoNothing(*lock);
     const CountedSectionCall deleted("DeleteCriticalSection", *lock);
@@ -295,8 +295,8 @@ TEST(CThreadLock, DoesNothingWhenThereIsNoMemoryForTheSection)
 {
     std::optional<CThreadLock> lock;
     {
-        AllocationProbe heap;
-        heap.FailRequest(1);
+        AllocationWatch heap;
+        heap.FailOneAfter(0);
         lock.emplace();
     }
     ExpectToDoNothing(*lock);
