@@ -15,7 +15,6 @@ namespace
 {
 constexpr const wchar_t* c_source = L"ProxySecurity";
 constexpr size_t c_accountTextUnits = 260;
-constexpr size_t c_usualGroupCount = 100;
 
 // Reads a structure of another process, whole or not at all.
 template <class Structure>
@@ -50,6 +49,20 @@ void ReadRemoteText(HANDLE process, const CountedText& counted, TString& text) n
         read = 0;
     // What was read ends where the text's own NUL is, and at the latest here.
     buffer[std::min<size_t>(read, readBytes) / sizeof(wchar_t)] = L'\0';
+}
+
+// Whether the list, now the account's owner, could take it. A list that cannot grow is emptied.
+bool AddToList(CProxySecManager::CProcess::AccountList& list, CProxySecManager::CAccount* account) noexcept
+{
+    const int32_t count = list.GetCount();
+    try
+    {
+        list.Add(account, true);
+    }
+    catch (...) // NOLINT(bugprone-empty-catch): the count tells
+    {
+    }
+    return list.GetCount() > count;
 }
 } // namespace
 
@@ -153,23 +166,15 @@ CProxySecManager::CAccount* CProxySecManager::CProcess::GetUser(HANDLE token) no
     return user.Get() != nullptr ? CAccount::Create(user.Get()) : nullptr;
 }
 
-uint32_t CProxySecManager::CProcess::GetGroupMembership(HANDLE token, AccountList& list) noexcept
+int32_t CProxySecManager::CProcess::GetGroupMembership(HANDLE token, AccountList& list) noexcept
 {
-    const TokenGroupsQuery groups(token, L"CProxySecManager::CProcess::GetGroupMembership");
-    try
+    for (const SID_AND_ATTRIBUTES& group : TokenGroupsQuery(token, L"CProxySecManager::CProcess::GetGroupMembership"))
     {
-        list.reserve(c_usualGroupCount);
-        for (const SID_AND_ATTRIBUTES& group : groups)
-        {
-            std::unique_ptr<CAccount> account(CAccount::Create(&group));
-            if (account != nullptr)
-                list.push_back(std::move(account));
-        }
+        std::unique_ptr<CAccount> account(CAccount::Create(&group));
+        if (account != nullptr && AddToList(list, account.get()))
+            static_cast<void>(account.release());
     }
-    catch (...) // NOLINT(bugprone-empty-catch): without memory the list keeps the accounts that it has
-    {
-    }
-    return static_cast<uint32_t>(list.size());
+    return list.GetCount();
 }
 
 const CVersionRecord* CProxySecManager::CProcess::GetVersion() const noexcept

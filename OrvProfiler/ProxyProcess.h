@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OrvProfiler/array.h"
 #include "OrvProfiler/ProxySecurity.h"
 #include "OrvProfiler/TString.h"
 #include "OrvProfiler/UniqueHandle.h"
@@ -8,7 +9,7 @@
 
 #include <cstdint>
 #include <memory>
-#include <vector>
+#include <utility>
 
 // The flags of a process object that its reader shows; the user's is set when the user is known.
 constexpr uint32_t c_processUserFound = 0x10000000;
@@ -43,12 +44,48 @@ private:
     TString m_domain;
 };
 
+// An account in a PtrArray, which the element deletes when it owns it.
+class PtrArrayAccount
+{
+public:
+    using Value = CProxySecManager::CAccount*;
+
+    PtrArrayAccount(Value account, bool owned) noexcept : m_account(account), m_owned(owned) {}
+    ~PtrArrayAccount() { Reset(); }
+    PtrArrayAccount(const PtrArrayAccount&) = delete;
+    PtrArrayAccount& operator=(const PtrArrayAccount&) = delete;
+    // Takes the other's account over, after deleting its own.
+    PtrArrayAccount& operator=(PtrArrayAccount&& other) noexcept
+    {
+        if (this == &other)
+            return *this;
+        Reset();
+        m_account = std::exchange(other.m_account, nullptr);
+        m_owned = std::exchange(other.m_owned, false);
+        return *this;
+    }
+
+    Value GetValue() const noexcept { return m_account; }
+
+private:
+    void Reset() noexcept
+    {
+        if (m_owned)
+            delete m_account;
+    }
+
+    Value m_account;
+    bool m_owned;
+};
+static_assert(sizeof(PtrArrayAccount) == 16, "elements of every kind share one layout");
+
 // A running process, as it was when CProxySecManager::OpenProcessObject made the object. Belongs to one thread: two
 // answers, the version record and the architecture, are looked up when they are first asked for.
 class CProxySecManager::CProcess
 {
 public:
-    using AccountList = std::vector<std::unique_ptr<CAccount>>;
+    // The accounts in it are the list's.
+    using AccountList = PtrArray<PtrArrayAccount>;
 
     virtual ~CProcess();
     CProcess(const CProcess&) = delete;
@@ -59,7 +96,7 @@ public:
     static CAccount* GetUser(HANDLE token) noexcept;
     // Adds the token's groups to the list, those that cannot be looked up excepted. Returns the number of accounts
     // that the list then holds. A failed query is traced.
-    static uint32_t GetGroupMembership(HANDLE token, AccountList& list) noexcept;
+    static int32_t GetGroupMembership(HANDLE token, AccountList& list) noexcept;
 
     // What the process was started with, empty where it could not be read. The image path is then the kernel's,
     // turned into a drive path where a drive has it; the title is empty too when it only repeats the image path.
@@ -86,13 +123,16 @@ public:
 private:
     friend class CProxySecManager;
 
+    static constexpr int32_t c_groupStep = 100;
+    static constexpr uint32_t c_architectureNotAsked = 0xFFFFFFFF;
+
     CProcess(const CProxySecManager& manager, uint32_t processId, UniqueHandle process) noexcept;
 
     void ReadParameters(const CProxySecManager& manager) noexcept;
     void ReadToken() noexcept;
     bool IsValid() const noexcept;
 
-    AccountList m_groups;
+    AccountList m_groups{c_groupStep};
     std::unique_ptr<CAccount> m_user;
     uint32_t m_flags = 0;
     UniqueHandle m_token;
@@ -105,6 +145,4 @@ private:
     TString m_windowTitle;
     mutable uint32_t m_architecture = c_architectureNotAsked;
     mutable std::unique_ptr<CVersionRecord> m_version;
-
-    static constexpr uint32_t c_architectureNotAsked = 0xFFFFFFFF;
 };

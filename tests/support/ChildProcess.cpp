@@ -32,12 +32,15 @@ HANDLE MakeKillJob()
 }
 } // namespace
 
-ChildProcess ChildProcess::Start(const std::wstring& program, const std::wstring& commandLine, const wchar_t* folder)
+ChildProcess ChildProcess::Start(const std::wstring& program, const std::wstring& commandLine, const wchar_t* folder,
+                                 const wchar_t* title)
 {
     ChildProcess child;
     child.m_job = MakeKillJob();
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
+    std::wstring ownTitle = title != nullptr ? title : L"";
+    startup.lpTitle = title != nullptr ? ownTitle.data() : nullptr;
     PROCESS_INFORMATION process{};
     std::wstring line = commandLine;
     if (CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, FALSE, CREATE_SUSPENDED, nullptr, folder,

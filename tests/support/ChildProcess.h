@@ -12,9 +12,10 @@ public:
     static constexpr unsigned c_defaultTimeoutMs = 30000;
 
     // Starts a program with a command line (the program's own path first, quoted by the caller where needed), in the
-    // given folder or the current one. Throws std::runtime_error when it cannot be started.
+    // given folder or the current one, with the given window title or the system's choice. Throws std::runtime_error
+    // when it cannot be started.
     static ChildProcess Start(const std::wstring& program, const std::wstring& commandLine,
-                              const wchar_t* folder = nullptr);
+                              const wchar_t* folder = nullptr, const wchar_t* title = nullptr);
 
     // Starts this test program again, to run the role of the given name (see ORV_CHILD_ROLE).
     static ChildProcess StartRole(const wchar_t* role, const Arguments& arguments = {});
