@@ -6,6 +6,7 @@
 
 #include "bridge/OrvRuntimeBridge.h"
 
+#include <dlfcn.h>
 #include <pthread.h>
 #include <sched.h>
 #include <signal.h>
@@ -67,6 +68,9 @@ int32_t StartRuntime(const Request& request)
         return c_ok;
     // Mono's default way of stopping threads for a collection aborts on threads that wait in foreign code.
     setenv("MONO_THREADS_SUSPEND", "preemptive", 1);
+    // Mono's own helper library looks up Mono's functions among the process's global ones, but Wine loads libraries
+    // with their symbols kept local.
+    dlopen("libmonosgen-2.0.so.1", RTLD_NOW | RTLD_GLOBAL | RTLD_NOLOAD);
     // Faults in foreign code are Wine's to handle.
     mono_set_signal_chaining(1);
     mono_config_parse(nullptr);
