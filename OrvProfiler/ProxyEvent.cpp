@@ -254,15 +254,16 @@ bool CProxyEvent::WaitForResponse(uint32_t timeoutMs)
         m_window != nullptr ? WaitPumping(count, m_responses, timeoutMs) : DoWait(count, m_responses, timeoutMs);
     if (result >= count)
         return false;
-    m_lastResponseOk = result == 0;
-    if (!m_lastResponseOk)
+    const bool ok = result == 0;
+    if (!ok)
         Trace(L"%6.0f %s %s\n", TickMs(), L"CProxyEvent::WaitForResponse", L"failed\n");
+    m_lastResponseOk = ok;
     return true;
 }
 
 // Waits so that a thread that owns windows keeps answering messages. A handle is always found by the test at the top,
-// never by what the blocking wait returned, and is reset. The time counted is that of the waits and of the tests; the
-// time spent in dispatching messages deliberately does not count.
+// never by what the blocking wait returned, and is reset. The time counted is that of the blocking waits; the time
+// spent in dispatching messages deliberately does not count.
 uint32_t CProxyEvent::WaitPumping(uint32_t count, const HANDLE* handles, uint32_t timeoutMs)
 {
     const double limitMs = timeoutMs;
@@ -307,8 +308,9 @@ bool CProxyEvent::Respond(bool ok)
 
 bool CProxyEvent::ResponseWasOk() const
 {
-    Trace(L"%6.0f %s  %s\n", TickMs(), L"CProxyEvent::ResponseWasOk", m_lastResponseOk ? L"ok" : L"not ok");
-    return m_lastResponseOk;
+    const bool ok = m_lastResponseOk;
+    Trace(L"%6.0f %s  %s\n", TickMs(), L"CProxyEvent::ResponseWasOk", ok ? L"ok" : L"not ok");
+    return ok;
 }
 
 BitMask CProxyEvent::VerifyMask(const BitMask& set) const

@@ -3,6 +3,7 @@
 #include "OrvProfiler/BitMask.h"
 #include "OrvProfiler/WinTypes.h"
 
+#include <atomic>
 #include <cstdint>
 
 // The numbers of the proxy events, shared by the whole proxy family. NOT_OK and OK are the two responses, every other
@@ -70,9 +71,9 @@ constexpr int32_t c_proxyEventCount = 50;
 // An event is known by its number, 1 to 50. Any other number is answered with false, 128 or an empty name. An event
 // set is a bit mask with bit n-1 for event n. A signalled event stays so until it is reset.
 //
-// Any thread may set and wait, except that only one thread at a time may wait for a response. Time-outs are
-// milliseconds, 0xFFFFFFFF without limit. Failed system calls are reported by the result; nothing throws but an event
-// set that cannot allocate.
+// Any thread may set and wait; the last response is the one that any thread saw last. Time-outs are milliseconds,
+// 0xFFFFFFFF without limit. Failed system calls are reported by the result; nothing throws but an event set that
+// cannot allocate.
 class CProxyEvent
 {
 public:
@@ -159,7 +160,7 @@ private:
     HANDLE m_handles[c_proxyEventCount]{};
     // The handles of OK and NOT_OK once more, in the order in which a wait for a response reports them. Not owned.
     HANDLE m_responses[2]{};
-    bool m_lastResponseOk = false;
+    std::atomic<bool> m_lastResponseOk{false};
     // Every bit that is no event's.
     BitMask m_invalidEvents;
 };

@@ -131,5 +131,6 @@ uint64_t CProxyMap::ViewSize() const noexcept
     MEMORY_BASIC_INFORMATION region{};
     if (m_pView == nullptr || VirtualQuery(m_pView, &region, sizeof region) == 0)
         return 0;
-    return region.RegionSize;
+    // Whoever made the mapping may have reserved its memory only.
+    return region.State == MEM_COMMIT ? region.RegionSize : 0;
 }

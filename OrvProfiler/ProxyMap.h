@@ -39,7 +39,7 @@ public:
     HANDLE OpenMap(uint32_t id);
     // Maps the whole mapping if it is not mapped yet. Returns the start of the view, null on failure.
     void* MapView();
-    // Whether this object created the mapping that it holds.
+    // Whether this object created its mapping; also true after a create that failed, until the next Close.
     bool IsCreated() const noexcept { return m_created; }
 
 protected:

@@ -2,11 +2,11 @@
 
 #include "OrvProfiler/DebugAssert.h"
 #include "OrvProfiler/ProxySecurity.h"
+#include "OrvProfiler/ShareBytes.h"
 #include "OrvProfiler/Trace.h"
 
 #include <windows.h>
 
-#include <cstring>
 #include <new>
 
 CProxyShare* g_pShare = nullptr;
@@ -67,12 +67,12 @@ ShareControl* CProxyShare::GetControl() const noexcept
     return m_pShare != nullptr ? &m_pShare->control : nullptr;
 }
 
-HWND CProxyShare::GetClientWindow() const noexcept
+HWND CProxyShare::GetClientWindow() const
 {
     return m_pShare != nullptr ? reinterpret_cast<HWND>(m_pShare->control.clientWindow) : nullptr;
 }
 
-int32_t CProxyShare::GetControlCount() const noexcept
+int32_t CProxyShare::GetControlCount() const
 {
     const int32_t count = m_pShare != nullptr ? m_pShare->control.count : 0;
     return count >= 1 && count < c_controlCountLimit ? count : c_controlCountLimit;
@@ -83,7 +83,7 @@ bool CProxyShare::SetControl(const void* source)
     if (m_pShare == nullptr || source == nullptr)
         return false;
     const Guard guard(*this, c_shareLock);
-    std::memcpy(&m_pShare->control, source, sizeof m_pShare->control);
+    CopyBytes(&m_pShare->control, source, sizeof m_pShare->control);
     return true;
 }
 
@@ -92,7 +92,7 @@ void CProxyShare::ClearAll()
     if (m_pShare == nullptr)
         return;
     const Guard guard(*this, c_shareLock);
-    std::memset(static_cast<void*>(m_pShare), 0, sizeof *m_pShare);
+    ZeroBytes(m_pShare, sizeof *m_pShare);
 }
 
 void CProxyShare::ResetRunData()
@@ -104,9 +104,9 @@ void CProxyShare::ResetRunData()
         return;
     const Guard guard(*this, c_shareLock);
     auto* const bytes = reinterpret_cast<uint8_t*>(m_pShare);
-    std::memset(m_pShare->threadBlocks, 0, sizeof m_pShare->threadBlocks);
-    std::memset(bytes + offsetof(ProxyShareData, threadCount), 0, threadBytes);
-    std::memset(bytes + offsetof(ProxyShareData, recordCount), 0, recordBytes);
+    ZeroBytes(m_pShare->threadBlocks, sizeof m_pShare->threadBlocks);
+    ZeroBytes(bytes + offsetof(ProxyShareData, threadCount), threadBytes);
+    ZeroBytes(bytes + offsetof(ProxyShareData, recordCount), recordBytes);
     m_pShare->runWord = 0;
 }
 

@@ -26,7 +26,8 @@ constexpr uint32_t c_threadLock = 3;
 // One exists per process at a time; its constructor sets g_pShare and its destructor clears it. An operation on a
 // share that is not mapped does nothing and returns null, 0 or false, where nothing else is said.
 //
-// Guarded operations take their lock without time limit and release it on every path, also when an exception passes.
+// Guarded operations take their lock without time limit and release it on every path, also when an exception passes:
+// nothing here throws, but a program's fault handler may turn an unreadable page of the view into an exception.
 // The locks are not recursive: an operation that takes a lock which the calling thread holds already releases it.
 // Nothing in the share is trusted: counts and indices outside their range never lead outside a table.
 class CProxyShare : public CProxyMap
@@ -44,9 +45,9 @@ public:
     // The control block, within the share. Read without a lock once the client has signalled a command.
     ShareControl* GetControl() const noexcept;
     // The client's notification window; null when the client has not stored one.
-    HWND GetClientWindow() const noexcept;
+    HWND GetClientWindow() const;
     // The control block's count when it lies in 1 to 255; 256 otherwise and when the share is not mapped.
-    int32_t GetControlCount() const noexcept;
+    int32_t GetControlCount() const;
     // Copies a whole control block (71520 bytes) into the share, under lock 2. False for null.
     bool SetControl(const void* source);
     // Zeroes the whole share, under lock 2.
@@ -75,23 +76,23 @@ public:
     // True in every case, also when the index is not below the count and nothing was set.
     bool Record(int32_t tindex, uint32_t recordMode);
     // The slot, within the share; null when it is free or no slot. Takes no lock: hold lock 3 while using it.
-    ThreadSlot* GetThread(int32_t tindex) const noexcept;
+    ThreadSlot* GetThread(int32_t tindex) const;
     // An entry of a thread's block, within the share; null for an index outside 0 to 255 or not below the block's
     // count. Takes no lock.
-    ThreadBlockEntry* GetThreadEntry(int32_t tindex, int32_t entryIndex) const noexcept;
+    ThreadBlockEntry* GetThreadEntry(int32_t tindex, int32_t entryIndex) const;
     // Maintain the order list, without a lock, and return the new thread count. A full list takes nothing more.
-    int32_t AddToOrder(int32_t tindex) noexcept;
-    int32_t RemoveFromOrder(int32_t tindex) noexcept;
+    int32_t AddToOrder(int32_t tindex);
+    int32_t RemoveFromOrder(int32_t tindex);
 
 private:
     class Guard;
 
     template <class Fill>
     bool AddThreadWith(int32_t* tindex, const Fill& fill);
-    int32_t FindFreeThread() const noexcept;
+    int32_t FindFreeThread() const;
     // The thread count as far as it can be believed: 0 to 128.
-    int32_t ThreadCount() const noexcept;
-    void TraceThread(const wchar_t* function, int32_t tindex) const noexcept;
+    int32_t ThreadCount() const;
+    void TraceThread(const wchar_t* function, int32_t tindex) const;
 
     // An optional output file, closed with the share; nothing here opens one.
     std::FILE* m_pFile = nullptr;

@@ -1,9 +1,9 @@
 #include "OrvProfiler/DebugAssert.h"
 #include "OrvProfiler/ProxyShare.h"
+#include "OrvProfiler/ShareBytes.h"
 #include "OrvProfiler/Trace.h"
 
 #include <algorithm>
-#include <cstring>
 
 // The thread table of the share.
 
@@ -17,18 +17,18 @@ bool IsThreadIndex(int32_t tindex) noexcept
 }
 
 template <size_t Capacity>
-void CopyInto(wchar_t (&destination)[Capacity], const wchar_t* source) noexcept
+void CopyInto(wchar_t (&destination)[Capacity], const wchar_t* source)
 {
     CopyText(destination, source, Capacity);
 }
 } // namespace
 
-int32_t CProxyShare::ThreadCount() const noexcept
+int32_t CProxyShare::ThreadCount() const
 {
     return std::clamp(m_pShare->threadCount, 0, c_threadCapacity);
 }
 
-int32_t CProxyShare::FindFreeThread() const noexcept
+int32_t CProxyShare::FindFreeThread() const
 {
     int32_t tindex = 0;
     while (tindex < c_threadCapacity && m_pShare->threads[tindex].threadId != 0)
@@ -36,13 +36,13 @@ int32_t CProxyShare::FindFreeThread() const noexcept
     return tindex;
 }
 
-void CProxyShare::TraceThread(const wchar_t* function, int32_t tindex) const noexcept
+void CProxyShare::TraceThread(const wchar_t* function, int32_t tindex) const
 {
     const ThreadSlot& slot = m_pShare->threads[tindex];
-    // The client may have left a name without a NUL: the precision keeps the text within its field.
-    constexpr int nameUnits = sizeof slot.name / sizeof(wchar_t);
-    Trace(L"%6.0f %s Thread name(%.*s) id(%#8.8x) tindex (%d)\n", TickMs(), function, nameUnits, slot.name,
-          slot.threadId, tindex);
+    // A copy with a NUL of its own: the client may have left a name without one, and tracing must not raise.
+    wchar_t name[sizeof slot.name / sizeof *slot.name + 1]{};
+    CopyBytes(name, slot.name, sizeof slot.name);
+    Trace(L"%6.0f %s Thread name(%s) id(%#8.8x) tindex (%d)\n", TickMs(), function, name, slot.threadId, tindex);
     Trace(L"%6.0f %s Thread count now %d\n", TickMs(), function, m_pShare->threadCount);
 }
 
@@ -66,7 +66,7 @@ bool CProxyShare::AddThreadWith(int32_t* tindex, const Fill& fill)
 bool CProxyShare::AddThread(int32_t* tindex, const ThreadSlot& record)
 {
     return AddThreadWith(tindex, [&record](ThreadSlot& slot) {
-        std::memcpy(&slot, &record, sizeof slot);
+        CopyBytes(&slot, &record, sizeof slot);
         slot.state |= c_threadStateAdded;
     });
 }
@@ -74,7 +74,7 @@ bool CProxyShare::AddThread(int32_t* tindex, const ThreadSlot& record)
 bool CProxyShare::AddThread(int32_t* tindex, uint32_t threadId, const wchar_t* detail, const wchar_t* name)
 {
     return AddThreadWith(tindex, [=](ThreadSlot& slot) {
-        std::memset(&slot, 0, sizeof slot);
+        ZeroBytes(&slot, sizeof slot);
         slot.threadId = threadId;
         CopyInto(slot.detail, detail);
         CopyInto(slot.name, name);
@@ -93,8 +93,8 @@ bool CProxyShare::RemoveThread(int32_t tindex, bool assertIfInvalid)
         DebugAssert(!assertIfInvalid, c_source, 509);
         return false;
     }
-    std::memset(slot, 0, sizeof *slot);
-    std::memset(&m_pShare->threadBlocks[tindex], 0, sizeof(ThreadBlock));
+    ZeroBytes(slot, sizeof *slot);
+    ZeroBytes(&m_pShare->threadBlocks[tindex], sizeof(ThreadBlock));
     RemoveFromOrder(tindex);
     TraceThread(L"CProxyShare::RemoveThread", tindex);
     return true;
@@ -126,14 +126,14 @@ bool CProxyShare::Record(int32_t tindex, uint32_t recordMode)
     return true;
 }
 
-ThreadSlot* CProxyShare::GetThread(int32_t tindex) const noexcept
+ThreadSlot* CProxyShare::GetThread(int32_t tindex) const
 {
     if (m_pShare == nullptr || !IsThreadIndex(tindex) || m_pShare->threads[tindex].threadId == 0)
         return nullptr;
     return &m_pShare->threads[tindex];
 }
 
-ThreadBlockEntry* CProxyShare::GetThreadEntry(int32_t tindex, int32_t entryIndex) const noexcept
+ThreadBlockEntry* CProxyShare::GetThreadEntry(int32_t tindex, int32_t entryIndex) const
 {
     if (m_pShare == nullptr || !IsThreadIndex(tindex))
         return nullptr;
@@ -145,7 +145,7 @@ ThreadBlockEntry* CProxyShare::GetThreadEntry(int32_t tindex, int32_t entryIndex
     return inRange && inUse ? &block.entries[entryIndex] : nullptr;
 }
 
-int32_t CProxyShare::AddToOrder(int32_t tindex) noexcept
+int32_t CProxyShare::AddToOrder(int32_t tindex)
 {
     if (m_pShare == nullptr)
         return 0;
@@ -156,7 +156,7 @@ int32_t CProxyShare::AddToOrder(int32_t tindex) noexcept
     return count;
 }
 
-int32_t CProxyShare::RemoveFromOrder(int32_t tindex) noexcept
+int32_t CProxyShare::RemoveFromOrder(int32_t tindex)
 {
     if (m_pShare == nullptr)
         return 0;
@@ -165,7 +165,7 @@ int32_t CProxyShare::RemoveFromOrder(int32_t tindex) noexcept
     int32_t* const found = std::find(begin, end, tindex);
     if (found != end)
     {
-        std::copy(found + 1, end, found);
+        CopyBytes(found, found + 1, static_cast<size_t>(end - found - 1) * sizeof *found);
         m_pShare->threadCount = static_cast<int32_t>(end - begin) - 1;
     }
     return ThreadCount();

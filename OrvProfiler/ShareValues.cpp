@@ -38,6 +38,12 @@ constexpr uint32_t c_pairLimitA = 0x100000;
 constexpr uint32_t c_pairLimitB = 4096;
 constexpr uint32_t c_pairShift = 20;
 
+template <class Char>
+bool IsEmptyText(const Char* text, int32_t length) noexcept
+{
+    return text == nullptr || length <= 0 || *text == 0;
+}
+
 // convert(buffer, capacity) answers the units needed when capacity is 0, else the units written.
 template <class Char, class Convert>
 int32_t ConvertText(Char** result, const Convert& convert)
@@ -137,7 +143,7 @@ uint32_t HighDword(uint64_t value) noexcept
 int32_t ToWide(const char* text, int32_t length, wchar_t** result, uint32_t codePage)
 {
     *result = nullptr;
-    if (text == nullptr || length <= 0)
+    if (IsEmptyText(text, length))
         return 0;
     return ConvertText(result, [=](wchar_t* buffer, int capacity) {
         return MultiByteToWideChar(codePage, 0, text, length, buffer, capacity);
@@ -147,18 +153,19 @@ int32_t ToWide(const char* text, int32_t length, wchar_t** result, uint32_t code
 int32_t ToNarrow(const wchar_t* text, int32_t length, char** result, uint32_t codePage)
 {
     *result = nullptr;
-    if (text == nullptr || length <= 0)
+    if (IsEmptyText(text, length))
         return 0;
     return ConvertText(result, [=](char* buffer, int capacity) {
         return WideCharToMultiByte(codePage, 0, text, length, buffer, capacity, nullptr, nullptr);
     });
 }
 
-void CopyText(wchar_t* destination, const wchar_t* source, uint64_t capacity) noexcept
+void CopyText(wchar_t* destination, const wchar_t* source, uint64_t capacity)
 {
     if (destination == nullptr || capacity == 0)
         return;
-    const uint64_t length = source != nullptr ? wcsnlen(source, capacity - 1) : 0;
+    const bool readable = source != nullptr && IsBadStringPtrW(source, capacity - 1) == FALSE;
+    const uint64_t length = readable ? wcsnlen(source, capacity - 1) : 0;
     std::wmemmove(destination, source, length);
     destination[length] = L'\0';
 }

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "OrvProfiler/WinTypes.h"
+
 #include <atomic>
 #include <cstdint>
-
-struct _RTL_CRITICAL_SECTION;
 
 // A re-entrant lock between the threads of one process that also records which thread holds it and how often that
 // thread has entered it. No operation reports failure: when the section could not be made, the lock does nothing.

@@ -51,7 +51,7 @@ size_t MeasureText(const wchar_t* format, va_list arguments) noexcept
 // Formats into the slot, which stays empty when the format produces nothing. Returns the number of units.
 size_t FormatIntoSlot(wchar_t* slot, const wchar_t* format, va_list arguments) noexcept
 {
-    va_list measured;
+    va_list measured{};
     va_copy(measured, arguments);
     const size_t count = MeasureText(format, measured);
     va_end(measured);
@@ -68,8 +68,8 @@ void WriteToFile(const wchar_t* line) noexcept
         return;
     try
     {
-        fputws(line, TraceFile);
-        fflush(TraceFile);
+        static_cast<void>(fputws(line, TraceFile));
+        static_cast<void>(fflush(TraceFile));
     }
     catch (...) // NOLINT(bugprone-empty-catch): a line that cannot be written is dropped, the next one is tried
     {
@@ -81,7 +81,7 @@ void Trace(const wchar_t* format, ...) noexcept
 {
     const DWORD lastError = GetLastError();
     wchar_t* const line = TakeSlot();
-    va_list arguments;
+    va_list arguments{};
     va_start(arguments, format);
     const size_t count = FormatIntoSlot(line, format, arguments);
     va_end(arguments);
@@ -113,7 +113,7 @@ void TraceClose() noexcept
         return;
     try
     {
-        fclose(TraceFile);
+        static_cast<void>(fclose(TraceFile));
         TraceFile = nullptr;
     }
     catch (...) // NOLINT(bugprone-empty-catch): the stream stays known, nothing can be reported
@@ -124,7 +124,7 @@ void TraceClose() noexcept
 const wchar_t* FormatSlot(const wchar_t* format, ...) noexcept
 {
     wchar_t* const text = TakeSlot();
-    va_list arguments;
+    va_list arguments{};
     va_start(arguments, format);
     FormatIntoSlot(text, format, arguments);
     va_end(arguments);

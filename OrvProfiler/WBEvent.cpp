@@ -76,12 +76,13 @@ bool CWBEvent::ResetAll() noexcept
     return succeeded == c_workbenchEventCount;
 }
 
-uint32_t CWBEvent::Block(uint32_t first, uint32_t count, uint32_t timeoutMs) noexcept
+uint32_t CWBEvent::Block(const wchar_t* function, uint32_t first, uint32_t count, uint32_t timeoutMs) noexcept
 {
-    if (count > c_workbenchEventCount - first)
-        return WAIT_FAILED;
     m_waiting = true;
-    const uint32_t result = WaitForMultipleObjects(count, &m_handles[first], FALSE, timeoutMs);
+    TraceText(function, L"Waiting\n");
+    const bool inTable = count <= c_workbenchEventCount - first;
+    const uint32_t result =
+        inTable ? WaitForMultipleObjects(count, &m_handles[first], FALSE, timeoutMs) : WAIT_FAILED;
     m_waiting = false;
     return result;
 }
@@ -89,8 +90,7 @@ uint32_t CWBEvent::Block(uint32_t first, uint32_t count, uint32_t timeoutMs) noe
 uint32_t CWBEvent::Wait(uint32_t* index, uint32_t count, uint32_t timeoutMs) noexcept
 {
     constexpr const wchar_t* function = L"CWBEvent::Wait";
-    TraceText(function, L"Waiting\n");
-    const uint32_t result = Block(0, count, timeoutMs);
+    const uint32_t result = Block(function, 0, count, timeoutMs);
     *index = result;
     if (result < count)
     {
@@ -120,8 +120,7 @@ uint32_t CWBEvent::GetResponse(uint32_t timeoutMs) noexcept
     constexpr const wchar_t* responses[] = {L"Success\n", L"Failed\n", L"Breakpoint\n"};
     constexpr uint32_t count = c_workbenchEventCount - c_responseSuccess;
     static_assert(count == sizeof responses / sizeof *responses, "one text for each response");
-    TraceText(function, L"Waiting\n");
-    const uint32_t result = Block(c_responseSuccess, count, timeoutMs);
+    const uint32_t result = Block(function, c_responseSuccess, count, timeoutMs);
     if (result < count)
     {
         TraceText(function, responses[result]);

@@ -81,7 +81,7 @@ public:
     bool IsWaiting() const noexcept { return m_waiting; }
 
 private:
-    uint32_t Block(uint32_t first, uint32_t count, uint32_t timeoutMs) noexcept;
+    uint32_t Block(const wchar_t* function, uint32_t first, uint32_t count, uint32_t timeoutMs) noexcept;
 
     std::atomic<bool> m_waiting{false};
     // Owned; null where the creation failed.

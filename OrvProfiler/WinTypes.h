@@ -3,8 +3,12 @@
 // The few Windows types that the library's headers name, declared as <windows.h> declares them, so that a header
 // can be included without it. Including <windows.h> before or after is fine: the declarations agree.
 
+// As Windows spells them.
+// NOLINTBEGIN(bugprone-reserved-identifier, cert-dcl*, google-runtime-int, modernize-use-using)
+
 struct HWND__;
 struct HINSTANCE__;
+struct _RTL_CRITICAL_SECTION;
 struct _SECURITY_ATTRIBUTES;
 struct _SID_AND_ATTRIBUTES;
 
@@ -16,3 +20,5 @@ typedef _SECURITY_ATTRIBUTES SECURITY_ATTRIBUTES;
 typedef void* PSECURITY_DESCRIPTOR;
 typedef void* PSID;
 typedef _SID_AND_ATTRIBUTES SID_AND_ATTRIBUTES;
+
+// NOLINTEND(bugprone-reserved-identifier, cert-dcl*, google-runtime-int, modernize-use-using)

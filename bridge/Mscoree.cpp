@@ -36,9 +36,16 @@ struct Bridge
 {
     decltype(&OrvBridgeStart) start = nullptr;
     decltype(&OrvBridgeExecute) execute = nullptr;
+    decltype(&OrvBridgeCatchOutput) catchOutput = nullptr;
+    decltype(&OrvBridgeAwaitOutput) awaitOutput = nullptr;
+    decltype(&OrvBridgeTakeOutput) takeOutput = nullptr;
     char*(__cdecl* unixFileName)(const wchar_t*) = nullptr;
 
-    bool IsComplete() const { return start != nullptr && execute != nullptr && unixFileName != nullptr; }
+    bool IsComplete() const
+    {
+        return start != nullptr && execute != nullptr && catchOutput != nullptr && awaitOutput != nullptr &&
+               takeOutput != nullptr && unixFileName != nullptr;
+    }
 };
 
 template <class Function>
@@ -82,6 +89,9 @@ const Bridge& TheBridge()
         const HMODULE library = found.unixFileName == nullptr ? nullptr : LoadUnixHalf();
         Find(library, "OrvBridgeStart", found.start);
         Find(library, "OrvBridgeExecute", found.execute);
+        Find(library, "OrvBridgeCatchOutput", found.catchOutput);
+        Find(library, "OrvBridgeAwaitOutput", found.awaitOutput);
+        Find(library, "OrvBridgeTakeOutput", found.takeOutput);
         return found;
     }();
     return bridge;
@@ -160,6 +170,82 @@ HRESULT Locate(const wchar_t* assembly, std::wstring& found)
     return SUCCEEDED(Probe(found)) ? S_OK : status;
 }
 
+// Hands on what managed code prints. Mono writes to the Unix descriptor, which is the standard handle's where that
+// stands for a Unix file, a terminal, or a pipe of the shell's. A pipe between two Windows programs has no
+// descriptor: for one, output is caught and copied to the handle.
+class OutputRelay
+{
+public:
+    void Begin(DWORD standardHandle, int32_t descriptor)
+    {
+        const HANDLE target = GetStdHandle(standardHandle);
+        if (GetFileType(target) != FILE_TYPE_PIPE ||
+            GetNamedPipeInfo(target, nullptr, nullptr, nullptr, nullptr) == FALSE)
+            return;
+        const int32_t source = TheBridge().catchOutput(descriptor);
+        if (source < 0)
+            return;
+        m_target = target;
+        m_source = source;
+        const HANDLE thread = CreateThread(nullptr, 0, Serve, this, 0, nullptr);
+        if (thread != nullptr)
+            CloseHandle(thread);
+    }
+
+    // Returns when everything that was printed so far has reached the handle.
+    void Flush()
+    {
+        if (m_target == nullptr)
+            return;
+        AcquireSRWLockExclusive(&m_lock);
+        char bytes[4096];
+        while (const int32_t size = TheBridge().takeOutput(m_source, bytes, sizeof bytes))
+            Write(bytes, static_cast<DWORD>(size));
+        ReleaseSRWLockExclusive(&m_lock);
+    }
+
+private:
+    // For what is printed while a call lasts, and between calls.
+    [[noreturn]] static DWORD WINAPI Serve(void* relay)
+    {
+        for (;;)
+        {
+            TheBridge().awaitOutput(static_cast<OutputRelay*>(relay)->m_source);
+            static_cast<OutputRelay*>(relay)->Flush();
+        }
+    }
+
+    // A reader that is gone loses it.
+    void Write(const char* bytes, DWORD size)
+    {
+        DWORD written = 0;
+        for (; size != 0 && WriteFile(m_target, bytes, size, &written, nullptr) != FALSE; size -= written)
+            bytes += written;
+    }
+
+    HANDLE m_target = nullptr;
+    int32_t m_source = -1;
+    SRWLOCK m_lock = SRWLOCK_INIT;
+};
+
+struct StandardRelays
+{
+    StandardRelays()
+    {
+        output.Begin(STD_OUTPUT_HANDLE, 1);
+        error.Begin(STD_ERROR_HANDLE, 2);
+    }
+
+    OutputRelay output;
+    OutputRelay error;
+};
+
+StandardRelays& TheRelays()
+{
+    static StandardRelays relays;
+    return relays;
+}
+
 // The runtime is one per process; any number of binds share it.
 std::atomic<bool> g_bound{false};
 
@@ -191,6 +277,7 @@ public:
     // The second and further starts answer S_FALSE and need a stop each.
     HRESULT STDMETHODCALLTYPE Start() override
     {
+        TheRelays();
         const HRESULT status =
             TheBridge().start(UnixPath(ProgramFolder()).c_str(), UnixPath(ProgramPath() + L".config").c_str());
         if (FAILED(status))
@@ -247,6 +334,8 @@ public:
         uint32_t value = 0;
         const HRESULT status = TheBridge().execute(UnixPath(CurrentFolder()).c_str(), UnixPath(path).c_str(),
                                                    Utf8(type).c_str(), Utf8(method).c_str(), Text(argument), &value);
+        TheRelays().output.Flush();
+        TheRelays().error.Flush();
         if (SUCCEEDED(status) && returnValue != nullptr)
             *returnValue = value;
         return status;

@@ -6,11 +6,15 @@
 
 #include "bridge/OrvRuntimeBridge.h"
 
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <poll.h>
 #include <pthread.h>
 #include <sched.h>
 #include <signal.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <mono/jit/jit.h>
 #include <mono/metadata/appdomain.h>
@@ -67,6 +71,9 @@ int32_t StartRuntime(const Request& request)
         return c_ok;
     // Mono's default way of stopping threads for a collection aborts on threads that wait in foreign code.
     setenv("MONO_THREADS_SUSPEND", "preemptive", 1);
+    // Mono's own helper library looks up Mono's functions among the process's global ones, but Wine loads libraries
+    // with their symbols kept local.
+    dlopen("libmonosgen-2.0.so.1", RTLD_NOW | RTLD_GLOBAL | RTLD_NOLOAD);
     // Faults in foreign code are Wine's to handle.
     mono_set_signal_chaining(1);
     mono_config_parse(nullptr);
@@ -268,4 +275,34 @@ int32_t OrvBridgeExecute(const char* workingFolder, const char* assemblyPath, co
     if (request.status == c_ok)
         *returnValue = request.returnValue;
     return request.status;
+}
+
+int32_t OrvBridgeCatchOutput(int32_t descriptor)
+{
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0)
+        return -1;
+    const bool caught = dup2(ends[1], descriptor) >= 0 && fcntl(ends[0], F_SETFL, O_NONBLOCK) == 0;
+    close(ends[1]);
+    if (caught)
+        return ends[0];
+    close(ends[0]);
+    return -1;
+}
+
+void OrvBridgeAwaitOutput(int32_t source)
+{
+    pollfd waiting{source, POLLIN, 0};
+    while (poll(&waiting, 1, -1) < 0 && errno == EINTR)
+    {
+    }
+}
+
+int32_t OrvBridgeTakeOutput(int32_t source, char* bytes, int32_t size)
+{
+    ssize_t taken = 0;
+    do
+        taken = read(source, bytes, static_cast<size_t>(size));
+    while (taken < 0 && errno == EINTR);
+    return taken > 0 ? static_cast<int32_t>(taken) : 0;
 }

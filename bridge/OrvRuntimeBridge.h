@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-// The two calls between the Windows half of the bridge (mscoree.dll, Mscoree.cpp) and its Unix half
+// The calls between the Windows half of the bridge (mscoree.dll, Mscoree.cpp) and its Unix half
 // (OrvRuntimeBridge.dll.so, OrvRuntimeBridge.cpp). Included by both: no Windows and no Mono header here.
 // File names are Unix paths; they and names are UTF-8, the argument is UTF-16. The results are HRESULTs.
 
@@ -24,4 +24,14 @@ extern "C"
     ORV_BRIDGE_CALL int32_t OrvBridgeExecute(const char* workingFolder, const char* assemblyPath,
                                              const char* typeName, const char* methodName, const char16_t* argument,
                                              uint32_t* returnValue);
+
+    // From now on what is written to that descriptor (1 or 2) is caught. Returns the descriptor to read it from, or
+    // -1.
+    ORV_BRIDGE_CALL int32_t OrvBridgeCatchOutput(int32_t descriptor);
+
+    // Blocks until something was caught.
+    ORV_BRIDGE_CALL void OrvBridgeAwaitOutput(int32_t source);
+
+    // Takes what was caught, at most size bytes, without blocking. Returns the number of bytes, 0 for none.
+    ORV_BRIDGE_CALL int32_t OrvBridgeTakeOutput(int32_t source, char* bytes, int32_t size);
 }

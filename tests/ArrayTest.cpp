@@ -1,13 +1,15 @@
 #include "OrvProfiler/array.h"
 
-#include "tests/support/AllocationWatch.h"
+#include "tests/support/AllocationProbe.h"
 
 #include <climits>
 #include <cstring>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <new>
 #include <string>
 #include <type_traits>
+#include <vector>
 
 namespace
 {
@@ -136,19 +138,15 @@ TEST(PtrArray, AStepOfOneKeepsEveryElement)
 
 TEST(PtrArray, AllocatesEightBytesASlotAndSixteenAnElement)
 {
-    const AllocationWatch watch;
+    const AllocationProbe heap;
     {
         NumberArray array(3);
-        EXPECT_EQ(0U, watch.Requests());
+        EXPECT_EQ(0U, heap.LiveBlocks());
         Fill(array, 3);
-        EXPECT_EQ(24U, watch.SizeBytes(0));
-        EXPECT_EQ(16U, watch.SizeBytes(1));
-        EXPECT_EQ(16U, watch.SizeBytes(2));
-        EXPECT_EQ(48U, watch.SizeBytes(3));
-        EXPECT_EQ(16U, watch.SizeBytes(4));
-        EXPECT_EQ(5U, watch.Requests());
+        const std::vector<size_t> sizes = heap.Requests();
+        EXPECT_THAT(sizes, testing::ElementsAre(24U, 16U, 16U, 48U, 16U));
     }
-    EXPECT_EQ(0, watch.Outstanding());
+    EXPECT_EQ(0U, heap.LiveBlocks());
 }
 
 TEST(PtrArray, AddReturnsTheIndex)
@@ -213,16 +211,16 @@ TEST(PtrArray, NumbersKeep64Bits)
 
 TEST(PtrArray, LoweringTheCountKeepsTheElementsForReuse)
 {
-    const AllocationWatch watch;
+    const AllocationProbe heap;
     NumberArray array(10);
     Fill(array, 5);
     const Fields<NumberArray> before(array);
-    const unsigned requests = watch.Requests();
+    const size_t requests = heap.Requests().size();
     array.SetCount(2);
     EXPECT_EQ(2, array.GetCount());
     EXPECT_EQ(10, array.GetCapacity());
     EXPECT_EQ(2, array.Add(77, false));
-    EXPECT_EQ(requests, watch.Requests());
+    EXPECT_EQ(requests, heap.Requests().size());
     const Fields<NumberArray> after(array);
     EXPECT_EQ(before.items[2], after.items[2]);
     EXPECT_EQ(77, array[2]);
@@ -244,24 +242,24 @@ TEST(PtrArray, OnlyALowerCountIsTaken)
 
 TEST(PtrArray, AReusedElementFreesItsTextFirst)
 {
-    const AllocationWatch watch;
+    const AllocationProbe heap;
     {
         TextArray array(10);
         array.Add(L"old", true);
-        const int held = watch.Outstanding();
+        const size_t held = heap.LiveBlocks();
         array.SetCount(0);
         array.Add(L"new and longer", true);
-        EXPECT_EQ(held, watch.Outstanding());
+        EXPECT_EQ(held, heap.LiveBlocks());
         EXPECT_STREQ(L"new and longer", array[0]);
         array.SetCount(0);
         array.Add(L"borrowed", false);
-        EXPECT_EQ(held - 1, watch.Outstanding());
+        EXPECT_EQ(held - 1, heap.LiveBlocks());
         array.SetCount(0);
         array.Add(L"owned again", true);
-        EXPECT_EQ(held, watch.Outstanding());
+        EXPECT_EQ(held, heap.LiveBlocks());
         EXPECT_STREQ(L"owned again", array[0]);
     }
-    EXPECT_EQ(0, watch.Outstanding());
+    EXPECT_EQ(0U, heap.LiveBlocks());
 }
 
 TEST(PtrArray, AReusedElementMayTakeACopyOfItsOwnText)
@@ -277,13 +275,13 @@ TEST(PtrArray, AReusedElementMayTakeACopyOfItsOwnText)
 
 TEST(PtrArray, DeleteAllHoldsNothing)
 {
-    const AllocationWatch watch;
+    const AllocationProbe heap;
     TextArray array(10);
     for (int i = 0; i < 25; ++i)
         array.Add(L"text", true);
     array.SetCount(3);
     array.DeleteAll();
-    EXPECT_EQ(0, watch.Outstanding());
+    EXPECT_EQ(0U, heap.LiveBlocks());
     EXPECT_EQ(0, array.GetCount());
     EXPECT_EQ(0, array.GetCapacity());
     EXPECT_EQ(nullptr, Fields<TextArray>(array).items);
@@ -296,8 +294,8 @@ TEST(PtrArray, DeleteAllHoldsNothing)
 TEST(PtrArray, FailedFirstAllocationLeavesItEmpty)
 {
     NumberArray array(10);
-    AllocationWatch watch;
-    watch.FailOneAfter(0);
+    AllocationProbe heap;
+    heap.FailRequest(1);
     EXPECT_EQ(0, array.Add(5, false));
     EXPECT_EQ(0, array.GetCount());
     EXPECT_EQ(0, array.GetCapacity());
@@ -308,17 +306,17 @@ TEST(PtrArray, FailedFirstAllocationLeavesItEmpty)
 
 TEST(PtrArray, FailedGrowthEmptiesItWithoutALeak)
 {
-    AllocationWatch watch;
+    AllocationProbe heap;
     TextArray array(3);
     array.Add(L"a", true);
     array.Add(L"b", true);
-    watch.FailOneAfter(0);
+    heap.FailRequest(1);
     EXPECT_EQ(0, array.Add(L"c", true));
-    EXPECT_TRUE(watch.HasFailed());
+    EXPECT_TRUE(heap.HasFailed());
     EXPECT_EQ(0, array.GetCount());
     EXPECT_EQ(0, array.GetCapacity());
     EXPECT_EQ(nullptr, Fields<TextArray>(array).items);
-    EXPECT_EQ(0, watch.Outstanding());
+    EXPECT_EQ(0U, heap.LiveBlocks());
     EXPECT_EQ(0, array.Add(L"d", true));
     EXPECT_STREQ(L"d", array[0]);
 }
@@ -326,32 +324,32 @@ TEST(PtrArray, FailedGrowthEmptiesItWithoutALeak)
 TEST(PtrArray, TheLargestStepIsAskedForInFull)
 {
     NumberArray array(INT32_MAX);
-    AllocationWatch watch;
-    watch.FailOneAfter(0);
+    AllocationProbe heap;
+    heap.FailRequest(1);
     const int32_t index = array.Add(1, false);
     EXPECT_EQ(0, index);
-    EXPECT_EQ(17179869176U, watch.SizeBytes(0));
+    EXPECT_EQ(17179869176U, heap.Requests().at(0));
     EXPECT_EQ(0, array.GetCount());
     EXPECT_EQ(0, array.GetCapacity());
 }
 
 TEST(PtrArray, AnElementThatCannotBeMadeRaisesAndChangesNothing)
 {
-    AllocationWatch watch;
+    AllocationProbe heap;
     TextArray array(10);
     array.Add(L"a", true);
-    const int held = watch.Outstanding();
+    const size_t held = heap.LiveBlocks();
     // The element object, then its text.
     for (const unsigned successes : {0U, 1U})
     {
-        watch.FailOneAfter(successes);
+        heap.FailRequest(successes + 1);
         EXPECT_THROW(array.Add(L"b", true), std::bad_alloc);
         EXPECT_EQ(1, array.GetCount());
-        EXPECT_EQ(held, watch.Outstanding());
+        EXPECT_EQ(held, heap.LiveBlocks());
     }
     array.Add(L"b", true);
     array.SetCount(1);
-    watch.FailOneAfter(0);
+    heap.FailRequest(1);
     EXPECT_THROW(array.Add(L"c", true), std::bad_alloc);
     EXPECT_EQ(1, array.GetCount());
     EXPECT_EQ(1, array.Add(L"d", true));

@@ -1,5 +1,5 @@
 #include "OrvProfiler/ProxySecurity.h"
-#include "tests/support/AllocationWatch.h"
+#include "tests/support/AllocationProbe.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ErrorTexts.h"
 #include "tests/support/LeakCheck.h"
@@ -709,11 +709,11 @@ TEST(CProcess, ThatMemoryDoesNotSufficeForIsNoneOrWholeEnough)
     unsigned successes = 0;
     for (; failed; ++successes)
     {
-        int outstanding = 0;
+        size_t outstanding = 0;
         bool hasUser = true;
         {
-            AllocationWatch watch;
-            watch.FailOneAfter(successes);
+            AllocationProbe probe;
+            probe.FailRequest(successes + 1);
             {
                 const Process process = Open(sitting.Id());
                 if (process != nullptr)
@@ -722,11 +722,11 @@ TEST(CProcess, ThatMemoryDoesNotSufficeForIsNoneOrWholeEnough)
                     hasUser = process->GetUserAccount() != nullptr;
                 }
             }
-            failed = watch.HasFailed();
-            watch.StopFailing();
-            outstanding = watch.Outstanding();
+            failed = probe.HasFailed();
+            probe.StopFailing();
+            outstanding = probe.LiveBlocks();
         }
-        EXPECT_EQ(outstanding, 0) << successes;
+        EXPECT_EQ(outstanding, 0U) << successes;
         EXPECT_TRUE(hasUser) << successes;
     }
     EXPECT_GT(successes, 10U);

@@ -1,5 +1,4 @@
 #include "OrvProfiler/Trace.h"
-#include "tests/support/AllocationWatch.h"
 #include "tests/support/AllocationProbe.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ImportRedirect.h"
@@ -171,29 +170,25 @@ TEST(TraceCapture, SeesTheFullTextAndStripsTheTime)
     EXPECT_THROW(WithoutTime(L"name \n"), std::runtime_error);
 }
 
-TEST(AllocationWatch, CountsBlocksAndRefusesTheOneAsked)
+TEST(AllocationProbe, RefusesOneRequestOrAllThatFollow)
 {
-    AllocationWatch watch;
-    watch.FailOneAfter(1);
-    void* const first = std::malloc(10);
-    void* const second = std::malloc(20);
-    void* const third = std::malloc(30);
-    EXPECT_NE(nullptr, first);
-    EXPECT_EQ(nullptr, second);
+    AllocationProbe heap;
+    heap.FailRequest(2);
+    void* const first = g_malloc(10);
+    EXPECT_FALSE(heap.HasFailed());
+    EXPECT_EQ(nullptr, g_malloc(20));
+    EXPECT_TRUE(heap.HasFailed());
+    void* const third = g_malloc(30);
     EXPECT_NE(nullptr, third);
-    EXPECT_TRUE(watch.HasFailed());
-    EXPECT_EQ(2, watch.Outstanding());
-    EXPECT_EQ(3U, watch.Requests());
-    EXPECT_EQ(20U, watch.SizeBytes(1));
-    std::free(first);
-    std::free(third);
-    EXPECT_EQ(0, watch.Outstanding());
-    watch.FailAllAfter(0);
-    void* const refused = std::malloc(40);
-    void* const refusedToo = std::realloc(nullptr, 50);
-    watch.StopFailing();
-    EXPECT_EQ(nullptr, refused);
-    EXPECT_EQ(nullptr, refusedToo);
+    heap.FailFrom(2);
+    void* const fourth = g_malloc(40);
+    const bool refused = g_malloc(50) == nullptr && g_calloc(6, 10) == nullptr && g_realloc(fourth, 70) == nullptr;
+    heap.StopFailing();
+    EXPECT_TRUE(refused);
+    EXPECT_EQ(3U, heap.LiveBlocks());
+    for (void* const block : {first, third, fourth})
+        g_free(block);
+    EXPECT_EQ(0U, heap.LiveBlocks());
 }
 
 TEST(PageEdge, TextEndsWithItsPage)

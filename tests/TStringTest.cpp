@@ -1,6 +1,6 @@
 #include "OrvProfiler/TString.h"
 
-#include "tests/support/AllocationWatch.h"
+#include "tests/support/AllocationProbe.h"
 #include "tests/support/PageEdge.h"
 #include "tests/support/SystemProbe.h"
 #include "tests/support/TraceCapture.h"
@@ -32,8 +32,8 @@ std::wstring Filled(size_t length, wchar_t character = L'x')
 TString WithoutBuffer()
 {
     TString text;
-    AllocationWatch watch;
-    watch.FailOneAfter(0);
+    AllocationProbe heap;
+    heap.FailRequest(1);
     text.Reserve(1000);
     return text;
 }
@@ -88,13 +88,13 @@ TEST(TString, NewStringIsEmptyWithRoomFor260Units)
 
 TEST(TString, NewStringAllocates522Bytes)
 {
-    const AllocationWatch watch;
+    const AllocationProbe heap;
     {
         const TString text;
-        EXPECT_EQ(1U, watch.Requests());
-        EXPECT_EQ(522U, watch.SizeBytes(0));
+        const std::vector<size_t> sizes = heap.Requests();
+        EXPECT_THAT(sizes, ElementsAre(522U));
     }
-    EXPECT_EQ(0, watch.Outstanding());
+    EXPECT_EQ(0U, heap.LiveBlocks());
 }
 
 TEST(TString, IsMadeFromTextStringAndCharacter)
@@ -135,10 +135,10 @@ TEST(TString, AssigningAllocatesTwoBytesAUnitAndTwo)
 {
     const std::wstring text = Filled(300);
     TString target;
-    const AllocationWatch watch;
+    const AllocationProbe heap;
     target.Assign(text.c_str());
-    EXPECT_EQ(1U, watch.Requests());
-    EXPECT_EQ(602U, watch.SizeBytes(0));
+    const std::vector<size_t> sizes = heap.Requests();
+    EXPECT_THAT(sizes, ElementsAre(602U));
 }
 
 TEST(TString, AssigningCountsTheOldContentToo)
@@ -254,10 +254,10 @@ TEST(TString, AppendingGrowsToExactlyWhatIsNeeded)
 TEST(TString, AppendingAllocatesTwoBytesAUnitAndTwo)
 {
     TString text(Filled(260).c_str());
-    const AllocationWatch watch;
+    const AllocationProbe heap;
     text.Append(L"z");
-    EXPECT_EQ(1U, watch.Requests());
-    EXPECT_EQ(524U, watch.SizeBytes(0));
+    const std::vector<size_t> sizes = heap.Requests();
+    EXPECT_THAT(sizes, ElementsAre(524U));
 }
 
 TEST(TString, AppendsItselfAndItsParts)
@@ -306,28 +306,28 @@ TEST(TString, FailedAllocationsLeaveNoBufferAndNoLeak)
     };
     for (const auto operation : operations)
     {
-        AllocationWatch watch;
+        AllocationProbe heap;
         {
             TString text(L"abc");
-            watch.FailOneAfter(0);
+            heap.FailRequest(1);
             operation(text, large.c_str());
-            EXPECT_TRUE(watch.HasFailed());
+            EXPECT_TRUE(heap.HasFailed());
             EXPECT_EQ(nullptr, text.GetBuffer());
             EXPECT_EQ(0U, text.GetCapacity());
-            EXPECT_EQ(0, watch.Outstanding());
+            EXPECT_EQ(0U, heap.LiveBlocks());
         }
-        EXPECT_EQ(0, watch.Outstanding());
+        EXPECT_EQ(0U, heap.LiveBlocks());
     }
 }
 
 TEST(TString, ConstructionWithoutMemoryLeavesNoBuffer)
 {
-    AllocationWatch watch;
-    watch.FailAllAfter(0);
+    AllocationProbe heap;
+    heap.FailFrom(1);
     const TString empty;
     const TString text(L"abc");
     const TString character(L'c');
-    watch.StopFailing();
+    heap.StopFailing();
     EXPECT_EQ(nullptr, empty.GetBuffer());
     EXPECT_EQ(0U, empty.GetCapacity());
     EXPECT_EQ(nullptr, text.GetBuffer());
@@ -477,10 +477,10 @@ TEST(TString, OrderingWithoutMemoryForTheRightSideIsFalse)
 {
     const TString left(L"a");
     const TString right(L"b");
-    AllocationWatch watch;
-    watch.FailAllAfter(0);
+    AllocationProbe heap;
+    heap.FailFrom(1);
     const bool smaller = left < right;
-    watch.StopFailing();
+    heap.StopFailing();
     EXPECT_FALSE(smaller);
 }
 
@@ -675,11 +675,9 @@ TEST(TString, ReplaceGrowsItsWorkIn256UnitSteps)
         text.Assign((L"-" + Filled(example.length - 1)).c_str());
         std::vector<size_t> sizes;
         {
-            const AllocationWatch watch;
+            const AllocationProbe heap;
             EXPECT_EQ(1U, text.Replace(L"-", L"+"));
-            const unsigned requests = watch.Requests();
-            for (unsigned i = 0; i < requests; ++i)
-                sizes.push_back(watch.SizeBytes(i));
+            sizes = heap.Requests();
         }
         EXPECT_EQ(example.sizes, sizes) << example.length;
         EXPECT_EQ(L"+" + Filled(example.length - 1), text.GetBuffer());
@@ -691,14 +689,12 @@ TEST(TString, ReplaceMakesRoomForALargeReplacementAtOnce)
     const std::wstring large = Filled(1000, L'L');
     TString text(L"a-b");
     {
-        const AllocationWatch watch;
+        const AllocationProbe heap;
         EXPECT_EQ(1U, text.Replace(L"-", large.c_str()));
-        EXPECT_EQ(512U, watch.SizeBytes(0));
-        // 1 + 1000 + 1 units fit in four steps of 256.
-        EXPECT_EQ(2048U, watch.SizeBytes(1));
-        // The string takes the new text and, as always, room for the old one.
-        EXPECT_EQ(2U * (1002 + 3) + 2, watch.SizeBytes(2));
-        EXPECT_EQ(3U, watch.Requests());
+        const std::vector<size_t> sizes = heap.Requests();
+        // 1 + 1000 + 1 units fit in four steps of 256; the string takes the new text and, as always, room for the
+        // old.
+        EXPECT_THAT(sizes, ElementsAre(512U, 2048U, 2U * (1002 + 3) + 2));
     }
     EXPECT_EQ(L"a" + large + L"b", text.GetBuffer());
 }
@@ -717,14 +713,14 @@ TEST(TString, ReplaceWithoutMemoryLeavesTheStringUntouched)
     for (const Case& example : {Case{L"-", L"+", 0}, {L"-", L"+", 1}, {L"-", L"+", 2}, {L"-", large.c_str(), 1}})
     {
         TString text(original.c_str());
-        AllocationWatch watch;
-        watch.FailOneAfter(example.successes);
+        AllocationProbe heap;
+        heap.FailRequest(example.successes + 1);
         const uint64_t count = text.Replace(example.from, example.to);
-        watch.StopFailing();
-        EXPECT_TRUE(watch.HasFailed());
+        heap.StopFailing();
+        EXPECT_TRUE(heap.HasFailed());
         EXPECT_EQ(0U, count);
         EXPECT_EQ(original, text.GetBuffer());
-        EXPECT_EQ(0, watch.Outstanding());
+        EXPECT_EQ(0U, heap.LiveBlocks());
     }
 }
 
@@ -782,14 +778,14 @@ TEST(TString, TrimWithoutMemoryLosesNothing)
     for (const unsigned successes : {0U, 1U})
     {
         TString text(L" abc ");
-        AllocationWatch watch;
-        watch.FailAllAfter(successes);
+        AllocationProbe heap;
+        heap.FailFrom(successes + 1);
         const uint64_t removed = text.Trim(L" ");
-        watch.StopFailing();
-        EXPECT_TRUE(watch.HasFailed());
+        heap.StopFailing();
+        EXPECT_TRUE(heap.HasFailed());
         EXPECT_EQ(0U, removed);
         EXPECT_STREQ(L" abc ", text);
-        EXPECT_EQ(0, watch.Outstanding());
+        EXPECT_EQ(0U, heap.LiveBlocks());
     }
 }
 
@@ -926,17 +922,17 @@ TEST(TString, SplitGivesAllTokensOrNoneWhenAnAllocationFails)
     for (unsigned successes = 0;; ++successes)
     {
         ASSERT_LT(successes, 100U);
-        AllocationWatch watch;
-        watch.FailOneAfter(successes);
+        AllocationProbe heap;
+        heap.FailRequest(successes + 1);
         const std::vector<TString>* const list = text.Split(L';');
-        watch.StopFailing();
+        heap.StopFailing();
         const std::vector<std::wstring> tokens = list != nullptr ? Texts(*list) : std::vector<std::wstring>();
         delete list;
         if (list == nullptr)
             ++refused;
         else
             EXPECT_THAT(tokens, ElementsAre(L"a", L"b", L"c")) << successes;
-        if (!watch.HasFailed())
+        if (!heap.HasFailed())
             break;
     }
     EXPECT_GT(refused, 3U);
@@ -947,15 +943,15 @@ TEST(TString, SplitWithoutMemoryForATokenGivesNone)
     const TString text((L"a;" + Filled(300)).c_str());
     std::vector<TString> list;
     list.reserve(2);
-    AllocationWatch watch;
+    AllocationProbe heap;
     // The token and its first copy; the long token and all that follows fail.
-    watch.FailAllAfter(2);
+    heap.FailFrom(3);
     const bool split = text.Split(L';', list);
-    watch.StopFailing();
-    EXPECT_TRUE(watch.HasFailed());
+    heap.StopFailing();
+    EXPECT_TRUE(heap.HasFailed());
     EXPECT_FALSE(split);
     EXPECT_TRUE(list.empty());
-    EXPECT_EQ(0, watch.Outstanding());
+    EXPECT_EQ(0U, heap.LiveBlocks());
 }
 
 TEST(TString, ReadsEnvironmentVariablesOfEveryLength)
@@ -1014,14 +1010,14 @@ TEST(TString, LongEnvironmentVariablesAreAskedForTwice)
 TEST(TString, AnEnvironmentVariableThatGrowsBetweenTheCallsIsGivenUp)
 {
     TString value(L"old");
-    AllocationWatch watch;
+    AllocationProbe heap;
     {
         const Redirect<decltype(GetEnvironmentVariableW)> redirect(
             "GetEnvironmentVariableW", [](const wchar_t*, wchar_t*, DWORD size) -> DWORD { return size + 1; });
         EXPECT_FALSE(TString::GetEnv(L"any", value));
     }
     EXPECT_STREQ(L"old", value);
-    EXPECT_EQ(0, watch.Outstanding());
+    EXPECT_EQ(0U, heap.LiveBlocks());
 }
 
 TEST(TString, AnEnvironmentVariableThatGoesBetweenTheCallsIsMissing)
@@ -1044,14 +1040,14 @@ TEST(TString, ReadingTheEnvironmentWithoutMemoryFails)
     for (const unsigned successes : {0U, 1U})
     {
         TString value(L"old");
-        AllocationWatch watch;
-        watch.FailOneAfter(successes);
+        AllocationProbe heap;
+        heap.FailRequest(successes + 1);
         const bool found = TString::GetEnv(variable.Name(), value);
-        watch.StopFailing();
-        EXPECT_TRUE(watch.HasFailed());
+        heap.StopFailing();
+        EXPECT_TRUE(heap.HasFailed());
         EXPECT_FALSE(found);
         EXPECT_STREQ(L"old", value);
-        EXPECT_EQ(0, watch.Outstanding());
+        EXPECT_EQ(0U, heap.LiveBlocks());
     }
 }
 
@@ -1388,13 +1384,13 @@ TEST(TStringFunctions, NarrowReplaceWithoutMemoryLeavesTheTarget)
     for (const unsigned successes : {0U, 1U, 2U})
     {
         std::string target = "target";
-        AllocationWatch watch;
-        watch.FailOneAfter(successes);
+        AllocationProbe heap;
+        heap.FailRequest(successes + 1);
         const uint64_t count = ReplaceSub("-", target, "-", large.c_str());
-        watch.StopFailing();
-        EXPECT_TRUE(watch.HasFailed());
+        heap.StopFailing();
+        EXPECT_TRUE(heap.HasFailed());
         EXPECT_EQ(0U, count);
         EXPECT_EQ("target", target);
-        EXPECT_EQ(0, watch.Outstanding());
+        EXPECT_EQ(0U, heap.LiveBlocks());
     }
 }

@@ -23,6 +23,8 @@ struct Watch
     size_t requestCount = 0; // also those no longer kept
     size_t failSize = SIZE_MAX;
     unsigned failIn = 0;
+    bool failOn = false; // after failIn has run out
+    bool failed = false;
 };
 
 Watch g_watch;
@@ -44,15 +46,26 @@ bool IsWatched() noexcept
     return g_watch.thread == GetCurrentThreadId();
 }
 
+bool IsToFail(size_t bytes) noexcept
+{
+    if (g_watch.failIn > 0 && --g_watch.failIn == 0)
+    {
+        g_watch.failIn = g_watch.failOn ? 1 : 0;
+        return true;
+    }
+    if (bytes != g_watch.failSize)
+        return false;
+    g_watch.failSize = SIZE_MAX;
+    return true;
+}
+
 // Notes a request and says whether it is to fail.
 bool Request(size_t bytes) noexcept
 {
     g_watch.requests[g_watch.requestCount++ % c_requestsKept] = bytes;
-    if (g_watch.failIn > 0 && --g_watch.failIn == 0)
-        return true;
-    if (bytes != g_watch.failSize)
+    if (!IsToFail(bytes))
         return false;
-    g_watch.failSize = SIZE_MAX;
+    g_watch.failed = true;
     return true;
 }
 
@@ -152,4 +165,22 @@ void AllocationProbe::FailSize(size_t bytes) noexcept
 void AllocationProbe::FailRequest(unsigned n) noexcept
 {
     g_watch.failIn = n;
+    g_watch.failOn = false;
+}
+
+void AllocationProbe::FailFrom(unsigned n) noexcept
+{
+    g_watch.failIn = n;
+    g_watch.failOn = true;
+}
+
+void AllocationProbe::StopFailing() noexcept
+{
+    g_watch.failIn = 0;
+    g_watch.failSize = SIZE_MAX;
+}
+
+bool AllocationProbe::HasFailed() const noexcept
+{
+    return g_watch.failed;
 }

@@ -28,6 +28,13 @@ public:
     void FailSize(size_t bytes) noexcept;
     // Makes the n-th request from now on fail, once; 1 is the next one.
     void FailRequest(unsigned n) noexcept;
+    // Makes the n-th request from now on and all that follow fail. MinGW's runtime does not come back from a throw
+    // then: only for code that raises nothing; and until StopFailing the test may do nothing but call it.
+    void FailFrom(unsigned n) noexcept;
+    // Forgets what was to fail.
+    void StopFailing() noexcept;
+    // Whether a request has failed since this object was made.
+    bool HasFailed() const noexcept;
 
 private:
     std::optional<Redirect<void*(size_t)>> m_malloc;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/support/AllocationWatch.h"
+#include "tests/support/AllocationProbe.h"
 #include "tests/support/SystemProbe.h"
 
 #include <gtest/gtest.h>
@@ -12,18 +12,18 @@ template <class Operation>
 void ExpectNothingLeaks(Operation operation)
 {
     {
-        const AllocationWatch watch;
+        const AllocationProbe probe;
         operation();
     }
     const unsigned handles = OpenHandleCount();
-    int blocks = 0;
+    size_t blocks = 0;
     {
-        const AllocationWatch watch;
+        const AllocationProbe probe;
         operation();
         operation();
-        blocks = watch.Outstanding();
+        blocks = probe.LiveBlocks();
     }
-    EXPECT_EQ(blocks, 0);
+    EXPECT_EQ(blocks, 0U);
     EXPECT_EQ(OpenHandleCount(), handles);
     EXPECT_TRUE(HeapIsConsistent());
 }

@@ -190,7 +190,7 @@ struct NamespaceStandIn
         HANDLE directory = nullptr;
         const NTSTATUS status = CallForDirectory("NtCreateDirectoryObject", alias, attributes, directory);
         if (status >= 0)
-            return directory;
+            return *g_world->m_namespaces.insert(directory).first;
         SetLastError(status == c_statusNameCollision ? ERROR_ALREADY_EXISTS : ERROR_GEN_FAILURE);
         return nullptr;
     }
@@ -204,7 +204,7 @@ struct NamespaceStandIn
         HANDLE directory = nullptr;
         const NTSTATUS status = CallForDirectory("NtOpenDirectoryObject", alias, nullptr, directory);
         if (status >= 0)
-            return directory;
+            return *g_world->m_namespaces.insert(directory).first;
         SetLastError(status == c_statusNameNotFound ? ERROR_PATH_NOT_FOUND : ERROR_GEN_FAILURE);
         return nullptr;
     }
@@ -214,7 +214,10 @@ struct NamespaceStandIn
         g_world->Record(L"ClosePrivateNamespace " + std::to_wstring(flags));
         if (Fails(L"ClosePrivateNamespace"))
             return FALSE;
-        return CloseHandle(handle) != FALSE ? TRUE : FALSE;
+        if (g_world->m_namespaces.erase(handle) != 0)
+            return CloseHandle(handle) != FALSE ? TRUE : FALSE;
+        SetLastError(ERROR_INVALID_HANDLE);
+        return FALSE;
     }
 };
 
@@ -253,6 +256,8 @@ NamespaceWorld::NamespaceWorld(Entry entry, const SystemVersion& version) : m_ve
 NamespaceWorld::~NamespaceWorld()
 {
     g_world = nullptr;
+    for (HANDLE const directory : m_namespaces)
+        CloseHandle(directory);
     if (m_turn == nullptr)
         return;
     ReleaseMutex(m_turn);

@@ -4,6 +4,7 @@
 #include "tests/support/ImportRedirect.h"
 
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -142,8 +143,10 @@ public:
     void Record(std::wstring call) { m_calls.push_back(std::move(call)); }
     void ClearCalls() { m_calls.clear(); }
 
-    // How many boundary descriptors were created and not deleted.
+    // How many boundary descriptors were created and not deleted, how many namespace handles not closed (the world
+    // closes these when it goes).
     unsigned OpenBoundaries() const noexcept { return m_openBoundaries; }
+    size_t OpenNamespaces() const noexcept { return m_namespaces.size(); }
 
 private:
     friend struct NamespaceStandIn;
@@ -153,5 +156,6 @@ private:
     ExportTable m_exports;
     std::map<std::wstring, DWORD> m_failures;
     std::vector<std::wstring> m_calls;
+    std::set<void*> m_namespaces;
     unsigned m_openBoundaries = 0;
 };

@@ -1,0 +1,83 @@
+#include "bench/Ratios.h"
+#include "OrvProfiler/Trace.h"
+
+#include <windows.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <cwchar>
+#include <string>
+
+namespace
+{
+constexpr const wchar_t* c_format = L"%6.0f %s Command is Invoke: %s\n";
+constexpr const wchar_t* c_function = L"CHost::Run";
+constexpr const wchar_t* c_text = L"account.Deposit(100)";
+constexpr size_t c_bufferUnits = 1025;
+
+wchar_t g_buffer[c_bufferUnits];
+
+// What any bounded formatting into a buffer costs: the runtime is asked for the length, then for the text.
+size_t FormatBare(const wchar_t* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    va_list again;
+    va_copy(again, arguments);
+    const int count = _vscwprintf(format, arguments);
+    _vsnwprintf_s(g_buffer, c_bufferUnits, static_cast<size_t>(count), format, again);
+    va_end(again);
+    va_end(arguments);
+    return static_cast<size_t>(count);
+}
+
+// Formatting alone, without asking for the length first.
+size_t FormatOnce(const wchar_t* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    const int count = _vsnwprintf_s(g_buffer, c_bufferUnits, c_bufferUnits - 1, format, arguments);
+    va_end(arguments);
+    return static_cast<size_t>(count);
+}
+
+std::wstring TempFile(const wchar_t* name)
+{
+    wchar_t folder[MAX_PATH]{};
+    GetTempPathW(MAX_PATH, folder);
+    return std::wstring(folder) + name;
+}
+} // namespace
+
+TEST_CASE("trace")
+{
+    std::FILE* bareFile = nullptr;
+    REQUIRE(_wfopen_s(&bareFile, TempFile(L"orv-bench-bare.log").c_str(), L"w,ccs=UNICODE") == 0);
+    TraceOpen(TempFile(L"orv-bench.log").c_str());
+    CompareRatio(
+        "Trace of a typical line, file open", 1.05,
+        [] {
+            Trace(c_format, TickMs(), c_function, c_text);
+            return 0;
+        },
+        [bareFile] {
+            FormatBare(c_format, TickMs(), c_function, c_text);
+            OutputDebugStringW(g_buffer);
+            std::fputws(g_buffer, bareFile);
+            return std::fflush(bareFile);
+        });
+    TraceClose();
+    std::fclose(bareFile);
+}
+
+TEST_CASE("slot")
+{
+    CompareRatio(
+        "FormatSlot, against measuring and formatting", 1.25,
+        [] { return FormatSlot(L"%s%8.8x", L"OrvProfiler", 0x1A2C); },
+        [] { return FormatBare(L"%s%8.8x", L"OrvProfiler", 0x1A2C); });
+    CompareRatio(
+        "FormatSlot, against formatting once", c_stated,
+        [] { return FormatSlot(L"%s%8.8x", L"OrvProfiler", 0x1A2C); },
+        [] { return FormatOnce(L"%s%8.8x", L"OrvProfiler", 0x1A2C); });
+}

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+// One of the words that stand for the workbench's commands.
+struct CommandWord
+{
+    const wchar_t* word;
+    // The event that posts it (CWBEventIndex).
+    uint32_t event;
+    // The workbench passes the breakpoint step before its final response.
+    bool passesBreakpoint;
+    const wchar_t* help;
+};
+
+constexpr size_t c_commandWordCount = 8;
+extern const CommandWord c_commandWords[c_commandWordCount];
+
+// A command as the user wrote it: the word, and the text after the blanks that follow it, unread and unchanged.
+struct Command
+{
+    const CommandWord* word;
+    std::wstring text;
+};
+
+// Reads one line (without its end). The word's case does not matter; blanks before it are skipped. Throws ClientError
+// (usage) for a line without a known word, and for a text that does not fit the control block or holds a NUL.
+Command ParseCommand(std::wstring_view line);
+
+// The greatest length of a command text in UTF-16 units.
+size_t CommandTextLimit() noexcept;

@@ -1,0 +1,5 @@
+using System.Reflection;
+
+[assembly: AssemblyTitle("Dispatcher of the workbench")]
+[assembly: AssemblyProduct("OrvWorkBench64")]
+[assembly: AssemblyVersion("1.0.0.0")]

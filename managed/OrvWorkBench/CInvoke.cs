@@ -1,0 +1,118 @@
+using System;
+using System.Diagnostics;
+using System.Threading;
+
+namespace OrvWorkBench
+{
+    // What the workbench calls: one method per command, each taking the command text and returning a result code (0 to
+    // 13). No exception leaves any of them. They are called from one thread at a time.
+    public static class CInvoke
+    {
+        private delegate ActionResult Command(string text);
+
+        private static readonly object s_lock = new object();
+        private static Session s_session;
+
+        public static int LoadAssembly(string text)
+        {
+            return Run(text, ActionResult.LoadAssemblyFail, delegate(string t) { return TheSession.Load(t); });
+        }
+
+        public static int CreateType(string text)
+        {
+            return Run(text, ActionResult.CreateTypeFail, delegate(string t) { return TheSession.Create(t); });
+        }
+
+        public static int Invoke(string text)
+        {
+            return Run(text, ActionResult.InvokeFail, delegate(string t) { return TheSession.Invoke(t); });
+        }
+
+        public static int Delete(string text)
+        {
+            return Run(text, ActionResult.Fail, delegate(string t) { return TheSession.Delete(t); });
+        }
+
+        // The text is ignored.
+        public static int Reset(string text)
+        {
+            return Run("", ActionResult.Fail, delegate(string t) { return TheSession.Reset(); });
+        }
+
+        public static int GetProperty(string text)
+        {
+            return Run(text, ActionResult.Fail, delegate(string t) { return TheSession.Get(t); });
+        }
+
+        public static int SetProperty(string text)
+        {
+            return Run(text, ActionResult.Fail, delegate(string t) { return TheSession.Set(t); });
+        }
+
+        // Stops in an attached debugger, after the command's effect; does nothing without one. The text is ignored.
+        public static int OrvBreakPoint(string text)
+        {
+            return Run("", ActionResult.Fail, delegate(string t) {
+                if (Debugger.IsAttached)
+                    Debugger.Break();
+                return ActionResult.Success;
+            });
+        }
+
+        private static Session TheSession
+        {
+            get
+            {
+                if (s_session == null)
+                    s_session = new Session();
+                return s_session;
+            }
+        }
+
+        private static int Run(string text, ActionResult failure, Command command)
+        {
+            try
+            {
+                lock (s_lock)
+                {
+                    return (int)RunGuarded(text ?? "", failure, command);
+                }
+            }
+            catch (ThreadAbortException)
+            {
+                Thread.ResetAbort();
+                return (int)failure;
+            }
+            catch (Exception)
+            {
+                // Reporting the failure failed; nothing is left to try.
+                return (int)failure;
+            }
+        }
+
+        private static ActionResult RunGuarded(string text, ActionResult failure, Command command)
+        {
+            try
+            {
+                Output.Prepare();
+                return command(text);
+            }
+            catch (CommandError error)
+            {
+                Output.Error(text, error.Position, error.Message);
+                return error.Result ?? failure;
+            }
+            catch (UserCodeError error)
+            {
+                Output.UserException(error.InnerException);
+                return ActionResult.Exception;
+            }
+            catch (Exception error)
+            {
+                Output.Line("error: the command failed unexpectedly");
+                Output.UserException(error);
+                return failure;
+            }
+        }
+    }
+}

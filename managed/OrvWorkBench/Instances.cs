@@ -1,0 +1,74 @@
+using System;
+using System.Collections.Generic;
+
+namespace OrvWorkBench
+{
+    // What the user has made and kept: instances and results by name, and the last result.
+    internal sealed class Instances
+    {
+        private readonly Dictionary<string, Value> m_values = new Dictionary<string, Value>();
+        private Value m_last;
+
+        public bool Has(string name)
+        {
+            return m_values.ContainsKey(name);
+        }
+
+        public Value Get(string name)
+        {
+            return m_values[name];
+        }
+
+        public void Add(string name, Value value)
+        {
+            m_values.Add(name, value);
+        }
+
+        // Adds or overwrites.
+        public void Replace(string name, Value value)
+        {
+            m_values[name] = value;
+        }
+
+        // Returns false when there is none.
+        public bool Remove(string name)
+        {
+            return m_values.Remove(name);
+        }
+
+        public int Count
+        {
+            get { return m_values.Count; }
+        }
+
+        public void Clear()
+        {
+            m_values.Clear();
+            m_last = null;
+        }
+
+        // Throws CommandError when nothing has returned a value yet.
+        public Value LastResult(int position)
+        {
+            if (m_last == null)
+                throw new CommandError(position, "there is no last result yet");
+            return m_last;
+        }
+
+        public void SetLastResult(Value value)
+        {
+            m_last = value;
+        }
+
+        // An addition to the message that a name is unknown.
+        public string Suggest(string name, string typeHint)
+        {
+            foreach (string known in m_values.Keys)
+            {
+                if (string.Equals(known, name, StringComparison.OrdinalIgnoreCase))
+                    return "; did you mean " + known + "?";
+            }
+            return typeHint;
+        }
+    }
+}

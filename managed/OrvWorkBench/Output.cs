@@ -1,0 +1,124 @@
+using System;
+using System.Collections.Generic;
+using System.IO;
+using System.Text;
+
+namespace OrvWorkBench
+{
+    // The workbench's console, on which the user's code prints too: UTF-8, each line out at once. A console that is gone
+    // is no reason for a command to fail.
+    internal static class Output
+    {
+        private static bool s_prepared;
+
+        // Makes Console write UTF-8, unbuffered. Done once, before the first command.
+        public static void Prepare()
+        {
+            if (s_prepared)
+                return;
+            s_prepared = true;
+            Encoding encoding = new UTF8Encoding(false);
+            try
+            {
+                // A console window shows what its code page says; elsewhere there is none to set.
+                if (Path.DirectorySeparatorChar == '\\')
+                    Console.OutputEncoding = encoding;
+            }
+            catch (IOException)
+            {
+            }
+            try
+            {
+                StreamWriter writer = new StreamWriter(Console.OpenStandardOutput(), encoding);
+                writer.AutoFlush = true;
+                Console.SetOut(TextWriter.Synchronized(writer));
+            }
+            catch (Exception)
+            {
+            }
+        }
+
+        public static void Line(string text)
+        {
+            try
+            {
+                Console.Out.WriteLine(text);
+                Console.Out.Flush();
+            }
+            catch (Exception)
+            {
+            }
+        }
+
+        public static string OneLine(string text)
+        {
+            return text.Replace("\r\n", " ").Replace('\n', ' ').Replace('\r', ' ');
+        }
+
+        // What is wrong with a command text, and the place.
+        public static void Error(string text, int position, string message)
+        {
+            if (position < 0 || text.Trim().Length == 0)
+            {
+                Line("error: " + message);
+                return;
+            }
+            Line("error at column " + (position + 1) + ": " + message);
+            Line("  " + OneLine(text));
+            Line("  " + new string(' ', Math.Min(position, text.Length)) + "^");
+        }
+
+        // An exception of the user's code, its inner ones and where they were raised.
+        public static void UserException(Exception error)
+        {
+            string label = "exception";
+            for (int depth = 0; error != null && depth < 20; ++depth)
+            {
+                Line(label + " " + Describe(error));
+                foreach (string line in StackOf(error))
+                    Line("    " + line);
+                label = "  caused by";
+                error = error.InnerException;
+            }
+        }
+
+        private static string Describe(Exception error)
+        {
+            string name = TypeNames.Show(error.GetType());
+            try
+            {
+                return name + ": " + OneLine(error.Message);
+            }
+            catch (Exception)
+            {
+                return name + " (its Message raises)";
+            }
+        }
+
+        // The frames of the user's code: those of the call through reflection at the end are left out.
+        private static List<string> StackOf(Exception error)
+        {
+            List<string> lines = new List<string>();
+            try
+            {
+                foreach (string line in (error.StackTrace ?? "").Replace("\r", "").Split('\n'))
+                    lines.Add(line.Trim());
+            }
+            catch (Exception)
+            {
+                // An exception class may override StackTrace.
+            }
+            int count = lines.Count;
+            while (count > 0 && IsOurs(lines[count - 1]))
+                --count;
+            lines.RemoveRange(count, lines.Count - count);
+            return lines;
+        }
+
+        private static bool IsOurs(string frame)
+        {
+            return frame.Length == 0 || frame.Contains(" System.Reflection.") || frame.Contains(" System.RuntimeMethodHandle.") ||
+                   frame.Contains(" OrvWorkBench.");
+        }
+    }
+}

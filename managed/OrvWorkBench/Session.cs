@@ -1,0 +1,132 @@
+using System;
+using System.Collections.Generic;
+using System.Reflection;
+
+namespace OrvWorkBench
+{
+    // The commands, one method each. They throw CommandError and UserCodeError; CInvoke turns those into results.
+    internal sealed class Session
+    {
+        private readonly Assemblies m_assemblies = new Assemblies();
+        private readonly Instances m_instances = new Instances();
+        private readonly EventWatches m_watches = new EventWatches();
+        private readonly Evaluator m_evaluator;
+
+        public Session()
+        {
+            m_evaluator = new Evaluator(m_instances, new TypeFinder(m_assemblies));
+        }
+
+        public ActionResult Load(string text)
+        {
+            Assembly assembly;
+            bool isNew = m_assemblies.Load(Parser.ParseLoad(text), out assembly);
+            Output.Line((isNew ? "loaded " : "already loaded: ") + assembly.FullName);
+            if (!isNew)
+                return ActionResult.AssemblyExists;
+            Output.Line("  from " + assembly.Location);
+            Output.Line("  " + Counted(new List<Type>(TypeFinder.PublicTypes(assembly)).Count, "public type"));
+            return ActionResult.LoadedAssemblyOk;
+        }
+
+        public ActionResult Create(string text)
+        {
+            ValueCommand command = Parser.ParseCreate(text);
+            if (IsTaken(command))
+                return ActionResult.TypeExists;
+            Value value = m_evaluator.Evaluate(command.Value);
+            m_instances.Add(command.Name, value);
+            Output.Line(command.Name + " = " + Formatter.ShowTyped(value.Data, value.Type));
+            return ActionResult.CreatedType;
+        }
+
+        public ActionResult Invoke(string text)
+        {
+            ValueCommand command = Parser.ParseInvoke(text);
+            if (IsTaken(command))
+                return ActionResult.TypeExists;
+            Value value = m_evaluator.Evaluate(command.Value);
+            if (value != null)
+                Keep(command, value);
+            else if (command.Name != null)
+                Output.Line("=> void; nothing to keep as " + command.Name);
+            else
+                Output.Line("=> void");
+            return ActionResult.InvokedOk;
+        }
+
+        public ActionResult Get(string text)
+        {
+            ValueCommand command = Parser.ParseGet(text);
+            if (IsTaken(command))
+                return ActionResult.TypeExists;
+            Keep(command, m_evaluator.Evaluate(command.Value));
+            return ActionResult.Success;
+        }
+
+        public ActionResult Set(string text)
+        {
+            SetCommand command = Parser.ParseSet(text);
+            if (command.Operator == "=")
+            {
+                object value = m_evaluator.Assign(command.Target, command.Value);
+                Output.Line(text.Substring(0, command.OperatorPosition).Trim() + " = " + Formatter.ShowTyped(value, null));
+                return ActionResult.Success;
+            }
+            NameExpression watch = command.Value as NameExpression;
+            if (watch == null || watch.Assembly != null || watch.Part.Name != "watch")
+                throw new CommandError(command.Value.Position, "expected watch after '" + command.Operator + "'");
+            object source;
+            EventInfo found = m_evaluator.FindEvent(command.Target, out source);
+            if (command.Operator == "+=")
+                m_watches.Add(found, source, command.Target.Position);
+            else
+                m_watches.Remove(found, source, command.Target.Position);
+            return ActionResult.Success;
+        }
+
+        public ActionResult Delete(string text)
+        {
+            DeleteCommand command = Parser.ParseDelete(text);
+            if (!m_instances.Remove(command.Name))
+                throw new CommandError(command.Position, "there is no instance '" + command.Name + "'" +
+                                                             m_instances.Suggest(command.Name, ""));
+            Output.Line("deleted " + command.Name);
+            return ActionResult.Success;
+        }
+
+        public ActionResult Reset()
+        {
+            Output.Line("reset: forgot " + Counted(m_instances.Count, "instance") + " and " +
+                        Counted(m_assemblies.Loaded.Count, "loaded assembly"));
+            m_watches.Clear();
+            m_instances.Clear();
+            m_assemblies.Forget();
+            return ActionResult.Success;
+        }
+
+        private static string Counted(int count, string noun)
+        {
+            if (count == 1)
+                return "1 " + noun;
+            return count + " " + (noun.EndsWith("y", StringComparison.Ordinal) ? noun.Substring(0, noun.Length - 1) + "ies" : noun + "s");
+        }
+
+        // A name is given once: the command is not carried out when it exists.
+        private bool IsTaken(ValueCommand command)
+        {
+            if (command.Name == null || !m_instances.Has(command.Name))
+                return false;
+            Output.Line("exists: " + command.Name + " = " + Formatter.ShowTyped(m_instances.Get(command.Name).Data, null));
+            return true;
+        }
+
+        private void Keep(ValueCommand command, Value value)
+        {
+            m_instances.SetLastResult(value);
+            if (command.Name != null)
+                m_instances.Add(command.Name, value);
+            Output.Line((command.Name == null ? "=> " : command.Name + " = ") + Formatter.ShowTyped(value.Data, value.Type));
+        }
+    }
+}

@@ -1,0 +1,267 @@
+using System.Collections.Generic;
+
+namespace OrvWorkBench
+{
+    // What a command text says, as the parser found it. Positions are indices into the text.
+
+    // One component of a type name: a namespace, a type or a nested type, with its type arguments if any.
+    internal sealed class NamePart
+    {
+        public readonly int Position;
+        public readonly string Name;
+        // Null without type arguments.
+        public readonly List<TypeSyntax> Arguments;
+
+        public NamePart(int position, string name, List<TypeSyntax> arguments)
+        {
+            Position = position;
+            Name = name;
+            Arguments = arguments;
+        }
+    }
+
+    internal sealed class TypeSyntax
+    {
+        public int Position;
+        // The assembly's simple name of "[Assembly]Type"; null for any assembly.
+        public string Assembly;
+        // Set for a keyword such as int; Parts is empty then.
+        public string Keyword;
+        public readonly List<NamePart> Parts = new List<NamePart>();
+        public bool Nullable;
+        // The rank of each array level, as C# writes them: int[][,] is an array of two-dimensional arrays.
+        public readonly List<int> Ranks = new List<int>();
+    }
+
+    internal abstract class Expression
+    {
+        public readonly int Position;
+
+        protected Expression(int position)
+        {
+            Position = position;
+        }
+    }
+
+    internal sealed class LiteralExpression : Expression
+    {
+        // Null for the literal null.
+        public readonly object Value;
+
+        public LiteralExpression(int position, object value) : base(position)
+        {
+            Value = value;
+        }
+    }
+
+    // "$": what the last call or get returned.
+    internal sealed class LastResultExpression : Expression
+    {
+        public LastResultExpression(int position) : base(position)
+        {
+        }
+    }
+
+    // A single name: an instance, or the first component of a type's name.
+    internal sealed class NameExpression : Expression
+    {
+        public readonly NamePart Part;
+        // The assembly's simple name of "[Assembly]Type": a type's name then, never an instance's. Null for none.
+        public readonly string Assembly;
+
+        public NameExpression(NamePart part, string assembly) : base(part.Position)
+        {
+            Part = part;
+            Assembly = assembly;
+        }
+    }
+
+    // A keyword that names a type, such as int in int.Parse("5").
+    internal sealed class KeywordExpression : Expression
+    {
+        public readonly string Keyword;
+
+        public KeywordExpression(int position, string keyword) : base(position)
+        {
+            Keyword = keyword;
+        }
+    }
+
+    internal sealed class MemberExpression : Expression
+    {
+        public readonly Expression Target;
+        public readonly NamePart Part;
+        // "Outer+Inner": the part can only be a nested type.
+        public readonly bool IsNested;
+
+        public MemberExpression(Expression target, NamePart part, bool isNested) : base(part.Position)
+        {
+            Target = target;
+            Part = part;
+            IsNested = isNested;
+        }
+    }
+
+    internal enum ArgumentKind
+    {
+        Value,
+        Ref,
+        Out
+    }
+
+    internal sealed class Argument
+    {
+        public int Position;
+        public ArgumentKind Kind;
+        // Null for "out" with or without a name.
+        public Expression Value;
+        // The instance that takes the value of a by-reference parameter afterwards; null for none.
+        public string Name;
+    }
+
+    internal sealed class CallExpression : Expression
+    {
+        public readonly Expression Target;
+        public readonly List<Argument> Arguments;
+
+        public CallExpression(int position, Expression target, List<Argument> arguments) : base(position)
+        {
+            Target = target;
+            Arguments = arguments;
+        }
+    }
+
+    internal sealed class IndexExpression : Expression
+    {
+        public readonly Expression Target;
+        public readonly List<Argument> Arguments;
+
+        public IndexExpression(int position, Expression target, List<Argument> arguments) : base(position)
+        {
+            Target = target;
+            Arguments = arguments;
+        }
+    }
+
+    internal sealed class NewExpression : Expression
+    {
+        public readonly TypeSyntax Type;
+        public readonly List<Argument> Arguments;
+
+        public NewExpression(int position, TypeSyntax type, List<Argument> arguments) : base(position)
+        {
+            Type = type;
+            Arguments = arguments;
+        }
+    }
+
+    // new T[sizes] or new T[] { elements }.
+    internal sealed class NewArrayExpression : Expression
+    {
+        // The array's own type.
+        public readonly TypeSyntax Type;
+        // One of the two is null.
+        public readonly List<Expression> Sizes;
+        public readonly ArrayExpression Elements;
+
+        public NewArrayExpression(int position, TypeSyntax type, List<Expression> sizes, ArrayExpression elements)
+            : base(position)
+        {
+            Type = type;
+            Sizes = sizes;
+            Elements = elements;
+        }
+    }
+
+    // { elements }: an array whose type follows from what it is used for.
+    internal sealed class ArrayExpression : Expression
+    {
+        public readonly List<Expression> Elements;
+
+        public ArrayExpression(int position, List<Expression> elements) : base(position)
+        {
+            Elements = elements;
+        }
+    }
+
+    internal sealed class CastExpression : Expression
+    {
+        public readonly TypeSyntax Type;
+        public readonly Expression Operand;
+
+        public CastExpression(int position, TypeSyntax type, Expression operand) : base(position)
+        {
+            Type = type;
+            Operand = operand;
+        }
+    }
+
+    internal sealed class UnaryExpression : Expression
+    {
+        public readonly char Operator; // one of - + ! ~
+        public readonly Expression Operand;
+
+        public UnaryExpression(int position, char operation, Expression operand) : base(position)
+        {
+            Operator = operation;
+            Operand = operand;
+        }
+    }
+
+    // left | right, which joins flags.
+    internal sealed class OrExpression : Expression
+    {
+        public readonly Expression Left;
+        public readonly Expression Right;
+
+        public OrExpression(int position, Expression left, Expression right) : base(position)
+        {
+            Left = left;
+            Right = right;
+        }
+    }
+
+    internal sealed class TypeofExpression : Expression
+    {
+        public readonly TypeSyntax Type;
+
+        public TypeofExpression(int position, TypeSyntax type) : base(position)
+        {
+            Type = type;
+        }
+    }
+
+    // The command texts themselves.
+
+    internal sealed class LoadCommand
+    {
+        public int Position;
+        public string Text;
+        // A file's path, else a display name.
+        public bool IsPath;
+    }
+
+    // "[name =] expression": create, invoke and get.
+    internal sealed class ValueCommand
+    {
+        // Null when the value gets no name.
+        public string Name;
+        public int NamePosition;
+        public Expression Value;
+    }
+
+    internal sealed class SetCommand
+    {
+        public Expression Target;
+        // "=", "+=" or "-=".
+        public string Operator;
+        public int OperatorPosition;
+        public Expression Value;
+    }
+
+    internal sealed class DeleteCommand
+    {
+        public string Name;
+        public int Position;
+    }
+}

@@ -1,0 +1,31 @@
+namespace OrvWorkBench
+{
+    internal enum TokenKind
+    {
+        End,
+        Name,    // an identifier that is no keyword
+        Keyword,
+        Literal, // the value is the token's
+        Mark     // punctuation
+    }
+
+    internal struct Token
+    {
+        public TokenKind Kind;
+        public int Position;
+        // A name without its '@', a keyword or a mark; for a literal, its source.
+        public string Text;
+        public object Value;
+
+        public bool Is(string text)
+        {
+            return (Kind == TokenKind.Keyword || Kind == TokenKind.Mark) && Text == text;
+        }
+
+        // The token as an error message shows it.
+        public string Shown
+        {
+            get { return Kind == TokenKind.End ? "the end" : "'" + Text + "'"; }
+        }
+    }
+}

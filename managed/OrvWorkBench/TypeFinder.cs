@@ -1,0 +1,232 @@
+using System;
+using System.Collections.Generic;
+using System.Reflection;
+
+namespace OrvWorkBench
+{
+    // Finds the types that a command names, in the user's assemblies first.
+    internal sealed class TypeFinder
+    {
+        private readonly Assemblies m_assemblies;
+
+        public TypeFinder(Assemblies assemblies)
+        {
+            m_assemblies = assemblies;
+        }
+
+        // Throws CommandError with TypeNotFound (or AssemblyNotFound) when there is no such public type.
+        public Type Resolve(TypeSyntax syntax)
+        {
+            Type type;
+            if (syntax.Keyword != null)
+                type = TypeNames.FromKeyword(syntax.Keyword);
+            else
+            {
+                int used;
+                type = FindPrefix(syntax.Parts, syntax.Assembly, syntax.Position, out used);
+                if (type == null)
+                    throw NotFound(syntax.Position, syntax.Parts, syntax.Parts.Count);
+                type = CloseRest(type, syntax.Parts, used, syntax.Position);
+            }
+            if (syntax.Nullable)
+                type = MakeNullable(type, syntax.Position);
+            for (int i = syntax.Ranks.Count - 1; i >= 0; --i)
+                type = MakeArray(type, syntax.Ranks[i], syntax.Position);
+            return type;
+        }
+
+        // The type that the parts begin with: the shortest start that names one, as C# reads a dotted name. Returns null when
+        // none does; used is the number of parts that it took.
+        public Type FindPrefix(IList<NamePart> parts, string assembly, int position, out int used)
+        {
+            string name = "";
+            for (used = 1; used <= parts.Count; ++used)
+            {
+                NamePart part = parts[used - 1];
+                name += (used > 1 ? "." : "") + part.Name;
+                string full = part.Arguments == null ? name : name + "`" + part.Arguments.Count;
+                Type found = FindByFullName(full, assembly, position);
+                if (found != null)
+                    return Close(found, null, part, position);
+                if (part.Arguments != null)
+                    break;
+            }
+            used = 0;
+            return null;
+        }
+
+        // The public nested type of that name; null when there is none.
+        public Type FindNested(Type outer, NamePart part)
+        {
+            string name = part.Arguments == null ? part.Name : part.Name + "`" + part.Arguments.Count;
+            for (Type type = outer; type != null; type = type.BaseType)
+            {
+                Type definition = type.IsGenericType ? type.GetGenericTypeDefinition() : type;
+                Type nested = definition.GetNestedType(name, BindingFlags.Public);
+                if (nested != null)
+                    return Close(nested, type.IsGenericType ? type.GetGenericArguments() : null, part, part.Position);
+            }
+            return null;
+        }
+
+        public CommandError NotFound(int position, IList<NamePart> parts, int count)
+        {
+            string name = "";
+            for (int i = 0; i < count; ++i)
+                name += (i > 0 ? "." : "") + parts[i].Name;
+            return new CommandError(position, ActionResult.TypeNotFound, "there is no public type '" + name + "'" + Suggest(parts[count - 1].Name));
+        }
+
+        // Types of the user's assemblies with that short name, for an error message.
+        public string Suggest(string shortName)
+        {
+            List<string> names = new List<string>();
+            foreach (Assembly assembly in m_assemblies.Loaded)
+            {
+                foreach (Type type in PublicTypes(assembly))
+                {
+                    string name = type.Name;
+                    int tick = name.IndexOf('`');
+                    if (tick >= 0)
+                        name = name.Substring(0, tick);
+                    if (string.Equals(name, shortName, StringComparison.OrdinalIgnoreCase) && names.Count < 3)
+                        names.Add(TypeNames.Show(type));
+                }
+            }
+            if (names.Count == 0)
+                return m_assemblies.Loaded.Count == 0 ? "; no assembly is loaded yet" : "";
+            return "; did you mean " + string.Join(" or ", names.ToArray()) + "?";
+        }
+
+        // The exported types that can be loaded: one whose base type is missing hides none of the others.
+        public static IEnumerable<Type> PublicTypes(Assembly assembly)
+        {
+            Type[] types;
+            try
+            {
+                types = assembly.GetTypes();
+            }
+            catch (ReflectionTypeLoadException partial)
+            {
+                types = partial.Types;
+            }
+            foreach (Type type in types)
+            {
+                if (type != null && type.IsVisible)
+                    yield return type;
+            }
+        }
+
+        private Type FindByFullName(string name, string assemblyName, int position)
+        {
+            if (assemblyName != null)
+            {
+                Assembly only = m_assemblies.Find(assemblyName);
+                if (only == null)
+                    throw new CommandError(position, ActionResult.AssemblyNotFound,
+                                           "no assembly '" + assemblyName + "' is loaded");
+                return FindIn(only, name);
+            }
+            Type first = null;
+            foreach (Assembly assembly in m_assemblies.Loaded)
+            {
+                Type found = FindIn(assembly, name);
+                if (found != null && first != null && found != first)
+                    throw new CommandError(position, "two loaded assemblies have a type '" + name + "': write [" +
+                                                         first.Assembly.GetName().Name + "]" + name + " or [" +
+                                                         found.Assembly.GetName().Name + "]" + name);
+                first = first ?? found;
+            }
+            if (first != null)
+                return first;
+            foreach (Assembly assembly in m_assemblies.InSearchOrder())
+            {
+                Type found = FindIn(assembly, name);
+                if (found != null)
+                    return found;
+            }
+            return null;
+        }
+
+        private static Type FindIn(Assembly assembly, string name)
+        {
+            try
+            {
+                Type type = assembly.GetType(name, false, false);
+                return type != null && type.IsVisible ? type : null;
+            }
+            catch (Exception error)
+            {
+                // The type is there but something that it builds on cannot be loaded.
+                if (error is TypeLoadException || error is System.IO.IOException || error is BadImageFormatException)
+                    throw new CommandError(-1, "the type '" + name + "' cannot be loaded: " + error.Message);
+                throw;
+            }
+        }
+
+        private Type CloseRest(Type type, IList<NamePart> parts, int used, int position)
+        {
+            for (int i = used; i < parts.Count; ++i)
+            {
+                Type nested = FindNested(type, parts[i]);
+                if (nested == null)
+                    throw new CommandError(parts[i].Position, ActionResult.TypeNotFound,
+                                           "'" + TypeNames.Show(type) + "' has no public nested type '" + parts[i].Name + "'");
+                type = nested;
+            }
+            return type;
+        }
+
+        // Gives a generic definition its arguments: those of the type around it, then those written.
+        private Type Close(Type definition, Type[] outer, NamePart part, int position)
+        {
+            if (!definition.IsGenericTypeDefinition)
+                return definition;
+            List<Type> arguments = new List<Type>();
+            if (outer != null)
+                arguments.AddRange(outer);
+            if (part.Arguments != null)
+            {
+                foreach (TypeSyntax argument in part.Arguments)
+                    arguments.Add(Resolve(argument));
+            }
+            if (definition.GetGenericArguments().Length != arguments.Count)
+                throw new CommandError(part.Position, ActionResult.TypeNotFound, "the type '" + TypeNames.Show(definition) +
+                                                                      "' needs its type arguments");
+            try
+            {
+                return definition.MakeGenericType(arguments.ToArray());
+            }
+            catch (Exception error)
+            {
+                if (error is ArgumentException || error is NotSupportedException || error is TypeLoadException)
+                    throw new CommandError(part.Position, ActionResult.TypeNotFound,
+                                           "'" + TypeNames.Show(definition) + "' does not take these type arguments: " +
+                                               error.Message);
+                throw;
+            }
+        }
+
+        private static Type MakeNullable(Type type, int position)
+        {
+            if (!type.IsValueType || Nullable.GetUnderlyingType(type) != null)
+                throw new CommandError(position, ActionResult.TypeNotFound,
+                                       "'" + TypeNames.Show(type) + "?' is not a type: only a value type takes '?'");
+            return typeof(Nullable<>).MakeGenericType(type);
+        }
+
+        private static Type MakeArray(Type element, int rank, int position)
+        {
+            try
+            {
+                return rank == 1 ? element.MakeArrayType() : element.MakeArrayType(rank);
+            }
+            catch (Exception error)
+            {
+                if (error is TypeLoadException || error is IndexOutOfRangeException || error is NotSupportedException)
+                    throw new CommandError(position, ActionResult.TypeNotFound, "there is no such array type: " + error.Message);
+                throw;
+            }
+        }
+    }
+}

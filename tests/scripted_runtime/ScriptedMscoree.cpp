@@ -1,0 +1,267 @@
+// A stand-in for the managed runtime: an mscoree.dll to lie beside a program under test. It runs nothing. It records
+// how the program uses it, and answers what the test tells it to.
+//
+// Environment variables, read at each call:
+//   ORV_SCRIPT_LOG         file to record in (below); nothing is recorded when unset
+//   ORV_SCRIPT_BIND        status of CorBindToRuntimeEx, e.g. 0x80131700; a failing one leaves the pointer null
+//   ORV_SCRIPT_NULL        1: the bind succeeds, but with a null pointer
+//   ORV_SCRIPT_START       status of Start
+//   ORV_SCRIPT_BREAKPOINT  what the method "OrvBreakPoint" does: a status, or a text in the language below
+//
+// The argument of every other method is a text in this language: items separated by ';', blanks around them allowed.
+// Anything else in it is ignored, so that any command text can carry an answer.
+//   result=N       the return value (decimal, may be negative); 5 without it
+//   status=N       the status instead of 0 (decimal or 0x...); with a failing one no return value is written
+//   delay=N        first waits that many milliseconds
+//   throw          raises a C++ exception (std::runtime_error)
+//   raise=N        raises a Windows exception with that code
+// The items take effect in the order delay, throw, raise, status, result, whatever their order in the text.
+//
+// The record is UTF-8, one line for each call, written before a delay or an exception:
+//   bind version="v2.0.50727" flavour="svr" flags=2 class={...} interface={...} status=0x00000000
+//   start status=0x00000000
+//   execute assembly="OrvWorkBench64.dll" type="OrvWorkBench.CInvoke" method="Invoke" argument="result=11"
+//   addref count=2
+//   release count=0
+//   stop | query interface={...} | other method="GetCLRControl"
+// A null text is written null without quotes; in a text, \ " CR LF and TAB are written \\ \" \r \n \t.
+
+#include <windows.h>
+
+#include <mscoree.h>
+
+#include <atomic>
+#include <cwchar>
+#include <stdexcept>
+#include <string>
+
+namespace
+{
+constexpr DWORD c_defaultResult = 5;
+
+std::wstring EnvironmentText(const wchar_t* name)
+{
+    std::wstring value(32768, L'\0');
+    value.resize(GetEnvironmentVariableW(name, value.data(), static_cast<DWORD>(value.size())));
+    return value;
+}
+
+std::wstring Quoted(const wchar_t* text)
+{
+    if (text == nullptr)
+        return L"null";
+    std::wstring quoted = L"\"";
+    for (; *text != L'\0'; ++text)
+    {
+        constexpr const wchar_t* special = L"\\\"\r\n\t";
+        const wchar_t* const found = std::wcschr(special, *text);
+        if (found == nullptr)
+            quoted += *text;
+        else
+            quoted.append(1, L'\\').append(1, L"\\\"rnt"[found - special]);
+    }
+    return quoted + L"\"";
+}
+
+std::wstring Hex(unsigned long value, int digits)
+{
+    std::wstring text;
+    for (int shift = (digits - 1) * 4; shift >= 0; shift -= 4)
+        text += L"0123456789ABCDEF"[value >> shift & 0xF];
+    return text;
+}
+
+std::wstring StatusText(HRESULT status)
+{
+    return L"0x" + Hex(static_cast<unsigned long>(status), 8);
+}
+
+std::wstring GuidText(const GUID& id)
+{
+    std::wstring text = L"{" + Hex(id.Data1, 8) + L"-" + Hex(id.Data2, 4) + L"-" + Hex(id.Data3, 4) + L"-";
+    for (int i = 0; i < 8; ++i)
+        text += (i == 2 ? L"-" : L"") + Hex(id.Data4[i], 2);
+    return text + L"}";
+}
+
+void Record(const std::wstring& line)
+{
+    const std::wstring path = EnvironmentText(L"ORV_SCRIPT_LOG");
+    if (path.empty())
+        return;
+    const std::wstring ended = line + L"\n";
+    const int length = static_cast<int>(ended.size());
+    const int size = WideCharToMultiByte(CP_UTF8, 0, ended.c_str(), length, nullptr, 0, nullptr, nullptr);
+    std::string bytes(static_cast<size_t>(size), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, ended.c_str(), length, bytes.data(), size, nullptr, nullptr);
+    // Opened and closed each time: a reader in another process sees every call that was made.
+    const HANDLE file = CreateFileW(path.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                    OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return;
+    DWORD written = 0;
+    WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
+    CloseHandle(file);
+}
+
+unsigned long Number(const std::wstring& text)
+{
+    return text.compare(0, 1, L"-") == 0 ? static_cast<unsigned long>(std::wcstol(text.c_str(), nullptr, 0))
+                                         : std::wcstoul(text.c_str(), nullptr, 0);
+}
+
+struct Answer
+{
+    HRESULT status = S_OK;
+    DWORD result = c_defaultResult;
+    DWORD delayMs = 0;
+    bool throws = false;
+    DWORD raises = 0;
+};
+
+void ReadItem(const std::wstring& item, Answer& answer)
+{
+    const size_t equals = item.find(L'=');
+    const std::wstring name = item.substr(0, equals);
+    const unsigned long value = equals == std::wstring::npos ? 0 : Number(item.substr(equals + 1));
+    if (name == L"result")
+        answer.result = value;
+    else if (name == L"status")
+        answer.status = static_cast<HRESULT>(value);
+    else if (name == L"delay")
+        answer.delayMs = value;
+    else if (name == L"throw")
+        answer.throws = true;
+    else if (name == L"raise")
+        answer.raises = value;
+}
+
+Answer ReadAnswer(const std::wstring& script)
+{
+    Answer answer;
+    size_t start = 0;
+    while (start <= script.size())
+    {
+        const size_t end = script.find(L';', start) == std::wstring::npos ? script.size() : script.find(L';', start);
+        const size_t first = script.find_first_not_of(L' ', start);
+        if (first < end)
+            ReadItem(script.substr(first, script.find_last_not_of(L' ', end - 1) + 1 - first), answer);
+        start = end + 1;
+    }
+    return answer;
+}
+
+HRESULT StatusFrom(const wchar_t* variable)
+{
+    const std::wstring text = EnvironmentText(variable);
+    return text.empty() ? S_OK : static_cast<HRESULT>(Number(text));
+}
+
+Answer BreakpointAnswer()
+{
+    const std::wstring text = EnvironmentText(L"ORV_SCRIPT_BREAKPOINT");
+    const bool isStatus = !text.empty() && (text[0] == L'-' || (text[0] >= L'0' && text[0] <= L'9'));
+    return ReadAnswer(isStatus ? L"status=" + text : text);
+}
+
+HRESULT Carry(const Answer& answer, DWORD* result)
+{
+    if (answer.delayMs != 0)
+        Sleep(answer.delayMs);
+    if (answer.throws)
+        throw std::runtime_error("the script says so");
+    if (answer.raises != 0)
+        RaiseException(answer.raises, 0, 0, nullptr);
+    if (SUCCEEDED(answer.status) && result != nullptr)
+        *result = answer.result;
+    return answer.status;
+}
+
+class ScriptedHost final : public ICLRRuntimeHost
+{
+public:
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void** object) override
+    {
+        Record(L"query interface=" + GuidText(id));
+        *object = this;
+        ++m_references;
+        return S_OK;
+    }
+
+    ULONG STDMETHODCALLTYPE AddRef() override
+    {
+        const ULONG count = ++m_references;
+        Record(L"addref count=" + std::to_wstring(count));
+        return count;
+    }
+
+    ULONG STDMETHODCALLTYPE Release() override
+    {
+        const ULONG count = --m_references;
+        Record(L"release count=" + std::to_wstring(count));
+        if (count == 0)
+            delete this;
+        return count;
+    }
+
+    HRESULT STDMETHODCALLTYPE Start() override
+    {
+        const HRESULT status = StatusFrom(L"ORV_SCRIPT_START");
+        Record(L"start status=" + StatusText(status));
+        return status;
+    }
+
+    HRESULT STDMETHODCALLTYPE Stop() override
+    {
+        Record(L"stop");
+        return S_OK;
+    }
+
+    HRESULT STDMETHODCALLTYPE SetHostControl(IHostControl*) override { return Other(L"SetHostControl"); }
+    HRESULT STDMETHODCALLTYPE GetCLRControl(ICLRControl**) override { return Other(L"GetCLRControl"); }
+    HRESULT STDMETHODCALLTYPE UnloadAppDomain(DWORD, BOOL) override { return Other(L"UnloadAppDomain"); }
+    HRESULT STDMETHODCALLTYPE ExecuteInAppDomain(DWORD, FExecuteInAppDomainCallback, void*) override
+    {
+        return Other(L"ExecuteInAppDomain");
+    }
+    HRESULT STDMETHODCALLTYPE GetCurrentAppDomainId(DWORD*) override { return Other(L"GetCurrentAppDomainId"); }
+    HRESULT STDMETHODCALLTYPE ExecuteApplication(LPCWSTR, DWORD, LPCWSTR*, DWORD, LPCWSTR*, int*) override
+    {
+        return Other(L"ExecuteApplication");
+    }
+
+    HRESULT STDMETHODCALLTYPE ExecuteInDefaultAppDomain(LPCWSTR assembly, LPCWSTR type, LPCWSTR method,
+                                                        LPCWSTR argument, DWORD* result) override
+    {
+        Record(L"execute assembly=" + Quoted(assembly) + L" type=" + Quoted(type) + L" method=" + Quoted(method) +
+               L" argument=" + Quoted(argument));
+        const bool isBreakpoint = method != nullptr && std::wcscmp(method, L"OrvBreakPoint") == 0;
+        return Carry(isBreakpoint ? BreakpointAnswer() : ReadAnswer(argument == nullptr ? L"" : argument), result);
+    }
+
+private:
+    static HRESULT Other(const wchar_t* method)
+    {
+        Record(L"other method=" + Quoted(method));
+        return E_NOTIMPL;
+    }
+
+    std::atomic<ULONG> m_references{1};
+};
+} // namespace
+
+extern "C" HRESULT WINAPI CorBindToRuntimeEx(LPCWSTR version, LPCWSTR flavour, DWORD flags, REFCLSID classId,
+                                             REFIID interfaceId, void** object);
+
+extern "C" HRESULT WINAPI CorBindToRuntimeEx(LPCWSTR version, LPCWSTR flavour, DWORD flags, REFCLSID classId,
+                                             REFIID interfaceId, void** object)
+{
+    const HRESULT status = StatusFrom(L"ORV_SCRIPT_BIND");
+    Record(L"bind version=" + Quoted(version) + L" flavour=" + Quoted(flavour) + L" flags=" + std::to_wstring(flags) +
+           L" class=" + GuidText(classId) + L" interface=" + GuidText(interfaceId) + L" status=" +
+           StatusText(status));
+    *object = nullptr;
+    if (SUCCEEDED(status) && EnvironmentText(L"ORV_SCRIPT_NULL") != L"1")
+        *object = new ScriptedHost;
+    return status;
+}
