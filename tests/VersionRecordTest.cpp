@@ -1,5 +1,5 @@
 #include "OrvProfiler/ProxySecurity.h"
-#include "tests/support/AllocationWatch.h"
+#include "tests/support/AllocationProbe.h"
 #include "tests/support/LeakCheck.h"
 #include "tests/support/NamespaceWorld.h"
 #include "tests/support/RebuiltManager.h"
@@ -92,18 +92,18 @@ TEST(CVersionRecord, HasAWholeTextOrNoneWhenMemoryFails)
     unsigned successes = 0;
     for (; failed; ++successes)
     {
-        AllocationWatch watch;
-        watch.FailOneAfter(successes);
+        AllocationProbe probe;
+        probe.FailRequest(successes + 1);
         bool wholeOrNone = false;
         {
             const CVersionRecord record(path.c_str());
-            failed = watch.HasFailed();
-            watch.StopFailing();
+            failed = probe.HasFailed();
+            probe.StopFailing();
             wholeOrNone = record.ProductName() == L"Produit" || record.ProductName().IsEmpty();
         }
-        const int outstanding = watch.Outstanding();
+        const size_t outstanding = probe.LiveBlocks();
         EXPECT_TRUE(wholeOrNone) << successes;
-        EXPECT_EQ(outstanding, 0) << successes;
+        EXPECT_EQ(outstanding, 0U) << successes;
     }
     EXPECT_GT(successes, 4U);
 }
