@@ -393,7 +393,10 @@ TEST(CProcess, OfWhichTheMemoryIsDeniedHasItsImagePathFromTheKernel)
 TEST(CProcess, IsNoneWhenItsExitCodeCannotBeRead)
 {
     const SittingProcess sitting;
-    SystemCall<decltype(GetExitCodeProcess)> getExitCode("GetExitCodeProcess", ERROR_INVALID_HANDLE);
+    const Redirect<decltype(GetExitCodeProcess)> redirect("GetExitCodeProcess", [](HANDLE, DWORD* exitCode) -> BOOL {
+        *exitCode = STILL_ACTIVE; // not to be believed
+        return FALSE;
+    });
     EXPECT_EQ(Open(sitting.Id()), nullptr);
     ExpectNothingLeaks([&] { Open(sitting.Id()); });
 }
