@@ -451,7 +451,10 @@ bool CPath::TakeSpelling(const TString& spelling)
     const bool rooted = m_kind == c_relativePath && spelling.First() == L'\\';
     if (!TakeParts(parts, rooted))
         return false;
-    m_text = Join();
+    const TString joined = Join();
+    if (joined.GetBuffer() == nullptr)
+        return false;
+    m_text = joined;
     // A root is told from the drive, or from nothing, by its backslash.
     if (m_components.size() == 1 && (rooted || (m_kind == c_drivePath && spelling.Contains(L"\\"))))
         m_text.Append(L'\\');
@@ -546,7 +549,10 @@ bool CPath::Append(const wchar_t* name) noexcept
     if (!text.IsEmpty() && text.Last() != L'\\')
         text.Append(L'\\');
     text.Append(name);
-    return Parse(text);
+    if (text.GetBuffer() != nullptr)
+        return Parse(text);
+    Clear();
+    return false;
 }
 
 bool CPath::Append(const CPath& path) noexcept
@@ -761,7 +767,8 @@ struct FileSearch
     {
         TString pattern(directory);
         pattern.Append(L"\\*");
-        if (pattern.GetBuffer() == nullptr)
+        // A directory that has lost its text would be the root of the drive.
+        if (directory.IsEmpty() || pattern.GetBuffer() == nullptr)
             return false;
         _wfinddata64_t entry{};
         const FindHandle find(_wfindfirst64(pattern, &entry));
@@ -819,6 +826,5 @@ bool CPath::FindFiles(const wchar_t* directory, const wchar_t* namePrefix, const
             return false;
         }
     }
-    const TString root(directory);
-    return root.IsEmpty() || search.Run(root);
+    return SafeLength(directory) == 0 || search.Run(directory);
 }
