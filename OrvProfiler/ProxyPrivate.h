@@ -17,6 +17,8 @@ class CProxyPrivate : public CProxyMap
 {
 public:
     explicit CProxyPrivate(const wchar_t* baseName);
+    CProxyPrivate(const CProxyPrivate&) = delete;
+    CProxyPrivate& operator=(const CProxyPrivate&) = delete;
     ~CProxyPrivate() override;
 
     void OnMapped() override;

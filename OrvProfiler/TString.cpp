@@ -706,11 +706,13 @@ bool operator==(const TString& left, const wchar_t* right) noexcept
     return Equal(left.m_buffer, right, true);
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): a copy by agreement
 bool operator<(const TString& left, TString right) noexcept
 {
     return !left.IsEmpty() && !right.IsEmpty() && wcscmp(left.m_buffer, right.m_buffer) < 0;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): a copy by agreement
 bool operator>(const TString& left, TString right) noexcept
 {
     return !left.IsEmpty() && !right.IsEmpty() && wcscmp(left.m_buffer, right.m_buffer) > 0;

@@ -16,6 +16,7 @@ typedef void* HANDLE;
 typedef HWND__* HWND;
 typedef HINSTANCE__* HMODULE;
 typedef unsigned long DWORD;
+typedef long HRESULT;
 typedef _SECURITY_ATTRIBUTES SECURITY_ATTRIBUTES;
 typedef void* PSECURITY_DESCRIPTOR;
 typedef void* PSID;

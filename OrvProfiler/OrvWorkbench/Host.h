@@ -82,7 +82,7 @@ public:
 
 private:
     void BindRuntime();
-    long CallManaged(const wchar_t* methodName, const wchar_t* argument, DWORD& returnValue);
+    HRESULT CallManaged(const wchar_t* methodName, const wchar_t* argument, DWORD& returnValue);
     void ServeCommands();
     bool ServeNext();
     void CarryOut(uint32_t index);
@@ -91,8 +91,8 @@ private:
 
     // Owned, one reference; null until bound.
     ICLRRuntimeHost* m_pRuntimeHost = nullptr;
-    // The status of the last runtime call (an HRESULT).
-    long m_hr = 0;
+    // The status of the last runtime call.
+    HRESULT m_hr = 0;
     TString m_assemblyPath;
     TString m_typeName;
     std::unique_ptr<CWBEvent> m_pEvents;
