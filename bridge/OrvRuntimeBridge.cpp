@@ -77,6 +77,8 @@ int32_t StartRuntime(const Request& request)
     // Faults in foreign code are Wine's to handle.
     mono_set_signal_chaining(1);
     mono_config_parse(nullptr);
+    if (access(request.configFile, R_OK) == 0)
+        mono_config_parse(request.configFile);
     mono_debug_init(MONO_DEBUG_FORMAT_MONO);
     g_domain = mono_jit_init_version("OrvRuntimeBridge", "v4.0.30319");
     if (g_domain == nullptr)
