@@ -282,7 +282,7 @@ namespace OrvWorkBench
                     result = new MemberExpression(result, ParseNamePart(nested ? "a nested type" : "a member's name"), nested);
                 }
                 else if (token.Is("("))
-                    result = new CallExpression(token.Position, result, ParseArguments("(", ")"));
+                    result = new CallExpression(result.Position, result, ParseArguments("(", ")"));
                 else if (token.Is("["))
                 {
                     result = new IndexExpression(token.Position, result, ParseArguments("[", "]"));
