@@ -125,6 +125,14 @@ namespace OrvTest
             Bench.Expect("invoke", "f.ToString()", 13, "exception System.InvalidOperationException: text");
         }
 
+        // The program's configuration, which lies beside this one too, keeps the process alive.
+        public static void AnExceptionOnAnotherThreadEndsNoProcess()
+        {
+            Bench.Start();
+            Bench.Expect("invoke", "OrvTest.Threads.Fail()", 10, null);
+            Bench.Expect("invoke", "OrvTest.StaticClass.Twice(1)", 10, "=> int 2");
+        }
+
         public static void ResultsAreKept()
         {
             Bench.Start();
@@ -242,6 +250,18 @@ namespace OrvTest
             Harness.Equal(4, CInvoke.SetProperty(null), "set");
             Harness.Equal(4, CInvoke.Delete(null), "delete");
             Harness.Equal(5, CInvoke.Reset(null), "reset");
+        }
+    }
+
+    // Run without the configuration: the process ends, but not without a word. (Under Mono the configuration keeps the
+    // exception from being reported at all.)
+    internal static class UnhandledTests
+    {
+        public static void AnExceptionOnAnotherThreadIsShown()
+        {
+            Bench.Load("TestLibrary.dll");
+            CInvoke.Invoke("OrvTest.Threads.Fail()");
+            Harness.True(false, "the process still runs");
         }
     }
 }

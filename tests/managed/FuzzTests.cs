@@ -112,7 +112,7 @@ namespace OrvTest
             for (int seed = 1; seed <= 3; ++seed)
             {
                 Random random = new Random(seed);
-                for (int i = 0; i < 20000; ++i)
+                for (int i = 0; i < 3000; ++i)
                 {
                     Parse(RandomPieces(random));
                     Parse(RandomCharacters(random));
@@ -134,7 +134,7 @@ namespace OrvTest
         {
             Random random = new Random(42);
             int succeeded = 0;
-            for (int i = 0; i < 20000; ++i)
+            for (int i = 0; i < 5000; ++i)
             {
                 if (i % 500 == 0)
                 {
@@ -152,7 +152,7 @@ namespace OrvTest
                 succeeded += result >= 5 && result <= 10 ? 1 : 0;
             }
             // The texts are not so wild that nothing is ever carried out.
-            Harness.True(succeeded > 100, "only " + succeeded + " succeeded");
+            Harness.True(succeeded > 30, "only " + succeeded + " succeeded");
         }
     }
 }

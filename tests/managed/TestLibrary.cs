@@ -294,6 +294,19 @@ namespace OrvTest
         }
     }
 
+    public class Threads
+    {
+        // Returns when the thread, which ends with an exception, is gone.
+        public static void Fail()
+        {
+            System.Threading.Thread thread = new System.Threading.Thread(delegate() {
+                throw new InvalidOperationException("on a thread");
+            });
+            thread.Start();
+            thread.Join();
+        }
+    }
+
     public class BadMessage : Exception
     {
         public override string Message
