@@ -1,5 +1,4 @@
 #include "OrvProfiler/ProxySecurity.h"
-#include "tests/support/AllocationProbe.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ErrorTexts.h"
 #include "tests/support/LeakCheck.h"
@@ -394,7 +393,10 @@ TEST(CProcess, OfWhichTheMemoryIsDeniedHasItsImagePathFromTheKernel)
 TEST(CProcess, IsNoneWhenItsExitCodeCannotBeRead)
 {
     const SittingProcess sitting;
-    SystemCall<decltype(GetExitCodeProcess)> getExitCode("GetExitCodeProcess", ERROR_INVALID_HANDLE);
+    const Redirect<decltype(GetExitCodeProcess)> redirect("GetExitCodeProcess", [](HANDLE, DWORD* exitCode) -> BOOL {
+        *exitCode = STILL_ACTIVE; // not to be believed
+        return FALSE;
+    });
     EXPECT_EQ(Open(sitting.Id()), nullptr);
     ExpectNothingLeaks([&] { Open(sitting.Id()); });
 }
@@ -700,35 +702,17 @@ TEST(CProcess, ThatMemoryDoesNotSufficeForIsNoneOrWholeEnough)
     const SittingProcess sitting;
     TokenStandIn token;
     token.AnswerGroups({{c_everyone, 7}, {c_administrators, 15}});
-    const Process warm = Open(sitting.Id());
-    ASSERT_NE(warm, nullptr);
-    const unsigned handles = OpenHandleCount();
-    bool failed = true;
-    unsigned successes = 0;
-    for (; failed; ++successes)
-    {
-        size_t outstanding = 0;
-        bool hasUser = true;
-        {
-            AllocationProbe probe;
-            probe.FailRequest(successes + 1);
-            {
-                const Process process = Open(sitting.Id());
-                if (process != nullptr)
-                {
-                    process->GetVersion();
-                    hasUser = process->GetUserAccount() != nullptr;
-                }
-            }
-            failed = probe.HasFailed();
-            probe.StopFailing();
-            outstanding = probe.LiveBlocks();
-        }
-        EXPECT_EQ(outstanding, 0U) << successes;
-        EXPECT_TRUE(hasUser) << successes;
-    }
-    EXPECT_GT(successes, 10U);
-    EXPECT_EQ(OpenHandleCount(), handles);
+    Open(sitting.Id());
+    unsigned withoutUser = 0;
+    const unsigned failures = ExpectNothingLeaksWithoutMemory([&] {
+        const Process process = Open(sitting.Id());
+        if (process == nullptr)
+            return;
+        process->GetVersion();
+        withoutUser += process->GetUserAccount() == nullptr ? 1U : 0U;
+    });
+    EXPECT_GT(failures, 10U);
+    EXPECT_EQ(withoutUser, 0U);
 }
 
 TEST(CProcessGetUser, IsTheAccountOfTheToken)

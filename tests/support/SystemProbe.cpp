@@ -3,53 +3,35 @@
 #include <windows.h>
 
 #include <malloc.h>
-#include <winternl.h>
 
 #include <atomic>
+#include <cstdint>
 #include <stdexcept>
-#include <vector>
 
 namespace
 {
 std::atomic<unsigned> g_counter{0};
 
-// One handle of the system's table, as NtQuerySystemInformation class 16 lists it.
-struct SystemHandle
-{
-    ULONG processId;
-    UCHAR type;
-    UCHAR flags;
-    USHORT handle;
-    void* object;
-    ACCESS_MASK access;
-};
-
-struct SystemHandles
-{
-    ULONG count;
-    SystemHandle handles[1];
-};
+// Handles are multiples of 4, and free ones are used again before greater ones are made: none lies behind so many
+// free ones.
+constexpr unsigned c_handleStep = 4;
+constexpr unsigned c_freeHandlesBehindTheLast = 1024;
 } // namespace
 
-// GetProcessHandleCount always answers 0 under Wine; the system's handle table is right on both.
+// By asking for each possible handle. GetProcessHandleCount always answers 0 under Wine, and the system's handle
+// table (NtQuerySystemInformation, class 16) now and then makes the Wine server crash when it is read while another
+// process starts or ends.
 unsigned OpenHandleCount()
 {
-    using Query = NTSTATUS(NTAPI*)(ULONG, void*, ULONG, ULONG*);
-    static const auto query = reinterpret_cast<Query>(
-        reinterpret_cast<void (*)()>(GetProcAddress(GetModuleHandleW(L"ntdll"), "NtQuerySystemInformation")));
-    std::vector<unsigned char> buffer(1U << 20);
-    ULONG needed = 0;
-    NTSTATUS status = 0;
-    while ((status = query(16, buffer.data(), static_cast<ULONG>(buffer.size()), &needed)) < 0)
-    {
-        if (buffer.size() > 64U << 20)
-            throw std::runtime_error("the system's handle table cannot be read");
-        buffer.resize(buffer.size() * 2);
-    }
-    const auto* const table = reinterpret_cast<const SystemHandles*>(buffer.data());
     unsigned count = 0;
-    for (ULONG i = 0; i < table->count; ++i)
-        count += table->handles[i].processId == GetCurrentProcessId() ? 1U : 0U;
+    uintptr_t handle = c_handleStep;
+    for (unsigned free = 0; free < c_freeHandlesBehindTheLast; handle += c_handleStep)
+    {
+        DWORD flags = 0;
+        const bool isOpen = GetHandleInformation(reinterpret_cast<HANDLE>(handle), &flags) != FALSE;
+        count += isOpen ? 1U : 0U;
+        free = isOpen ? 0 : free + 1;
+    }
     return count;
 }
 
