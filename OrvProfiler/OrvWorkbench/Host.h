@@ -39,6 +39,9 @@ enum ActionResult : int32_t
 // formatting slot's text.
 const wchar_t* ActionResultName(int32_t result) noexcept;
 
+// The log file. Each start of the workbench truncates it; its folder is not created.
+constexpr const wchar_t* c_traceLogPath = L"c:\\zeph\\logs\\OrvWorkBench.log";
+
 // The static methods of the managed dispatcher type, each taking one string and returning an ActionResult.
 constexpr const wchar_t* c_methodLoadAssembly = L"LoadAssembly";
 constexpr const wchar_t* c_methodCreateType = L"CreateType";
