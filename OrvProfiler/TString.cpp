@@ -550,15 +550,15 @@ uint64_t TString::Trim(const wchar_t* set) noexcept
 TString TString::TrimLeft(const wchar_t* text, const wchar_t* set) noexcept
 {
     if (SafeLength(text) == 0 || SafeLength(set) == 0)
-        return TString(text);
-    return TString(text + std::wcsspn(text, set));
+        return {text};
+    return {text + std::wcsspn(text, set)};
 }
 
 TString TString::TrimRight(const wchar_t* text, const wchar_t* set) noexcept
 {
     uint64_t length = SafeLength(text);
     if (length == 0 || SafeLength(set) == 0)
-        return TString(text);
+        return {text};
     while (length > 0 && FindChar(set, text[length - 1]) != nullptr)
         --length;
     TString result;
@@ -706,13 +706,13 @@ bool operator==(const TString& left, const wchar_t* right) noexcept
     return Equal(left.m_buffer, right, true);
 }
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): a copy by agreement
+// NOLINTNEXTLINE(performance-unnecessary-value-param): deliberately a copy
 bool operator<(const TString& left, TString right) noexcept
 {
     return !left.IsEmpty() && !right.IsEmpty() && wcscmp(left.m_buffer, right.m_buffer) < 0;
 }
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): a copy by agreement
+// NOLINTNEXTLINE(performance-unnecessary-value-param): deliberately a copy
 bool operator>(const TString& left, TString right) noexcept
 {
     return !left.IsEmpty() && !right.IsEmpty() && wcscmp(left.m_buffer, right.m_buffer) > 0;

@@ -207,11 +207,11 @@ inline const wchar_t* EndOf(std::nullptr_t) noexcept
     return nullptr;
 }
 inline void Lower(std::nullptr_t) noexcept {}
-inline bool Equal(std::nullptr_t, std::nullptr_t, bool) noexcept
+inline bool Equal(std::nullptr_t, std::nullptr_t, bool /*caseSensitive*/) noexcept
 {
     return true;
 }
-inline int Compare(std::nullptr_t, std::nullptr_t, bool) noexcept
+inline int Compare(std::nullptr_t, std::nullptr_t, bool /*caseSensitive*/) noexcept
 {
     return 0;
 }
