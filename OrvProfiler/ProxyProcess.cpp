@@ -1,6 +1,7 @@
 #include "OrvProfiler/ProxyProcess.h"
 
 #include "OrvProfiler/DebugAssert.h"
+#include "OrvProfiler/Path.h"
 #include "OrvProfiler/ProcessInformation.h"
 #include "OrvProfiler/TokenQuery.h"
 #include "OrvProfiler/Trace.h"
@@ -100,7 +101,7 @@ CProxySecManager::CProcess::CProcess(const CProxySecManager& manager, uint32_t p
 {
     ReadParameters(manager);
     if (m_imagePath.IsEmpty())
-        m_imagePath = manager.GetImageName(m_process.Get());
+        m_imagePath = DeviceToDrivePath(manager.GetImageName(m_process.Get()));
     ReadToken();
 }
 

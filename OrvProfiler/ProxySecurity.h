@@ -34,7 +34,8 @@ constexpr uint32_t c_architectureUnknown = 0xFFFFFFFF;
 // and executable files are answered.
 //
 // Exactly one exists, g_SecManager, constructed before the entry function runs and destroyed at process exit. It is
-// read-only after its construction, the object of the current process excepted: any thread may call it.
+// read-only after its construction, the object of the current process excepted: any thread may call it, where nothing
+// else is said.
 //
 // No operation throws. A failed system call is reported by one trace line with the system's error text and by the
 // result (null, false or an all-ones value); nothing is left half made.
@@ -115,7 +116,7 @@ public:
 
     // Reads what there is to know of a running process. The new object is the caller's, who deletes it. Null, without
     // a trace line of its own, when the process has ended, cannot be opened or runs for no known user (unless
-    // s_allowNoUser is set).
+    // s_allowNoUser is set). Not for concurrent use: the image path may have to be translated, see DeviceToDrivePath.
     CProcess* OpenProcessObject(uint32_t processId) const noexcept;
 
     // The object of the current process, which stays the manager's: made on the first call, the same ever after, and

@@ -1,3 +1,4 @@
+#include "OrvProfiler/Path.h"
 #include "OrvProfiler/ProxySecurity.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ErrorTexts.h"
@@ -14,7 +15,9 @@
 
 #include <array>
 #include <cstring>
+#include <cwchar>
 #include <gmock/gmock.h>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <string>
@@ -199,6 +202,12 @@ const void* At(uintptr_t address)
     return reinterpret_cast<const void*>(address); // NOLINT(performance-no-int-to-ptr)
 }
 
+// The image path of a process whose own word for it cannot be read.
+std::wstring KernelImagePath(HANDLE process)
+{
+    return DeviceToDrivePath(g_SecManager.GetImageName(process));
+}
+
 Process Open(unsigned id)
 {
     return Process(g_SecManager.OpenProcessObject(id));
@@ -380,14 +389,51 @@ TEST(CProcess, OfWhichTheMemoryIsDeniedHasItsImagePathFromTheKernel)
     g_openWithoutMemory = &redirect;
     const Process process = Open(sitting.Id());
     ASSERT_NE(process, nullptr);
-    HANDLE const handle = redirect.Real()(PROCESS_QUERY_INFORMATION, FALSE, sitting.Id());
-    EXPECT_STREQ(process->GetImagePath(), g_SecManager.GetImageName(handle));
-    CloseHandle(handle);
+    EXPECT_EQ(std::wstring(process->GetImagePath()), KernelImagePath(sitting.Handle()));
     EXPECT_FALSE(process->GetImagePath().IsEmpty());
     EXPECT_STREQ(process->GetCommandLineText(), L"");
     EXPECT_STREQ(process->GetCurrentDirectoryText(), L"");
     EXPECT_STREQ(process->GetWindowTitle(), L"");
     EXPECT_EQ(process->GetFlags(), 0x10000000U);
+}
+
+TEST(CProcess, OfWhichTheMemoryIsDeniedHasADrivePathOnAModernSystem)
+{
+    const SittingProcess sitting;
+    ModernSystem modern;
+    const CProxySecManager manager;
+    Redirect<decltype(OpenProcess)> redirect("OpenProcess", OpenWithoutMemory);
+    g_openWithoutMemory = &redirect;
+    EXPECT_EQ(std::wstring(manager.GetImageName(sitting.Handle())).substr(0, 8), L"\\Device\\");
+    const Process process(manager.OpenProcessObject(sitting.Id()));
+    ASSERT_NE(process, nullptr);
+    EXPECT_STREQ(process->GetImagePath(), OwnPath().c_str());
+    EXPECT_EQ(process->GetArchitecture(), 64U);
+}
+
+namespace
+{
+BOOL WINAPI NameAnUnknownDevice(HANDLE, DWORD, wchar_t* name, DWORD* units)
+{
+    constexpr wchar_t text[] = L"\\Device\\NoSuchVolume\\a.exe";
+    std::wmemcpy(name, text, std::size(text));
+    *units = static_cast<DWORD>(std::size(text) - 1);
+    return TRUE;
+}
+} // namespace
+
+TEST(CProcess, OnADeviceWithoutADriveKeepsTheKernelsName)
+{
+    const SittingProcess sitting;
+    ModernSystem modern;
+    modern.Exports().Replace("QueryFullProcessImageNameW", NameAnUnknownDevice);
+    const CProxySecManager manager;
+    Redirect<decltype(OpenProcess)> redirect("OpenProcess", OpenWithoutMemory);
+    g_openWithoutMemory = &redirect;
+    const Process process(manager.OpenProcessObject(sitting.Id()));
+    ASSERT_NE(process, nullptr);
+    EXPECT_STREQ(process->GetImagePath(), L"\\Device\\NoSuchVolume\\a.exe");
+    EXPECT_EQ(process->GetArchitecture(), 0U);
 }
 
 TEST(CProcess, IsNoneWhenItsExitCodeCannotBeRead)
@@ -511,7 +557,7 @@ TEST(CProcess, WithoutReadableParametersHasItsImagePathFromTheKernel)
             const Process process = Open(sitting.Id());
             ASSERT_NE(process, nullptr);
             EXPECT_EQ(memory.Reads().size(), number + 1);
-            EXPECT_STREQ(process->GetImagePath(), g_SecManager.GetImageName(sitting.Handle()));
+            EXPECT_EQ(std::wstring(process->GetImagePath()), KernelImagePath(sitting.Handle()));
             EXPECT_STREQ(process->GetCommandLineText(), L"");
             EXPECT_EQ(process->GetProcessId(), sitting.Id());
         }
@@ -526,7 +572,7 @@ TEST(CProcess, AnImagePathThatCannotBeReadComesFromTheKernel)
     memory.PutMemory(0x1000, L"ab");
     const Process process = Open(sitting.Id());
     ASSERT_NE(process, nullptr);
-    EXPECT_STREQ(process->GetImagePath(), g_SecManager.GetImageName(sitting.Handle()));
+    EXPECT_EQ(std::wstring(process->GetImagePath()), KernelImagePath(sitting.Handle()));
     EXPECT_STREQ(process->GetCommandLineText(), sitting.CommandLineText().c_str());
 }
 
@@ -956,7 +1002,7 @@ TEST(CurrentProcess, CopiesItsOwnTextsByTheirLength)
     EXPECT_STREQ(process->GetCommandLineText(), L"abcd");
     EXPECT_STREQ(process->GetWindowTitle(), L"a");
     EXPECT_STREQ(process->GetCurrentDirectoryText(), L"");
-    EXPECT_STREQ(process->GetImagePath(), g_SecManager.GetImageName(GetCurrentProcess()));
+    EXPECT_EQ(std::wstring(process->GetImagePath()), KernelImagePath(GetCurrentProcess()));
 }
 
 TEST(CurrentProcess, CopiesALongTextOfItsOwn)
