@@ -7,6 +7,7 @@
 //   ORV_SCRIPT_NULL        1: the bind succeeds, but with a null pointer
 //   ORV_SCRIPT_START       status of Start
 //   ORV_SCRIPT_BREAKPOINT  what the method "OrvBreakPoint" does: a status, or a text in the language below
+//   ORV_SCRIPT_RESET       what the method "Reset" does, likewise
 //
 // The argument of every other method is a text in this language: items separated by ';', blanks around them allowed.
 // Anything else in it is ignored, so that any command text can carry an answer.
@@ -157,11 +158,21 @@ HRESULT StatusFrom(const wchar_t* variable)
     return text.empty() ? S_OK : static_cast<HRESULT>(Number(text));
 }
 
-Answer BreakpointAnswer()
+Answer AnswerFrom(const wchar_t* variable)
 {
-    const std::wstring text = EnvironmentText(L"ORV_SCRIPT_BREAKPOINT");
+    const std::wstring text = EnvironmentText(variable);
     const bool isStatus = !text.empty() && (text[0] == L'-' || (text[0] >= L'0' && text[0] <= L'9'));
     return ReadAnswer(isStatus ? L"status=" + text : text);
+}
+
+// These two never carry a text.
+Answer AnswerOf(const std::wstring& method, const std::wstring& argument)
+{
+    if (method == L"OrvBreakPoint")
+        return AnswerFrom(L"ORV_SCRIPT_BREAKPOINT");
+    if (method == L"Reset")
+        return AnswerFrom(L"ORV_SCRIPT_RESET");
+    return ReadAnswer(argument);
 }
 
 HRESULT Carry(const Answer& answer, DWORD* result)
@@ -235,8 +246,7 @@ public:
     {
         Record(L"execute assembly=" + Quoted(assembly) + L" type=" + Quoted(type) + L" method=" + Quoted(method) +
                L" argument=" + Quoted(argument));
-        const bool isBreakpoint = method != nullptr && std::wcscmp(method, L"OrvBreakPoint") == 0;
-        return Carry(isBreakpoint ? BreakpointAnswer() : ReadAnswer(argument == nullptr ? L"" : argument), result);
+        return Carry(AnswerOf(method == nullptr ? L"" : method, argument == nullptr ? L"" : argument), result);
     }
 
 private:
