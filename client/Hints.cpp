@@ -1,5 +1,6 @@
 #include "client/Hints.h"
 
+#include "client/TraceLog.h"
 #include "OrvProfiler/OrvWorkbench/Host.h"
 #include "OrvProfiler/Trace.h"
 #include "OrvProfiler/UniqueHandle.h"
@@ -64,11 +65,9 @@ std::wstring DispatcherOf(const std::wstring& program)
     return program.substr(0, program.find_last_of(L'.')) + L".dll";
 }
 
-std::wstring ReadTail(const std::wstring& path)
+std::wstring ReadLogTail(uint64_t startTime)
 {
-    const UniqueHandle file = UniqueHandle::FromFile(
-        CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const UniqueHandle file = OpenTraceLog(startTime);
     LARGE_INTEGER size{};
     if (!file || GetFileSizeEx(file.Get(), &size) == FALSE)
         return {};
@@ -86,10 +85,9 @@ std::wstring ReadTail(const std::wstring& path)
 }
 } // namespace
 
-std::vector<std::wstring> LastLines(const std::wstring& path, size_t count)
+std::vector<std::wstring> LastLines(const std::wstring& text, size_t count)
 {
     constexpr const wchar_t* between = L"\r\n\xFEFF";
-    const std::wstring text = ReadTail(path);
     std::vector<std::wstring> lines;
     size_t end = text.find_last_not_of(between);
     while (end != std::wstring::npos && lines.size() < count)
@@ -102,18 +100,19 @@ std::vector<std::wstring> LastLines(const std::wstring& path, size_t count)
     return lines;
 }
 
-std::vector<std::wstring> HintsAfterLoss(const std::wstring& program, std::optional<uint32_t> exitCode)
+std::vector<std::wstring> HintsAfterLoss(const std::wstring& program, std::optional<uint32_t> exitCode,
+                                         uint64_t startTime)
 {
     std::vector<std::wstring> hints;
     if (exitCode)
         hints.push_back(ExitCodeText(*exitCode));
     if (!program.empty() && !Exists(DispatcherOf(program)))
         hints.push_back(L"the managed dispatcher is missing: " + DispatcherOf(program));
-    const std::vector<std::wstring> lines = LastLines(c_traceLogPath, c_shownLogLines);
+    const std::vector<std::wstring> lines = LastLines(ReadLogTail(startTime), c_shownLogLines);
     if (!lines.empty())
         hints.push_back(L"the trace log " + std::wstring(c_traceLogPath) + L" ends with:");
     else if (Exists(FolderOf(c_traceLogPath)))
-        hints.push_back(L"the trace log " + std::wstring(c_traceLogPath) + L" tells nothing");
+        hints.push_back(L"the trace log " + std::wstring(c_traceLogPath) + L" tells nothing of it");
     else
         hints.push_back(L"there is no trace log; it is written when the folder " + FolderOf(c_traceLogPath) +
                         L" exists");

@@ -1,7 +1,7 @@
 #include "client/LogFollower.h"
 
 #include "client/Text.h"
-#include "OrvProfiler/OrvWorkbench/Host.h"
+#include "client/TraceLog.h"
 
 #include <windows.h>
 
@@ -13,30 +13,6 @@ namespace
 constexpr DWORD c_pollMs = 50;
 constexpr size_t c_readSize = 65536;
 constexpr wchar_t c_byteOrderMark = 0xFEFF;
-
-uint64_t Number(const FILETIME& time) noexcept
-{
-    return static_cast<uint64_t>(time.dwHighDateTime) << 32 | time.dwLowDateTime;
-}
-
-// 0 when the process is not known.
-uint64_t StartTime(uint32_t processId) noexcept
-{
-    const UniqueHandle process(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId));
-    FILETIME created{};
-    FILETIME unused[3]{};
-    if (!process || GetProcessTimes(process.Get(), &created, &unused[0], &unused[1], &unused[2]) == FALSE)
-        return 0;
-    return Number(created);
-}
-
-// Whether the file was written by a workbench that is gone. File times are coarser than process times on some disks.
-bool IsOlderThan(HANDLE file, uint64_t startTime) noexcept
-{
-    constexpr uint64_t toleranceTicks = 20000000; // two seconds
-    FILETIME written{};
-    return GetFileTime(file, nullptr, nullptr, &written) != FALSE && Number(written) + toleranceTicks < startTime;
-}
 } // namespace
 
 LogFollower::LogFollower(Receiver receiver)
@@ -87,6 +63,12 @@ void LogFollower::CatchUp()
         Poll();
 }
 
+bool LogFollower::IsReadingFile()
+{
+    const std::lock_guard<std::mutex> guard(m_lock);
+    return m_source == Source::File;
+}
+
 void LogFollower::Serve()
 {
     do
@@ -110,10 +92,9 @@ void LogFollower::Poll()
 
 bool LogFollower::OpenFile()
 {
-    UniqueHandle file = UniqueHandle::FromFile(CreateFileW(c_traceLogPath, GENERIC_READ,
-                                                           FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                                           nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (!file || IsOlderThan(file.Get(), StartTime(m_processId)))
+    const UniqueHandle process(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, m_processId));
+    UniqueHandle file = OpenTraceLog(process ? StartTimeOf(process.Get()) : 0);
+    if (!file)
         return false;
     LARGE_INTEGER size{};
     if (m_from == From::Now && GetFileSizeEx(file.Get(), &size) != FALSE)

@@ -39,6 +39,8 @@ public:
     void Begin(uint32_t processId, From from, bool hearsDebugger);
     // Shows what has been written so far. Nothing before Begin.
     void CatchUp();
+    // Whether OnDebugText is of no more use. Once begun.
+    bool IsReadingFile();
     // Shows what has been written so far, and ends.
     void Finish();
 

@@ -7,6 +7,7 @@
 #include "client/LogFollower.h"
 #include "client/RunningWorkbench.h"
 #include "client/Session.h"
+#include "client/TraceLog.h"
 
 #include <windows.h>
 
@@ -154,12 +155,13 @@ private:
 
     std::vector<std::wstring> HintsFor(ExitStatus status) const
     {
-        if (status != ExitStatus::WorkbenchLost && status != ExitStatus::TimedOut)
+        if (!m_isInRun || (status != ExitStatus::WorkbenchLost && status != ExitStatus::TimedOut))
             return {};
         // One that was ended here has an exit code that tells nothing.
         const bool endedItself = status == ExitStatus::WorkbenchLost;
         return HintsAfterLoss(m_running ? std::wstring() : m_options.program,
-                              endedItself ? m_session.WorkbenchExitCode() : std::nullopt);
+                              endedItself ? m_session.WorkbenchExitCode() : std::nullopt,
+                              StartTimeOf(m_session.WorkbenchHandle()));
     }
 
     void Attach()
@@ -195,6 +197,9 @@ private:
         {
             m_follower->Begin(m_session.WorkbenchId(), LogFollower::From::Start, m_debugOutput->IsListening());
             m_follower->CatchUp();
+            // It slows every process that prints to the debugger.
+            if (m_follower->IsReadingFile())
+                m_debugOutput.reset();
         }
         if (failure)
             throw *failure;

@@ -123,6 +123,7 @@ public:
     // 0 before a workbench was started or attached.
     uint32_t WorkbenchId() const noexcept { return m_process.Id(); }
     bool IsRunning() const noexcept { return m_isRunning; }
+    HANDLE WorkbenchHandle() const noexcept { return m_process.Handle(); }
     // Once a workbench has ended: its exit code.
     std::optional<uint32_t> WorkbenchExitCode() const noexcept;
 
