@@ -13,6 +13,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <cwchar>
@@ -20,6 +21,7 @@
 #include <iterator>
 #include <map>
 #include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -129,11 +131,12 @@ public:
         std::memcpy(text.data() + 8, &address, 8);
         m_texts[offset] = text;
     }
-    // Gives an address content; a read beyond its end fails, as at the end of a region of memory.
+    // Gives an address content; a read beyond its end reads what there is and fails, as at the end of a region of
+    // memory.
     void PutMemory(uintptr_t address, const std::wstring& content) { m_memory[address] = content; }
 
     const std::vector<Read>& Reads() const noexcept { return m_reads; }
-    // The bytes asked for at an address that was given content; 0 when none.
+    // The bytes asked for at an address; c_none when it was not read.
     size_t BytesReadAt(uintptr_t address) const
     {
         for (const Read& read : m_reads)
@@ -141,12 +144,13 @@ public:
             if (read.address == reinterpret_cast<const void*>(address))
                 return read.sizeBytes;
         }
-        return 0;
+        return c_none;
     }
+
+    static constexpr size_t c_none = ~size_t{0};
 
 private:
     using CountedTextBytes = std::array<unsigned char, 16>;
-    static constexpr size_t c_none = ~size_t{0};
     static constexpr size_t c_parameterBytes = 240;
 
     static BOOL WINAPI Answer(HANDLE process, const void* address, void* buffer, SIZE_T size, SIZE_T* read)
@@ -163,11 +167,9 @@ private:
         const auto content = m_memory.find(reinterpret_cast<uintptr_t>(address));
         if (content != m_memory.end())
         {
-            if (size > content->second.size() * sizeof(wchar_t))
-                return Fail();
-            std::memcpy(buffer, content->second.data(), size);
-            *read = size;
-            return TRUE;
+            *read = std::min<SIZE_T>(size, content->second.size() * sizeof(wchar_t));
+            std::memcpy(buffer, content->second.data(), *read);
+            return *read == size ? TRUE : Fail();
         }
         if (m_redirect.Real()(process, address, buffer, size, read) == FALSE)
             return FALSE;
@@ -501,7 +503,7 @@ TEST(CProcess, ARemoteTextOfNoLengthIsNotRead)
     memory.PutMemory(0x1000, L"abcdefgh");
     const Process process = Open(sitting.Id());
     ASSERT_NE(process, nullptr);
-    EXPECT_EQ(memory.BytesReadAt(0x1000), 0U);
+    EXPECT_EQ(memory.BytesReadAt(0x1000), RemoteMemory::c_none);
     EXPECT_STREQ(process->GetCommandLineText(), L"");
 }
 
@@ -792,8 +794,8 @@ TEST(CProcessGetUser, FailsWithOneLineWhateverTheQueryAnswers)
         TokenStandIn standIn;
         if (row.atSize)
             standIn.FailSizeQuery(TokenUser, row.error, row.sizeBytes);
-        else
-            standIn.FailAnswer(TokenUser, row.error);
+        // A failed question for the size is not followed by another one.
+        standIn.FailAnswer(TokenUser, row.atSize ? DWORD{ERROR_GEN_FAILURE} : row.error);
         {
             const TraceCapture trace;
             EXPECT_EQ(CProcess::GetUser(token.Get()), nullptr);
@@ -820,16 +822,19 @@ TEST(CProcessGetUser, OfATokenWithoutQueryAccessIsNone)
     EXPECT_THAT(trace.Lines(), ElementsAre(L"CProxySecManager::CProcess::GetUser <error 5>\n"));
 }
 
-TEST(CProcessGetUser, OfATokenThatSaysItIsSmallerThanAUserReadsNothingBeyond)
+TEST(TokenAnswers, ThatAreTooSmallAreReadAsZeros)
 {
     const Token token;
     const ErrorTexts texts;
-    // The system's answer to the size is 4 bytes; what it then writes is no whole user.
     TokenStandIn standIn;
-    standIn.FailSizeQuery(TokenUser, ERROR_INSUFFICIENT_BUFFER, 4);
+    standIn.LeaveEmpty(TokenUser, 4);
+    standIn.LeaveEmpty(TokenGroupsAndPrivileges, 4);
     const TraceCapture trace;
     EXPECT_EQ(CProcess::GetUser(token.Get()), nullptr);
-    EXPECT_THAT(trace.Lines(), ElementsAre(L"CProxySecManager::CProcess::GetUser <error 122>\n"));
+    EXPECT_THAT(trace.Lines(), ElementsAre(testing::StartsWith(L"CProxySecManager::CAccount::Create <error ")));
+    CProcess::AccountList list;
+    EXPECT_EQ(CProcess::GetGroupMembership(token.Get(), list), 0);
+    EXPECT_EQ(g_SecManager.IsRunAsAdmin(GetCurrentProcess()), 0U);
 }
 
 TEST(CProcessGetGroupMembership, LooksUpEveryGroupOfTheToken)
@@ -963,6 +968,35 @@ TEST(CurrentProcess, IsDeletedWithItsManager)
         CProxySecManager manager;
         EXPECT_NE(manager.GetCurrentProcessObject(), nullptr);
     });
+}
+
+namespace
+{
+NamespaceWorld* g_world = nullptr;
+Redirect<decltype(CloseHandle)>* g_closeHandle = nullptr;
+BOOL WINAPI RecordClose(HANDLE handle)
+{
+    g_world->Record(L"CloseHandle");
+    return g_closeHandle->Real()(handle);
+}
+} // namespace
+
+TEST(CurrentProcess, IsDeletedBeforeItsManagerLeavesTheNamespace)
+{
+    NamespaceWorld world;
+    {
+        CProxySecManager manager;
+        ASSERT_NE(manager.GetCurrentProcessObject(), nullptr);
+        world.ClearCalls();
+        g_world = &world;
+        Redirect<decltype(CloseHandle)> redirect("CloseHandle", RecordClose);
+        g_closeHandle = &redirect;
+        manager.~CProxySecManager();
+        new (&manager) CProxySecManager;
+    }
+    ASSERT_GE(world.Calls().size(), 3U);
+    EXPECT_THAT(std::vector<std::wstring>(world.Calls().begin(), world.Calls().begin() + 3),
+                ElementsAre(L"CloseHandle", L"CloseHandle", L"ClosePrivateNamespace 0"));
 }
 
 TEST(CurrentProcess, IsNoneWithoutAccountLookUps)

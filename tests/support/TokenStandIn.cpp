@@ -40,6 +40,12 @@ void TokenStandIn::FailAnswer(TOKEN_INFORMATION_CLASS informationClass, DWORD er
     m_answer[informationClass] = {true, error, 0};
 }
 
+void TokenStandIn::LeaveEmpty(TOKEN_INFORMATION_CLASS informationClass, DWORD sizeBytes)
+{
+    FailSizeQuery(informationClass, ERROR_INSUFFICIENT_BUFFER, sizeBytes);
+    FailAnswer(informationClass, ERROR_SUCCESS);
+}
+
 void TokenStandIn::AnswerGroups(std::vector<Group> groups)
 {
     m_groups = std::move(groups);
@@ -72,7 +78,7 @@ BOOL WINAPI TokenStandIn::Answer(HANDLE token, TOKEN_INFORMATION_CLASS informati
     {
         *needed = failure.sizeBytes;
         SetLastError(failure.error);
-        return FALSE;
+        return failure.error == ERROR_SUCCESS ? TRUE : FALSE;
     }
     if (informationClass == TokenGroupsAndPrivileges && g_standIn->m_hasGroups)
         return g_standIn->WriteGroups(buffer, size, needed);

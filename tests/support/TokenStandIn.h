@@ -31,6 +31,8 @@ public:
     // sizeBytes, or the one that asks for the answer.
     void FailSizeQuery(TOKEN_INFORMATION_CLASS informationClass, DWORD error, DWORD sizeBytes = 0);
     void FailAnswer(TOKEN_INFORMATION_CLASS informationClass, DWORD error);
+    // From now on queries for the class say that the answer has sizeBytes, and succeed without writing any.
+    void LeaveEmpty(TOKEN_INFORMATION_CLASS informationClass, DWORD sizeBytes);
     // Class 13 has these groups.
     void AnswerGroups(std::vector<Group> groups);
     // Class 13 has the groups that class 2 has.
