@@ -1,6 +1,7 @@
 #include "OrvProfiler/ProxyShare.h"
 
 #include "tests/ShareSupport.h"
+#include "tests/support/AllocationProbe.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ErrorTexts.h"
 #include "tests/support/ManagerIn.h"
@@ -378,6 +379,26 @@ TEST(CProxyShare, WithoutMutexesTheShareStillWorks)
     const std::vector<unsigned char> control = MakeControl();
     EXPECT_TRUE(share.SetControl(control.data()));
     EXPECT_EQ(1, client.Bytes()[0x1CB20]);
+}
+
+TEST(CProxyShare, AMutexThatCannotBeAllocatedIsMissingAlone)
+{
+    const uint32_t id = FreshId();
+    const ForeignMapping client(id);
+    CProxyShare share;
+    {
+        AllocationProbe memory;
+        memory.FailSize(sizeof(CProxyAccess));
+        EXPECT_TRUE(share.Create(id));
+        EXPECT_TRUE(memory.HasFailed());
+    }
+    EXPECT_FALSE(MutexIsFree(MutexName(id, 0))) << "there is none";
+    share.Lock(0);
+    share.Unlock(0);
+    share.Lock(1);
+    EXPECT_FALSE(MutexIsFree(MutexName(id, 1)));
+    share.Unlock(1);
+    EXPECT_TRUE(MutexIsFree(MutexName(id, 1)));
 }
 
 TEST(CProxyShare, ASmallerMappingIsRefused)
