@@ -1,5 +1,6 @@
 #include "client/Console.h"
 
+#include "client/ClientError.h"
 #include "client/Text.h"
 
 #include <windows.h>
@@ -21,7 +22,7 @@ BOOL WINAPI OnConsoleControl(DWORD control)
 {
     const bool isKey = control == CTRL_C_EVENT || control == CTRL_BREAK_EVENT;
     if (isKey && WaitForSingleObject(g_interrupt, 0) == WAIT_OBJECT_0)
-        return FALSE;
+        TerminateProcess(GetCurrentProcess(), static_cast<UINT>(ExitStatus::Interrupted));
     SetEvent(g_interrupt);
     // When the console goes, the process ends as soon as this function returns: leave it the time to stop in order.
     if (!isKey)

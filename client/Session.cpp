@@ -17,13 +17,12 @@ namespace
 {
 // Output of a workbench that has ended is complete at once, unless a process that it started keeps the pipe open.
 constexpr uint32_t c_lastOutputMs = 1000;
-// The workbench sets the final response right after it has traced the command's end.
-constexpr uint32_t c_responseAfterTraceMs = 1000;
 
-// What the lines of the trace contain when a command begins and ends.
+// What the lines of the trace contain when a command begins, when it ends, and when its response has been set.
 constexpr std::string_view c_traceOfCommand = " CHost::Run Command is ";
 constexpr std::string_view c_traceOfSuccess = " CHost::Run command succeeded, ";
 constexpr std::string_view c_traceOfFailure = " CHost::Run command failed, ";
+constexpr std::string_view c_traceOfNextWait = " CHost::Run Sleeping";
 
 const wchar_t* ResponseName(uint32_t slot) noexcept
 {
@@ -230,6 +229,7 @@ void Session::Post(const std::wstring& text)
     std::memcpy(control->commandText, text.data(), length * sizeof(wchar_t));
     control->commandText[length] = L'\0';
     // The trace of the command before may still be under way: the one of this command begins with its own first line.
+    const std::lock_guard<std::mutex> guard(m_traceLock);
     m_traced = Traced::Nothing;
     ResetEvent(m_tracedEnd.Get());
 }
@@ -254,18 +254,18 @@ Outcome Session::AwaitFinal()
     }
 }
 
-// The command has ended. When its final response does not show soon, it came before the first one was reset.
+// All responses have been set. When the final one does not show, it was set before the first one was reset.
 void Session::ConcludeFromTrace()
 {
-    const Deadline deadline(c_responseAfterTraceMs);
     ResetEvent(m_tracedEnd.Get());
-    while (!m_pending->succeeded && m_isRunning && !deadline.IsOver())
-    {
-        WaitForNews(deadline.RemainingMs(), {});
-        TakeNews();
-    }
-    if (!m_pending->succeeded && m_pending->firstResponse)
-        Complete(m_traced == Traced::Success);
+    TakeNews();
+    if (m_pending->succeeded || !m_pending->firstResponse)
+        return;
+    const std::lock_guard<std::mutex> guard(m_traceLock);
+    const bool succeeded = m_traced == Traced::Success;
+    m_observer.OnHappening(
+        {Happening::Kind::Response, ResponseName(succeeded ? c_responseSuccess : c_responseFailed)});
+    Complete(succeeded);
 }
 
 // Stop is not answered: the exiting message and the end of the process stand for its response.
@@ -307,13 +307,15 @@ void Session::OnTrace(uint32_t processId, std::string_view line)
 {
     if (processId != m_process.Id())
         return;
+    const std::lock_guard<std::mutex> guard(m_traceLock);
     if (Contains(line, c_traceOfCommand))
         m_traced = Traced::Command;
-    const bool succeeded = Contains(line, c_traceOfSuccess);
-    if (m_traced != Traced::Command || (!succeeded && !Contains(line, c_traceOfFailure)))
-        return;
-    m_traced = succeeded ? Traced::Success : Traced::Failure;
-    SetEvent(m_tracedEnd.Get());
+    else if (m_traced == Traced::Command && Contains(line, c_traceOfSuccess))
+        m_traced = Traced::Success;
+    else if (m_traced == Traced::Command && Contains(line, c_traceOfFailure))
+        m_traced = Traced::Failure;
+    else if ((m_traced == Traced::Success || m_traced == Traced::Failure) && Contains(line, c_traceOfNextWait))
+        SetEvent(m_tracedEnd.Get());
 }
 
 std::optional<uint32_t> Session::WorkbenchExitCode() const noexcept

@@ -10,10 +10,10 @@
 #include "OrvProfiler/UniqueHandle.h"
 #include "OrvProfiler/WBEvent.h"
 
-#include <atomic>
 #include <cstdint>
 #include <initializer_list>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -187,7 +187,9 @@ private:
     bool m_isRunning = false;
     // The command whose final response is awaited.
     Pending* m_pending = nullptr;
-    std::atomic<Traced> m_traced{Traced::Nothing};
-    // Set when the trace tells that a command has ended.
+    // Guards what the trace tells: how far the workbench is with the command, and an event that is set when it has
+    // set all responses.
+    std::mutex m_traceLock;
+    Traced m_traced = Traced::Nothing;
     UniqueHandle m_tracedEnd;
 };

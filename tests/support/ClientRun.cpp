@@ -81,6 +81,12 @@ private:
     const std::vector<std::pair<std::wstring, std::wstring>>& m_variables;
 };
 
+// Unlike the system's own way of ignoring the key, children do not inherit it.
+BOOL WINAPI IgnoreKey(DWORD)
+{
+    return TRUE;
+}
+
 void DeleteFolder(const std::wstring& folder)
 {
     WIN32_FIND_DATAW found{};
@@ -133,8 +139,9 @@ ClientRun::ClientRun(const Setup& setup) : m_process(std::make_unique<Process>()
         line += L" " + Quoted(argument);
     const EnvironmentGuard environment(setup.environment);
     PROCESS_INFORMATION process{};
-    if (CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, CREATE_SUSPENDED, nullptr, nullptr,
-                       &startup, &process) == FALSE)
+    const DWORD flags = CREATE_SUSPENDED | (setup.hasConsole ? DWORD{CREATE_NO_WINDOW} : 0);
+    if (CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, flags, nullptr, nullptr, &startup,
+                       &process) == FALSE)
         ThrowLastError("starting the client");
     m_process->process.Reset(process.hProcess);
     m_process->id = process.dwProcessId;
@@ -168,6 +175,19 @@ void ClientRun::Type(const std::string& text)
 void ClientRun::EndInput()
 {
     m_process->input.Reset();
+}
+
+void ClientRun::PressCtrlC() const
+{
+    // This process joins the console for a moment, and would get the key as well.
+    FreeConsole();
+    if (AttachConsole(m_process->id) == FALSE)
+        ThrowLastError("attaching to the client's console");
+    SetConsoleCtrlHandler(IgnoreKey, TRUE);
+    const bool pressed = GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0) != FALSE;
+    FreeConsole();
+    if (!pressed)
+        ThrowLastError("pressing Ctrl-C");
 }
 
 void ClientRun::AwaitOutput(const std::string& text) const

@@ -20,6 +20,8 @@ public:
         // The standard input, which ends after it unless it is kept open for Type.
         std::string input;
         bool keepsInputOpen = false;
+        // Gives it a console of its own, without a window, for PressCtrlC.
+        bool hasConsole = false;
     };
 
     static constexpr unsigned c_timeoutMs = 60000;
@@ -34,6 +36,8 @@ public:
     // Writes to the standard input; EndInput closes it.
     void Type(const std::string& text);
     void EndInput();
+    // Sends Ctrl-C to all processes of its console. Throws std::runtime_error when that fails.
+    void PressCtrlC() const;
     // Waits until the standard output contains the text. Throws std::runtime_error after the time-out.
     void AwaitOutput(const std::string& text) const;
     // Waits for the end; returns the exit status. Throws std::runtime_error after the time-out.
