@@ -10,7 +10,6 @@
 
 #include <direct.h>
 #include <io.h>
-#include <wchar.h>
 #include <winnetwk.h>
 
 #include <algorithm>
@@ -346,7 +345,7 @@ TString Spelling(const TString& text) noexcept
         return network;
     }
     if (const wchar_t* const path = SkipPrefix(spelling, c_longPrefix))
-        return TString(path);
+        return {path};
     return spelling;
 }
 
@@ -451,7 +450,10 @@ bool CPath::TakeSpelling(const TString& spelling)
     const bool rooted = m_kind == c_relativePath && spelling.First() == L'\\';
     if (!TakeParts(parts, rooted))
         return false;
-    m_text = Join();
+    const TString joined = Join();
+    if (joined.GetBuffer() == nullptr)
+        return false;
+    m_text = joined;
     // A root is told from the drive, or from nothing, by its backslash.
     if (m_components.size() == 1 && (rooted || (m_kind == c_drivePath && spelling.Contains(L"\\"))))
         m_text.Append(L'\\');
@@ -470,22 +472,22 @@ bool CPath::TakeParts(const std::vector<TString>& parts, bool rooted)
     m_components.reserve(parts.size() + 1);
     if (rooted)
         m_components.emplace_back();
-    for (const TString& part : parts)
+    return std::all_of(parts.begin(), parts.end(), [this](const TString& part) { return TakePart(part); });
+}
+
+bool CPath::TakePart(const TString& part)
+{
+    const bool isServer = m_kind == c_networkPath && m_components.empty();
+    if (part.IsEmpty() || (IsSkipped(part) && !isServer))
+        return true;
+    if (m_kind == c_drivePath && part == L"..")
     {
-        const bool isServer = m_kind == c_networkPath && m_components.empty();
-        if (part.IsEmpty() || (IsSkipped(part) && !isServer))
-            continue;
-        if (m_kind == c_drivePath && part == L"..")
-        {
-            if (m_components.size() > 1)
-                m_components.pop_back();
-            continue;
-        }
-        m_components.push_back(part);
-        if (m_components.back().GetBuffer() == nullptr)
-            return false;
+        if (m_components.size() > 1)
+            m_components.pop_back();
+        return true;
     }
-    return true;
+    m_components.push_back(part);
+    return m_components.back().GetBuffer() != nullptr;
 }
 
 bool CPath::FromCurrentDirectory() noexcept
@@ -546,7 +548,10 @@ bool CPath::Append(const wchar_t* name) noexcept
     if (!text.IsEmpty() && text.Last() != L'\\')
         text.Append(L'\\');
     text.Append(name);
-    return Parse(text);
+    if (text.GetBuffer() != nullptr)
+        return Parse(text);
+    Clear();
+    return false;
 }
 
 bool CPath::Append(const CPath& path) noexcept
@@ -612,7 +617,7 @@ const TString& CPath::Component(size_t i) const noexcept
 TString CPath::LongPathName() const noexcept
 {
     if (m_text.IsEmpty())
-        return TString();
+        return {};
     const bool network = m_kind == c_networkPath;
     TString name(network ? c_longNetworkPrefix : c_longPrefix);
     // The prefix stands for the two backslashes of a network path.
@@ -757,11 +762,13 @@ struct FileSearch
     bool recurse;
 
     // Searches one directory. Returns false when a callback has ended the search or memory is short.
+    // NOLINTNEXTLINE(misc-no-recursion): as deep as the folders are
     bool Run(const TString& directory) const
     {
         TString pattern(directory);
         pattern.Append(L"\\*");
-        if (pattern.GetBuffer() == nullptr)
+        // A directory that has lost its text would be the root of the drive.
+        if (directory.IsEmpty() || pattern.GetBuffer() == nullptr)
             return false;
         _wfinddata64_t entry{};
         const FindHandle find(_wfindfirst64(pattern, &entry));
@@ -778,6 +785,7 @@ struct FileSearch
     }
 
 private:
+    // NOLINTNEXTLINE(misc-no-recursion)
     bool Visit(const TString& directory, const _wfinddata64_t& entry) const
     {
         const bool isDirectory = (entry.attrib & _A_SUBDIR) != 0;
@@ -819,6 +827,5 @@ bool CPath::FindFiles(const wchar_t* directory, const wchar_t* namePrefix, const
             return false;
         }
     }
-    const TString root(directory);
-    return root.IsEmpty() || search.Run(root);
+    return SafeLength(directory) == 0 || search.Run(directory);
 }

@@ -183,6 +183,7 @@ public:
 private:
     bool TakeSpelling(const TString& spelling);
     bool TakeParts(const std::vector<TString>& parts, bool rooted);
+    bool TakePart(const TString& part);
     bool ComponentsMatch(const CPath& other, size_t count) const noexcept;
     TString LongPathName() const noexcept;
 

@@ -225,7 +225,7 @@ TString CProxySecManager::GetImageName(HANDLE process) const noexcept
     if (UsePrivateNamespace() && m_queryFullProcessImageNameW != nullptr)
     {
         wchar_t name[c_imageNameUnits]{};
-        DWORD units = static_cast<DWORD>(std::size(name));
+        auto units = static_cast<DWORD>(std::size(name));
         const auto query = EntryPointAs<decltype(QueryFullProcessImageNameW)>(m_queryFullProcessImageNameW);
         return query(process, PROCESS_NAME_NATIVE, name, &units) != FALSE ? TString(name) : TString();
     }

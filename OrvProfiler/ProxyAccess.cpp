@@ -11,6 +11,7 @@ CProxyAccess::CProxyAccess(uint32_t session, const wchar_t* name) : m_name(name)
     SECURITY_DESCRIPTOR descriptor{};
     g_SecManager.OrvPCreateACL(&attributes, &descriptor);
     m_mutex = UniqueHandle(g_SecManager.OrvPCreateMutex(session, &attributes, m_name));
+    // NOLINTNEXTLINE(cppcoreguidelines-prefer-member-initializer): right after the create, or the answer is gone
     m_firstInstance = GetLastError() != ERROR_ALREADY_EXISTS;
     DebugAssert(static_cast<bool>(m_mutex), L"ProxyAccess", __LINE__);
 }

@@ -68,6 +68,7 @@ constexpr wchar_t c_eventNames[c_proxyEventCount + 1][c_nameUnits] = {
     L"PROXY_EVENT_WRITE_MEMORY",
     L"PROXY_EVENT_COMMAND",
     L"PROXY_EVENT_CANCEL",
+    // NOLINTNEXTLINE(bugprone-suspicious-missing-comma): one text, seven times the same
     L"--end of event list----end of event list----end of event list----end of event list--"
     L"--end of event list----end of event list----end of event list--",
 };

@@ -41,8 +41,9 @@ bool CProxyPrivate::Create(uint32_t id, uint32_t dataSize)
 
 void CProxyPrivate::OnMapped()
 {
+    PrivateHeader* const header = Header();
     const uint64_t viewSize = ViewSize();
-    if (viewSize < sizeof(PrivateHeader))
+    if (header == nullptr || viewSize < sizeof(PrivateHeader))
     {
         Trace(L"%6.0f %s share %s is smaller than %u bytes\n", TickMs(), L"CProxyPrivate::OnMapped",
               m_name.GetBuffer(), static_cast<uint32_t>(sizeof(PrivateHeader)));
@@ -53,10 +54,10 @@ void CProxyPrivate::OnMapped()
     m_pMutex.reset(new (std::nothrow) CProxyAccess(session, c_privateMutexName));
     // What does not lie in the view is no data, whatever the block says.
     const uint64_t limit = viewSize - sizeof(PrivateHeader);
-    const uint32_t announced = IsCreated() ? m_dataSize : Header()->dataSize;
+    const uint32_t announced = IsCreated() ? m_dataSize : header->dataSize;
     m_dataSize = static_cast<uint32_t>(std::min<uint64_t>(announced, limit));
     if (IsCreated())
-        Header()->dataSize = m_dataSize;
+        header->dataSize = m_dataSize;
 }
 
 void CProxyPrivate::Close()
@@ -132,7 +133,7 @@ uint32_t CProxyPrivate::GetValue18368() const
 
 bool CProxyPrivate::SetText(const wchar_t* text)
 {
-    PrivateHeader* const header = static_cast<PrivateHeader*>(m_pView);
+    auto* const header = static_cast<PrivateHeader*>(m_pView);
     if (header != nullptr)
     {
         header->text[0] = L'\0';
@@ -154,7 +155,7 @@ const wchar_t* CProxyPrivate::GetText() const
 
 bool CProxyPrivate::SetShortText(const wchar_t* text)
 {
-    PrivateHeader* const header = static_cast<PrivateHeader*>(m_pView);
+    auto* const header = static_cast<PrivateHeader*>(m_pView);
     DebugAssert(header != nullptr, c_source, 3252);
     if (header == nullptr)
         return false;

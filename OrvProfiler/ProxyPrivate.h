@@ -17,6 +17,8 @@ class CProxyPrivate : public CProxyMap
 {
 public:
     explicit CProxyPrivate(const wchar_t* baseName);
+    CProxyPrivate(const CProxyPrivate&) = delete;
+    CProxyPrivate& operator=(const CProxyPrivate&) = delete;
     ~CProxyPrivate() override;
 
     void OnMapped() override;
@@ -27,11 +29,12 @@ public:
     // Opens the block of that id or, failing that, creates it with a data area of so many bytes, all zero. The
     // creator's size wins: GetDataSize tells it. True when it is mapped.
     bool Create(uint32_t id, uint32_t dataSize);
-    // The size of the data area in bytes, 0 after a failed create.
+    // The size of the data area in bytes as far as it lies in the block, 0 after a failed create.
     uint32_t GetDataSize() const noexcept { return m_dataSize; }
 
     // Waits for the data mutex without time limit and returns the data area with the mutex held; null, with nothing
-    // held, when there is no mutex or no view. UnlockData must follow on the same thread.
+    // held, when there is no mutex or no view. UnlockData must follow on the same thread; one is enough, however
+    // often the thread has locked.
     void* LockData();
     void UnlockData();
 
@@ -43,10 +46,10 @@ public:
     void SetValue18368(uint32_t value);
     uint32_t GetValue18368() const;
 
-    // The header's texts, within the block. SetText takes up to 8912 units, of which it deliberately keeps 8911; a
-    // longer text gives false and leaves the field empty. SetShortText takes up to 261 units, keeping 260; a longer
-    // text leaves the field empty, and the result tells only whether the block is mapped. A null text is an empty
-    // one.
+    // The header's texts, within the block: another process may have left one without a NUL, so read at most 8912 and
+    // 261 units. SetText takes up to 8912 units, of which it deliberately keeps 8911; a longer text gives false and
+    // leaves the field empty. SetShortText takes up to 261 units, keeping 260; a longer text leaves the field empty,
+    // and the result tells only whether the block is mapped. A null or unreadable text is an empty one.
     bool SetText(const wchar_t* text);
     const wchar_t* GetText() const;
     bool SetShortText(const wchar_t* text);

@@ -169,6 +169,7 @@ CProxySecManager::CAccount* CProxySecManager::CProcess::GetUser(HANDLE token) no
 
 int32_t CProxySecManager::CProcess::GetGroupMembership(HANDLE token, AccountList& list) noexcept
 {
+    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks): what is released here is the list's
     for (const SID_AND_ATTRIBUTES& group : TokenGroupsQuery(token, L"CProxySecManager::CProcess::GetGroupMembership"))
     {
         std::unique_ptr<CAccount> account(CAccount::Create(&group));

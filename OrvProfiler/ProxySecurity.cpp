@@ -413,7 +413,7 @@ void CProxySecManager::LookUpNamespaceFunctions() noexcept
     };
     bool found = m_isWow64Process != nullptr && m_queryFullProcessImageNameW != nullptr &&
                  m_createPrivateNamespaceW != nullptr;
-    for (auto entry = std::begin(further); found && entry != std::end(further); ++entry)
+    for (const auto* entry = std::begin(further); found && entry != std::end(further); ++entry)
     {
         entry->first = LookUpEntryPoint(m_kernel32, entry->second);
         found = entry->first != nullptr;

@@ -28,7 +28,7 @@ CProxyShare::~CProxyShare()
     DebugAssert(g_pShare == this, c_source, 681);
     CProxyShare::Close();
     if (m_pFile != nullptr)
-        std::fclose(m_pFile);
+        static_cast<void>(std::fclose(m_pFile));
     g_pShare = nullptr;
 }
 

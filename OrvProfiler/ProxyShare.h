@@ -34,6 +34,8 @@ class CProxyShare : public CProxyMap
 {
 public:
     CProxyShare();
+    CProxyShare(const CProxyShare&) = delete;
+    CProxyShare& operator=(const CProxyShare&) = delete;
     ~CProxyShare() override;
 
     void OnMapped() override;

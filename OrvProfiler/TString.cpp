@@ -550,15 +550,15 @@ uint64_t TString::Trim(const wchar_t* set) noexcept
 TString TString::TrimLeft(const wchar_t* text, const wchar_t* set) noexcept
 {
     if (SafeLength(text) == 0 || SafeLength(set) == 0)
-        return TString(text);
-    return TString(text + std::wcsspn(text, set));
+        return {text};
+    return {text + std::wcsspn(text, set)};
 }
 
 TString TString::TrimRight(const wchar_t* text, const wchar_t* set) noexcept
 {
     uint64_t length = SafeLength(text);
     if (length == 0 || SafeLength(set) == 0)
-        return TString(text);
+        return {text};
     while (length > 0 && FindChar(set, text[length - 1]) != nullptr)
         --length;
     TString result;
@@ -673,22 +673,25 @@ int32_t TString::ExpandEnvironment(TString& result) const noexcept
         return -2;
     if (signs % 2 != 0)
         return -1;
-    // A copy: result may be this string itself.
-    const TString text(*this);
+    // The result may be this string itself.
+    const TString copy = &result == this ? TString(*this) : TString(L"");
+    const TString& text = &result == this ? copy : *this;
+    if (text.m_buffer == nullptr)
+        return -3;
     uint64_t position = 0;
     for (uint64_t sign = text.Find(L'%', 0); sign != npos; sign = text.Find(L'%', position))
     {
-        result.Append(text.Mid(position, sign - position));
+        result.AppendUnits(text.m_buffer + position, sign - position);
         const uint64_t closing = text.Find(L'%', sign + 1);
         const TString name = text.Mid(sign + 1, closing - sign - 1);
         DebugAssert(!name.IsEmpty(), c_source, 278);
         TString value;
-        if (!GetEnv(name, value))
+        if (!GetEnv(name, value) || value.m_buffer == nullptr)
             return -3;
         result.Append(value);
         position = closing + 1;
     }
-    result.Append(text.Mid(position));
+    result.Append(text.m_buffer + position);
     result.Replace(L");;", L");");
     return 1;
 }
@@ -703,11 +706,13 @@ bool operator==(const TString& left, const wchar_t* right) noexcept
     return Equal(left.m_buffer, right, true);
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): deliberately a copy
 bool operator<(const TString& left, TString right) noexcept
 {
     return !left.IsEmpty() && !right.IsEmpty() && wcscmp(left.m_buffer, right.m_buffer) < 0;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): deliberately a copy
 bool operator>(const TString& left, TString right) noexcept
 {
     return !left.IsEmpty() && !right.IsEmpty() && wcscmp(left.m_buffer, right.m_buffer) > 0;

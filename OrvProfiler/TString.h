@@ -113,7 +113,7 @@ public:
     static bool GetEnv(const wchar_t* name, TString& value) noexcept;
     // Appends this string to result with every %name% replaced by the variable's value, and then makes every ");;" of
     // result ");". Returns 1; -2 without any percent sign and -1 with an odd number of them, result unchanged; -3
-    // when a variable is missing, with result holding what came before it.
+    // when a variable is missing or cannot be read for want of memory, with result holding what came before it.
     int32_t ExpandEnvironment(TString& result) const noexcept;
 
     // By code units, case-sensitive; a string without a buffer equals only another one, or null.
@@ -207,11 +207,11 @@ inline const wchar_t* EndOf(std::nullptr_t) noexcept
     return nullptr;
 }
 inline void Lower(std::nullptr_t) noexcept {}
-inline bool Equal(std::nullptr_t, std::nullptr_t, bool) noexcept
+inline bool Equal(std::nullptr_t, std::nullptr_t, bool /*caseSensitive*/) noexcept
 {
     return true;
 }
-inline int Compare(std::nullptr_t, std::nullptr_t, bool) noexcept
+inline int Compare(std::nullptr_t, std::nullptr_t, bool /*caseSensitive*/) noexcept
 {
     return 0;
 }

@@ -85,5 +85,5 @@ private:
 
     std::atomic<bool> m_waiting{false};
     // Owned; null where the creation failed.
-    HANDLE m_handles[c_workbenchEventCount];
+    HANDLE m_handles[c_workbenchEventCount]{};
 };

@@ -4,7 +4,7 @@
 // can be included without it. Including <windows.h> before or after is fine: the declarations agree.
 
 // As Windows spells them.
-// NOLINTBEGIN(bugprone-reserved-identifier, cert-dcl*, google-runtime-int, modernize-use-using)
+// NOLINTBEGIN(bugprone-reserved-identifier, google-runtime-int, modernize-use-using)
 
 struct HWND__;
 struct HINSTANCE__;
@@ -16,9 +16,10 @@ typedef void* HANDLE;
 typedef HWND__* HWND;
 typedef HINSTANCE__* HMODULE;
 typedef unsigned long DWORD;
+typedef long HRESULT;
 typedef _SECURITY_ATTRIBUTES SECURITY_ATTRIBUTES;
 typedef void* PSECURITY_DESCRIPTOR;
 typedef void* PSID;
 typedef _SID_AND_ATTRIBUTES SID_AND_ATTRIBUTES;
 
-// NOLINTEND(bugprone-reserved-identifier, cert-dcl*, google-runtime-int, modernize-use-using)
+// NOLINTEND(bugprone-reserved-identifier, google-runtime-int, modernize-use-using)

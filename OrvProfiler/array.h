@@ -23,6 +23,7 @@ public:
     }
     ~PtrArrayText() { Reset(); }
     PtrArrayText(const PtrArrayText&) = delete;
+    PtrArrayText(PtrArrayText&&) = delete;
     PtrArrayText& operator=(const PtrArrayText&) = delete;
     // Takes the other's text over, after freeing its own.
     PtrArrayText& operator=(PtrArrayText&& other) noexcept

@@ -16,6 +16,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <iterator>
 #include <mono/jit/jit.h>
 #include <mono/metadata/appdomain.h>
 #include <mono/metadata/assembly.h>
@@ -23,7 +24,9 @@
 #include <mono/metadata/mono-config.h>
 #include <mono/metadata/mono-debug.h>
 #include <mono/metadata/reflection.h>
+#include <sstream>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -65,6 +68,19 @@ Request* g_request = nullptr;
 bool g_threadRuns = false;
 MonoDomain* g_domain = nullptr; // the runtime thread's own
 
+// The options that Mono's own program takes from the environment; the one for a debugger is what they are good for
+// here.
+void ParseOptions()
+{
+    const char* const text = getenv("MONO_ENV_OPTIONS");
+    std::istringstream words(text == nullptr ? "" : text);
+    std::vector<std::string> options{std::istream_iterator<std::string>(words), {}};
+    std::vector<char*> arguments;
+    for (std::string& option : options)
+        arguments.push_back(option.data());
+    mono_jit_parse_options(static_cast<int>(arguments.size()), arguments.data());
+}
+
 int32_t StartRuntime(const Request& request)
 {
     if (g_domain != nullptr)
@@ -77,6 +93,9 @@ int32_t StartRuntime(const Request& request)
     // Faults in foreign code are Wine's to handle.
     mono_set_signal_chaining(1);
     mono_config_parse(nullptr);
+    if (access(request.configFile, R_OK) == 0)
+        mono_config_parse(request.configFile);
+    ParseOptions();
     mono_debug_init(MONO_DEBUG_FORMAT_MONO);
     g_domain = mono_jit_init_version("OrvRuntimeBridge", "v4.0.30319");
     if (g_domain == nullptr)

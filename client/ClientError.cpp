@@ -2,12 +2,12 @@
 
 #include "OrvProfiler/Trace.h"
 
-std::wstring SystemFailure(const wchar_t* what, unsigned long error)
+std::wstring SystemFailure(const std::wstring& what, unsigned long error)
 {
     std::wstring text = ErrorText(error);
     while (!text.empty() && (text.back() == L'\n' || text.back() == L'\r' || text.back() == L' '))
         text.pop_back();
     if (text.empty())
         text = L"the system has no text for it";
-    return std::wstring(what) + L": " + text + L" (error " + std::to_wstring(error) + L")";
+    return what + L": " + text + L" (error " + std::to_wstring(error) + L")";
 }

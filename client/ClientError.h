@@ -31,4 +31,4 @@ private:
 };
 
 // "what: the system's text for the error code (the code)".
-std::wstring SystemFailure(const wchar_t* what, unsigned long error);
+std::wstring SystemFailure(const std::wstring& what, unsigned long error);

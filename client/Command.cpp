@@ -6,16 +6,17 @@
 
 #include <algorithm>
 #include <cwctype>
+#include <iterator>
 
 const CommandWord c_commandWords[c_commandWordCount] = {
-    {L"load", EV_LOAD, false, L"load an assembly"},
-    {L"create", EV_CREATE, true, L"create an instance of a type"},
-    {L"invoke", EV_INVOKE, true, L"call a method"},
-    {L"get", c_commandGetProperty, true, L"read a property"},
-    {L"set", c_commandSetProperty, true, L"write a property"},
-    {L"delete", EV_DELETE, false, L"forget an instance"},
-    {L"reset", EV_RESET, false, L"forget everything"},
-    {L"stop", EV_STOP, false, L"end the workbench"},
+    {L"load", EV_LOAD, false, L" TEXT", L"load an assembly"},
+    {L"create", EV_CREATE, true, L" TEXT", L"create an instance of a type"},
+    {L"invoke", EV_INVOKE, true, L" TEXT", L"call a method"},
+    {L"get", c_commandGetProperty, true, L" TEXT", L"read a property"},
+    {L"set", c_commandSetProperty, true, L" TEXT", L"write a property"},
+    {L"delete", EV_DELETE, false, L" TEXT", L"forget an instance"},
+    {L"reset", EV_RESET, false, L"", L"forget everything"},
+    {L"stop", EV_STOP, false, L"", L"end the workbench"},
 };
 
 namespace
@@ -36,6 +37,12 @@ std::wstring KnownWords()
     for (const CommandWord& known : c_commandWords)
         words += (words.empty() ? L"" : L", ") + std::wstring(known.word);
     return words;
+}
+
+std::wstring HelpLine(const std::wstring& words, const wchar_t* help)
+{
+    constexpr size_t helpColumn = 16;
+    return L"  " + words + std::wstring(helpColumn - std::min(words.size(), helpColumn), L' ') + help + L"\n";
 }
 
 const CommandWord& FindWord(std::wstring_view word)
@@ -59,6 +66,12 @@ void CheckText(std::wstring_view text)
 }
 } // namespace
 
+const CommandWord& StopWord() noexcept
+{
+    return *std::find_if(std::begin(c_commandWords), std::end(c_commandWords),
+                         [](const CommandWord& known) { return known.event == EV_STOP; });
+}
+
 Command ParseCommand(std::wstring_view line)
 {
     const size_t wordStart = std::min(line.find_first_not_of(c_blanks), line.size());
@@ -69,6 +82,23 @@ Command ParseCommand(std::wstring_view line)
     line.remove_prefix(std::min(line.find_first_not_of(c_blanks), line.size()));
     CheckText(line);
     return Command{&word, std::wstring(line)};
+}
+
+std::wstring FirstWordOf(std::wstring_view line)
+{
+    line.remove_prefix(std::min(line.find_first_not_of(c_blanks), line.size()));
+    return Lower(line.substr(0, line.find_first_of(c_blanks)));
+}
+
+std::wstring CommandHelp()
+{
+    std::wstring help;
+    for (const CommandWord& known : c_commandWords)
+        help += HelpLine(std::wstring(known.word) + known.argument, known.help);
+    help += HelpLine(L"start", L"start a new workbench after the end of the last one");
+    help += HelpLine(L"help", L"show this list");
+    help += HelpLine(L"quit, exit", L"end the client");
+    return help;
 }
 
 size_t CommandTextLimit() noexcept

@@ -13,11 +13,14 @@ struct CommandWord
     uint32_t event;
     // The workbench passes the breakpoint step before its final response.
     bool passesBreakpoint;
+    // For help: the place of the text, empty for a command that takes none, and what the command does.
+    const wchar_t* argument;
     const wchar_t* help;
 };
 
 constexpr size_t c_commandWordCount = 8;
 extern const CommandWord c_commandWords[c_commandWordCount];
+const CommandWord& StopWord() noexcept;
 
 // A command as the user wrote it: the word, and the text after the blanks that follow it, unread and unchanged.
 struct Command
@@ -29,6 +32,12 @@ struct Command
 // Reads one line (without its end). The word's case does not matter; blanks before it are skipped. Throws ClientError
 // (usage) for a line without a known word, and for a text that does not fit the control block or holds a NUL.
 Command ParseCommand(std::wstring_view line);
+
+// The first word of a line in lower case; empty when there is none.
+std::wstring FirstWordOf(std::wstring_view line);
+
+// The commands and the client's own words, one per line, for help.
+std::wstring CommandHelp();
 
 // The greatest length of a command text in UTF-16 units.
 size_t CommandTextLimit() noexcept;

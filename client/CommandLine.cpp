@@ -1,6 +1,7 @@
 #include "client/CommandLine.h"
 
 #include "client/ClientError.h"
+#include "client/Command.h"
 #include "client/Console.h"
 #include "client/Text.h"
 
@@ -8,12 +9,57 @@
 
 #include <algorithm>
 #include <CLI/CLI.hpp>
+#include <iterator>
 
 namespace
 {
 constexpr double c_millisecondsPerSecond = 1000;
 // The longest limit that the system's waits take.
 constexpr double c_longestLimitSeconds = 4294967;
+
+constexpr const char* c_description =
+    "Starts the managed workbench, or attaches to a running one, posts commands to it and\n"
+    "shows what comes back.\n"
+    "\n"
+    "Without COMMAND and --script, commands are read from the standard input: with a prompt\n"
+    "when that is a console, as a script otherwise.";
+
+constexpr const wchar_t* c_beforeWords =
+    L"\n"
+    L"A COMMAND, or a line of a script, is a word and a text that is handed to the workbench as it stands (its\n"
+    L"language is the managed dispatcher's, see commands.md):\n";
+constexpr const wchar_t* c_afterWords =
+    L"In scripts, empty lines and lines that begin with # are skipped. A script stops at the first failure.\n"
+    L"\n"
+    L"Exit status, of the first failure:\n"
+    L"  0  everything succeeded\n"
+    L"  1  a command failed\n"
+    L"  2  bad usage: options, a script that cannot be read, a line that is no command, a text that is too long\n"
+    L"  3  the workbench could not be started, or ended unasked\n"
+    L"  4  time-out: the workbench was not ready, a command not answered, or the workbench not stopped in time\n"
+    L"  5  interrupted by Ctrl-C\n"
+    L"  6  the workbench departed from its protocol\n";
+
+struct RawOptions
+{
+    std::vector<std::string> commands;
+    std::string script;
+    std::string program;
+    std::string attachTo;
+    std::string clientId;
+    bool isInteractive = false;
+    bool keepsGoing = false;
+    bool followsLog = false;
+    bool printsJson = false;
+    double readySeconds = 30;
+    double commandSeconds = 60;
+    double stopSeconds = 10;
+};
+
+std::wstring Wide(const std::string& text)
+{
+    return FromUtf8(text).value_or(std::wstring());
+}
 
 std::wstring ProgramBesideThis()
 {
@@ -25,9 +71,8 @@ std::wstring ProgramBesideThis()
 std::wstring FullPath(const std::wstring& path)
 {
     std::wstring full(32768, L'\0');
-    const DWORD length = GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr);
-    full.resize(length);
-    return length != 0 ? full : path;
+    full.resize(GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
+    return full.empty() ? path : full;
 }
 
 uint32_t LimitOf(double seconds)
@@ -35,41 +80,68 @@ uint32_t LimitOf(double seconds)
     return seconds == 0 ? TimeLimits::c_noLimit : static_cast<uint32_t>(seconds * c_millisecondsPerSecond);
 }
 
-std::wstring Wide(const std::string& text)
+// A process id: base 10 (or 16 with 0x) as the system's tools show it, or base 16 as the workbench reads it.
+std::optional<uint32_t> ProcessIdOf(const std::string& text, int base, const char* option)
 {
-    return FromUtf8(text).value_or(std::wstring());
+    if (text.empty())
+        return std::nullopt;
+    size_t length = 0;
+    unsigned long long value = 0;
+    try
+    {
+        const bool isHexadecimal = text.rfind("0x", 0) == 0;
+        value = std::stoull(text, &length, isHexadecimal ? 16 : base);
+    }
+    catch (const std::logic_error&)
+    {
+        length = 0;
+    }
+    if (length != text.size() || text[0] == '-' || value == 0 || value > UINT32_MAX)
+        throw ClientError(ExitStatus::Usage, Wide(std::string(option) + ": \"" + text + "\" is no process id"));
+    return static_cast<uint32_t>(value);
 }
 
-struct RawOptions
+void DefineInput(CLI::App& app, RawOptions& raw)
 {
-    std::vector<std::string> commands;
-    std::string script;
-    std::string program;
-    bool keepGoing = false;
-    bool json = false;
-    double readySeconds = 30;
-    double commandSeconds = 60;
-    double stopSeconds = 10;
-};
+    auto* const commands = app.add_option("COMMAND", raw.commands, "Commands to run, each quoted as one argument");
+    auto* const script = app.add_option("-s,--script", raw.script, "Commands, one per line; - is the standard input");
+    auto* const interactive = app.add_flag("-i,--interactive", raw.isInteractive,
+                                           "Prompt, and go on after failures, also without a console");
+    commands->option_text("COMMAND...");
+    script->option_text("FILE")->excludes(commands);
+    interactive->excludes(commands)->excludes(script);
+    app.add_flag("-k,--keep-going", raw.keepsGoing, "Go on after a command that failed");
+}
 
-void Define(CLI::App& app, RawOptions& raw)
+void DefineWorkbench(CLI::App& app, RawOptions& raw)
 {
-    app.allow_windows_style_options(false);
-    app.add_option("commands", raw.commands, "Commands to run, one argument each");
-    app.add_option("-s,--script", raw.script, "File of commands, one per line; - is the standard input");
-    app.add_option("-w,--workbench", raw.program, "The workbench program (OrvWorkBench64.exe beside this one)");
-    app.add_flag("-k,--keep-going", raw.keepGoing, "Go on after a command that failed");
-    app.add_flag("--json", raw.json, "Print one JSON object per line");
+    auto* const program = app.add_option("-w,--workbench", raw.program,
+                                         "The program to start instead of OrvWorkBench64.exe\nbeside this one");
+    auto* const attach = app.add_option("-a,--attach", raw.attachTo,
+                                        "Process id of a running workbench to drive, which is left\nrunning");
+    auto* const client = app.add_option(
+        "--client", raw.clientId,
+        "With --attach: the id on the workbench's command line,\nhexadecimal (read from there by default)");
+    program->option_text("FILE")->excludes(attach);
+    attach->option_text("PID");
+    client->option_text("HEX")->needs(attach);
+}
+
+void DefineOutput(CLI::App& app, RawOptions& raw)
+{
+    app.add_flag("-j,--json", raw.printsJson, "Print one JSON object per line (client.md)");
+    app.add_flag("-f,--follow-log", raw.followsLog, "Show the workbench's trace log as it grows");
+}
+
+void DefineLimits(CLI::App& app, RawOptions& raw)
+{
     const auto range = CLI::Range(0.0, c_longestLimitSeconds);
-    app.add_option("--ready-timeout", raw.readySeconds, "Seconds until the workbench is ready, 0 for no limit")
-        ->check(range)
-        ->capture_default_str();
-    app.add_option("-t,--timeout", raw.commandSeconds, "Seconds until a command's final response, 0 for no limit")
-        ->check(range)
-        ->capture_default_str();
-    app.add_option("--stop-timeout", raw.stopSeconds, "Seconds until the workbench has stopped, 0 for no limit")
-        ->check(range)
-        ->capture_default_str();
+    const auto define = [&](const char* name, double& seconds, const char* text) {
+        app.add_option(name, seconds, text)->check(range)->option_text("SECONDS");
+    };
+    define("-t,--timeout", raw.commandSeconds, "Until a command's final response (60; 0: no limit)");
+    define("--ready-timeout", raw.readySeconds, "Until a started workbench is ready (30; 0: no limit)");
+    define("--stop-timeout", raw.stopSeconds, "Until a stopped workbench has ended (10; 0: no limit)");
 }
 
 Options Convert(const RawOptions& raw)
@@ -78,8 +150,13 @@ Options Convert(const RawOptions& raw)
     std::transform(raw.commands.begin(), raw.commands.end(), std::back_inserter(options.commands), Wide);
     options.script = Wide(raw.script);
     options.program = raw.program.empty() ? ProgramBesideThis() : FullPath(Wide(raw.program));
-    options.keepGoing = raw.keepGoing;
-    options.json = raw.json;
+    options.attachTo = ProcessIdOf(raw.attachTo, 10, "--attach");
+    options.clientId = ProcessIdOf(raw.clientId, 16, "--client");
+    const bool readsInput = raw.commands.empty() && raw.script.empty();
+    options.isInteractive = raw.isInteractive || (readsInput && IsConsole(GetStdHandle(STD_INPUT_HANDLE)));
+    options.keepsGoing = raw.keepsGoing || options.isInteractive;
+    options.followsLog = raw.followsLog;
+    options.printsJson = raw.printsJson;
     options.limits.readyMs = LimitOf(raw.readySeconds);
     options.limits.commandMs = LimitOf(raw.commandSeconds);
     options.limits.stopMs = LimitOf(raw.stopSeconds);
@@ -87,13 +164,20 @@ Options Convert(const RawOptions& raw)
 }
 } // namespace
 
-std::optional<Options> ParseCommandLine(int argc, wchar_t** argv)
+std::optional<Options> ParseCommandLine(int argc, const wchar_t* const* argv)
 {
-    CLI::App app("Drives the managed workbench", "OrvClient");
+    CLI::App app(c_description, "OrvClient");
+    app.allow_windows_style_options(false);
+    app.set_version_flag("--version", "OrvClient " ORV_VERSION);
+    app.footer(ToUtf8(c_beforeWords + CommandHelp() + c_afterWords));
     RawOptions raw;
-    Define(app, raw);
+    DefineInput(app, raw);
+    DefineWorkbench(app, raw);
+    DefineOutput(app, raw);
+    DefineLimits(app, raw);
+    // The parser takes them in reverse.
     std::vector<std::string> arguments;
-    for (int i = argc; --i > 0;)
+    for (int i = argc - 1; i > 0; --i)
         arguments.push_back(ToUtf8(argv[i]));
     try
     {
@@ -101,7 +185,12 @@ std::optional<Options> ParseCommandLine(int argc, wchar_t** argv)
     }
     catch (const CLI::CallForHelp&)
     {
-        TextStream::Out().Write(Wide(app.help()));
+        TextStream::Out().WriteUtf8(app.help());
+        return std::nullopt;
+    }
+    catch (const CLI::CallForVersion& version)
+    {
+        TextStream::Out().WriteUtf8(std::string(version.what()) + "\n");
         return std::nullopt;
     }
     catch (const CLI::ParseError& error)

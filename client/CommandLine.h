@@ -2,6 +2,7 @@
 
 #include "client/Session.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -9,16 +10,22 @@
 // What the user asks for on the command line.
 struct Options
 {
-    // One command each, as in a script.
+    // One line each, as in a script.
     std::vector<std::wstring> commands;
-    // "-" is the standard input. Empty: none given.
+    // A file, or "-" for the standard input. Empty: none.
     std::wstring script;
+    // The full path.
     std::wstring program;
-    bool keepGoing = false;
-    bool json = false;
+    // Process ids of a running workbench and of the client on its command line.
+    std::optional<uint32_t> attachTo;
+    std::optional<uint32_t> clientId;
+    bool isInteractive = false;
+    bool keepsGoing = false;
+    bool followsLog = false;
+    bool printsJson = false;
     TimeLimits limits;
 };
 
-// Reads the command line. Nothing when it only asked for help or the version, which was then shown. Throws
+// Reads the command line. Nothing when it asked for help or the version only, which was then shown. Throws
 // ClientError (usage).
-std::optional<Options> ParseCommandLine(int argc, wchar_t** argv);
+std::optional<Options> ParseCommandLine(int argc, const wchar_t* const* argv);

@@ -3,52 +3,51 @@
 #include "OrvProfiler/UniqueHandle.h"
 #include "OrvProfiler/WinTypes.h"
 
-#include <memory>
 #include <mutex>
-#include <optional>
-#include <string>
 #include <string_view>
-#include <vector>
 
-// One of the process's standard streams for text: a console shows it as it is, files and pipes get UTF-8.
+// One of the process's standard streams for text: a console shows it as it is, files and pipes get UTF-8. Any thread;
+// the text of one call stays together and has been handed over when the call returns. A reader that is gone is no
+// failure.
 class TextStream
 {
 public:
     static TextStream& Out();
     static TextStream& Error();
+    TextStream(const TextStream&) = delete;
+    TextStream& operator=(const TextStream&) = delete;
 
-    // The text carries its own line ends, "\n". Complete when it returns. Any thread; one call's text stays together.
+    // The text carries its own line ends, "\n".
     void Write(std::wstring_view text);
-    bool IsConsole() const noexcept { return m_isConsole; }
+    void WriteUtf8(std::string_view text);
 
 private:
     explicit TextStream(DWORD standardHandle);
+
+    void WriteBytes(std::string_view bytes);
 
     std::mutex m_lock;
     HANDLE m_handle;
     bool m_isConsole;
 };
 
-// Where the lines of commands come from.
-class LineSource
+bool IsConsole(HANDLE handle) noexcept;
+
+// Puts the console's output code page back at its end: managed code sets it, and it outlives the program.
+class ConsoleCodePageGuard
 {
 public:
-    virtual ~LineSource() = default;
-    // An object that is signalled when Next will not block; null when it never does.
-    virtual HANDLE Ready() const noexcept = 0;
-    // The next line without its end; nothing after the last. Throws ClientError for a line that is not text.
-    virtual std::optional<std::wstring> Next() = 0;
+    ConsoleCodePageGuard();
+    ~ConsoleCodePageGuard();
+    ConsoleCodePageGuard(const ConsoleCodePageGuard&) = delete;
+    ConsoleCodePageGuard& operator=(const ConsoleCodePageGuard&) = delete;
+
+private:
+    unsigned m_codePage;
 };
 
-bool IsInputConsole() noexcept;
-// The lines of the standard input, each as soon as it is there. A console's Ctrl-Z line ends it.
-std::unique_ptr<LineSource> StandardInputLines();
-std::unique_ptr<LineSource> ListedLines(std::vector<std::wstring> lines);
-// The lines of a file in UTF-8 or, with its byte-order mark, UTF-16. Throws ClientError when it cannot be read.
-std::unique_ptr<LineSource> FileLines(const std::wstring& path);
-
-// An event that Ctrl-C and Ctrl-Break set, and the closing of the console, the user's logging off and the system's
-// shutting down as well. One per process.
+// An event that Ctrl-C and Ctrl-Break set; the closing of the console, logging off and shutting down as well. A
+// second Ctrl-C ends the process at once. One per process.
 class InterruptEvent
 {
 public:

@@ -5,7 +5,7 @@
 
 #include <cmath>
 #include <nlohmann/json.hpp>
-#include <string_view>
+#include <utility>
 
 namespace
 {
@@ -43,10 +43,15 @@ const char* KindName(Happening::Kind kind) noexcept
     return "";
 }
 
-// To a microsecond, which is more than the clock is good for.
+// To a microsecond, which is as much as the clock is good for.
 double Rounded(double milliseconds) noexcept
 {
     return std::round(milliseconds * 1000) / 1000;
+}
+
+void Print(const Json& object)
+{
+    TextStream::Out().WriteUtf8(object.dump() + "\n");
 }
 
 class JsonReport : public Report
@@ -58,16 +63,17 @@ public:
         if (m_isInCommand)
             m_command["happenings"].push_back(std::move(entry));
         else
-            Write(Json{{"type", "happening"}, {KindName(happening.kind), ToUtf8(happening.text)}});
+            Print(Json{{"type", KindName(happening.kind)}, {"text", ToUtf8(happening.text)}});
     }
 
-    void OnReady(uint32_t workbenchId, uint32_t clientId, double elapsedMs) override
+    void OnStarted(uint32_t workbenchId, uint32_t clientId, bool isAttached) override
     {
-        Write(Json{{"type", "ready"},
+        Print(Json{{"type", isAttached ? "attached" : "started"},
                    {"workbench", workbenchId},
-                   {"client", ToUtf8(FormatSlot(L"%x", clientId))},
-                   {"elapsedMs", Rounded(elapsedMs)}});
+                   {"client", ToUtf8(FormatSlot(L"%x", clientId))}});
     }
+
+    void OnReady(double elapsedMs) override { Print(Json{{"type", "ready"}, {"elapsedMs", Rounded(elapsedMs)}}); }
 
     void OnCommand(const Command& command) override
     {
@@ -78,35 +84,47 @@ public:
         m_isInCommand = true;
     }
 
-    void OnResult(const CommandResult& result) override
+    void OnResult(const CommandResult& result, const std::wstring& hint) override
     {
         m_isInCommand = false;
         m_command["outcome"] = OutcomeName(result.outcome);
         m_command["elapsedMs"] = Rounded(result.elapsedMs);
         if (!result.deviation.empty())
             m_command["deviation"] = ToUtf8(result.deviation);
-        Write(m_command);
+        if (!hint.empty())
+            m_command["hint"] = ToUtf8(hint);
+        Print(m_command);
     }
 
-    void OnEnd(uint32_t workbenchExitCode) override
+    void OnEnd(std::optional<uint32_t> workbenchExitCode) override
     {
-        Write(Json{{"type", "end"}, {"workbenchExitCode", workbenchExitCode}});
+        Json end{{"type", workbenchExitCode ? "ended" : "left"}};
+        if (workbenchExitCode)
+            end["workbenchExitCode"] = *workbenchExitCode;
+        Print(end);
     }
 
-    void OnError(const ClientError& error) override
+    void OnError(const ClientError& error, const std::vector<std::wstring>& hints) override
     {
-        Write(Json{{"type", "error"},
+        // The command that it ends has no result.
+        m_isInCommand = false;
+        Json entry{{"type", "error"},
                    {"message", ToUtf8(error.Message())},
-                   {"exitStatus", static_cast<int>(error.Status())}});
+                   {"exitStatus", static_cast<int>(error.Status())},
+                   {"hints", Json::array()}};
+        for (const std::wstring& hint : hints)
+            entry["hints"].push_back(ToUtf8(hint));
+        Print(entry);
     }
+
+    void OnLogLine(const std::wstring& line) override { Print(Json{{"type", "log"}, {"text", ToUtf8(line)}}); }
+
+    // Programs need none.
+    void OnPrompt() override {}
+
+    void OnHelp(const std::wstring& text) override { Print(Json{{"type", "help"}, {"text", ToUtf8(text)}}); }
 
 private:
-    static void Write(const Json& object)
-    {
-        const std::string line = object.dump() + "\n";
-        TextStream::Out().Write(FromProgramOutput(line));
-    }
-
     Json m_command;
     bool m_isInCommand = false;
 };

@@ -45,9 +45,9 @@ NotifyWindow::NotifyWindow(Handler handler) : m_handler(std::move(handler))
     RegisterOnce();
     m_window = CreateWindowExW(0, c_className, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, GetModuleHandleW(nullptr),
                                nullptr);
+    const DWORD error = GetLastError();
     if (m_window == nullptr)
-        throw ClientError(ExitStatus::WorkbenchLost,
-                          SystemFailure(L"the notification window cannot be made", GetLastError()));
+        throw ClientError(ExitStatus::WorkbenchLost, SystemFailure(L"the notification window cannot be made", error));
     SetWindowLongPtrW(m_window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(&m_handler));
 }
 

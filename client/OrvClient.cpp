@@ -3,30 +3,27 @@
 #include "client/Report.h"
 #include "client/Runner.h"
 
-#include <exception>
 #include <memory>
 #include <optional>
 
 // Called by the C runtime, which declares it nowhere.
 extern "C" int wmain(int argc, wchar_t** argv);
 
+// The client console: drives the workbench from a prompt, a script or the command line (--help tells how).
 extern "C" int wmain(int argc, wchar_t** argv)
 {
-    std::unique_ptr<Report> report = MakeTextReport();
-    ExitStatus status = ExitStatus::Success;
+    std::unique_ptr<Report> report = MakeTextReport(true);
     try
     {
         const std::optional<Options> options = ParseCommandLine(argc, argv);
         if (!options)
             return static_cast<int>(ExitStatus::Success);
-        if (options->json)
-            report = MakeJsonReport();
-        status = Run(*options, *report);
+        report = options->printsJson ? MakeJsonReport() : MakeTextReport(!options->isInteractive);
+        return static_cast<int>(Run(*options, *report));
     }
     catch (const ClientError& error)
     {
-        report->OnError(error);
-        status = error.Status();
+        report->OnError(error, {});
+        return static_cast<int>(error.Status());
     }
-    return static_cast<int>(status);
 }

@@ -18,8 +18,9 @@ std::wstring NextPipeName()
     return L"\\\\.\\pipe\\OrvClient-" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++counter);
 }
 
-[[noreturn]] void ThrowPipeFailure(DWORD error)
+[[noreturn]] void ThrowPipeFailure()
 {
+    const DWORD error = GetLastError();
     throw ClientError(ExitStatus::WorkbenchLost, SystemFailure(L"the output pipe cannot be made", error));
 }
 } // namespace
@@ -38,12 +39,12 @@ OutputPipe::OutputPipe() : m_read(std::make_unique<Read>())
         CreateNamedPipeW(name.c_str(), PIPE_ACCESS_INBOUND | FILE_FLAG_OVERLAPPED | FILE_FLAG_FIRST_PIPE_INSTANCE,
                          PIPE_TYPE_BYTE | PIPE_REJECT_REMOTE_CLIENTS, 1, 0, c_bufferSize, 0, nullptr));
     if (!m_readEnd)
-        ThrowPipeFailure(GetLastError());
+        ThrowPipeFailure();
     SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
     m_writeEnd = UniqueHandle::FromFile(
         CreateFileW(name.c_str(), GENERIC_WRITE, 0, &inheritable, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!m_writeEnd)
-        ThrowPipeFailure(GetLastError());
+        ThrowPipeFailure();
     m_read->overlapped.hEvent = m_read->arrival.Get();
     StartRead();
 }

@@ -1,123 +1,326 @@
 #include "client/Runner.h"
 
 #include "client/Console.h"
+#include "client/DebugOutput.h"
+#include "client/Hints.h"
+#include "client/LineSource.h"
+#include "client/LogFollower.h"
+#include "client/RunningWorkbench.h"
 #include "client/Session.h"
+#include "client/TraceLog.h"
 
 #include <windows.h>
 
 #include <memory>
 #include <string_view>
+#include <utility>
 
 namespace
 {
+// Words that are for the client itself.
+enum class LocalWord
+{
+    None,
+    Help,
+    Start,
+    Quit,
+};
+
+LocalWord LocalWordOf(std::wstring_view line)
+{
+    const std::wstring word = FirstWordOf(line);
+    if (word == L"help")
+        return LocalWord::Help;
+    if (word == L"start")
+        return LocalWord::Start;
+    if (word == L"quit" || word == L"exit")
+        return LocalWord::Quit;
+    return LocalWord::None;
+}
+
 bool IsEmptyOrComment(std::wstring_view line)
 {
     const size_t start = line.find_first_not_of(L" \t");
     return start == std::wstring_view::npos || line[start] == L'#';
 }
 
-std::unique_ptr<LineSource> OpenLines(const Options& options)
+std::wstring At(const std::wstring& where, const std::wstring& message)
 {
-    if (!options.commands.empty())
-        return ListedLines(options.commands);
-    if (options.script.empty() || options.script == L"-")
-        return StandardInputLines();
-    return FileLines(options.script);
+    return where.empty() ? message : where + L": " + message;
 }
 
-ExitStatus StatusOf(const CommandResult& result)
+Command ParseLine(const ScriptLine& line)
 {
-    switch (result.outcome)
+    try
     {
-    case Outcome::Succeeded:
-        return result.deviation.empty() ? ExitStatus::Success : ExitStatus::Deviation;
-    case Outcome::Failed:
-        return result.deviation.empty() ? ExitStatus::CommandFailed : ExitStatus::Deviation;
-    case Outcome::TimedOut:
-        return ExitStatus::TimedOut;
-    case Outcome::Lost:
-        return ExitStatus::WorkbenchLost;
-    case Outcome::Interrupted:
-        return ExitStatus::Interrupted;
+        return ParseCommand(line.text);
     }
-    return ExitStatus::Deviation;
+    catch (const ClientError& error)
+    {
+        throw ClientError(error.Status(), At(line.where, error.Message()));
+    }
 }
+
+// Lines that are there already are looked at before anything is started: a script with a bad line is not begun.
+std::unique_ptr<LineSource> CheckedLines(std::vector<ScriptLine> lines)
+{
+    for (const ScriptLine& line : lines)
+        if (!IsEmptyOrComment(line.text) && LocalWordOf(line.text) == LocalWord::None)
+            ParseLine(line);
+    return ListedLines(std::move(lines));
+}
+
+std::unique_ptr<LineSource> OpenLines(const Options& options)
+{
+    if (!options.script.empty() && options.script != L"-")
+        return CheckedLines(ReadScript(options.script));
+    if (options.commands.empty())
+        return StandardInputLines();
+    std::vector<ScriptLine> lines;
+    for (const std::wstring& command : options.commands)
+        lines.push_back({command, L""});
+    return CheckedLines(std::move(lines));
+}
+
+// Passes on what it is told and remembers whether anything was printed.
+class PrintWatch final : public SessionObserver
+{
+public:
+    explicit PrintWatch(SessionObserver& target) : m_target(target) {}
+
+    void OnHappening(const Happening& happening) override
+    {
+        m_hasPrinted = m_hasPrinted || happening.kind == Happening::Kind::Output;
+        m_target.OnHappening(happening);
+    }
+
+    // Since the last call.
+    bool HasPrinted() noexcept { return std::exchange(m_hasPrinted, false); }
+
+private:
+    SessionObserver& m_target;
+    bool m_hasPrinted = false;
+};
 
 class Runner
 {
 public:
-    Runner(const Options& options, Report& report)
-        : m_options(options), m_report(report), m_session(options.limits, report, m_interrupt.Handle())
+    Runner(const Options& options, const std::optional<RunningWorkbench>& running, Report& report)
+        : m_options(options), m_running(running), m_report(report), m_watch(report),
+          m_session(running ? running->clientId : GetCurrentProcessId(), options.limits, m_watch,
+                    m_interrupt.Handle())
     {
     }
 
     ExitStatus Run(LineSource& lines)
     {
-        try
-        {
-            const double elapsedMs = m_session.Start(m_options.program);
-            m_report.OnReady(m_session.WorkbenchId(), m_session.ClientId(), elapsedMs);
-            while (GoesOn() && RunNext(lines))
-            {
-            }
-        }
-        catch (const ClientError& error)
-        {
-            Note(error);
-        }
-        End();
+        bool goesOn = Try([this] { m_running ? Attach() : Start(); });
+        while (goesOn)
+            goesOn = Try([&] { m_isOver = !RunNext(lines); }) && !m_isOver;
+        Try([this] { Stop(); });
+        EndRun();
         return m_status;
     }
 
 private:
-    bool GoesOn() const noexcept { return m_status == ExitStatus::Success || m_options.keepGoing; }
+    // Runs a step and reports what it throws. Whether there is to be a next one.
+    template <class Step>
+    bool Try(const Step& step)
+    {
+        m_stepStatus = ExitStatus::Success;
+        try
+        {
+            step();
+        }
+        catch (const ClientError& error)
+        {
+            m_stepStatus = error.Status();
+            m_report.OnError(error, HintsFor(error.Status()));
+        }
+        if (m_status == ExitStatus::Success)
+            m_status = m_stepStatus;
+        if (!m_session.IsRunning())
+            EndRun();
+        return GoesOnAfter(m_stepStatus);
+    }
 
+    bool GoesOnAfter(ExitStatus status) const noexcept
+    {
+        if (status == ExitStatus::Success)
+            return true;
+        // Without a workbench the rest of a script is no use; a user can start another one.
+        return status != ExitStatus::Interrupted && m_options.keepsGoing &&
+               (m_options.isInteractive || m_session.IsRunning());
+    }
+
+    std::vector<std::wstring> HintsFor(ExitStatus status) const
+    {
+        if (!m_isInRun || (status != ExitStatus::WorkbenchLost && status != ExitStatus::TimedOut))
+            return {};
+        // One that was ended here has an exit code that tells nothing.
+        const bool endedItself = status == ExitStatus::WorkbenchLost;
+        return HintsAfterLoss(m_running ? std::wstring() : m_options.program,
+                              endedItself ? m_session.WorkbenchExitCode() : std::nullopt,
+                              StartTimeOf(m_session.WorkbenchHandle()));
+    }
+
+    void Attach()
+    {
+        m_session.Attach(m_running->processId);
+        m_isInRun = true;
+        m_report.OnStarted(m_session.WorkbenchId(), m_session.ClientId(), true);
+        ListenToTrace();
+        if (m_follower != nullptr)
+            m_follower->Begin(m_session.WorkbenchId(), LogFollower::From::Now, m_debugOutput->IsListening());
+    }
+
+    void Start()
+    {
+        if (m_running)
+            throw ClientError(ExitStatus::Usage, L"start is for a workbench of one's own, this session is attached");
+        if (m_session.IsRunning())
+            throw ClientError(ExitStatus::Usage, L"the workbench is running already");
+        ListenToTrace();
+        m_session.Start(m_options.program);
+        m_isInRun = true;
+        m_report.OnStarted(m_session.WorkbenchId(), m_session.ClientId(), false);
+        std::optional<ClientError> failure;
+        try
+        {
+            m_report.OnReady(m_session.AwaitReady());
+        }
+        catch (const ClientError& error)
+        {
+            failure = error;
+        }
+        if (m_follower != nullptr)
+        {
+            m_follower->Begin(m_session.WorkbenchId(), LogFollower::From::Start, m_debugOutput->IsListening());
+            m_follower->CatchUp();
+            // It slows every process that prints to the debugger.
+            if (m_follower->IsReadingFile())
+                m_debugOutput.reset();
+        }
+        if (failure)
+            throw *failure;
+    }
+
+    void ListenToTrace()
+    {
+        if (m_options.followsLog)
+            m_follower =
+                std::make_unique<LogFollower>([this](const std::wstring& line) { m_report.OnLogLine(line); });
+        if (m_options.followsLog || m_running)
+            m_debugOutput = std::make_unique<DebugOutput>([this](uint32_t processId, const std::string& text) {
+                if (m_running)
+                    m_session.OnTrace(processId, text);
+                if (m_follower != nullptr)
+                    m_follower->OnDebugText(processId, text);
+            });
+    }
+
+    // False at the end of the lines.
     bool RunNext(LineSource& lines)
     {
-        if (lines.Ready() != nullptr && !m_session.WaitWhileIdle(lines.Ready()) && m_session.IsRunning())
-            throw ClientError(ExitStatus::Interrupted, L"interrupted");
-        const std::optional<std::wstring> line = lines.Next();
+        if (m_options.isInteractive)
+            m_report.OnPrompt();
+        if (lines.Ready() != nullptr && !m_session.WaitWhileIdle(lines.Ready()))
+            ThrowWhyIdleEnded();
+        const std::optional<ScriptLine> line = lines.Next();
         if (!line)
             return false;
-        if (!IsEmptyOrComment(*line))
-            RunLine(*line);
+        return IsEmptyOrComment(line->text) || RunLine(*line);
+    }
+
+    [[noreturn]] void ThrowWhyIdleEnded() const
+    {
+        if (WaitForSingleObject(m_interrupt.Handle(), 0) == WAIT_OBJECT_0)
+            throw ClientError(ExitStatus::Interrupted, L"interrupted");
+        throw ClientError(ExitStatus::WorkbenchLost, L"the workbench ended unasked");
+    }
+
+    bool RunLine(const ScriptLine& line)
+    {
+        switch (LocalWordOf(line.text))
+        {
+        case LocalWord::Help:
+            m_report.OnHelp(CommandHelp());
+            return true;
+        case LocalWord::Start:
+            Start();
+            return true;
+        case LocalWord::Quit:
+            return false;
+        case LocalWord::None:
+            break;
+        }
+        const Command command = ParseLine(line);
+        if (!m_session.IsRunning())
+            throw ClientError(ExitStatus::WorkbenchLost, At(line.where, L"no workbench is running"));
+        m_report.OnCommand(command);
+        m_watch.HasPrinted();
+        Conclude(line, m_session.Execute(command));
         return true;
     }
 
-    void RunLine(const std::wstring& line)
+    void Conclude(const ScriptLine& line, const CommandResult& result)
     {
-        const Command command = ParseCommand(line);
-        m_report.OnCommand(command);
-        const CommandResult result = m_session.Execute(command);
-        m_report.OnResult(result);
-        Note(StatusOf(result));
+        if (m_follower != nullptr)
+            m_follower->CatchUp();
+        const bool isSilentFailure = result.outcome == Outcome::Failed && !m_running && !m_watch.HasPrinted();
+        m_report.OnResult(result, isSilentFailure ? HintForSilentFailure() : std::wstring());
+        switch (result.outcome)
+        {
+        case Outcome::Succeeded:
+        case Outcome::Failed:
+            break;
+        case Outcome::TimedOut:
+            throw ClientError(ExitStatus::TimedOut,
+                              At(line.where, m_running ? L"no final response in time; the workbench is left as it is"
+                                                       : L"no final response in time; the workbench was ended"));
+        case Outcome::Lost:
+            throw ClientError(ExitStatus::WorkbenchLost,
+                              At(line.where, L"the workbench ended before its final response"));
+        case Outcome::Interrupted:
+            throw ClientError(ExitStatus::Interrupted, At(line.where, L"interrupted"));
+        }
+        if (!result.deviation.empty())
+            throw ClientError(ExitStatus::Deviation, At(line.where, L"the workbench departed from its protocol"));
+        if (result.outcome == Outcome::Failed)
+            m_stepStatus = ExitStatus::CommandFailed;
     }
 
-    void End()
+    void Stop()
     {
-        const bool wasRunning = m_session.IsRunning();
-        if (wasRunning && !m_session.Stop())
-            Note(ExitStatus::TimedOut);
-        if (m_session.WorkbenchId() != 0)
+        const CommandResult result = m_session.Stop();
+        if (result.outcome == Outcome::TimedOut)
+            throw ClientError(ExitStatus::TimedOut, L"the workbench did not stop in time and was ended");
+        // Late responses to an interrupted command are none of its faults.
+        if (!result.deviation.empty() && m_status != ExitStatus::Interrupted)
+            throw ClientError(ExitStatus::Deviation, result.deviation);
+    }
+
+    // The workbench has ended, or is left.
+    void EndRun()
+    {
+        m_debugOutput.reset();
+        m_follower.reset();
+        if (std::exchange(m_isInRun, false))
             m_report.OnEnd(m_session.WorkbenchExitCode());
     }
 
-    void Note(ExitStatus status) noexcept
-    {
-        if (m_status == ExitStatus::Success)
-            m_status = status;
-    }
-
-    void Note(const ClientError& error)
-    {
-        m_report.OnError(error);
-        Note(error.Status());
-    }
-
     const Options& m_options;
+    const std::optional<RunningWorkbench> m_running;
     Report& m_report;
+    PrintWatch m_watch;
     InterruptEvent m_interrupt;
     Session m_session;
+    std::unique_ptr<LogFollower> m_follower;
+    // Feeds the session and the follower: goes first.
+    std::unique_ptr<DebugOutput> m_debugOutput;
+    bool m_isInRun = false;
+    bool m_isOver = false;
+    ExitStatus m_stepStatus = ExitStatus::Success;
     ExitStatus m_status = ExitStatus::Success;
 };
 } // namespace
@@ -125,5 +328,9 @@ private:
 ExitStatus Run(const Options& options, Report& report)
 {
     const std::unique_ptr<LineSource> lines = OpenLines(options);
-    return Runner(options, report).Run(*lines);
+    std::optional<RunningWorkbench> running;
+    if (options.attachTo)
+        running = FindWorkbench(*options.attachTo, options.clientId);
+    const ConsoleCodePageGuard codePage;
+    return Runner(options, running, report).Run(*lines);
 }

@@ -3,6 +3,6 @@
 #include "client/CommandLine.h"
 #include "client/Report.h"
 
-// Starts the workbench, runs the commands that the options name, and ends it. Failures are reported; the first one
-// decides the exit status.
+// Starts the workbench or attaches to it, runs the commands that the options name, and ends what it has started.
+// Failures are reported; the first one decides the exit status.
 ExitStatus Run(const Options& options, Report& report);

@@ -3,17 +3,26 @@
 #include "client/ClientError.h"
 #include "OrvProfiler/OrvWorkbench/Host.h"
 #include "OrvProfiler/ProxySecurity.h"
+#include "OrvProfiler/Trace.h"
 
 #include <windows.h>
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
+#include <utility>
 #include <vector>
 
 namespace
 {
 // Output of a workbench that has ended is complete at once, unless a process that it started keeps the pipe open.
 constexpr uint32_t c_lastOutputMs = 1000;
+
+// What the lines of the trace contain when a command begins, when it ends, and when its response has been set.
+constexpr std::string_view c_traceOfCommand = " CHost::Run Command is ";
+constexpr std::string_view c_traceOfSuccess = " CHost::Run command succeeded, ";
+constexpr std::string_view c_traceOfFailure = " CHost::Run command failed, ";
+constexpr std::string_view c_traceOfNextWait = " CHost::Run Sleeping";
 
 const wchar_t* ResponseName(uint32_t slot) noexcept
 {
@@ -45,9 +54,19 @@ const wchar_t* MessageName(uint32_t message) noexcept
     }
 }
 
+bool IsSet(HANDLE object) noexcept
+{
+    return WaitForSingleObject(object, 0) == WAIT_OBJECT_0;
+}
+
 double MillisecondsOf(const CPerfTimer& timer) noexcept
 {
     return timer.Seconds() * 1000;
+}
+
+bool Contains(std::string_view text, std::string_view part) noexcept
+{
+    return text.find(part) != std::string_view::npos;
 }
 } // namespace
 
@@ -70,11 +89,11 @@ private:
     uint64_t m_start;
 };
 
-Session::Session(const TimeLimits& limits, SessionObserver& observer, HANDLE interrupt)
-    : m_limits(limits), m_observer(observer), m_interrupt(interrupt), m_clientId(GetCurrentProcessId()),
-      m_events(m_clientId), m_window([this](uint32_t message) { OnMessage(message); })
+Session::Session(uint32_t clientId, const TimeLimits& limits, SessionObserver& observer, HANDLE interrupt)
+    : m_clientId(clientId), m_limits(limits), m_observer(observer), m_interrupt(interrupt), m_events(clientId),
+      m_window([this](uint32_t message) { OnMessage(message); }),
+      m_tracedEnd(CreateEventW(nullptr, TRUE, FALSE, nullptr))
 {
-    PrepareShare();
     OpenResponses();
 }
 
@@ -83,44 +102,53 @@ Session::~Session()
     m_process.Kill();
 }
 
-void Session::PrepareShare()
-{
-    if (!m_share.Create(m_clientId))
-        throw ClientError(ExitStatus::WorkbenchLost, L"the share cannot be made; the debugger output tells why");
-    m_share.GetControl()->clientWindow = reinterpret_cast<uint64_t>(m_window.Handle());
-}
-
 // The event set waits for responses only; here they are waited for together with all else that can come.
 void Session::OpenResponses()
 {
-    // Something of an earlier process with this id may still be set.
-    if (!m_events.ResetAll())
-        throw ClientError(ExitStatus::WorkbenchLost,
-                          L"the workbench's events cannot be made; the debugger output tells why");
     for (uint32_t slot = c_responseSuccess; slot < c_workbenchEventCount; ++slot)
     {
         UniqueHandle& response = m_responses[slot - c_responseSuccess];
         response.Reset(g_SecManager.OrvPOpenEvent(c_sessionNone, SYNCHRONIZE,
                                                   CWBEvent::EventName(static_cast<int32_t>(slot), m_clientId)));
+        const DWORD error = GetLastError();
         if (!response)
             throw ClientError(ExitStatus::WorkbenchLost,
-                              SystemFailure(L"a response event cannot be opened", GetLastError()));
+                              SystemFailure(L"the workbench's events cannot be opened", error));
     }
 }
 
-double Session::Start(const std::wstring& program)
+void Session::PrepareShare()
 {
-    CPerfTimer timer;
-    timer.Start();
-    m_process = WorkbenchProcess::Start(program, m_clientId, m_output.WriteEnd());
-    m_output.CloseWriteEnd();
-    m_isRunning = true;
-    AwaitReady();
-    timer.Stop();
-    return MillisecondsOf(timer);
+    if (!m_share.Create(m_clientId))
+        throw ClientError(ExitStatus::WorkbenchLost, L"the share cannot be made; the debugger output tells why");
+    if (!m_share.IsCreated())
+    {
+        m_share.Close();
+        throw ClientError(ExitStatus::WorkbenchLost,
+                          L"another program uses the share of this client's process id; start the client again");
+    }
+    m_share.GetControl()->clientWindow = reinterpret_cast<uint64_t>(m_window.Handle());
 }
 
-void Session::AwaitReady()
+void Session::Start(const std::wstring& program)
+{
+    if (m_isRunning)
+        throw ClientError(ExitStatus::Usage, L"the workbench is running already");
+    if (m_share.GetControl() == nullptr)
+        PrepareShare();
+    // An earlier workbench, or another process that had this id, may have left events set.
+    m_events.ResetAll();
+    m_isOwn = true;
+    m_isReady = false;
+    m_lines = LineCutter();
+    m_output = std::make_unique<OutputPipe>();
+    m_startTimer.Start();
+    m_process = WorkbenchProcess::Start(program, m_clientId, m_output->WriteEnd());
+    m_output->CloseWriteEnd();
+    m_isRunning = true;
+}
+
+double Session::AwaitReady()
 {
     const Deadline deadline(m_limits.readyMs);
     while (!m_isReady)
@@ -128,14 +156,30 @@ void Session::AwaitReady()
         WaitForNews(deadline.RemainingMs(), {m_interrupt});
         TakeNews();
         if (m_isReady)
-            return;
+            break;
         if (!m_isRunning)
             throw ClientError(ExitStatus::WorkbenchLost, L"the workbench ended before it was ready");
-        if (WaitForSingleObject(m_interrupt, 0) == WAIT_OBJECT_0)
+        if (IsSet(m_interrupt))
             throw ClientError(ExitStatus::Interrupted, L"interrupted before the workbench was ready");
         if (deadline.IsOver())
             throw ClientError(ExitStatus::TimedOut, L"the workbench did not become ready in time");
     }
+    m_startTimer.Stop();
+    return MillisecondsOf(m_startTimer);
+}
+
+void Session::Attach(uint32_t workbenchId)
+{
+    if (!m_share.Open(m_clientId))
+        throw ClientError(ExitStatus::WorkbenchLost, L"there is no share for client " +
+                                                         std::wstring(FormatSlot(L"%x", m_clientId)) + L": process " +
+                                                         std::to_wstring(workbenchId) +
+                                                         L" is no workbench, or not of this client id");
+    m_process = WorkbenchProcess::Attach(workbenchId);
+    m_isRunning = true;
+    TakeNews();
+    if (!m_isRunning)
+        throw ClientError(ExitStatus::WorkbenchLost, L"the workbench has ended");
 }
 
 CommandResult Session::Execute(const Command& command)
@@ -143,35 +187,51 @@ CommandResult Session::Execute(const Command& command)
     TakeNews();
     if (!m_isRunning)
         throw ClientError(ExitStatus::WorkbenchLost, L"no workbench is running");
+    Post(command.text);
+    return Carry(*command.word);
+}
+
+CommandResult Session::Stop()
+{
+    TakeNews();
+    CommandResult nothingToStop;
+    nothingToStop.outcome = Outcome::Succeeded;
+    return m_isRunning && m_isOwn ? Carry(StopWord()) : nothingToStop;
+}
+
+CommandResult Session::Carry(const CommandWord& word)
+{
     Pending pending;
-    pending.word = command.word;
+    pending.word = &word;
     m_pending = &pending;
-    CommandResult result;
-    CPerfTimer timer;
-    // A response that nobody asked for must not pass for this command's.
-    if (IsResponseSet())
+    // A response that nobody here has asked for must not pass for this command's.
+    if (m_isOwn && IsResponseSet())
         Deviate(L"a response came that nobody had asked for");
-    for (uint32_t slot = c_responseSuccess; slot < c_workbenchEventCount; ++slot)
-        m_events.Reset(slot);
-    Post(command);
-    timer.Start();
-    m_events.Set(command.word->event);
-    result.outcome = command.word->event == EV_STOP ? AwaitEnd() : AwaitFinal();
-    timer.Stop();
+    ResetResponses();
+    pending.timer.Start();
+    m_events.Set(word.event);
+    CommandResult result;
+    result.outcome = word.event == EV_STOP ? AwaitEnd() : AwaitFinal();
+    if (!pending.succeeded)
+        pending.timer.Stop();
     m_pending = nullptr;
-    result.elapsedMs = MillisecondsOf(timer);
+    result.elapsedMs = MillisecondsOf(pending.timer);
     result.deviation = pending.deviation;
     if (result.outcome == Outcome::TimedOut)
-        EndRun();
+        GiveUp();
     return result;
 }
 
-void Session::Post(const Command& command)
+void Session::Post(const std::wstring& text)
 {
     ShareControl* const control = m_share.GetControl();
-    const size_t length = std::min(command.text.size(), CommandTextLimit());
-    std::memcpy(control->commandText, command.text.data(), length * sizeof(wchar_t));
+    const size_t length = std::min(text.size(), CommandTextLimit());
+    std::memcpy(control->commandText, text.data(), length * sizeof(wchar_t));
     control->commandText[length] = L'\0';
+    // The trace of the command before may still be under way: the one of this command begins with its own first line.
+    const std::lock_guard<std::mutex> guard(m_traceLock);
+    m_traced = Traced::Nothing;
+    ResetEvent(m_tracedEnd.Get());
 }
 
 Outcome Session::AwaitFinal()
@@ -179,17 +239,33 @@ Outcome Session::AwaitFinal()
     const Deadline deadline(m_limits.commandMs);
     for (;;)
     {
-        WaitForNews(deadline.RemainingMs(), {m_interrupt});
+        WaitForNews(deadline.RemainingMs(), {m_interrupt, m_tracedEnd.Get()});
         TakeNews();
+        if (!m_pending->succeeded && IsSet(m_tracedEnd.Get()))
+            ConcludeFromTrace();
         if (m_pending->succeeded)
             return *m_pending->succeeded ? Outcome::Succeeded : Outcome::Failed;
         if (!m_isRunning)
             return Outcome::Lost;
-        if (WaitForSingleObject(m_interrupt, 0) == WAIT_OBJECT_0)
+        if (IsSet(m_interrupt))
             return Outcome::Interrupted;
         if (deadline.IsOver())
             return Outcome::TimedOut;
     }
+}
+
+// All responses have been set. When the final one does not show, it was set before the first one was reset.
+void Session::ConcludeFromTrace()
+{
+    ResetEvent(m_tracedEnd.Get());
+    TakeNews();
+    if (m_pending->succeeded || !m_pending->firstResponse)
+        return;
+    const std::lock_guard<std::mutex> guard(m_traceLock);
+    const bool succeeded = m_traced == Traced::Success;
+    m_observer.OnHappening(
+        {Happening::Kind::Response, ResponseName(succeeded ? c_responseSuccess : c_responseFailed)});
+    Complete(succeeded);
 }
 
 // Stop is not answered: the exiting message and the end of the process stand for its response.
@@ -197,7 +273,7 @@ Outcome Session::AwaitEnd()
 {
     if (!WaitForEnd())
         return Outcome::TimedOut;
-    if (!m_pending->exiting)
+    if (m_isOwn && !m_pending->exiting)
         Deviate(L"the workbench ended without the exiting message");
     return Outcome::Succeeded;
 }
@@ -213,29 +289,40 @@ bool Session::WaitForEnd()
     return !m_isRunning;
 }
 
-bool Session::Stop()
-{
-    TakeNews();
-    if (!m_isRunning)
-        return true;
-    m_events.Set(EV_STOP);
-    if (WaitForEnd())
-        return true;
-    EndRun();
-    return false;
-}
-
 bool Session::WaitWhileIdle(HANDLE object)
 {
+    const bool wasRunning = m_isRunning;
     for (;;)
     {
         WaitForNews(INFINITE, {m_interrupt, object});
         TakeNews();
-        if (WaitForSingleObject(object, 0) == WAIT_OBJECT_0)
-            return true;
-        if (!m_isRunning || WaitForSingleObject(m_interrupt, 0) == WAIT_OBJECT_0)
+        if (IsSet(m_interrupt) || m_isRunning != wasRunning)
             return false;
+        if (IsSet(object))
+            return true;
     }
+}
+
+void Session::OnTrace(uint32_t processId, std::string_view line)
+{
+    if (processId != m_process.Id())
+        return;
+    const std::lock_guard<std::mutex> guard(m_traceLock);
+    if (Contains(line, c_traceOfCommand))
+        m_traced = Traced::Command;
+    else if (m_traced == Traced::Command && Contains(line, c_traceOfSuccess))
+        m_traced = Traced::Success;
+    else if (m_traced == Traced::Command && Contains(line, c_traceOfFailure))
+        m_traced = Traced::Failure;
+    else if ((m_traced == Traced::Success || m_traced == Traced::Failure) && Contains(line, c_traceOfNextWait))
+        SetEvent(m_tracedEnd.Get());
+}
+
+std::optional<uint32_t> Session::WorkbenchExitCode() const noexcept
+{
+    if (m_process.Id() == 0 || !m_process.HasEnded())
+        return std::nullopt;
+    return m_process.ExitCode();
 }
 
 // Returns when anything has come, when one of the other objects is signalled, or after the time.
@@ -245,8 +332,8 @@ void Session::WaitForNews(uint32_t timeoutMs, std::initializer_list<HANDLE> othe
     if (m_pending != nullptr)
         for (const UniqueHandle& response : m_responses)
             handles.push_back(response.Get());
-    if (m_output.Arrival() != nullptr)
-        handles.push_back(m_output.Arrival());
+    if (m_output != nullptr && m_output->IsOpen())
+        handles.push_back(m_output->Arrival());
     if (m_isRunning)
         handles.push_back(m_process.Handle());
     MsgWaitForMultipleObjectsEx(static_cast<DWORD>(handles.size()), handles.data(), timeoutMs, QS_ALLINPUT,
@@ -262,35 +349,49 @@ void Session::TakeNews()
     m_window.Pump();
     if (!hasEnded)
         return;
-    TakeRestOfOutput();
+    TakeLastOutput();
     m_isRunning = false;
 }
 
 void Session::TakeOutput()
 {
-    for (std::wstring& line : m_lines.Feed(m_output.Take()))
+    if (m_output == nullptr)
+        return;
+    for (std::wstring& line : m_lines.Feed(m_output->Take()))
         m_observer.OnHappening({Happening::Kind::Output, std::move(line)});
 }
 
-void Session::TakeRestOfOutput()
+// A line that has no end yet is shown too: what comes next is something else.
+void Session::TakeOutputRest()
 {
-    const Deadline deadline(c_lastOutputMs);
     TakeOutput();
-    while (m_output.IsOpen() && !deadline.IsOver())
-    {
-        WaitForSingleObject(m_output.Arrival(), deadline.RemainingMs());
-        TakeOutput();
-    }
     std::wstring rest = m_lines.TakeRest();
     if (!rest.empty())
         m_observer.OnHappening({Happening::Kind::Output, std::move(rest)});
 }
 
+void Session::TakeLastOutput()
+{
+    const Deadline deadline(c_lastOutputMs);
+    TakeOutput();
+    while (m_output != nullptr && m_output->IsOpen() && !deadline.IsOver())
+    {
+        WaitForSingleObject(m_output->Arrival(), deadline.RemainingMs());
+        TakeOutput();
+    }
+    TakeOutputRest();
+}
+
 bool Session::IsResponseSet() const noexcept
 {
-    return std::any_of(std::begin(m_responses), std::end(m_responses), [](const UniqueHandle& response) {
-        return WaitForSingleObject(response.Get(), 0) == WAIT_OBJECT_0;
-    });
+    return std::any_of(std::begin(m_responses), std::end(m_responses),
+                       [](const UniqueHandle& response) { return IsSet(response.Get()); });
+}
+
+void Session::ResetResponses()
+{
+    for (uint32_t slot = c_responseSuccess; slot < c_workbenchEventCount; ++slot)
+        m_events.Reset(slot);
 }
 
 void Session::TakeResponses()
@@ -301,30 +402,32 @@ void Session::TakeResponses()
 
 void Session::OnResponse(uint32_t slot)
 {
+    if (slot < c_responseSuccess || slot > c_responseBreakpoint)
+        return; // another client took it in between
     // What was printed before the response.
-    TakeOutput();
-    std::wstring rest = m_lines.TakeRest();
-    if (!rest.empty())
-        m_observer.OnHappening({Happening::Kind::Output, std::move(rest)});
+    TakeOutputRest();
     m_observer.OnHappening({Happening::Kind::Response, ResponseName(slot)});
-
-    const bool isAtBreakpoint = m_pending->word->passesBreakpoint && !m_pending->idle;
     if (m_pending->word->event == EV_STOP)
-        Deviate(L"the workbench answered the stop command, which it never does");
-    else if (slot == c_responseBreakpoint)
-        Deviate(L"the workbench set the breakpoint response, which it never does");
-    else if (slot == c_responseSuccess && isAtBreakpoint && !m_pending->firstResponse)
+        return Deviate(L"the workbench answered the stop command, which it never does");
+    if (slot == c_responseBreakpoint)
+        return Deviate(L"the workbench set the breakpoint response, which it never does");
+
+    const bool isBeforeBreakpoint = m_pending->word->passesBreakpoint && !m_pending->firstResponse;
+    const bool isBeforeIdle = m_pending->word->passesBreakpoint && m_isOwn && !m_pending->idle;
+    if (slot == c_responseSuccess && isBeforeBreakpoint)
+    {
         m_pending->firstResponse = true;
-    else if (slot == c_responseSuccess || slot == c_responseFailed)
-        m_pending->succeeded = slot == c_responseSuccess;
-    if (m_pending->succeeded && isAtBreakpoint)
-        Deviate(L"the final response came without the breakpoint's");
+        return;
+    }
+    Complete(slot == c_responseSuccess);
+    if (isBeforeBreakpoint || isBeforeIdle)
+        Deviate(L"the final response came before the breakpoint step was over");
 }
 
 void Session::OnMessage(uint32_t message)
 {
     // The workbench may wait for the answer to a message: what came before it is complete now, and is taken first.
-    TakeOutput();
+    TakeOutputRest();
     TakeResponses();
     m_observer.OnHappening({Happening::Kind::Message, MessageName(message)});
     if (message == WM_WORKBENCH_READY)
@@ -340,14 +443,23 @@ void Session::OnMessage(uint32_t message)
     m_pending->idle = true;
 }
 
+void Session::Complete(bool succeeded)
+{
+    m_pending->timer.Stop();
+    m_pending->succeeded = succeeded;
+}
+
 void Session::Deviate(const wchar_t* text)
 {
     if (m_pending->deviation.empty())
         m_pending->deviation = text;
 }
 
-void Session::EndRun()
+// The workbench does not answer any more. One that somebody else started is out of step with this session: its late
+// responses would pass for those of the next command.
+void Session::GiveUp()
 {
     m_process.Kill();
     TakeNews();
+    m_isRunning = false;
 }

@@ -3,6 +3,7 @@
 #include "client/Command.h"
 #include "client/NotifyWindow.h"
 #include "client/OutputPipe.h"
+#include "client/RunningWorkbench.h"
 #include "client/WorkbenchProcess.h"
 #include "OrvProfiler/PerfTimer.h"
 #include "OrvProfiler/ProxyShare.h"
@@ -11,8 +12,11 @@
 
 #include <cstdint>
 #include <initializer_list>
+#include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 
 // In milliseconds; c_noLimit waits for ever.
 struct TimeLimits
@@ -72,48 +76,65 @@ protected:
     ~SessionObserver() = default;
 };
 
-// The client's side of one workbench: the share and the events of this process's id, the notification window, and
-// the workbench's process. One per process; everything runs on the thread that constructs it.
+// The client's side of one workbench: share, events, notification window and process. One per process; everything
+// runs on the thread that constructs it, if nothing else is said.
 //
 // The workbench answers some commands twice, with success at the breakpoint and then with the command's own outcome,
 // and both can be the same event. It sends the idle message between the two and waits for the answer. Messages are
-// answered here only after all responses before them have been taken, and reset: so the workbench sets the second one
-// on an event that is clear, and it is seen as the second.
+// answered here only after all responses before them have been taken and reset: so the second one is set on an event
+// that is clear, and is seen as the second.
+//
+// A workbench that somebody else started sends its messages to that somebody's window. There the second response can
+// come before the first was reset, and the two are one. Its trace tells then that the command has ended, and how.
 class Session
 {
 public:
-    // interrupt is an event that, once set, ends every wait. Both references must outlive the session. Throws
-    // ClientError.
-    Session(const TimeLimits& limits, SessionObserver& observer, HANDLE interrupt);
+    // clientId keys the session: the id of this process to start a workbench, of another to attach to its. interrupt
+    // is an event that, once set, ends every wait. It and the observer must outlive the session. Throws ClientError.
+    Session(uint32_t clientId, const TimeLimits& limits, SessionObserver& observer, HANDLE interrupt);
     // Ends a workbench that was started here and still runs, at once.
     ~Session();
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    // Starts the workbench and waits until it is ready; returns the time that took in milliseconds. Throws
-    // ClientError when that fails.
-    double Start(const std::wstring& program);
+    // Starts a workbench, when none is running. Throws ClientError.
+    void Start(const std::wstring& program);
+    // Waits until the workbench that was started is ready; returns the time since its start in milliseconds. Throws
+    // ClientError when it did not become ready in time, ended before, or the interrupt was set.
+    double AwaitReady();
+    // Takes a workbench that somebody else started, whose client id is this session's. Throws ClientError.
+    void Attach(uint32_t workbenchId);
 
     // Posts a command and waits for its final response. Throws ClientError when no workbench is running. After a
-    // time-out the workbench is out of step: one that was started here is ended.
+    // time-out the session has ended, and with it a workbench that was started here.
     CommandResult Execute(const Command& command);
+    // Asks a workbench that was started here to stop and waits until it has ended. When that takes too long the
+    // outcome is TimedOut, and the workbench is ended. Leaves any other alone.
+    CommandResult Stop();
 
-    // Asks the workbench to stop and waits until it has ended. False when it did not in time; one that was started
-    // here is ended then.
-    bool Stop();
-
-    // The process id that keys the share and the events.
-    uint32_t ClientId() const noexcept { return m_clientId; }
-    uint32_t WorkbenchId() const noexcept { return m_process.Id(); }
-    bool IsRunning() const noexcept { return m_isRunning; }
-    // Of a workbench that has ended.
-    uint32_t WorkbenchExitCode() const noexcept { return m_process.ExitCode(); }
-
-    // Waits for the given object, and meanwhile takes what comes from the workbench. Returns false when the workbench
-    // ended or the interrupt was set first.
+    // Waits for the given object, and meanwhile takes what comes from the workbench. Returns false when a running
+    // workbench ended or the interrupt was set first.
     bool WaitWhileIdle(HANDLE object);
 
+    // A line that the workbench has traced. Any thread.
+    void OnTrace(uint32_t processId, std::string_view line);
+
+    uint32_t ClientId() const noexcept { return m_clientId; }
+    // 0 before a workbench was started or attached.
+    uint32_t WorkbenchId() const noexcept { return m_process.Id(); }
+    bool IsRunning() const noexcept { return m_isRunning; }
+    HANDLE WorkbenchHandle() const noexcept { return m_process.Handle(); }
+    // Once a workbench has ended: its exit code.
+    std::optional<uint32_t> WorkbenchExitCode() const noexcept;
+
 private:
+    enum class Traced
+    {
+        Nothing,
+        Command,
+        Success,
+        Failure,
+    };
     struct Pending
     {
         const CommandWord* word = nullptr;
@@ -121,41 +142,54 @@ private:
         bool idle = false;
         bool exiting = false;
         std::optional<bool> succeeded;
+        CPerfTimer timer;
         std::wstring deviation;
     };
     class Deadline;
 
     void PrepareShare();
     void OpenResponses();
-    void AwaitReady();
-    void Post(const Command& command);
+    CommandResult Carry(const CommandWord& word);
+    void Post(const std::wstring& text);
     Outcome AwaitFinal();
     Outcome AwaitEnd();
     bool WaitForEnd();
+    void ConcludeFromTrace();
     void WaitForNews(uint32_t timeoutMs, std::initializer_list<HANDLE> others);
     void TakeNews();
     void TakeOutput();
-    void TakeRestOfOutput();
+    void TakeOutputRest();
+    void TakeLastOutput();
     bool IsResponseSet() const noexcept;
+    void ResetResponses();
     void TakeResponses();
     void OnResponse(uint32_t slot);
     void OnMessage(uint32_t message);
+    void Complete(bool succeeded);
     void Deviate(const wchar_t* text);
-    void EndRun();
+    void GiveUp();
 
+    const uint32_t m_clientId;
     const TimeLimits m_limits;
     SessionObserver& m_observer;
     const HANDLE m_interrupt;
-    const uint32_t m_clientId;
     CProxyShare m_share;
     CWBEvent m_events;
     UniqueHandle m_responses[c_workbenchEventCount - c_responseSuccess];
     NotifyWindow m_window;
-    OutputPipe m_output;
+    std::unique_ptr<OutputPipe> m_output;
     LineCutter m_lines;
     WorkbenchProcess m_process;
+    CPerfTimer m_startTimer;
+    // This session started the workbench: its window is this one, and its end is ours to see to.
+    bool m_isOwn = false;
     bool m_isReady = false;
     bool m_isRunning = false;
     // The command whose final response is awaited.
     Pending* m_pending = nullptr;
+    // Guards what the trace tells: how far the workbench is with the command, and an event that is set when it has
+    // set all responses.
+    std::mutex m_traceLock;
+    Traced m_traced = Traced::Nothing;
+    UniqueHandle m_tracedEnd;
 };

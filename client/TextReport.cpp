@@ -2,8 +2,17 @@
 #include "client/Report.h"
 #include "OrvProfiler/Trace.h"
 
+#include <string_view>
+
 namespace
 {
+constexpr std::wstring_view c_commandMark = L"> ";
+constexpr std::wstring_view c_outputMark = L"    | ";
+constexpr std::wstring_view c_eventIndent = L"    ";
+constexpr std::wstring_view c_resultIndent = L"  ";
+constexpr std::wstring_view c_logMark = L"    log ";
+constexpr std::wstring_view c_prompt = L"orv> ";
+
 const wchar_t* OutcomeText(Outcome outcome) noexcept
 {
     switch (outcome)
@@ -22,58 +31,87 @@ const wchar_t* OutcomeText(Outcome outcome) noexcept
     return L"";
 }
 
+void Print(std::wstring_view mark, std::wstring_view text)
+{
+    std::wstring line(mark);
+    line += text;
+    line += L'\n';
+    TextStream::Out().Write(line);
+}
+
 class TextReport : public Report
 {
 public:
+    explicit TextReport(bool echoesCommands) : m_echoesCommands(echoesCommands) {}
+
     void OnHappening(const Happening& happening) override
     {
         switch (happening.kind)
         {
         case Happening::Kind::Output:
-            TextStream::Out().Write(L"    | " + happening.text + L"\n");
+            Print(c_outputMark, happening.text);
             return;
         case Happening::Kind::Response:
-            TextStream::Out().Write(L"    response " + happening.text + L"\n");
+            Print(c_eventIndent, L"response " + happening.text);
             return;
         case Happening::Kind::Message:
-            TextStream::Out().Write(L"    message " + happening.text + L"\n");
+            Print(c_eventIndent, L"message " + happening.text);
             return;
         }
     }
 
-    void OnReady(uint32_t workbenchId, uint32_t clientId, double elapsedMs) override
+    void OnStarted(uint32_t workbenchId, uint32_t clientId, bool isAttached) override
     {
-        TextStream::Out().Write(
-            FormatSlot(L"workbench %u ready for client %x after %.1f ms\n", workbenchId, clientId, elapsedMs));
+        Print(L"", FormatSlot(L"workbench %u %s, client id %x", workbenchId, isAttached ? L"attached" : L"started",
+                              clientId));
     }
+
+    void OnReady(double elapsedMs) override { Print(c_resultIndent, FormatSlot(L"ready after %.1f ms", elapsedMs)); }
 
     void OnCommand(const Command& command) override
     {
-        TextStream::Out().Write(L"> " + std::wstring(command.word->word) +
-                                (command.text.empty() ? L"" : L" " + command.text) + L"\n");
+        if (m_echoesCommands)
+            Print(c_commandMark, command.word->word + (command.text.empty() ? L"" : L" " + command.text));
     }
 
-    void OnResult(const CommandResult& result) override
+    void OnResult(const CommandResult& result, const std::wstring& hint) override
     {
-        TextStream::Out().Write(std::wstring(L"  ") + OutcomeText(result.outcome) +
-                                FormatSlot(L" after %.3f ms\n", result.elapsedMs));
+        Print(c_resultIndent,
+              std::wstring(OutcomeText(result.outcome)) + FormatSlot(L" after %.3f ms", result.elapsedMs));
         if (!result.deviation.empty())
-            TextStream::Out().Write(L"  protocol: " + result.deviation + L"\n");
+            Print(c_resultIndent, L"protocol: " + result.deviation);
+        if (!hint.empty())
+            Print(c_resultIndent, L"hint: " + hint);
     }
 
-    void OnEnd(uint32_t workbenchExitCode) override
+    void OnEnd(std::optional<uint32_t> workbenchExitCode) override
     {
-        TextStream::Out().Write(FormatSlot(L"workbench ended with exit code %u\n", workbenchExitCode));
+        if (workbenchExitCode)
+            Print(L"", FormatSlot(L"workbench ended with exit code %u", *workbenchExitCode));
+        else
+            Print(L"", L"workbench left running");
     }
 
-    void OnError(const ClientError& error) override
+    void OnError(const ClientError& error, const std::vector<std::wstring>& hints) override
     {
-        TextStream::Error().Write(L"OrvClient: " + error.Message() + L"\n");
+        std::wstring text = L"OrvClient: " + error.Message() + L"\n";
+        for (const std::wstring& hint : hints)
+            text += L"  " + hint + L"\n";
+        TextStream::Error().Write(text);
     }
+
+    void OnLogLine(const std::wstring& line) override { Print(c_logMark, line); }
+
+    void OnPrompt() override { TextStream::Out().Write(c_prompt); }
+
+    void OnHelp(const std::wstring& text) override { TextStream::Out().Write(text); }
+
+private:
+    const bool m_echoesCommands;
 };
 } // namespace
 
-std::unique_ptr<Report> MakeTextReport()
+std::unique_ptr<Report> MakeTextReport(bool echoesCommands)
 {
-    return std::make_unique<TextReport>();
+    return std::make_unique<TextReport>(echoesCommands);
 }

@@ -6,6 +6,7 @@
 #include <windows.h>
 
 #include <memory>
+#include <string>
 
 namespace
 {
@@ -17,12 +18,11 @@ UniqueHandle MakeKillJob()
     UniqueHandle job(CreateJobObjectW(nullptr, nullptr));
     JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
     limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
-    if (!job ||
-        SetInformationJobObject(job.Get(), JobObjectExtendedLimitInformation, &limits, sizeof limits) == FALSE)
-        throw ClientError(
-            ExitStatus::WorkbenchLost,
-            SystemFailure(L"the job that ties the workbench to this client cannot be made", GetLastError()));
-    return job;
+    if (job && SetInformationJobObject(job.Get(), JobObjectExtendedLimitInformation, &limits, sizeof limits) != FALSE)
+        return job;
+    const DWORD error = GetLastError();
+    throw ClientError(ExitStatus::WorkbenchLost,
+                      SystemFailure(L"the job that ties the workbench to this client cannot be made", error));
 }
 
 // Lets a new process inherit the given handles and no others.
@@ -38,8 +38,11 @@ public:
         if (InitializeProcThreadAttributeList(m_list, 1, 0, &size) == FALSE ||
             UpdateProcThreadAttribute(m_list, 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, handles, count * sizeof *handles,
                                       nullptr, nullptr) == FALSE)
+        {
+            const DWORD error = GetLastError();
             throw ClientError(ExitStatus::WorkbenchLost,
-                              SystemFailure(L"the handles of the workbench cannot be chosen", GetLastError()));
+                              SystemFailure(L"the handles of the workbench cannot be chosen", error));
+        }
     }
     ~InheritList() { DeleteProcThreadAttributeList(m_list); }
     InheritList(const InheritList&) = delete;
@@ -90,8 +93,10 @@ WorkbenchProcess WorkbenchProcess::Start(const std::wstring& program, uint32_t c
     if (CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE,
                        CREATE_SUSPENDED | CREATE_NEW_PROCESS_GROUP | EXTENDED_STARTUPINFO_PRESENT, nullptr,
                        folder.c_str(), &startup.StartupInfo, &process) == FALSE)
-        throw ClientError(ExitStatus::WorkbenchLost,
-                          SystemFailure((program + L" cannot be started").c_str(), GetLastError()));
+    {
+        const DWORD error = GetLastError();
+        throw ClientError(ExitStatus::WorkbenchLost, SystemFailure(program + L" cannot be started", error));
+    }
     workbench.m_process.Reset(process.hProcess);
     workbench.m_id = process.dwProcessId;
     const UniqueHandle thread(process.hThread);
@@ -103,6 +108,18 @@ WorkbenchProcess WorkbenchProcess::Start(const std::wstring& program, uint32_t c
                           SystemFailure(L"the workbench cannot be tied to this client", error));
     }
     ResumeThread(process.hThread);
+    return workbench;
+}
+
+WorkbenchProcess WorkbenchProcess::Attach(uint32_t processId)
+{
+    WorkbenchProcess workbench;
+    workbench.m_process.Reset(OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId));
+    const DWORD error = GetLastError();
+    if (!workbench.m_process)
+        throw ClientError(ExitStatus::WorkbenchLost,
+                          SystemFailure(L"process " + std::to_wstring(processId) + L" cannot be opened", error));
+    workbench.m_id = processId;
     return workbench;
 }
 

@@ -16,13 +16,17 @@ public:
     // Throws ClientError.
     static WorkbenchProcess Start(const std::wstring& program, uint32_t clientId, HANDLE output);
 
+    // Takes a process that someone else started. Throws ClientError.
+    static WorkbenchProcess Attach(uint32_t processId);
+
     // Signalled when the process has ended.
     HANDLE Handle() const noexcept { return m_process.Get(); }
     uint32_t Id() const noexcept { return m_id; }
     bool HasEnded() const noexcept;
     // Of a process that has ended.
     uint32_t ExitCode() const noexcept;
-    // Ends a process that was started here, with everything that it started, and waits until it is gone.
+    // Ends a process that was started here, with everything that it started, and waits until it is gone. Leaves any
+    // other alone.
     void Kill() noexcept;
 
 private:

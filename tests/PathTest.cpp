@@ -955,30 +955,68 @@ TEST(CPath, ClearForgetsEverything)
 
 TEST(CPath, ParsingWithoutMemoryClearsThePath)
 {
-    CPath path;
-    unsigned refused = 0;
-    for (unsigned n = 1;; ++n)
+    for (const auto& [text, result] :
+         {std::pair{L"\\\\?\\UNC\\srv\\share\\new.txt", L"\\\\srv\\share\\new.txt"},
+          std::pair{L"\\dir\\new.txt", L"\\dir\\new.txt"}, std::pair{L"\\\\?\\name", L"name"}})
     {
-        ASSERT_LT(n, 200U);
-        path.Parse(L"c:\\old\\a.txt");
-        AllocationProbe heap;
-        heap.FailRequest(n);
-        const bool parsed = path.Parse(L"\\\\?\\UNC\\srv\\share\\new.txt");
-        heap.StopFailing();
-        if (parsed)
-            EXPECT_STREQ(L"\\\\srv\\share\\new.txt", path.GetText()) << n;
-        else
+        unsigned refused = 0;
+        for (unsigned n = 1;; ++n)
         {
-            ++refused;
-            EXPECT_STREQ(L"", path.GetText()) << n;
-            EXPECT_EQ(0U, path.GetComponentCount());
-            EXPECT_EQ(3U, path.GetKind());
+            ASSERT_LT(n, 200U);
+            CPath path = Parsed(L"c:\\a.txt");
+            AllocationProbe heap;
+            heap.FailRequest(n);
+            const bool parsed = path.Parse(text);
+            heap.StopFailing();
+            refused += parsed ? 0 : 1;
+            EXPECT_STREQ(parsed ? result : L"", path.GetText()) << n;
+            EXPECT_EQ(parsed || path.GetComponentCount() == 0, true) << n;
+            if (!heap.HasFailed())
+                break;
         }
-        if (!heap.HasFailed())
-            break;
+        // Where one string failed, another try may have succeeded; a list has only one.
+        EXPECT_TRUE(refused > 0 || std::wstring(result) == L"name");
     }
-    EXPECT_GT(refused, 2U);
     EXPECT_TRUE(HeapIsConsistent());
+}
+
+TEST(CPath, APartWithoutMemoryClearsThePath)
+{
+    // The list of components has room for the parts and one more; what follows it are their copies.
+    constexpr size_t listBytes = 3 * sizeof(TString);
+    std::vector<size_t> requests;
+    {
+        CPath path;
+        const AllocationProbe heap;
+        path.Parse(L"c:\\dir");
+        requests = heap.Requests();
+    }
+    const auto list = std::find(requests.begin(), requests.end(), listBytes);
+    ASSERT_NE(requests.end(), list);
+    for (auto request = list + 1; request != requests.end(); ++request)
+    {
+        CPath path;
+        AllocationProbe heap;
+        heap.FailFrom(static_cast<unsigned>(request - requests.begin()) + 1);
+        const bool parsed = path.Parse(L"c:\\dir");
+        heap.StopFailing();
+        EXPECT_TRUE(heap.HasFailed());
+        EXPECT_FALSE(parsed);
+        EXPECT_EQ(0U, path.GetComponentCount());
+        EXPECT_STREQ(L"", path.GetText());
+    }
+}
+
+TEST(CPath, AppendingWithoutMemoryClearsThePath)
+{
+    CPath path = Parsed(L"c:\\dir");
+    AllocationProbe heap;
+    heap.FailFrom(1);
+    const bool appended = path.Append(L"sub");
+    heap.StopFailing();
+    EXPECT_FALSE(appended);
+    EXPECT_STREQ(L"", path.GetText());
+    EXPECT_EQ(0U, path.GetComponentCount());
 }
 
 TEST(CPath, JoinsItsComponents)
@@ -1846,4 +1884,72 @@ TEST(FindFiles, WithoutMemoryItEndsWithoutALeak)
     }
     EXPECT_GT(refused, 3U);
     EXPECT_TRUE(HeapIsConsistent());
+}
+
+namespace
+{
+// A folder whose path is long, with one file in it: more than the file system of a test may take.
+struct LongFolder
+{
+    static inline unsigned entries = 0;
+    static inline int open = 0;
+
+    static intptr_t First(const wchar_t*, _wfinddata64_t* entry)
+    {
+        ++open;
+        entries = 0;
+        Next(1, entry);
+        return 1;
+    }
+    static int Next(intptr_t, _wfinddata64_t* entry)
+    {
+        std::wmemcpy(entry->name, L"a.txt", 6);
+        entry->attrib = 0;
+        return ++entries == 2 ? -1 : 0;
+    }
+    static int Close(intptr_t)
+    {
+        --open;
+        return 0;
+    }
+};
+} // namespace
+
+TEST(FindFiles, WithoutMemoryForALongPathItEnds)
+{
+    const Redirect<intptr_t(const wchar_t*, _wfinddata64_t*)> first("_wfindfirst64", LongFolder::First);
+    const Redirect<int(intptr_t, _wfinddata64_t*)> next("_wfindnext64", LongFolder::Next);
+    const Redirect<int(intptr_t)> close("_findclose", LongFolder::Close);
+    static unsigned files;
+    const auto onFile = [](const wchar_t* path, void*) -> bool {
+        files += wcslen(path) == 300 + 6 ? 1U : 0U;
+        return true;
+    };
+    const std::wstring folder(300, L'f');
+    // The first work on the list of extensions allocates, then come the search's own strings.
+    unsigned refusedEarly = 0;
+    unsigned refusedAtTheFile = 0;
+    for (unsigned n = 1;; ++n)
+    {
+        ASSERT_LT(n, 100U);
+        files = 0;
+        AllocationProbe heap;
+        heap.FailRequest(n);
+        const bool searched = CPath::FindFiles(folder.c_str(), nullptr, L".txt", onFile, nullptr, nullptr, false);
+        heap.StopFailing();
+        EXPECT_EQ(0, LongFolder::open);
+        EXPECT_EQ(searched ? 1U : 0U, files) << n;
+        refusedEarly += !searched && LongFolder::entries == 0 ? 1 : 0;
+        refusedAtTheFile += !searched && LongFolder::entries == 1 ? 1 : 0;
+        LongFolder::entries = 0;
+        if (!heap.HasFailed())
+            break;
+    }
+    EXPECT_GT(refusedEarly, 2U);
+    EXPECT_GT(refusedAtTheFile, 0U);
+    AllocationProbe heap;
+    heap.FailFrom(1);
+    const bool searched = CPath::FindFiles(folder.c_str(), nullptr, nullptr, onFile, nullptr, nullptr, false);
+    heap.StopFailing();
+    EXPECT_FALSE(searched);
 }

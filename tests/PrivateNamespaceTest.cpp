@@ -537,3 +537,27 @@ TEST(CProxySecManager, LeavesInAFixedOrder)
     EXPECT_THAT(trace.Lines(),
                 ElementsAre(L"CProxySecManager::OrvPCloseNamespace ClosePrivateNamespace\n<error 6>\n"));
 }
+
+TEST(CProxySecManager, DeletesTheCurrentProcessBeforeItLeaves)
+{
+    static NamespaceWorld* current = nullptr;
+    static BOOL (*closeHandle)(HANDLE) = nullptr;
+    NamespaceWorld world;
+    current = &world;
+    const Redirect<decltype(CloseHandle)> close("CloseHandle", [](HANDLE handle) -> BOOL {
+        current->Record(L"CloseHandle");
+        return closeHandle(handle);
+    });
+    closeHandle = close.Real();
+    const unsigned before = OpenHandleCount();
+    {
+        CProxySecManager manager;
+        ASSERT_NE(nullptr, manager.GetCurrentProcessObject());
+        world.ClearCalls();
+    }
+    ASSERT_EQ(5U, world.Calls().size());
+    EXPECT_EQ(L"CloseHandle", world.Calls()[0]) << "the token, then the process";
+    EXPECT_EQ(L"CloseHandle", world.Calls()[1]);
+    EXPECT_EQ(L"ClosePrivateNamespace 0", world.Calls()[2]);
+    EXPECT_EQ(before, OpenHandleCount());
+}

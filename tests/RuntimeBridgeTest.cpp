@@ -408,6 +408,13 @@ TEST_F(RuntimeBridge, RecursionHasRoom)
     EXPECT_EQ(20000UL, Call(L"Recurse").value);
 }
 
+// The program's configuration asks for it: see OrvWorkBench64.exe.config, which lies beside this program too.
+TEST_F(RuntimeBridge, ExceptionsOnOtherThreadsLeaveTheProcessAlive)
+{
+    EXPECT_EQ(1UL, Call(L"ThrowOnThread", L"of its own").value);
+    EXPECT_EQ(3UL, Call(L"Length", L"abc").value);
+}
+
 TEST_F(RuntimeBridge, FaultsOfTheProgramStayItsOwn)
 {
     // Mono's handlers must hand faults of foreign code on to the program's.

@@ -66,8 +66,8 @@ class ScriptedRuntime : public testing::Test
 protected:
     ScriptedRuntime() : m_log(FreshFolder() + L"\\log.txt")
     {
-        for (const wchar_t* name :
-             {L"ORV_SCRIPT_BIND", L"ORV_SCRIPT_NULL", L"ORV_SCRIPT_START", L"ORV_SCRIPT_BREAKPOINT"})
+        for (const wchar_t* name : {L"ORV_SCRIPT_BIND", L"ORV_SCRIPT_NULL", L"ORV_SCRIPT_START",
+                                    L"ORV_SCRIPT_BREAKPOINT", L"ORV_SCRIPT_RESET"})
             SetEnvironmentVariableW(name, nullptr);
         SetEnvironmentVariableW(L"ORV_SCRIPT_LOG", m_log.c_str());
     }
@@ -177,6 +177,20 @@ TEST_F(ScriptedRuntime, TheBreakpointHasItsOwnAnswer)
     SetEnvironmentVariableW(L"ORV_SCRIPT_BREAKPOINT", L"result=12");
     EXPECT_EQ(0UL, Number(Execute(L"OrvBreakPoint", L"")));
     EXPECT_EQ(12UL, m_value);
+}
+
+TEST_F(ScriptedRuntime, ResetHasItsOwnAnswer)
+{
+    Bind();
+    EXPECT_EQ(0UL, Number(Execute(L"Reset", L"result=4")));
+    EXPECT_EQ(5UL, m_value);
+    SetEnvironmentVariableW(L"ORV_SCRIPT_RESET", L"result=4");
+    EXPECT_EQ(0UL, Number(Execute(L"Reset", L"")));
+    EXPECT_EQ(4UL, m_value);
+    EXPECT_EQ(0UL, Number(Execute(L"OrvBreakPoint", L"")));
+    EXPECT_EQ(5UL, m_value);
+    SetEnvironmentVariableW(L"ORV_SCRIPT_RESET", L"0x80131513");
+    EXPECT_EQ(0x80131513UL, Number(Execute(L"Reset", L"")));
 }
 
 TEST_F(ScriptedRuntime, StaysInTheCallAsLongAsTold)

@@ -1122,6 +1122,35 @@ TEST(TString, LivesByValueInAVector)
     EXPECT_STREQ(L"10", list[1]);
 }
 
+TEST(TString, ExpansionWithoutMemoryLosesNothingUnnoticed)
+{
+    const Variable variable(Filled(300, L'v'));
+    const TString text((L"a" + variable.Reference() + L"b").c_str());
+    const std::wstring expanded = L"a" + Filled(300, L'v') + L"b";
+    unsigned refused = 0;
+    for (unsigned n = 1;; ++n)
+    {
+        ASSERT_LT(n, 100U);
+        TString result;
+        AllocationProbe heap;
+        heap.FailFrom(n);
+        const int32_t status = text.ExpandEnvironment(result);
+        heap.StopFailing();
+        if (!heap.HasFailed())
+            break;
+        ++refused;
+        EXPECT_TRUE(status == -3 || result.GetBuffer() == nullptr || result == expanded.c_str()) << n;
+    }
+    EXPECT_GT(refused, 3U);
+    TString self(text);
+    AllocationProbe heap;
+    heap.FailFrom(1);
+    const int32_t status = self.ExpandEnvironment(self);
+    heap.StopFailing();
+    EXPECT_EQ(-3, status);
+    EXPECT_TRUE(self == text);
+}
+
 namespace
 {
 template <class Char>

@@ -116,7 +116,7 @@ void CHost::BindRuntime()
 }
 
 // A runtime that was never bound counts as one that cannot be called.
-long CHost::CallManaged(const wchar_t* methodName, const wchar_t* argument, DWORD& returnValue)
+HRESULT CHost::CallManaged(const wchar_t* methodName, const wchar_t* argument, DWORD& returnValue)
 {
     if (m_pRuntimeHost == nullptr)
         return E_POINTER;
@@ -160,9 +160,9 @@ bool CHost::Init()
     constexpr const wchar_t* function = L"CHost::Init";
     try
     {
-        // Registers itself as g_pShare and lives until the process ends.
+        // Lives until the process ends.
         if (g_pShare == nullptr)
-            static_cast<void>(new CProxyShare);
+            g_pShare = new CProxyShare;
         if (g_pShare->Create(g_sharePid))
             Trace(L"%6.0f %s Opened share for pid = %x\n", TickMs(), function, g_sharePid);
         else

@@ -39,6 +39,9 @@ enum ActionResult : int32_t
 // formatting slot's text.
 const wchar_t* ActionResultName(int32_t result) noexcept;
 
+// The log file. Each start of the workbench truncates it; its folder is not created.
+constexpr const wchar_t* c_traceLogPath = L"c:\\zeph\\logs\\OrvWorkBench.log";
+
 // The static methods of the managed dispatcher type, each taking one string and returning an ActionResult.
 constexpr const wchar_t* c_methodLoadAssembly = L"LoadAssembly";
 constexpr const wchar_t* c_methodCreateType = L"CreateType";
@@ -82,7 +85,7 @@ public:
 
 private:
     void BindRuntime();
-    long CallManaged(const wchar_t* methodName, const wchar_t* argument, DWORD& returnValue);
+    HRESULT CallManaged(const wchar_t* methodName, const wchar_t* argument, DWORD& returnValue);
     void ServeCommands();
     bool ServeNext();
     void CarryOut(uint32_t index);
@@ -91,8 +94,8 @@ private:
 
     // Owned, one reference; null until bound.
     ICLRRuntimeHost* m_pRuntimeHost = nullptr;
-    // The status of the last runtime call (an HRESULT).
-    long m_hr = 0;
+    // The status of the last runtime call.
+    HRESULT m_hr = 0;
     TString m_assemblyPath;
     TString m_typeName;
     std::unique_ptr<CWBEvent> m_pEvents;

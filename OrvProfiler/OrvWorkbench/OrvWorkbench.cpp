@@ -16,7 +16,7 @@ extern "C" int wmain(int argc, wchar_t** argv)
     constexpr int requiredArguments = 3;
     if (argc < requiredArguments)
         return 0;
-    TraceOpen(L"c:\\zeph\\logs\\OrvWorkBench.log");
+    TraceOpen(c_traceLogPath);
     const TString mode(argv[1]);
     const auto processId = static_cast<uint32_t>(std::wcstol(argv[2], nullptr, 16));
     const TString assemblyPath = AssemblyPathOf(argv[0]);

@@ -122,9 +122,10 @@ namespace OrvWorkBench
 
         private static Assembly LoadByName(LoadCommand command)
         {
+            AssemblyName name = new AssemblyName(command.Text); // refuses what is malformed
             try
             {
-                return Assembly.Load(command.Text);
+                return Assembly.Load(name);
             }
             catch (FileNotFoundException)
             {

@@ -37,7 +37,8 @@ namespace OrvWorkBench
     [Serializable]
     internal sealed class UserCodeError : Exception
     {
-        public UserCodeError(Exception raised) : base(raised.Message, raised)
+        // Without its message: reading it is user code again.
+        public UserCodeError(Exception raised) : base("The user's code raised an exception.", raised)
         {
         }
     }

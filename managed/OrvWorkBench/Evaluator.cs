@@ -90,7 +90,7 @@ namespace OrvWorkBench
             OrExpression or = expression as OrExpression;
             if (or != null)
                 return EvaluateOr(or);
-            return Value.Of(m_types.Resolve(((TypeofExpression)expression).Type), typeof(Type));
+            return Value.As(m_types.Resolve(((TypeofExpression)expression).Type), typeof(Type));
         }
 
         // "{ ... }" on its own becomes an array.
@@ -206,8 +206,15 @@ namespace OrvWorkBench
             // All but the last part would be the type's name, the last one the member's.
             int typeParts = Math.Max(1, parts.Count - 1);
             if (typeParts > 1 || name.Assembly != null || name.Part.Arguments != null)
-                return m_types.NotFound(name.Position, parts, typeParts);
+                return NoTypeEither(name, parts, typeParts);
             return NoInstance(name.Position, name.Part.Name);
+        }
+
+        // A dotted name that is no instance's can only be meant as a type's.
+        private CommandError NoTypeEither(NameExpression name, List<NamePart> parts, int count)
+        {
+            string instance = name.Assembly == null ? "there is no instance '" + name.Part.Name + "' and " : "";
+            return new CommandError(name.Position, ActionResult.TypeNotFound, instance + m_types.NotFound(name.Position, parts, count).Message);
         }
 
         private CommandError NoInstance(int position, string name)
@@ -310,7 +317,7 @@ namespace OrvWorkBench
                 parts.Insert(0, name.Part);
                 int count;
                 if (m_types.FindPrefix(parts, name.Assembly, name.Position, out count) == null)
-                    throw m_types.NotFound(name.Position, parts, parts.Count);
+                    throw NoTypeEither(name, parts, parts.Count);
             }
             return Resolve(member.Target);
         }

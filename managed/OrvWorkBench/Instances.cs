@@ -1,5 +1,6 @@
 using System;
 using System.Collections.Generic;
+using System.Runtime.CompilerServices;
 
 namespace OrvWorkBench
 {
@@ -21,13 +22,13 @@ namespace OrvWorkBench
 
         public void Add(string name, Value value)
         {
-            m_values.Add(name, value);
+            m_values.Add(name, Own(value));
         }
 
         // Adds or overwrites.
         public void Replace(string name, Value value)
         {
-            m_values[name] = value;
+            m_values[name] = Own(value);
         }
 
         // Returns false when there is none.
@@ -57,7 +58,15 @@ namespace OrvWorkBench
 
         public void SetLastResult(Value value)
         {
-            m_last = value;
+            m_last = Own(value);
+        }
+
+        // A structure is copied, so that a change of one name's does not show in another's.
+        private static Value Own(Value value)
+        {
+            if (value.Data == null || !value.Type.IsValueType)
+                return value;
+            return Value.As(RuntimeHelpers.GetObjectValue(value.Data), value.Type);
         }
 
         // An addition to the message that a name is unknown.

@@ -33,6 +33,7 @@ namespace OrvWorkBench
             return null;
         }
 
+        // Accessors of properties and events, and operators, are no methods to call.
         public static List<MethodBase> FindMethods(Type type, string name, BindingFlags flags)
         {
             List<MethodBase> found = new List<MethodBase>();
@@ -45,7 +46,7 @@ namespace OrvWorkBench
                 foreach (MethodInfo method in level.GetMethods(flags | BindingFlags.DeclaredOnly))
                 {
                     MethodInfo original = method.GetBaseDefinition();
-                    if (method.Name != name || originals.Contains(original))
+                    if (method.Name != name || method.IsSpecialName || originals.Contains(original))
                         continue;
                     found.Add(method);
                     originals.Add(original);
@@ -82,9 +83,11 @@ namespace OrvWorkBench
             {
                 foreach (MemberInfo member in level.GetMembers(flags | BindingFlags.DeclaredOnly))
                 {
-                    if (!string.Equals(member.Name, name, StringComparison.OrdinalIgnoreCase))
+                    MethodBase method = member as MethodBase;
+                    if (!string.Equals(member.Name, name, StringComparison.OrdinalIgnoreCase) ||
+                        (method != null && method.IsSpecialName))
                         continue;
-                    string kind = member is MethodBase ? "method" : member is EventInfo ? "event" : "member";
+                    string kind = method != null ? "method" : member is EventInfo ? "event" : "member";
                     return "; there is a " + kind + " '" + member.Name + "'";
                 }
             }

@@ -1,5 +1,6 @@
 using System;
 using System.Collections.Generic;
+using System.Globalization;
 using System.IO;
 using System.Text;
 
@@ -9,14 +10,23 @@ namespace OrvWorkBench
     // is no reason for a command to fail.
     internal static class Output
     {
-        private static bool s_prepared;
+        private const int c_greatestEcho = 100;
+
+        // Kept apart from Console.Out, which the user's code may redirect.
+        private static TextWriter s_writer;
+
+        // Where the lines go.
+        public static TextWriter Writer
+        {
+            set { s_writer = value; }
+        }
 
         // Makes Console write UTF-8, unbuffered. Done once, before the first command.
         public static void Prepare()
         {
-            if (s_prepared)
+            if (s_writer != null)
                 return;
-            s_prepared = true;
+            s_writer = Console.Out;
             Encoding encoding = new UTF8Encoding(false);
             try
             {
@@ -31,9 +41,10 @@ namespace OrvWorkBench
             {
                 StreamWriter writer = new StreamWriter(Console.OpenStandardOutput(), encoding);
                 writer.AutoFlush = true;
-                Console.SetOut(TextWriter.Synchronized(writer));
+                s_writer = TextWriter.Synchronized(writer);
+                Console.SetOut(s_writer);
             }
-            catch (Exception)
+            catch (IOException)
             {
             }
         }
@@ -42,10 +53,13 @@ namespace OrvWorkBench
         {
             try
             {
-                Console.Out.WriteLine(text);
-                Console.Out.Flush();
+                s_writer.WriteLine(text);
+                s_writer.Flush();
             }
-            catch (Exception)
+            catch (IOException)
+            {
+            }
+            catch (ObjectDisposedException)
             {
             }
         }
@@ -63,9 +77,24 @@ namespace OrvWorkBench
                 Line("error: " + message);
                 return;
             }
-            Line("error at column " + (position + 1) + ": " + message);
-            Line("  " + OneLine(text));
-            Line("  " + new string(' ', Math.Min(position, text.Length)) + "^");
+            Line("error at column " + (position + 1).ToString(CultureInfo.InvariantCulture) + ": " + message);
+            int start = Math.Max(0, Math.Min(position, text.Length) - c_greatestEcho / 2);
+            int end = Math.Min(text.Length, start + c_greatestEcho);
+            string lead = start > 0 ? "..." : "";
+            Line("  " + lead + Printable(text.Substring(start, end - start)) + (end < text.Length ? "..." : ""));
+            Line("  " + new string(' ', lead.Length + Math.Min(position, text.Length) - start) + "^");
+        }
+
+        // One character for each of the text's, so that the mark below stays in its column.
+        private static string Printable(string text)
+        {
+            StringBuilder printable = new StringBuilder(text);
+            for (int i = 0; i < printable.Length; ++i)
+            {
+                if (char.IsControl(printable[i]))
+                    printable[i] = ' ';
+            }
+            return printable.ToString();
         }
 
         // An exception of the user's code, its inner ones and where they were raised.

@@ -7,8 +7,10 @@ namespace OrvWorkBench
     // text that is not exactly one command.
     internal sealed class Parser
     {
-        // A text that nests deeper is refused before it can exhaust the stack.
+        // A text that nests deeper, or that strings more members and calls together, is refused before it can exhaust the
+        // stack: both are carried out by recursion.
         private const int c_greatestDepth = 100;
+        private const int c_greatestChain = 200;
 
         private readonly List<Token> m_tokens;
         private int m_at;
@@ -200,9 +202,11 @@ namespace OrvWorkBench
         {
             Enter();
             Expression left = ParseUnary();
-            while (Current.Is("|"))
+            for (int links = 0; Current.Is("|"); ++links)
             {
                 int position = Current.Position;
+                if (links == c_greatestChain)
+                    throw new CommandError(position, "more than " + c_greatestChain + " '|' in a row");
                 Next();
                 left = new OrExpression(position, left, ParseUnary());
             }
@@ -266,9 +270,11 @@ namespace OrvWorkBench
         private Expression ParsePostfix()
         {
             Expression result = ParsePrimary();
-            for (;;)
+            for (int links = 0;; ++links)
             {
                 Token token = Current;
+                if (links == c_greatestChain)
+                    throw new CommandError(token.Position, "more than " + c_greatestChain + " members and calls in a row");
                 bool nested = token.Is("+") && Ahead(1).Kind == TokenKind.Name;
                 if (token.Is(".") || nested)
                 {
@@ -276,7 +282,7 @@ namespace OrvWorkBench
                     result = new MemberExpression(result, ParseNamePart(nested ? "a nested type" : "a member's name"), nested);
                 }
                 else if (token.Is("("))
-                    result = new CallExpression(token.Position, result, ParseArguments("(", ")"));
+                    result = new CallExpression(result.Position, result, ParseArguments("(", ")"));
                 else if (token.Is("["))
                 {
                     result = new IndexExpression(token.Position, result, ParseArguments("[", "]"));

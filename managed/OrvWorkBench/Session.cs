@@ -15,6 +15,16 @@ namespace OrvWorkBench
         public Session()
         {
             m_evaluator = new Evaluator(m_instances, new TypeFinder(m_assemblies));
+            AppDomain.CurrentDomain.UnhandledException += ShowUnhandled;
+        }
+
+        // An exception on a thread that the user's code started. The program's configuration lets the process live on.
+        private static void ShowUnhandled(object sender, UnhandledExceptionEventArgs raised)
+        {
+            Exception error = raised.ExceptionObject as Exception;
+            Output.Line("on a thread of its own:");
+            if (error != null)
+                Output.UserException(error);
         }
 
         public ActionResult Load(string text)

@@ -99,6 +99,15 @@ namespace OrvTest
             throw new PositiveException();
         }
 
+        // Returns when the thread, which ends with an exception, is gone.
+        public static int ThrowOnThread(string text)
+        {
+            Thread thread = new Thread(delegate() { throw new InvalidOperationException(text); });
+            thread.Start();
+            thread.Join();
+            return 1;
+        }
+
         public static int DereferenceNull(string text)
         {
             object nothing = text == "never" ? text : null;

@@ -7,15 +7,19 @@
 //   ORV_SCRIPT_NULL        1: the bind succeeds, but with a null pointer
 //   ORV_SCRIPT_START       status of Start
 //   ORV_SCRIPT_BREAKPOINT  what the method "OrvBreakPoint" does: a status, or a text in the language below
+//   ORV_SCRIPT_RESET       what the method "Reset" does, likewise
 //
 // The argument of every other method is a text in this language: items separated by ';', blanks around them allowed.
 // Anything else in it is ignored, so that any command text can carry an answer.
 //   result=N       the return value (decimal, may be negative); 5 without it
 //   status=N       the status instead of 0 (decimal or 0x...); with a failing one no return value is written
-//   delay=N        first waits that many milliseconds
+//   print=TEXT     writes that text and a line feed to the standard output, as UTF-8
+//   delay=N        waits that many milliseconds
+//   exit=N         ends the process with that exit code
 //   throw          raises a C++ exception (std::runtime_error)
 //   raise=N        raises a Windows exception with that code
-// The items take effect in the order delay, throw, raise, status, result, whatever their order in the text.
+// The items take effect in the order print, delay, exit, throw, raise, status, result, whatever their order in the
+// text.
 //
 // The record is UTF-8, one line for each call, written before a delay or an exception:
 //   bind version="v2.0.50727" flavour="svr" flags=2 class={...} interface={...} status=0x00000000
@@ -84,23 +88,27 @@ std::wstring GuidText(const GUID& id)
     return text + L"}";
 }
 
+void Write(HANDLE file, const std::wstring& text)
+{
+    const int length = static_cast<int>(text.size());
+    const int size = WideCharToMultiByte(CP_UTF8, 0, text.c_str(), length, nullptr, 0, nullptr, nullptr);
+    std::string bytes(static_cast<size_t>(size), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, text.c_str(), length, bytes.data(), size, nullptr, nullptr);
+    DWORD written = 0;
+    WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
+}
+
 void Record(const std::wstring& line)
 {
     const std::wstring path = EnvironmentText(L"ORV_SCRIPT_LOG");
     if (path.empty())
         return;
-    const std::wstring ended = line + L"\n";
-    const int length = static_cast<int>(ended.size());
-    const int size = WideCharToMultiByte(CP_UTF8, 0, ended.c_str(), length, nullptr, 0, nullptr, nullptr);
-    std::string bytes(static_cast<size_t>(size), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, ended.c_str(), length, bytes.data(), size, nullptr, nullptr);
     // Opened and closed each time: a reader in another process sees every call that was made.
     const HANDLE file = CreateFileW(path.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                                     OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE)
         return;
-    DWORD written = 0;
-    WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
+    Write(file, line + L"\n");
     CloseHandle(file);
 }
 
@@ -114,7 +122,10 @@ struct Answer
 {
     HRESULT status = S_OK;
     DWORD result = c_defaultResult;
+    std::wstring print;
     DWORD delayMs = 0;
+    bool exits = false;
+    DWORD exitCode = 0;
     bool throws = false;
     DWORD raises = 0;
 };
@@ -128,8 +139,15 @@ void ReadItem(const std::wstring& item, Answer& answer)
         answer.result = value;
     else if (name == L"status")
         answer.status = static_cast<HRESULT>(value);
+    else if (name == L"print")
+        answer.print = item.substr(equals + 1) + L"\n";
     else if (name == L"delay")
         answer.delayMs = value;
+    else if (name == L"exit")
+    {
+        answer.exits = true;
+        answer.exitCode = value;
+    }
     else if (name == L"throw")
         answer.throws = true;
     else if (name == L"raise")
@@ -157,17 +175,31 @@ HRESULT StatusFrom(const wchar_t* variable)
     return text.empty() ? S_OK : static_cast<HRESULT>(Number(text));
 }
 
-Answer BreakpointAnswer()
+Answer AnswerFrom(const wchar_t* variable)
 {
-    const std::wstring text = EnvironmentText(L"ORV_SCRIPT_BREAKPOINT");
+    const std::wstring text = EnvironmentText(variable);
     const bool isStatus = !text.empty() && (text[0] == L'-' || (text[0] >= L'0' && text[0] <= L'9'));
     return ReadAnswer(isStatus ? L"status=" + text : text);
 }
 
+// These two never carry a text.
+Answer AnswerOf(const std::wstring& method, const std::wstring& argument)
+{
+    if (method == L"OrvBreakPoint")
+        return AnswerFrom(L"ORV_SCRIPT_BREAKPOINT");
+    if (method == L"Reset")
+        return AnswerFrom(L"ORV_SCRIPT_RESET");
+    return ReadAnswer(argument);
+}
+
 HRESULT Carry(const Answer& answer, DWORD* result)
 {
+    if (!answer.print.empty())
+        Write(GetStdHandle(STD_OUTPUT_HANDLE), answer.print);
     if (answer.delayMs != 0)
         Sleep(answer.delayMs);
+    if (answer.exits)
+        ExitProcess(answer.exitCode);
     if (answer.throws)
         throw std::runtime_error("the script says so");
     if (answer.raises != 0)
@@ -235,8 +267,7 @@ public:
     {
         Record(L"execute assembly=" + Quoted(assembly) + L" type=" + Quoted(type) + L" method=" + Quoted(method) +
                L" argument=" + Quoted(argument));
-        const bool isBreakpoint = method != nullptr && std::wcscmp(method, L"OrvBreakPoint") == 0;
-        return Carry(isBreakpoint ? BreakpointAnswer() : ReadAnswer(argument == nullptr ? L"" : argument), result);
+        return Carry(AnswerOf(method == nullptr ? L"" : method, argument == nullptr ? L"" : argument), result);
     }
 
 private:

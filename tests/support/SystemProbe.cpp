@@ -51,6 +51,14 @@ unsigned FreshId()
     return 0x80000001U | (GetCurrentProcessId() & 0x7FFFU) << 16 | (++g_counter & 0x7FFFU) << 1;
 }
 
+std::wstring HexId(unsigned id)
+{
+    std::wstring text;
+    for (int shift = 28; shift >= 0; shift -= 4)
+        text += L"0123456789abcdef"[id >> shift & 0xF];
+    return text;
+}
+
 std::wstring FreshFolder()
 {
     wchar_t temp[MAX_PATH]{};

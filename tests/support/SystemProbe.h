@@ -17,5 +17,8 @@ std::wstring FreshName(const wchar_t* prefix);
 // object names. It is no living process.
 unsigned FreshId();
 
+// A number as eight lower-case hexadecimal digits.
+std::wstring HexId(unsigned id);
+
 // A new empty folder below the user's temporary folder, without a trailing backslash.
 std::wstring FreshFolder();

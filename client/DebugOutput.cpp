@@ -1,0 +1,60 @@
+#include "client/DebugOutput.h"
+
+#include <windows.h>
+
+#include <cstring>
+#include <utility>
+
+// The layout and the names below are the system's.
+struct DebugOutput::Buffer
+{
+    DWORD processId;
+    char text[4092];
+};
+
+DebugOutput::DebugOutput(Receiver receiver) : m_receiver(std::move(receiver))
+{
+    if (MakeObjects())
+        m_thread = std::thread([this] { Listen(); });
+}
+
+DebugOutput::~DebugOutput()
+{
+    if (m_thread.joinable())
+    {
+        SetEvent(m_stop.Get());
+        m_thread.join();
+    }
+    if (m_view != nullptr)
+        UnmapViewOfFile(m_view);
+}
+
+bool DebugOutput::MakeObjects()
+{
+    static_assert(sizeof(Buffer) == 4096, "the system's buffer");
+    m_mapping.Reset(
+        CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(Buffer), L"DBWIN_BUFFER"));
+    // Whoever made it before listens.
+    if (!m_mapping || GetLastError() == ERROR_ALREADY_EXISTS)
+        return false;
+    m_isFree.Reset(CreateEventW(nullptr, FALSE, FALSE, L"DBWIN_BUFFER_READY"));
+    m_isFilled.Reset(CreateEventW(nullptr, FALSE, FALSE, L"DBWIN_DATA_READY"));
+    m_stop.Reset(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    if (!m_isFree || !m_isFilled || !m_stop)
+        return false;
+    m_view = static_cast<const Buffer*>(MapViewOfFile(m_mapping.Get(), FILE_MAP_READ, 0, 0, 0));
+    return m_view != nullptr;
+}
+
+void DebugOutput::Listen()
+{
+    const HANDLE awaited[] = {m_isFilled.Get(), m_stop.Get()};
+    SetEvent(m_isFree.Get());
+    while (WaitForMultipleObjects(2, awaited, FALSE, INFINITE) == WAIT_OBJECT_0)
+    {
+        const uint32_t processId = m_view->processId;
+        const std::string text(m_view->text, strnlen(m_view->text, sizeof m_view->text));
+        SetEvent(m_isFree.Get());
+        m_receiver(processId, text);
+    }
+}

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+// What to look at when the workbench was lost or does not come: what its exit code means, if it has one, whether its
+// dispatcher is missing (the program may be empty: not known), and the last lines of the trace log that it wrote
+// since its start (a file time). On Windows the log can be read only once the workbench has ended.
+std::vector<std::wstring> HintsAfterLoss(const std::wstring& program, std::optional<uint32_t> exitCode,
+                                         uint64_t startTime);
+
+// What to look at when a command failed and nothing was printed about it.
+std::wstring HintForSilentFailure();
+
+// The last lines of a text in UTF-16, without the empty ones.
+std::vector<std::wstring> LastLines(const std::wstring& text, size_t count);

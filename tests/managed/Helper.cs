@@ -1,0 +1,7 @@
+namespace OrvTest
+{
+    public class Helper
+    {
+        public static string Greeting = "from the helper";
+    }
+}
