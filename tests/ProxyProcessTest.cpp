@@ -787,6 +787,7 @@ TEST(CProcessGetUser, FailsWithOneLineWhateverTheQueryAnswers)
         {true, ERROR_ACCESS_DENIED, 0, L"CProxySecManager::CProcess::GetUser <error 5>\n"},
         {true, ERROR_INVALID_FUNCTION, 64, L"CProxySecManager::CProcess::GetUser <error 1>\n"},
         {true, ERROR_INSUFFICIENT_BUFFER, 0, L"CProxySecManager::CProcess::GetUser <error 122>\n"},
+        {true, ERROR_SUCCESS, 64, L"CProxySecManager::CProcess::GetUser <error 13>\n"},
         {false, ERROR_ACCESS_DENIED, 0, L"CProxySecManager::CProcess::GetUser <error 5>\n"},
     };
     for (const auto& row : cases)

@@ -114,6 +114,8 @@ struct Values
     UINT textUnits;
     // Whether the values lie just behind the block.
     bool outside;
+    // The key without a text.
+    std::wstring missing;
     std::vector<std::wstring> asked;
     DWORD readHandle;
     DWORD readSize;
@@ -151,7 +153,8 @@ BOOL WINAPI AnswerValue(const void* block, const wchar_t* name, void** value, UI
     }
     *value = bytes + (g_values.outside ? size_t{c_blockBytes} : g_values.textAt);
     *size = g_values.textUnits;
-    return TRUE;
+    const std::wstring text = name;
+    return g_values.missing.empty() || text.find(g_values.missing) == std::wstring::npos ? TRUE : FALSE;
 }
 
 class VersionStandIn
@@ -159,7 +162,7 @@ class VersionStandIn
 public:
     VersionStandIn()
     {
-        g_values = {c_blockBytes, true, true, 4, std::wstring(L"text", 5), 16, 5, false, {}, 0, 0};
+        g_values = {c_blockBytes, true, true, 4, std::wstring(L"text", 5), 16, 5, false, {}, {}, 0, 0};
         m_exports.Replace("GetFileVersionInfoSizeW", AnswerSize);
         m_exports.Replace("GetFileVersionInfoW", AnswerBlock);
         m_exports.Replace("VerQueryValueW", AnswerValue);
@@ -229,6 +232,17 @@ TEST(CVersionRecord, TakesATextAsFarAsItIsLongAndTheBlockReaches)
         g_values.textUnits = row.units;
         EXPECT_STREQ(CVersionRecord(L"any").ProductName(), row.expected);
     }
+}
+
+TEST(CVersionRecord, HasTheOtherTextsWhenOneIsMissing)
+{
+    const VersionStandIn standIn;
+    g_values.missing = L"\\CompanyName";
+    const CVersionRecord record(L"any");
+    EXPECT_STREQ(record.CompanyName(), L"");
+    EXPECT_STREQ(record.ProductName(), L"text");
+    EXPECT_STREQ(record.FileDescription(), L"text");
+    EXPECT_STREQ(record.ProductVersion(), L"text");
 }
 
 TEST(CVersionRecord, TakesNothingFromOutsideItsBlock)

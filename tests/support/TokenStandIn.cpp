@@ -80,7 +80,8 @@ BOOL WINAPI TokenStandIn::Answer(HANDLE token, TOKEN_INFORMATION_CLASS informati
         SetLastError(failure.error);
         if (failure.error != ERROR_SUCCESS)
             return FALSE;
-        std::memcpy(buffer, &failure.number, sizeof failure.number);
+        if (buffer != nullptr)
+            std::memcpy(buffer, &failure.number, sizeof failure.number);
         return TRUE;
     }
     if (informationClass == TokenGroupsAndPrivileges && g_standIn->m_hasGroups)

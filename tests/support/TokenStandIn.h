@@ -28,7 +28,7 @@ public:
     TokenStandIn& operator=(const TokenStandIn&) = delete;
 
     // From now on each query for the class fails with the error: the one that asks for the size, which then says
-    // sizeBytes, or the one that asks for the answer.
+    // sizeBytes, or the one that asks for the answer. Error 0 makes it succeed.
     void FailSizeQuery(TOKEN_INFORMATION_CLASS informationClass, DWORD error, DWORD sizeBytes = 0);
     void FailAnswer(TOKEN_INFORMATION_CLASS informationClass, DWORD error);
     // From now on the answer of the class is this number alone, 4 bytes.
