@@ -827,8 +827,8 @@ TEST(TokenAnswers, ThatAreTooSmallAreReadAsZeros)
     const Token token;
     const ErrorTexts texts;
     TokenStandIn standIn;
-    standIn.LeaveEmpty(TokenUser, 4);
-    standIn.LeaveEmpty(TokenGroupsAndPrivileges, 4);
+    standIn.AnswerNumber(TokenUser, 0);
+    standIn.AnswerNumber(TokenGroupsAndPrivileges, 5);
     const TraceCapture trace;
     EXPECT_EQ(CProcess::GetUser(token.Get()), nullptr);
     EXPECT_THAT(trace.Lines(), ElementsAre(testing::StartsWith(L"CProxySecManager::CAccount::Create <error ")));

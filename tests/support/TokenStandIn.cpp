@@ -32,18 +32,18 @@ TokenStandIn::~TokenStandIn()
 
 void TokenStandIn::FailSizeQuery(TOKEN_INFORMATION_CLASS informationClass, DWORD error, DWORD sizeBytes)
 {
-    m_size[informationClass] = {true, error, sizeBytes};
+    m_size[informationClass] = {true, error, sizeBytes, 0};
 }
 
 void TokenStandIn::FailAnswer(TOKEN_INFORMATION_CLASS informationClass, DWORD error)
 {
-    m_answer[informationClass] = {true, error, 0};
+    m_answer[informationClass] = {true, error, 0, 0};
 }
 
-void TokenStandIn::LeaveEmpty(TOKEN_INFORMATION_CLASS informationClass, DWORD sizeBytes)
+void TokenStandIn::AnswerNumber(TOKEN_INFORMATION_CLASS informationClass, DWORD number)
 {
-    FailSizeQuery(informationClass, ERROR_INSUFFICIENT_BUFFER, sizeBytes);
-    FailAnswer(informationClass, ERROR_SUCCESS);
+    FailSizeQuery(informationClass, ERROR_INSUFFICIENT_BUFFER, sizeof number);
+    m_answer[informationClass] = {true, ERROR_SUCCESS, sizeof number, number};
 }
 
 void TokenStandIn::AnswerGroups(std::vector<Group> groups)
@@ -78,7 +78,10 @@ BOOL WINAPI TokenStandIn::Answer(HANDLE token, TOKEN_INFORMATION_CLASS informati
     {
         *needed = failure.sizeBytes;
         SetLastError(failure.error);
-        return failure.error == ERROR_SUCCESS ? TRUE : FALSE;
+        if (failure.error != ERROR_SUCCESS)
+            return FALSE;
+        std::memcpy(buffer, &failure.number, sizeof failure.number);
+        return TRUE;
     }
     if (informationClass == TokenGroupsAndPrivileges && g_standIn->m_hasGroups)
         return g_standIn->WriteGroups(buffer, size, needed);

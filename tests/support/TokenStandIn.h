@@ -31,8 +31,8 @@ public:
     // sizeBytes, or the one that asks for the answer.
     void FailSizeQuery(TOKEN_INFORMATION_CLASS informationClass, DWORD error, DWORD sizeBytes = 0);
     void FailAnswer(TOKEN_INFORMATION_CLASS informationClass, DWORD error);
-    // From now on queries for the class say that the answer has sizeBytes, and succeed without writing any.
-    void LeaveEmpty(TOKEN_INFORMATION_CLASS informationClass, DWORD sizeBytes);
+    // From now on the answer of the class is this number alone, 4 bytes.
+    void AnswerNumber(TOKEN_INFORMATION_CLASS informationClass, DWORD number);
     // Class 13 has these groups.
     void AnswerGroups(std::vector<Group> groups);
     // Class 13 has the groups that class 2 has.
@@ -44,6 +44,7 @@ private:
         bool active;
         DWORD error;
         DWORD sizeBytes;
+        DWORD number;
     };
     static constexpr size_t c_classCount = 64;
 
