@@ -4,24 +4,32 @@
 
 #include <atomic>
 #include <cstdio>
+#include <cstdlib>
 #include <gmock/gmock.h>
 
 // The main function of every test program. A watchdog turns a test that hangs into a failure that names it.
 
 namespace
 {
+// For longer runs of one test (tools/fuzz, tools/soak) the environment variable ORV_TEST_LIMIT_SECONDS gives another.
 constexpr ULONGLONG c_testLimitMs = 90000;
 constexpr UINT c_exitWatchdog = 86;
 
 std::atomic<ULONGLONG> g_deadline{0};
 std::atomic<const char*> g_testName{""};
 
+ULONGLONG TestLimitMs()
+{
+    const char* const text = std::getenv("ORV_TEST_LIMIT_SECONDS");
+    return text != nullptr ? std::strtoull(text, nullptr, 10) * 1000 : c_testLimitMs;
+}
+
 class WatchedTests : public testing::EmptyTestEventListener
 {
     void OnTestStart(const testing::TestInfo& test) override
     {
         g_testName = test.name();
-        g_deadline = GetTickCount64() + c_testLimitMs;
+        g_deadline = GetTickCount64() + TestLimitMs();
     }
     void OnTestEnd(const testing::TestInfo&) override { g_deadline = 0; }
 };
