@@ -103,6 +103,11 @@ void Write(unsigned char* address, Value value)
     std::memcpy(address, &value, sizeof value);
 }
 
+std::string SeedText(unsigned round)
+{
+    return "ORV_FUZZ_SEED=" + std::to_string(FuzzSeed(round));
+}
+
 std::wstring Digits(uint32_t id)
 {
     return (id != 0 ? L"0x" : L"") + HexId(id);
@@ -430,6 +435,9 @@ constexpr CommandWord c_words[] = {
 class HostileClient : public Host
 {
 protected:
+    // In one run of the host.
+    static constexpr unsigned c_commandsAtOnce = 150;
+
     HostileClient()
     {
         ClientIsThere();
@@ -440,6 +448,7 @@ protected:
     {
         CHost host(m_id, c_assembly, c_type);
         m_trace.Clear();
+        m_calls.clear();
         EXPECT_EQ(1, host.Run());
     }
     std::vector<std::wstring> CommandLines() const
@@ -458,6 +467,16 @@ protected:
     {
         const std::wstring time = found.substr(0, found.find(L"CHost"));
         return (time + L"CHost::Run Command is " + word + L": " + text + L"\n").substr(0, 1024);
+    }
+    void FillControl(uint64_t seed)
+    {
+        FuzzSource source(seed);
+        source.Fill(Client().Bytes() + c_controlOffset, c_controlBytes + 64);
+        wchar_t* const field = Client().Text();
+        const size_t length = source.OneIn(4) ? c_greatestText + 20 : source.Below(3000);
+        std::memcpy(field, source.Text(length).data(), length * sizeof(wchar_t));
+        field[length] = L'\0';
+        Client().SetWindow(c_window); // read once for each run
     }
     // The text of a field: up to its NUL or to the end of the control block.
     std::wstring TextOfField()
@@ -493,15 +512,14 @@ private:
 TEST_F(HostileShare, ThreadTableOperationsHaveDefinedResultsOnAnyBytes)
 {
     const unsigned rounds = FuzzRounds(400);
-    for (unsigned round = 0; round < rounds; ++round)
+    for (unsigned round = 0; round < rounds && !HasFailure(); ++round)
     {
-        SCOPED_TRACE("ORV_FUZZ_SEED=" + std::to_string(FuzzSeed(round)));
+        SCOPED_TRACE(SeedText(round));
         FuzzSource source(FuzzSeed(round));
         FillTable(source);
         for (int operation = 0; operation < 6; ++operation)
             DoOne(source);
-        if (HasFailure())
-            return;
+        m_trace.Clear();
     }
 }
 
@@ -631,9 +649,11 @@ TEST_F(HostileShare, PercentSignsOfANameStayText)
 
 TEST_F(HostilePrivate, ASizeThatLiesIsBoundedByTheBlock)
 {
-    FuzzSource source(10);
-    for (int round = 0; round < 60; ++round)
+    const unsigned rounds = FuzzRounds(60);
+    for (unsigned round = 0; round < rounds && !HasFailure(); ++round)
     {
+        SCOPED_TRACE(SeedText(round));
+        FuzzSource source(FuzzSeed(round));
         m_private.Close();
         m_views.reset();
         m_foreign.reset();
@@ -678,11 +698,11 @@ TEST_F(HostilePrivate, TextsAreWrittenWithinTheirFieldsWhateverStoodThere)
 {
     Make(c_privateHeaderBytes + 100);
     ASSERT_TRUE(m_private.Open(m_id));
-    FuzzSource source(11);
     const unsigned rounds = FuzzRounds(200);
-    for (unsigned round = 0; round < rounds; ++round)
+    for (unsigned round = 0; round < rounds && !HasFailure(); ++round)
     {
-        SCOPED_TRACE(round);
+        SCOPED_TRACE(SeedText(round));
+        FuzzSource source(FuzzSeed(round));
         unsigned char* const bytes = m_foreign->Bytes();
         source.Fill(bytes, c_privateHeaderBytes + 100);
         std::vector<unsigned char> expected(bytes, bytes + c_privateHeaderBytes + 100);
@@ -704,24 +724,21 @@ TEST_F(HostilePrivate, TextsAreWrittenWithinTheirFieldsWhateverStoodThere)
 
 TEST_F(HostileClient, TextsOfAnyBytesArriveAsTheyAre)
 {
-    const unsigned commands = FuzzRounds(150);
-    std::vector<std::pair<CommandWord, std::wstring>> expected;
-    for (unsigned i = 0; i < commands; ++i)
+    const unsigned rounds = FuzzRounds(150);
+    for (unsigned round = 0; round < rounds && !HasFailure(); round += c_commandsAtOnce)
     {
-        const CommandWord& command = c_words[i % std::size(c_words)];
-        NextWait(command.slot, [this, &expected, &command, i] {
-            FuzzSource source(FuzzSeed(i));
-            uint8_t* const control = Client().Bytes() + c_controlOffset;
-            source.Fill(control, c_controlBytes + 64);
-            wchar_t* const field = Client().Text();
-            const size_t length = source.OneIn(4) ? c_greatestText + 20 : source.Below(3000);
-            std::memcpy(field, source.Text(length).data(), length * sizeof(wchar_t));
-            field[length] = L'\0';
-            expected.emplace_back(command, TextOfField());
-        });
+        SCOPED_TRACE(SeedText(round));
+        std::vector<std::pair<CommandWord, std::wstring>> expected;
+        for (unsigned i = round; i < std::min(rounds, round + c_commandsAtOnce); ++i)
+        {
+            NextWait(c_words[i % 7].slot, [this, &expected, i] {
+                FillControl(FuzzSeed(i));
+                expected.emplace_back(c_words[i % 7], TextOfField());
+            });
+        }
+        Serve();
+        ExpectServed(expected);
     }
-    Serve();
-    ExpectServed(expected);
 }
 
 TEST_F(HostileClient, TextsOf70000BytesArriveWhole)
@@ -764,7 +781,6 @@ TEST_F(HostileClient, AnyWindowHandleIsUsedAsItStands)
     {
         Client().SetWindow(window);
         NextWait(3);
-        m_calls.clear();
         Serve();
         EXPECT_EQ(2U, m_calls.size());
         EXPECT_EQ(reinterpret_cast<HWND>(window), g_hZephWnd);
@@ -785,16 +801,19 @@ TEST_F(HostileClient, ServesWhileEveryByteOfTheControlBlockChanges)
                 text[i] = source.OneIn(512) ? L'\0' : static_cast<wchar_t>(L'a' + source.Below(25));
         }
     });
-    const unsigned commands = FuzzRounds(100);
-    for (unsigned i = 0; i < commands; ++i)
-        NextWait(c_words[i % 7].slot);
-    Serve();
+    const unsigned rounds = FuzzRounds(c_commandsAtOnce) / c_commandsAtOnce + 1;
+    for (unsigned round = 0; round < rounds; ++round)
+    {
+        for (unsigned i = 0; i < c_commandsAtOnce; ++i)
+            NextWait(c_words[i % 7].slot);
+        Serve();
+        EXPECT_EQ(c_commandsAtOnce, CommandLines().size());
+        for (const ManagedCall& call : m_calls)
+        {
+            EXPECT_LE(call.argument.size(), c_greatestText);
+            EXPECT_EQ(std::wstring::npos, call.argument.find(L'z'));
+        }
+    }
     stop = true;
     writer.join();
-    EXPECT_EQ(commands, CommandLines().size());
-    for (const ManagedCall& call : m_calls)
-    {
-        EXPECT_LE(call.argument.size(), c_greatestText);
-        EXPECT_EQ(std::wstring::npos, call.argument.find(L'z'));
-    }
 }
