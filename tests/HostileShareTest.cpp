@@ -760,17 +760,26 @@ TEST_F(HostileClient, TextsOf70000BytesArriveWhole)
     ExpectServed(expected);
 }
 
-TEST_F(HostileClient, PercentSignsReachTheLogFileAsText)
+TEST_F(HostileClient, EveryTextReachesTheLogFileAsText)
 {
     const std::wstring folder = FreshFolder();
     const std::wstring path = folder + L"\\hostile.log";
     TraceOpen(path.c_str());
-    const std::wstring text = L"%s %S %n %p %c %.999999d %% \xD83D\xDE00 \xD800 %";
-    NextWait(1, [&] { Client().SetText(text); });
+    const std::wstring texts[] = {
+        L"%s %S %n %p %c %.999999d %% \xD83D\xDE00 \xD800 %",
+        L"\x1A\x1\xFEFF\xFFFE end of file, byte-order marks",
+        L"\xFFFF\xFFFF what the C runtime takes for its end \xFFFF",
+    };
+    for (const std::wstring& text : texts)
+        NextWait(1, [this, text] { Client().SetText(text); });
     Serve(); // closes the log
     const std::vector<std::wstring> lines = LogLines(FileBytes(path));
-    EXPECT_THAT(lines, testing::Contains(L"CHost::Run Command is Load: " + text));
-    EXPECT_THAT(lines, testing::Contains(L"CHost::Run command succeeded, result = ActionSuccess"));
+    for (const std::wstring& text : texts)
+    {
+        const auto line = std::find(lines.begin(), lines.end(), L"CHost::Run Command is Load: " + text);
+        ASSERT_LT(2, lines.end() - line) << testing::PrintToString(text);
+        EXPECT_EQ(L"CHost::Run command succeeded, result = ActionSuccess", line[2]) << testing::PrintToString(text);
+    }
     DeleteFileW(path.c_str());
     RemoveDirectoryW(folder.c_str());
 }
