@@ -48,7 +48,7 @@ public:
     // The header's texts, within the block. SetText takes up to 8912 units, of which it deliberately keeps 8911; a
     // longer text gives false and leaves the field empty. SetShortText takes up to 261 units, keeping 260; a longer
     // text leaves the field empty, and the result tells only whether the block is mapped. A null text is an empty
-    // one.
+    // one. What another process wrote there may lack its NUL: read no more than the field's units of it.
     bool SetText(const wchar_t* text);
     const wchar_t* GetText() const;
     bool SetShortText(const wchar_t* text);
