@@ -62,13 +62,27 @@ size_t FormatIntoSlot(wchar_t* slot, const wchar_t* format, va_list arguments) n
     return count;
 }
 
+// The C runtime takes a U+FFFF, which a client's text may hold, for a failure and stops behind it: the rest of the
+// line is then written by a further call.
+void WriteLine(const wchar_t* line)
+{
+    constexpr wchar_t mark = 0xFFFF;
+    for (const wchar_t* rest = line; rest != nullptr;)
+    {
+        const int result = fputws(rest, TraceFile);
+        const bool hasFailed = result == EOF || result == mark;
+        const wchar_t* const found = hasFailed ? std::wcschr(rest, mark) : nullptr;
+        rest = found != nullptr ? found + 1 : nullptr;
+    }
+}
+
 void WriteToFile(const wchar_t* line) noexcept
 {
     if (TraceFile == nullptr)
         return;
     try
     {
-        static_cast<void>(fputws(line, TraceFile));
+        WriteLine(line);
         static_cast<void>(fflush(TraceFile));
     }
     catch (...) // NOLINT(bugprone-empty-catch): a line that cannot be written is dropped, the next one is tried

@@ -185,7 +185,7 @@ TEST(ClientDeviations, UnaskedEndWithoutExitingMessageAtTheLastStop)
 TEST(ClientOutput, LinesComeUnderTheirCommandBeforeTheResponse)
 {
     const Result result =
-        RunWith(L"ready;print=early;wait;print=one;print=;write=rest;set=8;wait;print=last;exiting", {L"load x"});
+        RunWith(L"print=early;ready;wait;print=one;print=;write=rest;set=8;wait;print=last;exiting", {L"load x"});
     EXPECT_THAT(result.output, HasSubstr("> load x\n"
                                          "    | one\n"
                                          "    | \n"
@@ -195,7 +195,8 @@ TEST(ClientOutput, LinesComeUnderTheirCommandBeforeTheResponse)
                                          "    | last\n"
                                          "    message exiting\n"
                                          "workbench ended with exit code 1\n"));
-    EXPECT_THAT(result.output, HasSubstr("    | early\n"));
+    EXPECT_THAT(result.output, HasSubstr("    | early\n"
+                                         "    message ready\n"));
     EXPECT_EQ(0, result.status);
 }
 

@@ -25,11 +25,22 @@ ORV_CHILD_ROLE(Throw)
     throw std::runtime_error("on purpose");
 }
 
+ORV_CHILD_ROLE(Crash)
+{
+    volatile int* const nowhere = reinterpret_cast<int*>(static_cast<uintptr_t>(arguments.size()) * 16);
+    return *nowhere;
+}
+
 ORV_CHILD_ROLE(Hang)
 {
     Meeting(arguments.at(0)).Signal();
     Sleep(INFINITE);
     return 0;
+}
+
+TEST(ChildProcess, ACrashIsNoSuccess)
+{
+    EXPECT_EQ(87U, ChildProcess::StartRole(L"Crash").WaitForExit());
 }
 
 TEST(ChildProcess, ReturnsTheRolesExitCode)

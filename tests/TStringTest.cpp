@@ -649,6 +649,25 @@ TEST(TString, ReplaceWithAbsentTextsChangesNothing)
     EXPECT_STREQ(L"abc", text);
 }
 
+TEST(TString, ReplaceKeepsOneUnitBehindAReplacementFree)
+{
+    for (const auto& [length, sizes] : {std::pair<size_t, std::vector<size_t>>{254, {512}}, {255, {512, 1024}}})
+    {
+        const std::wstring replacement = Filled(length);
+        TString text;
+        text.Reserve(1000);
+        text.Assign(L"-");
+        std::vector<size_t> requests;
+        {
+            const AllocationProbe heap;
+            EXPECT_EQ(1U, text.Replace(L"-", replacement.c_str()));
+            requests = heap.Requests();
+        }
+        EXPECT_EQ(sizes, requests) << length;
+        EXPECT_EQ(replacement, text.GetBuffer());
+    }
+}
+
 TEST(TString, ReplaceMayTakeItsTextsFromTheStringItself)
 {
     TString text(L"ab-ab");

@@ -218,6 +218,35 @@ TEST(FormatSlot, LeavesTheNeighbouringSlotsAlone)
     EXPECT_STREQ(L"after", after);
 }
 
+TEST(FormatSlot, GivesEachOfManyThreadsItsOwnText)
+{
+    // In each round every thread takes one slot and looks at it when all have theirs: fewer than the ring has.
+    constexpr int threadCount = 16;
+    constexpr int rounds = 200;
+    std::atomic<int> taken{0};
+    std::atomic<int> seen{0};
+    std::atomic<int> wrong{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < threadCount; ++t)
+    {
+        threads.emplace_back([&, t] {
+            const std::wstring tail(static_cast<size_t>(40 + 50 * t), static_cast<wchar_t>(L'a' + t));
+            for (int round = 1; round <= rounds; ++round)
+            {
+                const wchar_t* const text = FormatSlot(L"%d %s", round, tail.c_str());
+                for (++taken; taken < threadCount * round;)
+                    SwitchToThread();
+                wrong += text == std::to_wstring(round) + L" " + tail ? 0 : 1;
+                for (++seen; seen < threadCount * round;)
+                    SwitchToThread();
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(0, wrong);
+}
+
 TEST(FormatSlot, ReturnsAnEmptySlotForAFormatThatProducesNothing)
 {
     TakeSlots(32);
@@ -555,6 +584,38 @@ TEST(TraceFile, LosesOnlyTheLineWhoseWriteFails)
     Trace(L"4\n");
     EXPECT_THAT(capture.Raw(), ElementsAre(L"1\n", L"2\n", L"3\n", L"4\n"));
     EXPECT_EQ(L"1\r\n4\r\n", log.Text());
+}
+
+TEST(TraceFile, HoldsTheRestOfALineBehindWhatTheCRuntimeTakesForAFailure)
+{
+    const LogFile log;
+    const TraceCapture capture;
+    TraceOpen(log.Path().c_str());
+    Trace(L"%s\n", L"x\xFFFF\xFFFFy");
+    Trace(L"%s\n", L"\xFFFF");
+    Trace(L"\xFFFF");
+    Trace(L"z\n");
+    EXPECT_EQ(L"x\xFFFF\xFFFFy\r\n\xFFFF\r\n\xFFFFz\r\n", log.Text());
+}
+
+TEST(TraceFile, TriesALineThatCannotBeWrittenOnce)
+{
+    static int count;
+    const LogFile log;
+    const TraceCapture capture;
+    TraceOpen(log.Path().c_str());
+    for (const int failure : {EOF, 0xFFFF})
+    {
+        static int result;
+        result = failure;
+        count = 0;
+        const Redirect<decltype(fputws)> write("fputws", [](const wchar_t*, FILE*) {
+            ++count;
+            return result;
+        });
+        Trace(L"line\n");
+        EXPECT_EQ(1, count);
+    }
 }
 
 TEST(TraceFile, GoesOnAfterAFlushThatFailsOrRaises)

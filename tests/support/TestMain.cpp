@@ -4,27 +4,47 @@
 
 #include <atomic>
 #include <cstdio>
+#include <cstdlib>
 #include <gmock/gmock.h>
 
-// The main function of every test program. A watchdog turns a test that hangs into a failure that names it.
+// The main function of every test program. A test that hangs or crashes becomes a failure that names it.
 
 namespace
 {
+// For longer runs of one test (tools/fuzz, tools/soak) the environment variable ORV_TEST_LIMIT_SECONDS gives another.
 constexpr ULONGLONG c_testLimitMs = 90000;
 constexpr UINT c_exitWatchdog = 86;
+constexpr UINT c_exitCrash = 87;
 
 std::atomic<ULONGLONG> g_deadline{0};
 std::atomic<const char*> g_testName{""};
+
+ULONGLONG TestLimitMs()
+{
+    const char* const text = std::getenv("ORV_TEST_LIMIT_SECONDS");
+    return text != nullptr ? std::strtoull(text, nullptr, 10) * 1000 : c_testLimitMs;
+}
 
 class WatchedTests : public testing::EmptyTestEventListener
 {
     void OnTestStart(const testing::TestInfo& test) override
     {
         g_testName = test.name();
-        g_deadline = GetTickCount64() + c_testLimitMs;
+        g_deadline = GetTickCount64() + TestLimitMs();
     }
     void OnTestEnd(const testing::TestInfo&) override { g_deadline = 0; }
 };
+
+// Ends a test that crashes. Otherwise Wine would start its debugger, and the exit code would now and then be 0, which
+// looks like a success.
+LONG WINAPI OnCrash(EXCEPTION_POINTERS* exception)
+{
+    std::fprintf(stderr, "the test %s crashes: exception %08lX at %p\n", g_testName.load(),
+                 exception->ExceptionRecord->ExceptionCode, exception->ExceptionRecord->ExceptionAddress);
+    std::fflush(stderr);
+    TerminateProcess(GetCurrentProcess(), c_exitCrash);
+    return EXCEPTION_EXECUTE_HANDLER;
+}
 
 // A plain system thread: one of the C++ library's would open handles of its own at times that no test expects.
 DWORD WINAPI Watch(void*)
@@ -47,6 +67,7 @@ extern "C" int wmain(int argc, wchar_t** argv);
 
 extern "C" int wmain(int argc, wchar_t** argv)
 {
+    SetUnhandledExceptionFilter(OnCrash);
     int exitCode = 0;
     if (RunChildRole(argc, argv, exitCode))
         return exitCode;

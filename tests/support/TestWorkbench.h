@@ -55,6 +55,10 @@ public:
     void StartWithCommandLine(const std::wstring& commandLine);
     bool IsRunning() const { return m_process && m_process->IsRunning(); }
     unsigned WaitForExit() const { return m_process->WaitForExit(); }
+    // Ends it at once, as a crash would, and waits until it is gone.
+    void Kill() const { m_process->Kill(); }
+    // The process's handle.
+    void* Handle() const { return m_process->Handle(); }
 
     // The log's bytes and its lines without times (see LogFile.h).
     static bool HasLog();

@@ -1,0 +1,35 @@
+# Makes the package, unpacks it and looks at it: cmake -D BUILD_DIR= -D CPACK= -D VERSION= -D RUN= -D HAS_DISPATCHER= -P.
+# RUN is what runs a Windows program, empty on Windows.
+set(name OrvWorkBench64-${VERSION}-win64)
+set(folder ${BUILD_DIR}/package-test)
+file(REMOVE_RECURSE ${folder})
+file(MAKE_DIRECTORY ${folder})
+execute_process(COMMAND ${CPACK} -B ${folder} WORKING_DIRECTORY ${BUILD_DIR} OUTPUT_VARIABLE said ERROR_VARIABLE said
+    RESULT_VARIABLE failed)
+if(failed)
+    message(FATAL_ERROR "the package cannot be made:\n${said}")
+endif()
+file(ARCHIVE_EXTRACT INPUT ${folder}/${name}.zip DESTINATION ${folder})
+
+set(expected OrvClient.exe OrvWorkBench64.exe README.md docs/client.md docs/commands.md docs/protocol.md)
+if(HAS_DISPATCHER)
+    list(APPEND expected OrvSample.dll OrvWorkBench64.dll OrvWorkBench64.exe.config)
+endif()
+foreach(file ${expected})
+    if(NOT EXISTS ${folder}/${name}/${file})
+        message(FATAL_ERROR "the package lacks ${file}")
+    endif()
+endforeach()
+# Nothing of the tests or of the bridge, which is for Wine only.
+file(GLOB_RECURSE packed RELATIVE ${folder}/${name} ${folder}/${name}/*)
+foreach(file ${packed})
+    if(file MATCHES "mscoree|Test|gtest|gmock|\\.a$|\\.h$")
+        message(FATAL_ERROR "the package holds ${file}")
+    endif()
+endforeach()
+
+execute_process(COMMAND ${RUN} ${folder}/${name}/OrvClient.exe --version OUTPUT_VARIABLE said RESULT_VARIABLE failed)
+string(STRIP "${said}" said)
+if(failed OR NOT said STREQUAL "OrvClient ${VERSION}")
+    message(FATAL_ERROR "the packed client says \"${said}\" and ends with ${failed}")
+endif()
