@@ -1,6 +1,7 @@
 #include "OrvProfiler/BitMask.h"
 
 #include "tests/support/AllocationProbe.h"
+#include "tests/support/GuardedBlock.h"
 
 #include <cstring>
 #include <gmock/gmock.h>
@@ -317,6 +318,23 @@ TEST(BitMask, OverlapComparesBitsWithWords)
     EXPECT_FALSE(own.OverlapsInEveryWord(MaskOf(words))); // 32 > 31: 31 words are examined
     words.push_back(0);
     EXPECT_TRUE(own.OverlapsInEveryWord(MaskOf(words))); // 32 > 32 is false: this mask's 2 words are examined
+}
+
+TEST(BitMask, TouchesNothingBehindItsWords)
+{
+    const GuardedBlock block(12);
+    BitMask mask;
+    ASSERT_TRUE(block.IsTaken());
+    mask.Invert();
+    EXPECT_FALSE(mask.IsEmpty());
+    mask.ClearAll();
+    EXPECT_TRUE(mask.IsEmpty());
+    mask.Set(95, true);
+    const BitMask copy(mask);
+    EXPECT_FALSE(copy.OverlapsInEveryWord(mask));
+    EXPECT_EQ(0U, mask.GetWord(3));
+    EXPECT_FALSE(mask.Test(96));
+    EXPECT_EQ(352U, mask.GetBits());
 }
 
 TEST(BitMask, GivesItsMemoryBack)

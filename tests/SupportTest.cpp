@@ -1,6 +1,7 @@
 #include "OrvProfiler/Trace.h"
 #include "tests/support/AllocationProbe.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/GuardedBlock.h"
 #include "tests/support/ImportRedirect.h"
 #include "tests/support/PageEdge.h"
 #include "tests/support/SystemProbe.h"
@@ -200,6 +201,20 @@ TEST(AllocationProbe, RefusesOneRequestOrAllThatFollow)
     for (void* const block : {first, third, fourth})
         g_free(block);
     EXPECT_EQ(0U, heap.LiveBlocks());
+}
+
+TEST(GuardedBlock, EndsWithItsPage)
+{
+    const GuardedBlock guard(12);
+    void* const other = g_malloc(16);
+    EXPECT_FALSE(guard.IsTaken());
+    void* const block = g_malloc(12);
+    EXPECT_TRUE(guard.IsTaken());
+    EXPECT_FALSE(IsBadWritePtr(block, 12));
+    EXPECT_TRUE(IsBadWritePtr(block, 13));
+    g_free(block);
+    g_free(other);
+    g_free(g_malloc(12));
 }
 
 TEST(PageEdge, TextEndsWithItsPage)

@@ -293,6 +293,13 @@ TEST(Trace, WritesOneLineToTheDebuggerOutput)
     EXPECT_THAT(capture.Raw(), ElementsAre(L"1234568 wmain  arg 2 = x\n"));
 }
 
+TEST(Trace, WritesASingleUnit)
+{
+    const TraceCapture capture;
+    Trace(L"x");
+    EXPECT_THAT(capture.Raw(), ElementsAre(L"x"));
+}
+
 TEST(Trace, WritesALineOf1024UnitsWhole)
 {
     const TraceCapture capture;
