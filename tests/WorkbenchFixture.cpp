@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <ostream>
 
 const CommandCase c_commandCases[7] = {
     {1, L"EV_LOAD", L"Load", "LoadAssembly", true, false}, {2, L"EV_CREATE", L"Create", "CreateType", true, true},
@@ -29,6 +30,18 @@ bool StandsFor(const std::wstring& expected, const std::wstring& anyText, const 
     return line.size() > prefix && line.compare(0, prefix, expected, 0, prefix) == 0;
 }
 } // namespace
+
+void PrintTo(const CommandCase& command, std::ostream* stream)
+{
+    *stream << command.method;
+}
+
+void PrintTo(const WindowMessage& message, std::ostream* stream)
+{
+    *stream << std::hex << message.message << std::dec << (message.sent ? " sent" : " posted") << " ("
+            << message.wParam << ", " << message.lParam << ")" << (message.success ? ", success signalled" : "")
+            << (message.failed ? ", failed signalled" : "");
+}
 
 void Workbench::StartServing(WorkbenchRuntime runtime)
 {

@@ -81,3 +81,7 @@ struct CommandCase
     bool breaks;
 };
 extern const CommandCase c_commandCases[7];
+
+// For failures and for the names of tests, which must not carry addresses.
+void PrintTo(const CommandCase& command, std::ostream* stream);
+void PrintTo(const WindowMessage& message, std::ostream* stream);
