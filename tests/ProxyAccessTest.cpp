@@ -3,6 +3,7 @@
 #include "OrvProfiler/ProxySecurity.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ErrorTexts.h"
+#include "tests/support/LeakCheck.h"
 #include "tests/support/ManagerIn.h"
 #include "tests/support/NamespaceWorld.h"
 #include "tests/support/SystemCall.h"
@@ -318,6 +319,15 @@ TEST(CProxyAccess, LeavesNoHandleOpen)
     }
     EXPECT_EQ(before, OpenHandleCount());
     EXPECT_EQ(c_none, StateOf(name));
+}
+
+TEST(CProxyAccess, LosesNoMemory)
+{
+    const std::wstring name = FreshName(L"access");
+    ExpectNothingLeaks([&name] {
+        CProxyAccess access(c_noSession, name.c_str());
+        access.Lock(0);
+    });
 }
 
 TEST(CProxyAccess, ManyThreadsTakeTurns)

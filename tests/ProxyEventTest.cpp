@@ -3,6 +3,7 @@
 #include "tests/EventSupport.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ErrorTexts.h"
+#include "tests/support/LeakCheck.h"
 #include "tests/support/ManagerIn.h"
 #include "tests/support/NamespaceWorld.h"
 #include "tests/support/SystemCall.h"
@@ -348,6 +349,18 @@ TEST(CProxyEvent, ConstructAgainMovesToAnotherSetAndLosesNothing)
     }
     EXPECT_EQ(before, OpenHandleCount());
     EXPECT_FALSE(Exists(KernelName(1, otherId)));
+}
+
+TEST(CProxyEvent, LosesNoMemory)
+{
+    const uint32_t id = FreshId();
+    ExpectNothingLeaks([id] {
+        CProxyEvent events(id);
+        BitMask set = SetOf({3, 7, 200});
+        events.Set(7);
+        events.VerifyMask(events.WaitForAny(set, 0));
+        CProxyEvent::TakeFirst(set);
+    });
 }
 
 TEST(CProxyEvent, SetSignalsTheEventAloneAndTracesItsName)

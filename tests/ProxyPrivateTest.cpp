@@ -4,6 +4,7 @@
 #include "tests/support/AllocationProbe.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ErrorTexts.h"
+#include "tests/support/LeakCheck.h"
 #include "tests/support/ManagerIn.h"
 #include "tests/support/NamespaceWorld.h"
 #include "tests/support/PageEdge.h"
@@ -438,6 +439,18 @@ TEST(CProxyPrivate, CloseReleasesTheMutexAndTheMemory)
     CloseHandle(keeper);
     EXPECT_EQ(handles, OpenHandleCount());
     EXPECT_EQ(views, MappedViewCount());
+}
+
+TEST(CProxyPrivate, LosesNoMemory)
+{
+    const Names names;
+    const OwnMutexName mutex;
+    ExpectNothingLeaks([&names] {
+        CProxyPrivate block(names.base.c_str());
+        block.Create(names.id, 100);
+        block.SetText(L"text");
+        block.LockData();
+    });
 }
 
 // What a broken or hostile process may have made.

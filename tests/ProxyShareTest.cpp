@@ -4,6 +4,7 @@
 #include "tests/support/AllocationProbe.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ErrorTexts.h"
+#include "tests/support/LeakCheck.h"
 #include "tests/support/ManagerIn.h"
 #include "tests/support/NamespaceWorld.h"
 #include "tests/support/PageFault.h"
@@ -363,6 +364,20 @@ TEST(CProxyShare, LeavesNothingOpen)
     EXPECT_EQ(views, MappedViewCount());
 }
 
+TEST(CProxyShare, LosesNoMemory)
+{
+    const uint32_t id = FreshId();
+    const ForeignMapping client(id);
+    ExpectNothingLeaks([id] {
+        CProxyShare share;
+        share.Create(id);
+        share.Lock(2);
+        int32_t tindex = -1;
+        share.AddThread(&tindex, 5, L"detail", L"name");
+        share.RemoveThread(tindex, true);
+    });
+}
+
 TEST(CProxyShare, WithoutMutexesTheShareStillWorks)
 {
     const uint32_t id = FreshId();
@@ -442,6 +457,16 @@ TEST(CProxyShare, AMappingWhoseMemoryIsOnlyReservedIsRefused)
     CProxyShare share;
     EXPECT_FALSE(share.Create(id));
     EXPECT_EQ(256, share.GetControlCount());
+}
+
+TEST(CProxyShare, AViewThatCannotBeMeasuredIsRefused)
+{
+    const uint32_t id = FreshId();
+    const ForeignMapping client(id);
+    const SystemCall<decltype(VirtualQuery)> query("VirtualQuery", ERROR_INVALID_PARAMETER);
+    CProxyShare share;
+    EXPECT_FALSE(share.Create(id));
+    EXPECT_EQ(nullptr, share.GetControl());
 }
 
 TEST(CProxyShare, AShareThatCannotBeHadIsNoShare)

@@ -476,6 +476,24 @@ TEST_F(CProxyShareThreads, AnEntryCountThatLiesLeadsNowhere)
     }
 }
 
+TEST_F(CProxyShareThreads, WhatLiesOutsideTheTableIsNoSlotAndNoBlock)
+{
+    // The words that a slot, and the entries that a block, would have one place before the first and behind the last.
+    m_client.At<uint32_t>(c_slots - c_slotSize) = 5;
+    m_client.At<uint32_t>(c_slots + 128 * c_slotSize) = 5;
+    m_client.At<int32_t>(c_blocks - c_blockSize + 4) = 256;
+    m_client.At<int32_t>(c_blocks + 128 * c_blockSize + 4) = 256;
+    for (const int32_t tindex : {-1, 128})
+    {
+        EXPECT_EQ(nullptr, m_share.GetThread(tindex)) << tindex;
+        EXPECT_EQ(nullptr, m_share.GetThreadEntry(tindex, 0)) << tindex;
+        EXPECT_FALSE(m_share.RemoveThread(tindex, false)) << tindex;
+    }
+    EXPECT_EQ(5U, m_client.At<uint32_t>(c_slots - c_slotSize));
+    EXPECT_EQ(5U, m_client.At<uint32_t>(c_slots + 128 * c_slotSize));
+    EXPECT_EQ(256, m_client.At<int32_t>(c_blocks + 128 * c_blockSize + 4));
+}
+
 TEST_F(CProxyShareThreads, AHugeThreadCountCountsAs128)
 {
     for (const int32_t count : {129, 1000, INT_MAX})

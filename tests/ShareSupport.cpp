@@ -12,7 +12,11 @@
 namespace
 {
 LockLog* g_log = nullptr;
-}
+// The thread that is watched, and the system's own functions, which other threads get even when the log is gone.
+DWORD g_logThread = 0;
+decltype(&WaitForSingleObject) g_realWait = nullptr;
+decltype(&ReleaseMutex) g_realRelease = nullptr;
+} // namespace
 
 ForeignMapping::ForeignMapping(const std::wstring& kernelName, uint64_t size, DWORD protection)
 {
@@ -40,6 +44,9 @@ ForeignMapping::~ForeignMapping()
 
 LockLog::LockLog(CProxyShare& share) : m_wait("WaitForSingleObject", Wait), m_release("ReleaseMutex", Release)
 {
+    g_realWait = m_wait.Real();
+    g_realRelease = m_release.Real();
+    g_logThread = GetCurrentThreadId();
     g_log = this;
     // The handles are learnt from one round over all of them.
     for (uint32_t i = 0; i < 7; ++i)
@@ -52,6 +59,7 @@ LockLog::LockLog(CProxyShare& share) : m_wait("WaitForSingleObject", Wait), m_re
 
 LockLog::~LockLog()
 {
+    g_logThread = 0;
     g_log = nullptr;
 }
 
@@ -69,14 +77,16 @@ void LockLog::Add(char sign, HANDLE handle, bool unlimited)
 
 DWORD LockLog::Wait(HANDLE handle, DWORD timeoutMs)
 {
-    g_log->Add('+', handle, timeoutMs == INFINITE);
-    return g_log->m_wait.Real()(handle, timeoutMs);
+    if (GetCurrentThreadId() == g_logThread)
+        g_log->Add('+', handle, timeoutMs == INFINITE);
+    return g_realWait(handle, timeoutMs);
 }
 
 int LockLog::Release(HANDLE handle)
 {
-    g_log->Add('-', handle, true);
-    return g_log->m_release.Real()(handle);
+    if (GetCurrentThreadId() == g_logThread)
+        g_log->Add('-', handle, true);
+    return g_realRelease(handle);
 }
 
 bool MutexIsFree(const std::wstring& kernelName)

@@ -39,7 +39,8 @@ private:
 };
 
 // What is done with the share's mutexes while one of these lives: "+2" for a wait without time limit for mutex 2,
-// "-2" for its release, "+?" for any other wait. At most one at a time, for a share that is mapped.
+// "-2" for its release, "+?" for any other wait. The calling thread alone is watched. At most one at a time, for a
+// share that is mapped.
 class LockLog
 {
 public:

@@ -11,8 +11,10 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <climits>
 #include <gmock/gmock.h>
+#include <iterator>
 #include <set>
 #include <string>
 #include <thread>
@@ -401,7 +403,15 @@ TEST(CWBEvent, WaitOverAMissingSlotIsAnError)
 
 TEST(CWBEvent, WaitOverAnImpossibleCountIsAnError)
 {
-    CWBEvent events(FreshId());
+    // What lies behind the set are handles too, so that it shows when one of them is waited for.
+    struct
+    {
+        CWBEvent events;
+        HANDLE behind[60];
+    } memory{CWBEvent(FreshId()), {}};
+    CWBEvent& events = memory.events;
+    HANDLE const other = CreateEventW(nullptr, TRUE, TRUE, nullptr);
+    std::fill(std::begin(memory.behind), std::end(memory.behind), other);
     for (uint32_t i = 0; i < 11; ++i)
         events.Set(i);
     for (const uint32_t count : {0U, 12U, 64U, 65U, 0xFFFFFFFFU})
@@ -413,6 +423,7 @@ TEST(CWBEvent, WaitOverAnImpossibleCountIsAnError)
         EXPECT_THAT(trace.Lines(), ElementsAre(L"CWBEvent::Wait Waiting\n\n", L"CWBEvent::Wait Error\n\n"));
         EXPECT_FALSE(events.IsWaiting());
     }
+    CloseHandle(other);
 }
 
 TEST(CWBEvent, WaitReportsTheSlotEvenIfItCannotBeReset)
