@@ -8,7 +8,8 @@
 #include <thread>
 
 // Listens to the debugger output of all processes of this session, as a debug viewer does. The system has room for
-// one listener; a process that prints waits until the one before has been taken. Text is in the system's code page.
+// one listener; a process that prints waits until what was printed before has been taken. Text is in the system's
+// code page.
 class DebugOutput
 {
 public:
@@ -17,6 +18,7 @@ public:
 
     // Listens from now on, unless another program already does.
     explicit DebugOutput(Receiver receiver);
+    // What was printed before has been received when it returns.
     ~DebugOutput();
     DebugOutput(const DebugOutput&) = delete;
     DebugOutput& operator=(const DebugOutput&) = delete;
@@ -28,6 +30,7 @@ private:
 
     bool MakeObjects();
     void Listen();
+    void ReleasePrinters();
 
     Receiver m_receiver;
     UniqueHandle m_mapping;

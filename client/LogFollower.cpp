@@ -2,9 +2,11 @@
 
 #include "client/Text.h"
 #include "client/TraceLog.h"
+#include "OrvProfiler/OrvWorkbench/Host.h"
 
 #include <windows.h>
 
+#include <cstdio>
 #include <cstring>
 #include <utility>
 
@@ -13,10 +15,33 @@ namespace
 constexpr DWORD c_pollMs = 50;
 constexpr size_t c_readSize = 65536;
 constexpr wchar_t c_byteOrderMark = 0xFEFF;
+
+UniqueHandle OpenShared(const std::wstring& path) noexcept
+{
+    return UniqueHandle::FromFile(CreateFileW(path.c_str(), GENERIC_READ,
+                                              FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                              OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+}
 } // namespace
 
-LogFollower::LogFollower(Receiver receiver)
-    : m_receiver(std::move(receiver)), m_stop(CreateEventW(nullptr, TRUE, FALSE, nullptr))
+bool LogFollower::CanReadFile()
+{
+    // The log's own folder and the way in which the workbench opens it.
+    const std::wstring log = c_traceLogPath;
+    const std::wstring probe =
+        log.substr(0, log.find_last_of(L'\\') + 1) + L"OrvClient-" + std::to_wstring(GetCurrentProcessId()) + L".tmp";
+    std::FILE* writer = nullptr;
+    if (_wfopen_s(&writer, probe.c_str(), L"w") != 0)
+        return false;
+    const bool isReadable = static_cast<bool>(OpenShared(probe));
+    std::fclose(writer);
+    DeleteFileW(probe.c_str());
+    // Somebody may have the log itself for himself.
+    return isReadable && (OpenShared(log) || GetLastError() == ERROR_FILE_NOT_FOUND);
+}
+
+LogFollower::LogFollower(Receiver receiver, bool readsFile)
+    : m_receiver(std::move(receiver)), m_readsFile(readsFile), m_stop(CreateEventW(nullptr, TRUE, FALSE, nullptr))
 {
 }
 
@@ -28,30 +53,32 @@ LogFollower::~LogFollower()
 void LogFollower::OnDebugText(uint32_t processId, const std::string& text)
 {
     const std::lock_guard<std::mutex> guard(m_lock);
-    if (m_source == Source::Undecided)
-        m_debugTexts.push_back({processId, text});
-    else if (m_source == Source::DebugOutput && processId == m_processId)
+    if (m_readsFile)
+        return;
+    if (m_processId == 0)
+        m_earlyTexts.push_back({processId, text});
+    else if (processId == m_processId)
         ShowLine(FromProgramOutput(text));
 }
 
-void LogFollower::Begin(uint32_t processId, From from, bool hearsDebugger)
+void LogFollower::Begin(uint32_t processId, From from)
 {
-    {
-        const std::lock_guard<std::mutex> guard(m_lock);
-        m_hasBegun = true;
-        m_processId = processId;
-        m_from = from;
-        m_hearsDebugger = hearsDebugger;
-    }
+    const std::lock_guard<std::mutex> guard(m_lock);
+    m_processId = processId;
+    m_from = from;
+    if (!m_readsFile)
+        return ShowEarlyTexts();
+    OpenFile();
     m_thread = std::thread([this] { Serve(); });
 }
 
 void LogFollower::Finish()
 {
-    if (!m_thread.joinable())
-        return;
-    SetEvent(m_stop.Get());
-    m_thread.join();
+    if (m_thread.joinable())
+    {
+        SetEvent(m_stop.Get());
+        m_thread.join();
+    }
     CatchUp();
     m_file.Reset();
 }
@@ -59,14 +86,8 @@ void LogFollower::Finish()
 void LogFollower::CatchUp()
 {
     const std::lock_guard<std::mutex> guard(m_lock);
-    if (m_hasBegun)
-        Poll();
-}
-
-bool LogFollower::IsReadingFile()
-{
-    const std::lock_guard<std::mutex> guard(m_lock);
-    return m_source == Source::File;
+    if (m_file)
+        ReadFile();
 }
 
 void LogFollower::Serve()
@@ -76,31 +97,15 @@ void LogFollower::Serve()
     while (WaitForSingleObject(m_stop.Get(), c_pollMs) == WAIT_TIMEOUT);
 }
 
-void LogFollower::Poll()
-{
-    if (m_source == Source::Undecided)
-    {
-        if (OpenFile())
-            m_source = Source::File;
-        else
-            UseDebugOutput();
-        m_debugTexts.clear();
-    }
-    if (m_source == Source::File)
-        ReadFile();
-}
-
-bool LogFollower::OpenFile()
+void LogFollower::OpenFile()
 {
     const UniqueHandle process(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, m_processId));
-    UniqueHandle file = OpenTraceLog(process ? StartTimeOf(process.Get()) : 0);
-    if (!file)
-        return false;
+    m_file = OpenTraceLog(process ? StartTimeOf(process.Get()) : 0);
     LARGE_INTEGER size{};
-    if (m_from == From::Now && GetFileSizeEx(file.Get(), &size) != FALSE)
+    if (!m_file)
+        m_receiver(L"(the workbench writes no trace log that can be read)");
+    else if (m_from == From::Now && GetFileSizeEx(m_file.Get(), &size) != FALSE)
         m_position = static_cast<uint64_t>(size.QuadPart);
-    m_file = std::move(file);
-    return true;
 }
 
 void LogFollower::ReadFile()
@@ -143,12 +148,9 @@ void LogFollower::ShowBytes()
     m_bytes.erase(0, start * sizeof(wchar_t));
 }
 
-void LogFollower::UseDebugOutput()
+void LogFollower::ShowEarlyTexts()
 {
-    m_source = Source::DebugOutput;
-    if (!m_hearsDebugger)
-        m_receiver(L"(cannot be shown: the file cannot be read, and another program takes the debugger output)");
-    for (const DebugText& early : m_debugTexts)
+    for (const DebugText& early : std::exchange(m_earlyTexts, {}))
         if (early.processId == m_processId && m_from == From::Start)
             ShowLine(FromProgramOutput(early.text));
 }

@@ -171,7 +171,7 @@ private:
         m_report.OnStarted(m_session.WorkbenchId(), m_session.ClientId(), true);
         ListenToTrace();
         if (m_follower != nullptr)
-            m_follower->Begin(m_session.WorkbenchId(), LogFollower::From::Now, m_debugOutput->IsListening());
+            m_follower->Begin(m_session.WorkbenchId(), LogFollower::From::Now);
     }
 
     void Start()
@@ -195,11 +195,8 @@ private:
         }
         if (m_follower != nullptr)
         {
-            m_follower->Begin(m_session.WorkbenchId(), LogFollower::From::Start, m_debugOutput->IsListening());
+            m_follower->Begin(m_session.WorkbenchId(), LogFollower::From::Start);
             m_follower->CatchUp();
-            // It slows every process that prints to the debugger.
-            if (m_follower->IsReadingFile())
-                m_debugOutput.reset();
         }
         if (failure)
             throw *failure;
@@ -207,16 +204,22 @@ private:
 
     void ListenToTrace()
     {
+        const bool readsFile = m_options.followsLog && LogFollower::CanReadFile();
         if (m_options.followsLog)
-            m_follower =
-                std::make_unique<LogFollower>([this](const std::wstring& line) { m_report.OnLogLine(line); });
-        if (m_options.followsLog || m_running)
-            m_debugOutput = std::make_unique<DebugOutput>([this](uint32_t processId, const std::string& text) {
-                if (m_running)
-                    m_session.OnTrace(processId, text);
-                if (m_follower != nullptr)
-                    m_follower->OnDebugText(processId, text);
-            });
+            m_follower = std::make_unique<LogFollower>([this](const std::wstring& line) { m_report.OnLogLine(line); },
+                                                       readsFile);
+        // It slows every process that prints to the debugger: only where it is needed.
+        if (!m_running && (m_follower == nullptr || readsFile))
+            return;
+        m_debugOutput = std::make_unique<DebugOutput>([this](uint32_t processId, const std::string& text) {
+            if (m_running)
+                m_session.OnTrace(processId, text);
+            if (m_follower != nullptr)
+                m_follower->OnDebugText(processId, text);
+        });
+        if (m_follower != nullptr && !readsFile && !m_debugOutput->IsListening())
+            m_report.OnLogLine(
+                L"(cannot be shown: the file cannot be read, and another program takes the debugger output)");
     }
 
     // False at the end of the lines.
