@@ -112,7 +112,7 @@ std::vector<std::wstring> HintsAfterLoss(const std::wstring& program, std::optio
     if (!lines.empty())
         hints.push_back(L"the trace log " + std::wstring(c_traceLogPath) + L" ends with:");
     else if (Exists(FolderOf(c_traceLogPath)))
-        hints.push_back(L"the trace log " + std::wstring(c_traceLogPath) + L" tells nothing of it");
+        hints.push_back(L"the trace log " + std::wstring(c_traceLogPath) + L" cannot be read, or is of another run");
     else
         hints.push_back(L"there is no trace log; it is written when the folder " + FolderOf(c_traceLogPath) +
                         L" exists");

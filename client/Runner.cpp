@@ -237,10 +237,12 @@ private:
 
     [[noreturn]] void ThrowWhyIdleEnded() const
     {
-        if (WaitForSingleObject(m_interrupt.Handle(), 0) == WAIT_OBJECT_0)
+        if (IsInterrupted())
             throw ClientError(ExitStatus::Interrupted, L"interrupted");
         throw ClientError(ExitStatus::WorkbenchLost, L"the workbench ended unasked");
     }
+
+    bool IsInterrupted() const noexcept { return WaitForSingleObject(m_interrupt.Handle(), 0) == WAIT_OBJECT_0; }
 
     bool RunLine(const ScriptLine& line)
     {
@@ -299,7 +301,7 @@ private:
         if (result.outcome == Outcome::TimedOut)
             throw ClientError(ExitStatus::TimedOut, L"the workbench did not stop in time and was ended");
         // Late responses to an interrupted command are none of its faults.
-        if (!result.deviation.empty() && m_status != ExitStatus::Interrupted)
+        if (!result.deviation.empty() && !IsInterrupted())
             throw ClientError(ExitStatus::Deviation, result.deviation);
     }
 

@@ -162,7 +162,10 @@ double Session::AwaitReady()
         if (IsSet(m_interrupt))
             throw ClientError(ExitStatus::Interrupted, L"interrupted before the workbench was ready");
         if (deadline.IsOver())
-            throw ClientError(ExitStatus::TimedOut, L"the workbench did not become ready in time");
+        {
+            GiveUp();
+            throw ClientError(ExitStatus::TimedOut, L"the workbench did not become ready in time and was ended");
+        }
     }
     m_startTimer.Stop();
     return MillisecondsOf(m_startTimer);
@@ -170,7 +173,7 @@ double Session::AwaitReady()
 
 void Session::Attach(uint32_t workbenchId)
 {
-    if (!m_share.Open(m_clientId))
+    if (!m_share.Open(m_clientId) || m_share.GetControl() == nullptr)
         throw ClientError(ExitStatus::WorkbenchLost, L"there is no share for client " +
                                                          std::wstring(FormatSlot(L"%x", m_clientId)) + L": process " +
                                                          std::to_wstring(workbenchId) +

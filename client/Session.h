@@ -100,7 +100,7 @@ public:
     // Starts a workbench, when none is running. Throws ClientError.
     void Start(const std::wstring& program);
     // Waits until the workbench that was started is ready; returns the time since its start in milliseconds. Throws
-    // ClientError when it did not become ready in time, ended before, or the interrupt was set.
+    // ClientError when it did not become ready in time (it is ended then), ended before, or the interrupt was set.
     double AwaitReady();
     // Takes a workbench that somebody else started, whose client id is this session's. Throws ClientError.
     void Attach(uint32_t workbenchId);

@@ -261,7 +261,7 @@ TEST(ClientTimeout, WorkbenchThatDoesNotBecomeReadyIsEnded)
 {
     ClientRun run(FakeSetup(L"print=here;sleep=50000", {L"--ready-timeout", L"1", L"load x"}));
     EXPECT_EQ(4, run.Wait());
-    EXPECT_THAT(run.Errors(), HasSubstr("OrvClient: the workbench did not become ready in time\n"));
+    EXPECT_THAT(run.Errors(), HasSubstr("OrvClient: the workbench did not become ready in time and was ended\n"));
     EXPECT_THAT(run.Output(), HasSubstr("    | here\n"));
     EXPECT_FALSE(IsProcessRunning(run.WorkbenchId()));
 }
