@@ -270,6 +270,16 @@ TEST(FormatSlot, ReturnsAnEmptySlotWhenFormattingFails)
     EXPECT_STREQ(L"", FormatSlot(L"%s", L"text"));
 }
 
+TEST(FormatSlot, EndsTheTextAfterTheUnitsCounted)
+{
+    const Redirect<FormatFunction> format("_vsnwprintf_s",
+                                          [](wchar_t* slot, size_t size, size_t, const wchar_t*, ArgumentList) {
+                                              std::fill(slot, slot + size, L'z');
+                                              return -1;
+                                          });
+    EXPECT_STREQ(L"zzz", FormatSlot(L"abc"));
+}
+
 TEST(FormatSlot, TellsTheFormatterTheSlotsSizeAndTheCount)
 {
     static std::vector<std::pair<size_t, size_t>> sizes;
@@ -355,6 +365,17 @@ TEST(Trace, WritesATextThatBeginsWithItsTerminator)
     const TraceCapture capture;
     Trace(L"%c%s", L'\0', L"x");
     EXPECT_THAT(capture.Raw(), ElementsAre(L""));
+}
+
+TEST(Trace, LeavesTheLastErrorAsItWas)
+{
+    const Redirect<decltype(OutputDebugStringW)> output("OutputDebugStringW",
+                                                        [](const wchar_t*) { SetLastError(6); });
+    SetLastError(1234);
+    Trace(L"line\n");
+    EXPECT_EQ(1234U, GetLastError());
+    Trace(L"");
+    EXPECT_EQ(1234U, GetLastError());
 }
 
 TEST(Trace, WorksBeforeTheLogIsOpenedAndAfterItIsClosed)
@@ -838,6 +859,20 @@ TEST(ErrorText, TakesZeroAsNoErrorWhenThereIsNone)
     const Redirect<MessageFunction> message("FormatMessageW", AnswerMessage);
     SetLastError(0);
     EXPECT_STREQ(L"<0>\r\n", ErrorText(0));
+}
+
+TEST(ErrorText, LeavesTheLastErrorAsItWas)
+{
+    const Redirect<MessageFunction> message(
+        "FormatMessageW", [](DWORD, const void*, DWORD, DWORD, wchar_t*, DWORD, ArgumentList*) -> DWORD {
+            SetLastError(317);
+            return 0;
+        });
+    SetLastError(1234);
+    EXPECT_STREQ(L"", ErrorText(5));
+    EXPECT_EQ(1234U, GetLastError());
+    EXPECT_STREQ(L"", ErrorText(0));
+    EXPECT_EQ(1234U, GetLastError());
 }
 
 TEST(ErrorText, IsEmptyForACodeUnknownToTheSystem)
