@@ -94,19 +94,24 @@ bool BeginsWith(const Char* text, const Char* sub) noexcept
     return true;
 }
 
+// For a text that is there. One pass: the length is not counted before.
 template <class Char>
-const Char* FindCharIn(const Char* text, Char character) noexcept
+const Char* ScanForChar(const Char* text, Char character) noexcept
 {
-    const bool readable = Text<Char>::IsReadable(text);
-    DebugAssert(readable, c_source, 504);
-    if (!readable)
-        return nullptr;
     for (; *text != 0; ++text)
     {
         if (*text == character)
             return text;
     }
     return nullptr;
+}
+
+template <class Char>
+const Char* FindCharIn(const Char* text, Char character) noexcept
+{
+    const bool readable = Text<Char>::IsReadable(text);
+    DebugAssert(readable, c_source, 504);
+    return readable ? ScanForChar(text, character) : nullptr;
 }
 
 template <class Char>
@@ -126,6 +131,19 @@ const Char* FindCharReverseIn(const Char* begin, const Char* from, Char characte
     return nullptr;
 }
 
+// For texts that are there; sub is not empty.
+template <class Char>
+const Char* ScanForSub(const Char* text, const Char* sub) noexcept
+{
+    const Char first = *sub;
+    for (; *text != 0; ++text)
+    {
+        if (*text == first && BeginsWith(text + 1, sub + 1))
+            return text;
+    }
+    return nullptr;
+}
+
 template <class Char>
 const Char* FindSubIn(const Char* text, const Char* sub) noexcept
 {
@@ -133,12 +151,7 @@ const Char* FindSubIn(const Char* text, const Char* sub) noexcept
         return TextEnd(text);
     if (!Text<Char>::IsReadable(text))
         return nullptr;
-    for (; *text != 0; ++text)
-    {
-        if (BeginsWith(text, sub))
-            return text;
-    }
-    return nullptr;
+    return ScanForSub(text, sub);
 }
 
 template <class Char>
@@ -178,45 +191,96 @@ uint64_t ReplaceCharIn(Char* text, Char oldCharacter, Char newCharacter) noexcep
     return count;
 }
 
-// Returns the number replaced; the new text is in result then.
+// The text that a replacement builds, in a block that grows in steps.
 template <class Char>
-uint64_t BuildReplaced(const Char* text, const Char* from, const Char* to, Block<Char>& result) noexcept
+class ReplacedText
+{
+public:
+    // False when memory is short.
+    bool Begin() noexcept
+    {
+        m_block = AllocateBlock<Char>(m_size);
+        return m_block != nullptr;
+    }
+    // Both keep room for a NUL, and grow in steps: step by step for the text between two matches, at once for a
+    // replacement, with one unit more. False, with nothing added, when memory is short.
+    bool AddText(const Char* units, uint64_t length) noexcept
+    {
+        while (m_size <= m_used + length)
+        {
+            if (!GrowTo(m_size + c_replaceStep))
+                return false;
+        }
+        Put(units, length);
+        return true;
+    }
+    bool AddReplacement(const Char* units, uint64_t length) noexcept
+    {
+        uint64_t size = m_size;
+        while (size <= m_used + length + 1)
+            size += c_replaceStep;
+        if (size != m_size && !GrowTo(size))
+            return false;
+        Put(units, length);
+        return true;
+    }
+    void End() noexcept { m_block[m_used] = 0; }
+    const Char* Units() const noexcept { return m_block.get(); }
+    uint64_t Length() const noexcept { return m_used; }
+
+private:
+    bool GrowTo(uint64_t size) noexcept
+    {
+        if (!GrowBlock(m_block, size))
+            return false;
+        m_size = size;
+        return true;
+    }
+    void Put(const Char* units, uint64_t length) noexcept
+    {
+        std::memcpy(m_block.get() + m_used, units, length * sizeof(Char));
+        m_used += length;
+        DebugAssert(m_used < m_size, c_source, 670);
+    }
+
+    uint64_t m_size = c_replaceStep;
+    uint64_t m_used = 0;
+    Block<Char> m_block;
+};
+
+// Returns the number replaced; the new text is complete then.
+template <class Char>
+uint64_t BuildReplaced(const Char* text, const Char* from, const Char* to, ReplacedText<Char>& replaced) noexcept
 {
     const uint64_t fromLength = TextLength(from);
     DebugAssert(fromLength > 0, c_source, 606);
     if (fromLength == 0 || !Text<Char>::IsReadable(text) || !Text<Char>::IsReadable(to))
         return 0;
     const uint64_t toLength = Text<Char>::Length(to);
-    const Char* const end = text + Text<Char>::Length(text);
-    uint64_t size = c_replaceStep;
-    uint64_t used = 0;
     uint64_t count = 0;
-    result = AllocateBlock<Char>(size);
-    if (result == nullptr)
+    if (!replaced.Begin())
         return 0;
-    while (text < end)
+    for (const Char* match = ScanForSub(text, from); match != nullptr; match = ScanForSub(text, from))
     {
-        const bool match = BeginsWith(text, from);
-        const Char* const source = match ? to : text;
-        const uint64_t length = match ? toLength : 1;
-        const uint64_t oldSize = size;
-        while (size <= used + (match ? toLength + 1 : 1))
-            size += c_replaceStep;
-        if (size != oldSize)
-        {
-            const bool grown = GrowBlock(result, size);
-            DebugAssert(grown, c_source, match ? 635 : 662);
-            if (!grown)
-                return 0;
-        }
-        DebugAssert(used < size, c_source, 670);
-        std::memcpy(result.get() + used, source, length * sizeof(Char));
-        used += length;
-        text += match ? fromLength : 1;
-        count += match ? 1 : 0;
-        DebugAssert(text <= end, c_source, 671);
+        const bool hasText = replaced.AddText(text, static_cast<uint64_t>(match - text));
+        DebugAssert(hasText, c_source, 662);
+        if (!hasText)
+            return 0;
+        const bool hasReplacement = replaced.AddReplacement(to, toLength);
+        DebugAssert(hasReplacement, c_source, 635);
+        if (!hasReplacement)
+            return 0;
+        ++count;
+        text = match + fromLength;
+        DebugAssert(text[-1] != 0, c_source, 671);
     }
-    result[used] = 0;
+    if (count == 0)
+        return 0;
+    const bool hasRest = replaced.AddText(text, Text<Char>::Length(text));
+    DebugAssert(hasRest, c_source, 662);
+    if (!hasRest)
+        return 0;
+    replaced.End();
     return count;
 }
 
@@ -275,7 +339,7 @@ TString::TString(const wchar_t* text) noexcept : TString()
 
 TString::TString(const TString& other) noexcept : TString()
 {
-    Assign(other.m_buffer);
+    AssignUnits(other.m_buffer, other.GetLength());
 }
 
 TString::TString(wchar_t character) noexcept : TString()
@@ -292,7 +356,7 @@ TString::~TString()
 TString& TString::operator=(const TString& other) noexcept
 {
     if (this != &other)
-        Assign(other.m_buffer);
+        AssignUnits(other.m_buffer, other.GetLength());
     return *this;
 }
 
@@ -366,7 +430,7 @@ TString& TString::operator+=(const wchar_t* text) noexcept
 
 TString& TString::operator+=(const TString& other) noexcept
 {
-    Append(other.m_buffer);
+    AppendUnits(other.m_buffer, other.GetLength());
     return *this;
 }
 
@@ -430,14 +494,22 @@ void TString::Empty() noexcept
         m_buffer[0] = L'\0';
 }
 
+bool TString::HasUnit(uint64_t index) const noexcept
+{
+    if (m_buffer == nullptr || index >= m_capacity)
+        return false;
+    wchar_t* const behind = m_buffer + index + 1;
+    return std::find(m_buffer, behind, L'\0') == behind;
+}
+
 wchar_t TString::GetAt(uint64_t index) const noexcept
 {
-    return index < GetLength() ? m_buffer[index] : L'\0';
+    return HasUnit(index) ? m_buffer[index] : L'\0';
 }
 
 void TString::SetAt(uint64_t index, wchar_t character) noexcept
 {
-    if (index < GetLength())
+    if (HasUnit(index))
         m_buffer[index] = character;
 }
 
@@ -464,15 +536,15 @@ bool TString::Equals(const wchar_t* text, bool caseSensitive) const noexcept
 
 uint64_t TString::Find(wchar_t character, uint64_t start) const noexcept
 {
-    if (start >= GetLength())
+    if (!HasUnit(start))
         return npos;
-    const wchar_t* const found = FindChar(m_buffer + start, character);
+    const wchar_t* const found = ScanForChar(m_buffer + start, character);
     return found != nullptr ? static_cast<uint64_t>(found - m_buffer) : npos;
 }
 
 uint64_t TString::Find(const wchar_t* sub, uint64_t start) const noexcept
 {
-    if (start >= GetLength())
+    if (!HasUnit(start))
         return npos;
     const wchar_t* const found = FindSub(m_buffer + start, sub);
     return found != nullptr ? static_cast<uint64_t>(found - m_buffer) : npos;
@@ -509,13 +581,12 @@ bool TString::StartsWith(const wchar_t* sub) const noexcept
 TString TString::Mid(uint64_t start, uint64_t count) const noexcept
 {
     TString result;
-    const uint64_t length = GetLength();
-    if (start >= length)
+    if (!HasUnit(start))
         return result;
-    if (count == npos || count > length - start)
-        count = length - start;
+    const wchar_t* const text = m_buffer + start;
+    count = count == npos ? wcslen(text) : wcsnlen(text, count);
     result.Reserve(count);
-    result.AssignUnits(m_buffer + start, count);
+    result.AssignUnits(text, count);
     return result;
 }
 
@@ -582,7 +653,7 @@ const wchar_t* TString::StripQuotes() noexcept
 bool TString::NextToken(const wchar_t*& cursor, wchar_t separator, TString& token) noexcept
 {
     token.Empty();
-    if (SafeLength(cursor) == 0)
+    if (!Text<wchar_t>::IsReadable(cursor) || *cursor == L'\0')
         return false;
     const wchar_t* const start = cursor;
     while (*cursor != L'\0' && *cursor != separator)
@@ -615,14 +686,18 @@ std::vector<TString>* TString::Split(wchar_t separator) const noexcept
 bool TString::Split(wchar_t separator, std::vector<TString>& list) const noexcept
 {
     list.clear();
+    if (IsEmpty())
+        return false;
     const wchar_t* cursor = m_buffer;
-    TString token;
     try
     {
-        while (NextToken(cursor, separator, token))
+        // Every token gets its place at once: a list that grows copies its strings.
+        list.reserve(Count(separator) + 1);
+        while (*cursor != L'\0')
         {
-            list.push_back(token);
-            if (list.back().m_buffer != nullptr)
+            TString& token = list.emplace_back();
+            NextToken(cursor, separator, token);
+            if (token.m_buffer != nullptr)
                 continue;
             list.clear();
             return false;
@@ -790,22 +865,22 @@ uint64_t ReplaceChar(char* text, char oldCharacter, char newCharacter) noexcept
 
 uint64_t ReplaceSub(const wchar_t* text, TString& target, const wchar_t* from, const wchar_t* to) noexcept
 {
-    Block<wchar_t> replaced;
+    ReplacedText<wchar_t> replaced;
     const uint64_t count = BuildReplaced(text, from, to, replaced);
     if (count > 0)
-        target.Assign(replaced.get());
+        target.AssignUnits(replaced.Units(), replaced.Length());
     return count;
 }
 
 uint64_t ReplaceSub(const char* text, std::string& target, const char* from, const char* to) noexcept
 {
-    Block<char> replaced;
+    ReplacedText<char> replaced;
     const uint64_t count = BuildReplaced(text, from, to, replaced);
     if (count == 0)
         return 0;
     try
     {
-        target = replaced.get();
+        target.assign(replaced.Units(), replaced.Length());
     }
     catch (const std::bad_alloc&)
     {

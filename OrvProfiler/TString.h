@@ -131,11 +131,15 @@ public:
     friend bool operator>(const TString& left, TString right) noexcept;
 
 private:
+    friend uint64_t ReplaceSub(const wchar_t* text, TString& target, const wchar_t* from, const wchar_t* to) noexcept;
+
     bool Reallocate(uint64_t units) noexcept;
     void Release() noexcept;
     void AssignUnits(const wchar_t* text, uint64_t length) noexcept;
     void AppendUnits(const wchar_t* text, uint64_t length) noexcept;
     bool Holds(const wchar_t* text) const noexcept;
+    // Whether the index is below the length. Counts only as far as the index.
+    bool HasUnit(uint64_t index) const noexcept;
 
     uint64_t m_capacity = 0;
     wchar_t* m_buffer = nullptr;
