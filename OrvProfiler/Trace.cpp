@@ -25,14 +25,12 @@ HMODULE DebuggerCheckModule = nullptr;
 EntryPoint DebuggerCheckFunction = nullptr;
 uint32_t DebuggerCheckFlag = 0;
 
-// The slots are used in the order 0 to 31 and round again. One compare-and-swap both advances and wraps, so that no
-// number of threads is ever handed an index outside the ring.
+// The slots are used in the order 0 to 31 and round again. The counter just runs on: its remainder is inside the ring
+// whatever the number of threads, also when the counter wraps, because the ring's size divides its range.
 wchar_t* TakeSlot() noexcept
 {
-    int32_t index = TraceSlotCounter.load(std::memory_order_relaxed);
-    while (!TraceSlotCounter.compare_exchange_weak(index, (index + 1) % c_traceSlotCount))
-    {
-    }
+    static_assert(UINT32_MAX % c_traceSlotCount == c_traceSlotCount - 1, "the order holds when the counter wraps");
+    const uint32_t index = static_cast<uint32_t>(TraceSlotCounter.fetch_add(1)) % c_traceSlotCount;
     wchar_t* const slot = TraceSlots[index];
     slot[0] = L'\0';
     return slot;

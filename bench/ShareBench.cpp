@@ -78,7 +78,8 @@ TEST_CASE("share memory")
     REQUIRE(share.Create(c_id));
     BareMapping bare;
     BareMutex mutex;
-    auto* const bytes = reinterpret_cast<uint8_t*>(&bare.Data());
+    // The same memory: how fast a mapping is filled depends on the pages that it got.
+    auto* const bytes = static_cast<uint8_t*>(share.GetView());
     CompareRatio(
         "ClearAll", 1.02,
         [&] {
@@ -100,7 +101,7 @@ TEST_CASE("share memory")
     for (const int32_t others : {0, 63, 126})
     {
         share.ClearAll();
-        std::memset(bytes, 0, c_shareSizeBytes);
+        std::memset(&bare.Data(), 0, c_shareSizeBytes);
         int32_t tindex = 0;
         for (int32_t i = 0; i < others; ++i)
             share.AddThread(&tindex, 0x1000, L"detail", L"other");

@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <cstdarg>
 #include <cstdio>
 #include <cwchar>
@@ -15,20 +16,40 @@ constexpr const wchar_t* c_function = L"CHost::Run";
 constexpr const wchar_t* c_text = L"account.Deposit(100)";
 constexpr size_t c_bufferUnits = 1025;
 
+constexpr uint32_t c_ringSize = 32;
+
 wchar_t g_buffer[c_bufferUnits];
+wchar_t g_ring[c_ringSize][c_bufferUnits];
+std::atomic<uint32_t> g_next{0};
 
 // What any bounded formatting into a buffer costs: the runtime is asked for the length, then for the text.
+size_t FormatInto(wchar_t* buffer, const wchar_t* format, va_list arguments)
+{
+    va_list again;
+    va_copy(again, arguments);
+    const int count = _vscwprintf(format, arguments);
+    _vsnwprintf_s(buffer, c_bufferUnits, static_cast<size_t>(count), format, again);
+    va_end(again);
+    return static_cast<size_t>(count);
+}
+
 size_t FormatBare(const wchar_t* format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    va_list again;
-    va_copy(again, arguments);
-    const int count = _vscwprintf(format, arguments);
-    _vsnwprintf_s(g_buffer, c_bufferUnits, static_cast<size_t>(count), format, again);
-    va_end(again);
+    const size_t count = FormatInto(g_buffer, format, arguments);
     va_end(arguments);
-    return static_cast<size_t>(count);
+    return count;
+}
+
+// The same into the next of as many buffers as there are slots, which threads share: the floor of a slot.
+size_t FormatInRing(const wchar_t* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    const size_t count = FormatInto(g_ring[g_next.fetch_add(1) % c_ringSize], format, arguments);
+    va_end(arguments);
+    return count;
 }
 
 // Formatting alone, without asking for the length first.
@@ -76,6 +97,10 @@ TEST_CASE("slot")
         "FormatSlot, against measuring and formatting", 1.25,
         [] { return FormatSlot(L"%s%8.8x", L"OrvProfiler", 0x1A2C); },
         [] { return FormatBare(L"%s%8.8x", L"OrvProfiler", 0x1A2C); });
+    CompareRatio(
+        "FormatSlot, against the same into a ring of buffers", c_stated,
+        [] { return FormatSlot(L"%s%8.8x", L"OrvProfiler", 0x1A2C); },
+        [] { return FormatInRing(L"%s%8.8x", L"OrvProfiler", 0x1A2C); });
     CompareRatio(
         "FormatSlot, against formatting once", c_stated,
         [] { return FormatSlot(L"%s%8.8x", L"OrvProfiler", 0x1A2C); },
