@@ -73,8 +73,10 @@ std::wstring TempFile(const wchar_t* name)
 TEST_CASE("trace")
 {
     std::FILE* bareFile = nullptr;
-    REQUIRE(_wfopen_s(&bareFile, TempFile(L"orv-bench-bare.log").c_str(), L"w,ccs=UNICODE") == 0);
-    TraceOpen(TempFile(L"orv-bench.log").c_str());
+    const std::wstring file = TempFile(L"orv-bench.log");
+    const std::wstring bareName = TempFile(L"orv-bench-bare.log");
+    REQUIRE(_wfopen_s(&bareFile, bareName.c_str(), L"w,ccs=UNICODE") == 0);
+    TraceOpen(file.c_str());
     CompareRatio(
         "Trace of a typical line, file open", 1.05,
         [] {
@@ -89,6 +91,8 @@ TEST_CASE("trace")
         });
     TraceClose();
     std::fclose(bareFile);
+    DeleteFileW(file.c_str());
+    DeleteFileW(bareName.c_str());
 }
 
 TEST_CASE("slot")
