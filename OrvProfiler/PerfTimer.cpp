@@ -26,6 +26,7 @@ double TickMs() noexcept
 }
 
 // The counts stay unset on purpose: a timer is always started and stopped before it is read.
+// cppcheck-suppress uninitMemberVar
 // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init)
 CPerfTimer::CPerfTimer() noexcept : m_frequency(ReadFrequency()) {}
 

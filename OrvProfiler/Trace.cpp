@@ -125,7 +125,7 @@ void TraceClose() noexcept
         return;
     try
     {
-        static_cast<void>(fclose(TraceFile));
+        static_cast<void>(fclose(TraceFile)); // cppcheck-suppress doubleFree ; once: a null one returned above
         TraceFile = nullptr;
     }
     catch (...) // NOLINT(bugprone-empty-catch): the stream stays known, nothing can be reported

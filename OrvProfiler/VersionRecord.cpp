@@ -75,23 +75,25 @@ const Element* CVersionRecord::FindValue(const wchar_t* name, uint32_t& count) c
 }
 
 void CVersionRecord::ReadTexts() noexcept
-try
 {
-    uint32_t count = 0;
-    const auto* const translation = FindValue<Translation>(L"\\VarFileInfo\\Translation", count);
-    if (translation == nullptr || count == 0)
-        return;
-    for (const std::wstring_view key : {c_fileDescription, c_productName, c_companyName, c_productVersion})
+    try
     {
-        const wchar_t* const name =
-            FormatSlot(L"\\StringFileInfo\\%04x%04x\\%s", translation->language, translation->codePage, key.data());
-        const auto* const text = FindValue<wchar_t>(name, count);
-        if (text != nullptr)
-            m_texts[key] = std::wstring(text, wcsnlen(text, count)).c_str();
+        uint32_t count = 0;
+        const auto* const translation = FindValue<Translation>(L"\\VarFileInfo\\Translation", count);
+        if (translation == nullptr || count == 0)
+            return;
+        for (const std::wstring_view key : {c_fileDescription, c_productName, c_companyName, c_productVersion})
+        {
+            const wchar_t* const name = FormatSlot(L"\\StringFileInfo\\%04x%04x\\%s", translation->language,
+                                                   translation->codePage, key.data());
+            const auto* const text = FindValue<wchar_t>(name, count);
+            if (text != nullptr)
+                m_texts[key] = std::wstring(text, wcsnlen(text, count)).c_str();
+        }
     }
-}
-catch (...) // NOLINT(bugprone-empty-catch): without memory the record keeps the texts that it has
-{
+    catch (...) // NOLINT(bugprone-empty-catch): without memory the record keeps the texts that it has
+    {
+    }
 }
 
 const TString& CVersionRecord::GetText(std::wstring_view key) const noexcept

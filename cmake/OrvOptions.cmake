@@ -31,3 +31,7 @@ if(ORV_HARDEN AND NOT MSVC)
 endif()
 
 option(ORV_COVERAGE "Instrument the product for line and branch coverage" OFF)
+if(ORV_COVERAGE)
+    # Threads that count the same line at once would lose counts, down to negative ones that no reader accepts.
+    target_compile_options(OrvOptions INTERFACE -fprofile-update=atomic)
+endif()

@@ -9,6 +9,7 @@
 #include <new>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace
@@ -185,6 +186,17 @@ TEST(PtrArray, OwnedTextsAreCopies)
     text[0] = L'X';
     EXPECT_STREQ(L"abc", array[0]);
     EXPECT_EQ(text, array[1]);
+}
+
+TEST(PtrArrayText, KeepsItsTextWhenAssignedToItself)
+{
+    const AllocationProbe heap;
+    PtrArrayText owned(L"abc", true);
+    PtrArrayText& same = owned;
+    owned = std::move(same);
+    EXPECT_STREQ(L"abc", owned.GetValue());
+    EXPECT_TRUE(owned.IsOwned());
+    EXPECT_EQ(1U, heap.LiveBlocks());
 }
 
 TEST(PtrArray, OwnedEmptyAndNullTextsAreEmptyCopies)

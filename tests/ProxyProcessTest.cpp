@@ -23,6 +23,7 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 using testing::ElementsAre;
@@ -867,6 +868,42 @@ TEST(CProcessGetGroupMembership, AddsToWhatTheListHolds)
     EXPECT_EQ(CProcess::GetGroupMembership(token.Get(), list), 1);
     EXPECT_EQ(CProcess::GetGroupMembership(token.Get(), list), 2);
     EXPECT_STREQ(list[1]->GetName(), L"Everyone");
+}
+
+TEST(CProcessGetGroupMembership, DeletesTheAccountsOfAListThatIsFilledAnew)
+{
+    const Token token;
+    TokenStandIn standIn;
+    standIn.AnswerGroups({{c_everyone, 7}, {c_administrators, 15}});
+    {
+        CProcess::AccountList list;
+        CProcess::GetGroupMembership(token.Get(), list);
+        list.SetCount(0);
+        standIn.AnswerGroups({{c_administrators, 15}, {c_everyone, 7}});
+        EXPECT_EQ(CProcess::GetGroupMembership(token.Get(), list), 2);
+        EXPECT_STREQ(list[0]->GetName(), L"Administrators");
+        EXPECT_STREQ(list[1]->GetName(), L"Everyone");
+    }
+    ExpectNothingLeaks([&] {
+        CProcess::AccountList list;
+        CProcess::GetGroupMembership(token.Get(), list);
+        list.SetCount(1);
+        CProcess::GetGroupMembership(token.Get(), list);
+    });
+}
+
+TEST(PtrArrayAccount, KeepsItsAccountWhenAssignedToItself)
+{
+    const Token token;
+    PtrArrayAccount owned(CProcess::GetUser(token.Get()), true);
+    const std::wstring name(owned.GetValue()->GetName());
+    PtrArrayAccount& same = owned;
+    owned = std::move(same);
+    ASSERT_NE(owned.GetValue(), nullptr);
+    // The account's memory would be used again here, had it been deleted.
+    const auto other = std::make_unique<unsigned char[]>(sizeof *owned.GetValue());
+    EXPECT_NE(static_cast<void*>(other.get()), owned.GetValue());
+    EXPECT_EQ(name, owned.GetValue()->GetName().GetBuffer());
 }
 
 TEST(CProcessGetGroupMembership, LeavesOutGroupsWhoseLookUpFails)

@@ -626,6 +626,28 @@ TEST(TraceFile, HoldsTheRestOfALineBehindWhatTheCRuntimeTakesForAFailure)
     EXPECT_EQ(L"x\xFFFF\xFFFFy\r\n\xFFFF\r\n\xFFFFz\r\n", log.Text());
 }
 
+TEST(TraceFile, WritesOnBehindAMarkOnlyWhenTheCRuntimeSaysThatItFailed)
+{
+    static std::vector<std::wstring> texts;
+    static int result;
+    const LogFile log;
+    const TraceCapture capture;
+    TraceOpen(log.Path().c_str());
+    const auto written = [](int answer) {
+        result = answer;
+        texts.clear();
+        const Redirect<decltype(fputws)> write("fputws", [](const wchar_t* text, FILE*) {
+            texts.emplace_back(text);
+            return result;
+        });
+        Trace(L"%s\n", L"x\xFFFFy");
+        return texts;
+    };
+    EXPECT_THAT(written(EOF), ElementsAre(L"x\xFFFFy\n", L"y\n"));
+    EXPECT_THAT(written(0xFFFF), ElementsAre(L"x\xFFFFy\n", L"y\n"));
+    EXPECT_THAT(written(0), ElementsAre(L"x\xFFFFy\n"));
+}
+
 TEST(TraceFile, TriesALineThatCannotBeWrittenOnce)
 {
     static int count;

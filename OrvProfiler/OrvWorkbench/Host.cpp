@@ -81,6 +81,7 @@ CHost::CHost(uint32_t processId, const wchar_t* assemblyPath, const wchar_t* typ
     : m_assemblyPath(assemblyPath), m_typeName(typeName)
 {
     g_sharePid = processId;
+    // cppcheck-suppress useInitializationList ; after the share's id, as whoever sees the events may ask for it
     m_pEvents = std::make_unique<CWBEvent>(processId);
     BindRuntime();
 }
