@@ -389,6 +389,23 @@ TEST_F(Workbench, EndsWithoutAResponseWhenAnExceptionReachesTheLoop)
     EXPECT_FALSE(m_client.IsSignalled(9));
 }
 
+// An access violation in what the runtime calls, for example.
+TEST_F(Workbench, EndsInTheSameWayWhenAWindowsExceptionReachesTheLoop)
+{
+    StartServing(WorkbenchRuntime::Scripted);
+    m_client.WriteText(L"raise=0xC0000005");
+    m_client.Signal(1);
+    EXPECT_EQ(1U, Process().WaitForExit());
+    EXPECT_TRUE(LogIs(
+        Join({StartLines(),
+              WaitLines(L"EV_LOAD"),
+              {L"CHost::Run Command is Load: raise=0xC0000005", L"CHost::Run WorkBench Exception in main loop", L""},
+              ExitLines()})));
+    EXPECT_THAT(m_client.Messages(), ElementsAre(Posted(c_ready, false, false), Sent(c_exiting, false, false)));
+    EXPECT_FALSE(m_client.IsSignalled(8));
+    EXPECT_FALSE(m_client.IsSignalled(9));
+}
+
 TEST_F(Workbench, EndsWhenAnExceptionLeavesTheBreakpoint)
 {
     const EnvironmentVariable breakpoint(L"ORV_SCRIPT_BREAKPOINT", L"throw");

@@ -1,5 +1,6 @@
 #include "OrvProfiler/OrvWorkbench/Host.h"
 
+#include "OrvProfiler/OrvWorkbench/CrashFilter.h"
 #include "OrvProfiler/OrvWorkbench/RuntimeHost.h"
 #include "OrvProfiler/ProxyShare.h"
 #include "OrvProfiler/Trace.h"
@@ -67,6 +68,19 @@ TString ReadCommandText()
     }
     text[length] = L'\0';
     return TString(text);
+}
+
+// What follows the main loop, however it ended.
+void End()
+{
+    TraceText(L"CHost::Run", L"WorkBench Exiting\n");
+    SendMessageW(g_hZephWnd, WM_WORKBENCH_EXITING, 0, 0);
+}
+
+void EndAfterException()
+{
+    TraceText(L"CHost::Run", L"WorkBench Exception in main loop\n");
+    End();
 }
 } // namespace
 
@@ -190,16 +204,17 @@ int CHost::Run()
         return 0;
     }
     PostMessageW(g_hZephWnd, WM_WORKBENCH_READY, 0, 0);
+    const CCrashFilter crashFilter(EndAfterException, c_exitCode);
     try
     {
         ServeCommands();
     }
     catch (...)
     {
-        TraceText(function, L"WorkBench Exception in main loop\n");
+        EndAfterException();
+        return 1;
     }
-    TraceText(function, L"WorkBench Exiting\n");
-    SendMessageW(g_hZephWnd, WM_WORKBENCH_EXITING, 0, 0);
+    End();
     return 1;
 }
 

@@ -52,6 +52,9 @@ constexpr const wchar_t* c_methodGetProperty = L"GetProperty";
 constexpr const wchar_t* c_methodSetProperty = L"SetProperty";
 constexpr const wchar_t* c_methodBreakpoint = L"OrvBreakPoint";
 
+// What the workbench exits with, except when arguments are missing.
+constexpr int c_exitCode = 1;
+
 // The body of the workbench: hosts the managed runtime, and serves the commands of one client. The runtime is bound
 // at version "v2.0.50727" and never stopped. Everything runs on the thread that constructs the host. One per process.
 class CHost
@@ -72,7 +75,8 @@ public:
 
     // Serves the client: tells its window that the workbench is ready, carries out commands until the stop event, a
     // failed or abandoned wait, or an exception, and tells the window that the workbench exits. Returns 1 then; 0 at
-    // once when there is no share or the client left no window in it.
+    // once when there is no share or the client left no window in it. After a Windows exception that the compiler's
+    // catch-all does not take, it does all that too, but ends the process instead of returning.
     int Run();
 
     // Calls a static method of the dispatcher type with one string. Returns the method's result, or ActionFail, with

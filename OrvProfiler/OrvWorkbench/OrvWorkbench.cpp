@@ -27,5 +27,5 @@ extern "C" int wmain(int argc, wchar_t** argv)
     // The outcome deliberately has no effect: whatever the mode word, the workbench does the same.
     static_cast<void>(mode.Equals(L"workbench", false));
     host.Run();
-    return 1;
+    return c_exitCode;
 }
