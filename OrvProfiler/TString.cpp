@@ -688,26 +688,25 @@ bool TString::Split(wchar_t separator, std::vector<TString>& list) const noexcep
     list.clear();
     if (IsEmpty())
         return false;
-    const wchar_t* cursor = m_buffer;
     try
     {
         // Every token gets its place at once: a list that grows copies its strings.
         list.reserve(Count(separator) + 1);
-        while (*cursor != L'\0')
-        {
-            TString& token = list.emplace_back();
-            NextToken(cursor, separator, token);
-            if (token.m_buffer != nullptr)
-                continue;
-            list.clear();
-            return false;
-        }
     }
     catch (const std::bad_alloc&)
     {
-        list.clear();
+        return false;
     }
-    return !list.empty();
+    for (const wchar_t* cursor = m_buffer; *cursor != L'\0';)
+    {
+        TString& token = list.emplace_back();
+        NextToken(cursor, separator, token);
+        if (token.m_buffer != nullptr)
+            continue;
+        list.clear();
+        return false;
+    }
+    return true;
 }
 
 bool TString::GetEnv(const wchar_t* name, TString& value) noexcept

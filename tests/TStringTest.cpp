@@ -391,6 +391,7 @@ TEST(TString, ReadsAndWritesUnitsInsideTheText)
     EXPECT_EQ(L'\0', text.GetAt(0xFFFFFFFFFFFFFFFFULL));
     EXPECT_EQ(L'a', text.First());
     EXPECT_EQ(L'c', text.Last());
+    EXPECT_EQ(L'x', TString(L"x").Last());
     text.SetAt(2, L'z');
     text.SetAt(3, L'q');
     text.SetAt(c_notFound, L'q');
@@ -720,21 +721,28 @@ TEST(TString, ReplaceMakesRoomForALargeReplacementAtOnce)
 
 TEST(TString, ReplaceWithoutMemoryLeavesTheStringUntouched)
 {
-    const std::wstring original = L"-" + Filled(600);
+    const std::wstring front = L"-" + Filled(600);
+    const std::wstring back = Filled(600) + L"-";
     const std::wstring large = Filled(600, L'L');
-    // The first work block, its growth for copied units, its growth for a replacement.
+    // The first work block, its growth for the text behind and before a match, its growth for a replacement.
     struct Case
     {
-        const wchar_t* from;
+        const std::wstring& original;
         const wchar_t* to;
         unsigned successes;
     };
-    for (const Case& example : {Case{L"-", L"+", 0}, {L"-", L"+", 1}, {L"-", L"+", 2}, {L"-", large.c_str(), 1}})
+    for (const Case& example : {Case{front, L"+", 0},
+                                {front, L"+", 1},
+                                {front, L"+", 2},
+                                {back, L"+", 1},
+                                {back, L"+", 2},
+                                {front, large.c_str(), 1}})
     {
+        const std::wstring& original = example.original;
         TString text(original.c_str());
         AllocationProbe heap;
         heap.FailRequest(example.successes + 1);
-        const uint64_t count = text.Replace(example.from, example.to);
+        const uint64_t count = text.Replace(L"-", example.to);
         heap.StopFailing();
         EXPECT_TRUE(heap.HasFailed());
         EXPECT_EQ(0U, count);
@@ -781,6 +789,8 @@ TEST(TString, TrimsOneEnd)
     EXPECT_STREQ(L"  a", TString::TrimRight(L"  a  ", L" "));
     EXPECT_STREQ(L"", TString::TrimLeft(L"   ", L" "));
     EXPECT_STREQ(L"", TString::TrimRight(L"   ", L" "));
+    const wchar_t blanks[] = L"   ";
+    EXPECT_STREQ(L"", TString::TrimRight(blanks + 2, L" "));
     EXPECT_STREQ(L" a ", TString::TrimLeft(L" a ", L""));
     EXPECT_STREQ(L" a ", TString::TrimRight(L" a ", L""));
     EXPECT_STREQ(L"", TString::TrimLeft(L"", L" "));
@@ -918,6 +928,9 @@ TEST(TString, SplitsIntoAListOfItsOwn)
     const std::unique_ptr<std::vector<TString>> list(TString(L"a;;b;").Split(L';'));
     ASSERT_NE(nullptr, list);
     EXPECT_THAT(Texts(*list), ElementsAre(L"a", L"", L"b"));
+    const std::unique_ptr<std::vector<TString>> leading(TString(L";a").Split(L';'));
+    ASSERT_NE(nullptr, leading);
+    EXPECT_THAT(Texts(*leading), ElementsAre(L"", L"a"));
     EXPECT_EQ(nullptr, TString(L"abc").Split(L';'));
     EXPECT_EQ(nullptr, TString(L"").Split(L';'));
     EXPECT_EQ(nullptr, TString(L"abc").Split(L'\0'));
