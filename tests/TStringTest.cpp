@@ -1067,6 +1067,48 @@ TEST(TString, AnEnvironmentVariableThatGoesBetweenTheCallsIsMissing)
     EXPECT_STREQ(L"old", value);
 }
 
+TEST(TString, SearchesTheWholeStringByDefault)
+{
+    const TString text(L"abca");
+    EXPECT_EQ(0U, text.Find(L'a'));
+    EXPECT_EQ(0U, text.Find(L"a"));
+    EXPECT_EQ(3U, text.ReverseFind(L'a'));
+    EXPECT_EQ(4U, text.ReverseFind(L""));
+}
+
+TEST(TString, TakesOneUnitMoreThanALongEnvironmentVariableNeeds)
+{
+    const Variable variable(Filled(5000));
+    TString value;
+    AllocationProbe heap;
+    EXPECT_TRUE(TString::GetEnv(variable.Name(), value));
+    EXPECT_THAT(heap.Requests(), ElementsAre(1024 * 2, 5002 * 2, 5001 * 2));
+}
+
+// The two borders of what the second call may say. Its buffer holds an empty text before.
+TEST(TString, TakesAnEnvironmentVariableThatFillsItsBlock)
+{
+    static wchar_t before;
+    TString value(L"old");
+    {
+        const Redirect<decltype(GetEnvironmentVariableW)> redirect(
+            "GetEnvironmentVariableW", [](const wchar_t*, wchar_t* buffer, DWORD size) -> DWORD {
+                if (size == 1024)
+                    return 1500;
+                before = buffer[0];
+                std::wmemset(buffer, L'v', 1500);
+                buffer[1500] = L'\0';
+                return 1500;
+            });
+        // What the block is likely to hold when nobody writes to it.
+        std::vector<wchar_t> used(1501, L'u');
+        used = {};
+        EXPECT_TRUE(TString::GetEnv(L"any", value));
+    }
+    EXPECT_EQ(L'\0', before);
+    EXPECT_EQ(Filled(1500, L'v'), value.GetBuffer());
+}
+
 TEST(TString, ReadingTheEnvironmentWithoutMemoryFails)
 {
     const Variable variable(Filled(2000));
