@@ -329,24 +329,26 @@ const wchar_t* DeviceToDrivePath(const wchar_t* path) noexcept
 
 namespace
 {
-// The text that a path is parsed from: lowered, with backslashes, without the long-path prefix. Without a buffer when
-// memory is short.
-TString Spelling(const TString& text) noexcept
+// Makes the text that a path is parsed from: lowered, with backslashes, without the long-path prefix. Returns false
+// when memory is short.
+bool Spell(const TString& text, TString& spelling) noexcept
 {
-    TString spelling(text);
+    spelling = text;
     if (spelling.IsEmpty())
-        return spelling;
+        return spelling.GetBuffer() != nullptr;
     spelling.MakeLower();
     spelling.Replace(L'/', L'\\');
     if (const wchar_t* const share = SkipPrefix(spelling, c_longNetworkPrefix))
     {
         TString network(c_networkPrefix);
         network.Append(share);
-        return network;
+        if (network.GetBuffer() == nullptr)
+            return false;
+        spelling = network;
     }
-    if (const wchar_t* const path = SkipPrefix(spelling, c_longPrefix))
-        return {path};
-    return spelling;
+    else if (const wchar_t* const path = SkipPrefix(spelling, c_longPrefix))
+        spelling = path;
+    return spelling.GetBuffer() != nullptr;
 }
 
 uint32_t KindOf(const TString& text) noexcept
@@ -417,10 +419,9 @@ bool CPath::Parse(const wchar_t* text) noexcept
     // The text may be one of this path's own.
     const TString given(text);
     Clear();
-    const TString spelling = Spelling(given);
+    TString spelling;
     m_givenText = given;
-    bool complete =
-        given.GetBuffer() != nullptr && spelling.GetBuffer() != nullptr && m_givenText.GetBuffer() != nullptr;
+    bool complete = given.GetBuffer() != nullptr && m_givenText.GetBuffer() != nullptr && Spell(given, spelling);
     try
     {
         complete = complete && TakeSpelling(spelling);

@@ -26,6 +26,7 @@ TEST(AssemblyPath, IsTheProgramsBaseNameWithDll)
         {L"C:\\any\\", L".dll"},
         {L"C:\\a.ny\\", L".dll"},
         {L".", L".dll"},
+        {L"\\", L".dll"},
         {L"", L".dll"},
         {L"C:\\\x00FC\x4E2D\\\x20AC.exe", L"\x20AC.dll"},
         {L"C:\\" + longName + L".x\\" + longName + L".exe", longName + L".dll"},

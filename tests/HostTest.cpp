@@ -18,7 +18,17 @@ constexpr HRESULT Status(unsigned long value)
 {
     return static_cast<HRESULT>(value);
 }
+
+// Before any test has made a host.
+const uint32_t g_firstSharePid = g_sharePid;
+const HWND g_firstWindow = g_hZephWnd;
 } // namespace
+
+TEST(CHost, IsOfNoProcessAndNoWindowBeforeThereIsOne)
+{
+    EXPECT_EQ(0U, g_firstSharePid);
+    EXPECT_EQ(nullptr, g_firstWindow);
+}
 
 TEST(ActionResult, HasTheNumbersOfTheManagedSide)
 {
@@ -293,6 +303,19 @@ TEST_F(Host, ReportsAnIdleMessageAnsweredWithZeroAndGoesOn)
                                 L"CHost::Breakpoint entering IDLE breakpoint\n\n", L"runtime OrvBreakPoint \"\"\n",
                                 L"CHost::Breakpoint breakpointed workbench ok\n\n"));
     }
+}
+
+TEST_F(Host, HandsTheRuntimeAReturnValueOfZero)
+{
+    std::vector<DWORD> values;
+    m_method = [&](const ManagedCall&, DWORD* returnValue) {
+        values.push_back(*returnValue);
+        return S_OK;
+    };
+    CHost host(m_id, c_assembly, c_type);
+    EXPECT_EQ(0, host.Execute(L"Invoke", L"text"));
+    EXPECT_EQ(5, host.Breakpoint());
+    EXPECT_THAT(values, ElementsAre(0U, 0U));
 }
 
 TEST_F(Host, ReportsABreakpointThatTheRuntimeRefuses)

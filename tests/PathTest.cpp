@@ -164,10 +164,10 @@ TEST(CNetDrives, LayoutIsFixed)
 {
     MappedDrives world({{L'X', L"\\\\srv\\share"}});
     // Bits above the 26th are no drives.
-    world.SetMask(0x80800004);
+    world.SetMask(0x84800004);
     const CNetDrives drives;
     const NetDrivesFields fields(drives);
-    EXPECT_EQ(0x80800004U, fields.drives);
+    EXPECT_EQ(0x84800004U, fields.drives);
     EXPECT_EQ(0x00800004U, fields.scanned);
     EXPECT_STREQ(L"X:\\\\srv\\share", fields.entries[0]);
     EXPECT_EQ(11U, fields.lengths[0]);
@@ -544,6 +544,12 @@ ORV_TEST_IN_OWN_PROCESS(DeviceToDrivePath, FindsTheDriveOfADevice)
     RequireTranslation(L"\\Device\\HarddiskVolume2", L"C:\\");
     RequireTranslation(L"\\??\\C:\\work\\f", L"S:\\f");
     RequireTranslation(L"\\Device\\Odd\\;N:123\\f", L"N:\\f");
+}
+
+ORV_TEST_IN_OWN_PROCESS(DeviceToDrivePath, TheLetterAloneIsNoLogonMarker)
+{
+    const DosDevices world(DosDevices::Devices{{L"O:\\", L"\\Device\\Even\\;Other\\b"}});
+    RequireTranslation(L"\\Device\\Even\\;Other\\b\\f", L"O:\\f");
 }
 
 ORV_TEST_IN_OWN_PROCESS(DeviceToDrivePath, TheFirstDriveWinsEvenInTheMiddleOfAName)
@@ -955,9 +961,19 @@ TEST(CPath, ClearForgetsEverything)
 
 TEST(CPath, ParsingWithoutMemoryClearsThePath)
 {
-    for (const auto& [text, result] :
-         {std::pair{L"\\\\?\\UNC\\srv\\share\\new.txt", L"\\\\srv\\share\\new.txt"},
-          std::pair{L"\\dir\\new.txt", L"\\dir\\new.txt"}, std::pair{L"\\\\?\\name", L"name"}})
+    struct Case
+    {
+        std::wstring text;
+        std::wstring result;
+        std::wstring fileName;
+    };
+    const std::wstring longName(400, L'n');
+    for (const auto& [text, result, fileName] : {
+             Case{L"\\\\?\\UNC\\srv\\share\\new.txt", L"\\\\srv\\share\\new.txt", L"new.txt"},
+             Case{L"\\dir\\new.txt", L"\\dir\\new.txt", L"new.txt"},
+             Case{L"\\\\?\\name", L"name", L"name"},
+             Case{longName, longName, longName},
+         })
     {
         unsigned refused = 0;
         for (unsigned n = 1;; ++n)
@@ -966,16 +982,23 @@ TEST(CPath, ParsingWithoutMemoryClearsThePath)
             CPath path = Parsed(L"c:\\a.txt");
             AllocationProbe heap;
             heap.FailRequest(n);
-            const bool parsed = path.Parse(text);
+            const bool parsed = path.Parse(text.c_str());
             heap.StopFailing();
             refused += parsed ? 0 : 1;
-            EXPECT_STREQ(parsed ? result : L"", path.GetText()) << n;
+            // What could not grow is without a buffer, which is empty too.
+            EXPECT_EQ(!parsed, path.GetText().IsEmpty()) << n;
+            EXPECT_EQ(!parsed, path.GetFileName().IsEmpty()) << n;
+            if (parsed)
+            {
+                EXPECT_STREQ(result.c_str(), path.GetText()) << n;
+                EXPECT_STREQ(fileName.c_str(), path.GetFileName()) << n;
+            }
             EXPECT_EQ(parsed || path.GetComponentCount() == 0, true) << n;
             if (!heap.HasFailed())
                 break;
         }
         // Where one string failed, another try may have succeeded; a list has only one.
-        EXPECT_TRUE(refused > 0 || std::wstring(result) == L"name");
+        EXPECT_TRUE(refused > 0 || result == L"name");
     }
     EXPECT_TRUE(HeapIsConsistent());
 }
@@ -1302,6 +1325,21 @@ TEST(CPath, TheCurrentDirectoryWithoutMemoryIsNone)
     }
 }
 
+TEST(CPath, TheCurrentDirectoryIsTakenAsItIsWithoutMemoryForItsLongForm)
+{
+    const Redirect<decltype(GetCurrentDirectoryW)> current("GetCurrentDirectoryW", DirectoryAnswers::Current);
+    const Redirect<decltype(GetLongPathNameW)> longPath("GetLongPathNameW", DirectoryAnswers::Long);
+    DirectoryAnswers::directory = L"C:\\Progra~1\\x";
+    DirectoryAnswers::longForm = L"C:\\Program Files\\x";
+    CPath path;
+    AllocationProbe heap;
+    heap.FailRequest(2);
+    const bool taken = path.FromCurrentDirectory();
+    EXPECT_TRUE(heap.HasFailed());
+    EXPECT_TRUE(taken);
+    EXPECT_STREQ(L"c:\\progra~1\\x", path.GetText());
+}
+
 TEST(CPath, TellsWhatExists)
 {
     const TemporaryFolder folder;
@@ -1329,6 +1367,11 @@ TEST(CPath, CreatesAFolder)
     EXPECT_TRUE(CPath::CreateDir(path.c_str()));
     EXPECT_TRUE(Parsed(path.c_str()).IsDirectory());
     EXPECT_FALSE(CPath::CreateDir(path.c_str()));
+    const CurrentDirectory back;
+    ASSERT_TRUE(SetCurrentDirectoryW(path.c_str()));
+    EXPECT_FALSE(CPath::Exists(L"x"));
+    EXPECT_TRUE(CPath::CreateDir(L"x"));
+    EXPECT_TRUE(CPath::Exists(L"x"));
     EXPECT_FALSE(CPath::CreateDir((folder.Path() + L"\\none\\new").c_str()));
     EXPECT_FALSE(CPath::CreateDir(L""));
     EXPECT_FALSE(CPath::CreateDir(nullptr));
