@@ -3,6 +3,7 @@
 #include "OrvProfiler/ProxySecurity.h"
 #include "OrvProfiler/ProxyShare.h"
 #include "OrvProfiler/Trace.h"
+#include "tests/support/AllocationProbe.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -57,6 +58,7 @@ public:
     ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
     ULONG STDMETHODCALLTYPE Release() override
     {
+        const AllocationProbe::Unwatched unwatched;
         ++g_test->m_releases;
         Note(L"runtime release");
         if (g_test->m_release)
@@ -65,6 +67,7 @@ public:
     }
     HRESULT STDMETHODCALLTYPE Start() override
     {
+        const AllocationProbe::Unwatched unwatched;
         Note(L"runtime start");
         return g_test->m_startStatus;
     }
@@ -88,6 +91,7 @@ public:
     HRESULT STDMETHODCALLTYPE ExecuteInDefaultAppDomain(LPCWSTR assembly, LPCWSTR type, LPCWSTR method,
                                                         LPCWSTR argument, DWORD* returnValue) override
     {
+        const AllocationProbe::Unwatched unwatched;
         Note(L"runtime " + Text(method) + L" \"" + Text(argument) + L"\"");
         g_test->m_calls.push_back({Text(assembly), Text(type), Text(method), Text(argument)});
         return g_test->m_method(g_test->m_calls.back(), returnValue);
@@ -152,6 +156,7 @@ Host::~Host()
 HRESULT WINAPI Host::Bind(LPCWSTR version, LPCWSTR flavour, DWORD flags, REFCLSID classId, REFIID interfaceId,
                           LPVOID* host)
 {
+    const AllocationProbe::Unwatched unwatched;
     Note(L"runtime bind " + Text(version) + L" " + Text(flavour) + L" " + Hex(flags, 1) + L" " + GuidText(classId) +
          L" " + GuidText(interfaceId));
     *host = g_test->m_bindGivesHost ? static_cast<ICLRRuntimeHost*>(&g_runtime) : nullptr;
@@ -161,6 +166,7 @@ HRESULT WINAPI Host::Bind(LPCWSTR version, LPCWSTR flavour, DWORD flags, REFCLSI
 
 BOOL WINAPI Host::Post(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
 {
+    const AllocationProbe::Unwatched unwatched;
     Note(L"window posted " + Hex(reinterpret_cast<uintptr_t>(window), 1) + L" " + Hex(message, 1) + L" " +
          Hex(wParam, 1) + L" " + Hex(static_cast<uint64_t>(lParam), 1));
     return g_test->m_sendAnswer != 0 ? TRUE : FALSE;
@@ -168,6 +174,7 @@ BOOL WINAPI Host::Post(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
 
 LRESULT WINAPI Host::Send(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
 {
+    const AllocationProbe::Unwatched unwatched;
     Note(L"window sent " + Hex(reinterpret_cast<uintptr_t>(window), 1) + L" " + Hex(message, 1) + L" " +
          Hex(wParam, 1) + L" " + Hex(static_cast<uint64_t>(lParam), 1));
     SetLastError(g_test->m_sendError);
@@ -176,6 +183,7 @@ LRESULT WINAPI Host::Send(HWND window, UINT message, WPARAM wParam, LPARAM lPara
 
 DWORD WINAPI Host::WaitForEvents(DWORD count, const HANDLE* handles, BOOL all, DWORD timeoutMs)
 {
+    const AllocationProbe::Unwatched unwatched;
     const bool complete = std::none_of(handles, handles + count, [](HANDLE handle) { return handle == nullptr; });
     if (count != 8 || all != FALSE || timeoutMs != 10000 || !complete)
     {

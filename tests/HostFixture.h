@@ -69,6 +69,8 @@ protected:
         m_waits.push_back({result, std::move(meanwhile)});
     }
 
+    void ForgetWaits() { m_waits.clear(); }
+
     // Whether the event of a slot is signalled; clears it.
     bool TakeSignal(unsigned slot) const;
     bool EventExists(unsigned slot) const;

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <utility>
 
 namespace
 {
@@ -118,6 +117,18 @@ void WatchedFree(void* block)
 }
 } // namespace
 
+AllocationProbe::Unwatched::Unwatched() noexcept : m_wasWatched(IsWatched())
+{
+    if (m_wasWatched)
+        g_watch.thread = 0;
+}
+
+AllocationProbe::Unwatched::~Unwatched()
+{
+    if (m_wasWatched)
+        g_watch.thread = GetCurrentThreadId();
+}
+
 // Each real function is known before anything can call its replacement: making the next redirection allocates.
 AllocationProbe::AllocationProbe()
 {
@@ -149,9 +160,8 @@ std::vector<size_t> AllocationProbe::Requests() const
 {
     const size_t count = std::min(g_watch.requestCount, c_requestsKept);
     const size_t first = g_watch.requestCount - count;
-    const DWORD thread = std::exchange(g_watch.thread, 0);
+    const Unwatched unwatched;
     std::vector<size_t> requests(count);
-    g_watch.thread = thread;
     for (size_t i = 0; i < count; ++i)
         requests[i] = g_watch.requests[(first + i) % c_requestsKept];
     return requests;

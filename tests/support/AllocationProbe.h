@@ -14,6 +14,20 @@ class AllocationProbe
 public:
     static constexpr size_t c_maxBlocks = 4096;
 
+    // What the watched thread takes while one of these lives is the test's own: it is not counted and does not fail.
+    // Does nothing on another thread, or when nothing is watched.
+    class Unwatched
+    {
+    public:
+        Unwatched() noexcept;
+        ~Unwatched();
+        Unwatched(const Unwatched&) = delete;
+        Unwatched& operator=(const Unwatched&) = delete;
+
+    private:
+        bool m_wasWatched;
+    };
+
     AllocationProbe();
     ~AllocationProbe();
     AllocationProbe(const AllocationProbe&) = delete;

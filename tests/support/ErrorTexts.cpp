@@ -1,5 +1,7 @@
 #include "tests/support/ErrorTexts.h"
 
+#include "tests/support/AllocationProbe.h"
+
 #include <windows.h>
 
 #include <cwchar>
@@ -9,6 +11,7 @@ namespace
 {
 DWORD WriteText(DWORD, const void*, DWORD error, DWORD, wchar_t* buffer, DWORD size, char**)
 {
+    const AllocationProbe::Unwatched unwatched;
     const std::wstring text = L"<error " + std::to_wstring(error) + L">";
     SetLastError(ERROR_MR_MID_NOT_FOUND);
     if (text.size() >= size)

@@ -1,5 +1,7 @@
 #include "tests/support/NamespaceWorld.h"
 
+#include "tests/support/AllocationProbe.h"
+
 #include <windows.h>
 
 #include <winternl.h>
@@ -175,6 +177,7 @@ struct NamespaceStandIn
 
     static void WINAPI DeleteBoundary(HANDLE boundary)
     {
+        const AllocationProbe::Unwatched unwatched;
         g_world->Record(L"DeleteBoundaryDescriptor " + BoundaryName(boundary));
         --g_world->m_openBoundaries;
         delete static_cast<Boundary*>(boundary);

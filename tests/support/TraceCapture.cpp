@@ -1,5 +1,7 @@
 #include "tests/support/TraceCapture.h"
 
+#include "tests/support/AllocationProbe.h"
+
 #include <algorithm>
 #include <cwctype>
 #include <mutex>
@@ -11,6 +13,7 @@ std::vector<std::wstring> g_lines;
 
 void Collect(const wchar_t* line)
 {
+    const AllocationProbe::Unwatched unwatched;
     const std::lock_guard<std::mutex> lock(g_mutex);
     g_lines.emplace_back(line);
 }
