@@ -1,7 +1,6 @@
 #include "tests/FaultScenario.h"
 
 #include "tests/ShareSupport.h"
-#include "tests/support/AllocationProbe.h"
 #include "tests/support/SystemProbe.h"
 
 #include <windows.h>
@@ -123,22 +122,19 @@ void Write(const std::wstring& text)
 
 void Note(const wchar_t* what, int64_t value)
 {
-    const SystemFaults::Paused paused;
-    const AllocationProbe::Unwatched unwatched;
+    const TestsOwn own;
     Write(what + (L" " + std::to_wstring(value)));
 }
 
 void Note(const wchar_t* what, const wchar_t* value)
 {
-    const SystemFaults::Paused paused;
-    const AllocationProbe::Unwatched unwatched;
+    const TestsOwn own;
     Write(what + (L" " + std::wstring(value != nullptr ? value : L"(null)")));
 }
 
 void NoteIfHeld(const std::wstring& kernelName)
 {
-    const SystemFaults::Paused paused;
-    const AllocationProbe::Unwatched unwatched;
+    const TestsOwn own;
     HANDLE const mutex = OpenMutexW(SYNCHRONIZE | MUTEX_MODIFY_STATE, FALSE, kernelName.c_str());
     if (mutex == nullptr)
         return;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tests/support/AllocationProbe.h"
 #include "tests/support/SystemFaults.h"
 #include "tests/support/TraceCapture.h"
 
@@ -31,7 +32,14 @@ using FaultTable = std::vector<FaultRow>;
 // As the last of a row: to the last call that there is.
 constexpr unsigned c_lastCall = 0xFFFFFFFF;
 
-// Adds a line "= what value" to the transcript. For a scenario's steps; neither its calls nor its memory count.
+// What a scenario does while one of these lives is the test's own: neither its calls nor its memory count.
+struct TestsOwn
+{
+    SystemFaults::Paused paused;
+    AllocationProbe::Unwatched unwatched;
+};
+
+// Adds a line "= what value" to the transcript.
 void Note(const wchar_t* what, int64_t value);
 void Note(const wchar_t* what, const wchar_t* value);
 

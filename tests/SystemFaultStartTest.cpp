@@ -2,7 +2,6 @@
 #include "OrvProfiler/ProxySecurity.h"
 #include "OrvProfiler/VersionRecord.h"
 #include "tests/FaultScenario.h"
-#include "tests/support/AllocationProbe.h"
 #include "tests/support/ErrorTexts.h"
 #include "tests/support/NamespaceWorld.h"
 #include "tests/support/TokenStandIn.h"
@@ -242,7 +241,7 @@ TEST(SystemFaults, TheManagerOfASystemWithNamespaces)
         }
         Note(L"open boundaries", world.OpenBoundaries());
         Note(L"open namespaces", static_cast<int64_t>(world.OpenNamespaces()));
-        const AllocationProbe::Unwatched unwatched;
+        const TestsOwn own;
         world.ClearCalls();
     });
     scenario.ExpectForEachCall(NamespaceStartFaults());
