@@ -1,0 +1,326 @@
+#include "OrvProfiler/ProxyPrivate.h"
+#include "OrvProfiler/ProxySecurity.h"
+#include "OrvProfiler/ProxyShare.h"
+#include "tests/FaultScenario.h"
+#include "tests/ShareSupport.h"
+#include "tests/support/ErrorTexts.h"
+#include "tests/support/SystemProbe.h"
+
+#include <windows.h>
+
+#include <gtest/gtest.h>
+#include <memory>
+
+// The thread table of the share and the private data block, with any one call failing.
+
+namespace
+{
+using Texts = std::vector<std::pair<std::wstring, std::wstring>>;
+
+std::wstring KernelName(const std::wstring& name)
+{
+    return g_SecManager.BuildObjectName(0xFFFFFFFF, name.c_str());
+}
+
+void NoteHeldMutexes(const std::wstring& shareName)
+{
+    const TestsOwn own;
+    for (unsigned i = 0; i < 7; ++i)
+        NoteIfHeld(KernelName(shareName + L"_" + std::to_wstring(i)));
+}
+
+// The rows of a mapping that is opened or created and of its mutexes.
+FaultTable MappingRows()
+{
+    return {
+        {"InitializeSecurityDescriptor",
+         1,
+         c_lastCall,
+         {L"+CProxySecManager::OrvPCreateACL OrvPCreateACL\n<error 1305>\n"}},
+        {"SetSecurityDescriptorDacl",
+         1,
+         c_lastCall,
+         {L"+CProxySecManager::OrvPCreateACL OrvPCreateACL\n<error 1338>\n"}},
+        {"OpenProcess", 1, c_lastCall, {L"+CProxySecManager::GetSessionForProcess OpenProcess Failed\n<error 5>\n"}},
+        {"OpenProcessToken",
+         1,
+         c_lastCall,
+         {L"+CProxySecManager::GetSessionForProcess OpenProcessToken Failed\n<error 5>\n"}},
+        {"GetTokenInformation",
+         1,
+         c_lastCall,
+         {L"+CProxySecManager::GetSessionForProcess GetTokenInformation Failed\n<error 5>\n"}},
+        {"CloseHandle", 1, c_lastCall, {}},
+        {"UnmapViewOfFile", 1, c_lastCall, {}},
+    };
+}
+} // namespace
+
+FaultTable ThreadTableFaults()
+{
+    FaultTable table = MappingRows();
+    const FaultTable own = {
+        {"CreateMutexW", 1, c_lastCall, {L"+CProxySecManager::OrvPCreateMutex CreateMutex Failed <error 1450>\n"}},
+        {"MapViewOfFile",
+         1,
+         1,
+         {L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_0\n",
+          L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_1\n",
+          L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_2\n",
+          L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_3\n",
+          L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_4\n",
+          L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_5\n",
+          L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_6\n",
+          L"-= Create 1",
+          L"-CProxyShare::AddThread Thread name(r) id(0x00000007) tindex (0)\n",
+          L"-CProxyShare::AddThread Thread count now 1\n",
+          L"-= AddThread 1",
+          L"-= tindex 0",
+          L"-CProxyShare::AddThread Thread name(name) id(0x00000008) tindex (1)\n",
+          L"-CProxyShare::AddThread Thread count now 2\n",
+          L"-= AddThread 1",
+          L"-= tindex 1",
+          L"-CProxyShare::SetAllThreadsState all threads running\n\n",
+          L"-= SetAllThreadsState 1",
+          L"-CProxyShare::Record tindex(1) RecordMode(Auto Recording)\n",
+          L"-= Record 1",
+          L"-= SetControl 1",
+          L"-CProxyShare::RemoveThread Thread name() id(00000000) tindex (0)\n",
+          L"-CProxyShare::RemoveThread Thread count now 1\n",
+          L"-= RemoveThread 1",
+          L"-CProxyShare::RemoveThread Thread name() id(00000000) tindex (1)\n",
+          L"-CProxyShare::RemoveThread Thread count now 0\n",
+          L"-= RemoveThread 1",
+          L"+= Create 0",
+          L"+= AddThread 0",
+          L"+= tindex -1",
+          L"+= AddThread 0",
+          L"+= tindex -1",
+          L"+= SetAllThreadsState 0",
+          L"+= Record 0",
+          L"+= SetControl 0",
+          L"+= RemoveThread 0",
+          L"+= RemoveThread 0"}},
+        {"OpenFileMappingW",
+         1,
+         1,
+         {L"+CProxySecManager::OrvPOpenFileMapping Failed with <error 5>\n",
+          L"+CProxyMap::OpenMap Open returned: <error 5>\n",
+          L"+CProxySecManager::OrvPCreateFileMapping Create Named File Map: {ns}{share}\n",
+          L"+CProxyMap::Create created share {share} successfully \n"}},
+        {"VirtualQuery",
+         1,
+         1,
+         {L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_0\n",
+          L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_1\n",
+          L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_2\n",
+          L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_3\n",
+          L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_4\n",
+          L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_5\n",
+          L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_6\n",
+          L"-= Create 1",
+          L"-CProxyShare::AddThread Thread name(r) id(0x00000007) tindex (0)\n",
+          L"-CProxyShare::AddThread Thread count now 1\n",
+          L"-= AddThread 1",
+          L"-= tindex 0",
+          L"-CProxyShare::AddThread Thread name(name) id(0x00000008) tindex (1)\n",
+          L"-CProxyShare::AddThread Thread count now 2\n",
+          L"-= AddThread 1",
+          L"-= tindex 1",
+          L"-CProxyShare::SetAllThreadsState all threads running\n\n",
+          L"-= SetAllThreadsState 1",
+          L"-CProxyShare::Record tindex(1) RecordMode(Auto Recording)\n",
+          L"-= Record 1",
+          L"-= SetControl 1",
+          L"-CProxyShare::RemoveThread Thread name() id(00000000) tindex (0)\n",
+          L"-CProxyShare::RemoveThread Thread count now 1\n",
+          L"-= RemoveThread 1",
+          L"-CProxyShare::RemoveThread Thread name() id(00000000) tindex (1)\n",
+          L"-CProxyShare::RemoveThread Thread count now 0\n",
+          L"-= RemoveThread 1",
+          L"+CProxyShare::OnMapped share {share} is smaller than 116197744 bytes\n",
+          L"+= Create 0",
+          L"+= AddThread 0",
+          L"+= tindex -1",
+          L"+= AddThread 0",
+          L"+= tindex -1",
+          L"+= SetAllThreadsState 0",
+          L"+= Record 0",
+          L"+= SetControl 0",
+          L"+= RemoveThread 0",
+          L"+= RemoveThread 0"}},
+        {"WaitForSingleObject", 1, c_lastCall, {}},
+        {"ReleaseMutex", 1, c_lastCall, {}},
+    };
+    table.insert(table.end(), own.begin(), own.end());
+    return table;
+}
+
+TEST(SystemFaults, TheThreadTable)
+{
+    TraceCapture trace;
+    const ErrorTexts errors;
+    const unsigned id = GetCurrentProcessId();
+    const std::wstring name = L"OrvProfiler" + HexId(id);
+    const ForeignMapping client(KernelName(name), ForeignMapping::c_shareSize, PAGE_READWRITE);
+    ThreadSlot record{};
+    record.threadId = 7;
+    record.name[0] = L'r';
+    static unsigned char control[71520];
+    FaultScenario scenario(trace,
+                           [&] {
+                               CProxyShare share;
+                               Note(L"Create", share.Create(id) ? 1 : 0);
+                               int32_t tindex = -1;
+                               Note(L"AddThread", share.AddThread(&tindex, record) ? 1 : 0);
+                               Note(L"tindex", tindex);
+                               Note(L"AddThread", share.AddThread(&tindex, 8, L"detail", L"name") ? 1 : 0);
+                               Note(L"tindex", tindex);
+                               Note(L"SetAllThreadsState", share.SetAllThreadsState(0x20) ? 1 : 0);
+                               Note(L"Record", share.Record(1, 4) ? 1 : 0);
+                               Note(L"SetControl", share.SetControl(control) ? 1 : 0);
+                               NoteHeldMutexes(name);
+                               Note(L"RemoveThread", share.RemoveThread(0, false) ? 1 : 0);
+                               Note(L"RemoveThread", share.RemoveThread(1, false) ? 1 : 0);
+                               Note(L"RemoveThread", share.RemoveThread(1, false) ? 1 : 0);
+                               NoteHeldMutexes(name);
+                           },
+                           {{KernelName(L""), L"{ns}"}, {name, L"{share}"}});
+    scenario.ExpectForEachCall(ThreadTableFaults());
+}
+
+FaultTable PrivateDataFaults()
+{
+    FaultTable table = MappingRows();
+    const FaultTable own = {
+        {"CreateFileMappingW",
+         1,
+         1,
+         {L"-CProxyMap::Create created share {block} successfully \n",
+          L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}AgentDataMutex\n",
+          L"-= Create 1",
+          L"+CProxySecManager::OrvPCreateFileMapping Failed with <error 1455>\n",
+          L"+CProxyMap::Create create share {block} failed\n<error 1455>\n",
+          L"+= Create 0",
+          L"-CProxyMap::Open opened share {block} successfully\n",
+          L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}AgentDataMutex\n",
+          L"-= Open 1",
+          L"-= LockData 1",
+          L"-= SetText 1",
+          L"-= LockData 1",
+          L"-= SetText 1",
+          L"-= text text",
+          L"+CProxySecManager::OrvPOpenFileMapping Failed with <error 2>\n",
+          L"+CProxyMap::OpenMap Open returned: <error 2>\n",
+          L"+CProxyMap::Open failed to open share {block}\n<error 2>\n",
+          L"+= Open 0",
+          L"+= LockData 0",
+          L"+= SetText 0",
+          L"+= LockData 0",
+          L"+= SetText 0",
+          L"+= text (null)"}},
+        {"CreateMutexW",
+         1,
+         c_lastCall,
+         {L"+CProxySecManager::OrvPCreateMutex CreateMutex Failed <error 1450>\n", L"-= LockData 1",
+          L"+= LockData 0"}},
+        {"MapViewOfFile",
+         1,
+         1,
+         {L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}AgentDataMutex\n", L"-= Create 1", L"+= Create 0",
+          L"-= LockData 1", L"-= SetText 1", L"+= LockData 0", L"+= SetText 0", L"-= text text", L"+= text (null)"}},
+        {"MapViewOfFile",
+         2,
+         2,
+         {L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}AgentDataMutex\n", L"-= Open 1", L"-= LockData 1",
+          L"-= SetText 1", L"+CProxyMap::Open failed to open share {block}\n<error 8>\n", L"+= Open 0",
+          L"+= LockData 0", L"+= SetText 0"}},
+        {"OpenFileMappingW",
+         1,
+         1,
+         {L"-CProxySecManager::OrvPOpenFileMapping Failed with <error 2>\n",
+          L"-CProxyMap::OpenMap Open returned: <error 2>\n",
+          L"+CProxySecManager::OrvPOpenFileMapping Failed with <error 5>\n",
+          L"+CProxyMap::OpenMap Open returned: <error 5>\n"}},
+        {"OpenFileMappingW",
+         2,
+         2,
+         {L"-CProxyMap::Open opened share {block} successfully\n",
+          L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}AgentDataMutex\n", L"-= Open 1", L"-= LockData 1",
+          L"-= SetText 1", L"+CProxySecManager::OrvPOpenFileMapping Failed with <error 5>\n",
+          L"+CProxyMap::OpenMap Open returned: <error 5>\n",
+          L"+CProxyMap::Open failed to open share {block}\n<error 5>\n", L"+= Open 0", L"+= LockData 0",
+          L"+= SetText 0"}},
+        {"VirtualQuery", 1, 1, {}},
+        {"VirtualQuery",
+         2,
+         2,
+         {L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}AgentDataMutex\n",
+          L"-= Create 1",
+          L"+CProxyPrivate::OnMapped share {block} is smaller than 18376 bytes\n",
+          L"+= Create 0",
+          L"-CProxyMap::Open opened share {block} successfully\n",
+          L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}AgentDataMutex\n",
+          L"-= Open 1",
+          L"-= LockData 1",
+          L"-= SetText 1",
+          L"-= LockData 1",
+          L"-= SetText 1",
+          L"-= text text",
+          L"+CProxySecManager::OrvPOpenFileMapping Failed with <error 2>\n",
+          L"+CProxyMap::OpenMap Open returned: <error 2>\n",
+          L"+CProxyMap::Open failed to open share {block}\n<error 2>\n",
+          L"+= Open 0",
+          L"+= LockData 0",
+          L"+= SetText 0",
+          L"+= LockData 0",
+          L"+= SetText 0",
+          L"+= text (null)"}},
+        {"VirtualQuery",
+         3,
+         3,
+         {L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}AgentDataMutex\n", L"-= Open 1", L"-= LockData 1",
+          L"-= SetText 1", L"+CProxyPrivate::OnMapped share {block} is smaller than 18376 bytes\n",
+          L"+CProxyMap::Open failed to open share {block}\n<error 87>\n", L"+= Open 0", L"+= LockData 0",
+          L"+= SetText 0"}},
+        {"WaitForSingleObject", 1, c_lastCall, {L"-= LockData 1", L"+= LockData 0"}},
+        {"ReleaseMutex", 1, c_lastCall, {}},
+        {"FormatMessageW",
+         1,
+         1,
+         {L"-CProxySecManager::OrvPOpenFileMapping Failed with <error 2>\n",
+          L"+CProxySecManager::OrvPOpenFileMapping Failed with \n"}},
+        {"FormatMessageW",
+         2,
+         2,
+         {L"-CProxyMap::OpenMap Open returned: <error 2>\n", L"+CProxyMap::OpenMap Open returned: \n"}},
+    };
+    table.insert(table.end(), own.begin(), own.end());
+    return table;
+}
+
+TEST(SystemFaults, ThePrivateData)
+{
+    TraceCapture trace;
+    const ErrorTexts errors;
+    const unsigned id = GetCurrentProcessId();
+    const std::wstring base = FreshName(L"OrvFault");
+    const std::wstring name = base + HexId(id);
+    FaultScenario scenario(trace,
+                           [&] {
+                               CProxyPrivate creator(base.c_str());
+                               Note(L"Create", creator.Create(id, 100) ? 1 : 0);
+                               CProxyPrivate opener(base.c_str());
+                               Note(L"Open", opener.Open(id) ? 1 : 0);
+                               for (CProxyPrivate* const data : {&creator, &opener})
+                               {
+                                   Note(L"LockData", data->LockData() != nullptr ? 1 : 0);
+                                   Note(L"SetText", data->SetText(L"text") ? 1 : 0);
+                                   data->UnlockData();
+                               }
+                               Note(L"text", creator.GetText());
+                               NoteIfHeld(KernelName(L"AgentDataMutex"));
+                           },
+                           {{KernelName(L""), L"{ns}"}, {name, L"{block}"}});
+    scenario.ExpectForEachCall(PrivateDataFaults());
+}
