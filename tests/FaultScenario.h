@@ -96,3 +96,5 @@ FaultTable ThreadTableFaults();
 FaultTable PrivateDataFaults();
 FaultTable ProxyEventFaults();
 FaultTable ProcessQueryFaults();
+FaultTable FileFaults();
+FaultTable TextFaults();
