@@ -50,6 +50,16 @@ void* CProxyMap::GetView()
     return m_pView;
 }
 
+// The name for the system. Null, with the last error set, when there was no memory for the name or for the base word
+// in it: what there is then would be another mapping's name.
+const wchar_t* CProxyMap::KernelName() const noexcept
+{
+    if (m_baseName.GetBuffer() != nullptr && m_name.GetBuffer() != nullptr)
+        return m_name;
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return nullptr;
+}
+
 HANDLE CProxyMap::OpenMap(uint32_t id)
 {
     constexpr const wchar_t* function = L"CProxyMap::OpenMap";
@@ -58,7 +68,7 @@ HANDLE CProxyMap::OpenMap(uint32_t id)
     m_name = FormatSlot(L"%s%8.8x", m_baseName.GetBuffer(), m_id);
     const uint32_t session = g_SecManager.GetSessionForProcess(m_id);
     Trace(L"%6.0f %s Open Map Name: %s\n", TickMs(), function, m_name.GetBuffer());
-    HANDLE const map = g_SecManager.OrvPOpenFileMapping(session, FILE_MAP_READ | FILE_MAP_WRITE, false, m_name);
+    HANDLE const map = g_SecManager.OrvPOpenFileMapping(session, FILE_MAP_READ | FILE_MAP_WRITE, false, KernelName());
     if (map == nullptr)
         Trace(L"%6.0f %s Open returned: %s\n", TickMs(), function, ErrorText(GetLastError()));
     return map;
@@ -91,9 +101,9 @@ void CProxyMap::CreateMapping(uint64_t size, const wchar_t* fileName)
     SECURITY_DESCRIPTOR descriptor{};
     g_SecManager.OrvPCreateACL(&attributes, &descriptor);
     const uint32_t session = g_SecManager.GetSessionForProcess(m_id);
-    m_hMap =
-        g_SecManager.OrvPCreateFileMapping(session, m_hFile, &attributes, PAGE_READWRITE,
-                                           static_cast<uint32_t>(size >> 32), static_cast<uint32_t>(size), m_name);
+    m_hMap = g_SecManager.OrvPCreateFileMapping(session, m_hFile, &attributes, PAGE_READWRITE,
+                                                static_cast<uint32_t>(size >> 32), static_cast<uint32_t>(size),
+                                                KernelName());
     if (m_hMap != nullptr)
         Trace(L"%6.0f %s created share %s successfully \n", TickMs(), function, m_name.GetBuffer());
     else

@@ -56,5 +56,6 @@ protected:
     uint32_t m_id = 0;
 
 private:
+    const wchar_t* KernelName() const noexcept;
     void CreateMapping(uint64_t size, const wchar_t* fileName);
 };

@@ -7,7 +7,9 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <cwchar>
+#include <exception>
 #include <gtest/gtest.h>
 #include <iostream>
 
@@ -15,6 +17,7 @@ namespace
 {
 // How long another process may hold a mutex that it shares with the scenario.
 constexpr DWORD c_longestHoldMs = 5000;
+const std::wstring c_raised = L"= raised ";
 
 // What is taken with one function is given back with another.
 constexpr struct
@@ -28,6 +31,17 @@ constexpr struct
     {{"_wfindfirst64", ""}, "_findclose"},
     {{"OpenPrivateNamespaceW", "CreatePrivateNamespaceW"}, "ClosePrivateNamespace"},
 };
+
+FaultLines Signed(wchar_t sign, std::initializer_list<FaultLines> parts)
+{
+    FaultLines lines;
+    for (const FaultLines& part : parts)
+    {
+        for (const std::wstring& line : part)
+            lines.push_back(sign + line);
+    }
+    return lines;
+}
 
 // The lines that make one list into the other: a longest common subsequence stays.
 FaultLines Changes(const FaultLines& before, const FaultLines& after)
@@ -57,6 +71,17 @@ FaultLines Changes(const FaultLines& before, const FaultLines& after)
             changes.push_back(L"+" + after[j++]);
     }
     return changes;
+}
+
+// When an exception has ended a run, that and the line before stand for all that did not come to pass.
+FaultLines ChangesWithoutMemory(const FaultLines& usual, const FaultLines& lines)
+{
+    if (lines.empty() || lines.back().rfind(c_raised, 0) != 0)
+        return Changes(usual, lines);
+    const FaultLines before(lines.begin(), lines.end() - 1);
+    const auto end = before.empty() ? usual.rend() : std::find(usual.rbegin(), usual.rend(), before.back());
+    const std::wstring last = before.empty() ? L"(nothing)" : before.back();
+    return Changes({usual.begin(), end.base()}, before) + FaultLines{lines.back() + L" after: " + last};
 }
 
 std::wstring Replaced(std::wstring text, const std::wstring& from, const std::wstring& to)
@@ -116,20 +141,36 @@ bool IsHeld(HANDLE mutex)
 
 void Write(const std::wstring& text)
 {
-    OutputDebugStringW((L"     0 = " + text).c_str());
+    OutputDebugStringW((L"     0 " + text).c_str());
 }
 } // namespace
+
+FaultLines Without(std::initializer_list<FaultLines> parts)
+{
+    return Signed(L'-', parts);
+}
+
+FaultLines With(std::initializer_list<FaultLines> parts)
+{
+    return Signed(L'+', parts);
+}
+
+FaultLines operator+(FaultLines first, const FaultLines& second)
+{
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
 
 void Note(const wchar_t* what, int64_t value)
 {
     const TestsOwn own;
-    Write(what + (L" " + std::to_wstring(value)));
+    Write(std::wstring(L"= ") + what + (L" " + std::to_wstring(value)));
 }
 
 void Note(const wchar_t* what, const wchar_t* value)
 {
     const TestsOwn own;
-    Write(what + (L" " + std::wstring(value != nullptr ? value : L"(null)")));
+    Write(std::wstring(L"= ") + what + (L" " + std::wstring(value != nullptr ? value : L"(null)")));
 }
 
 void NoteIfHeld(const std::wstring& kernelName)
@@ -139,7 +180,7 @@ void NoteIfHeld(const std::wstring& kernelName)
     if (mutex == nullptr)
         return;
     if (IsHeld(mutex))
-        Write(L"held " + kernelName);
+        Write(L"= held " + kernelName);
     CloseHandle(mutex);
 }
 
@@ -160,6 +201,20 @@ FaultLines FaultScenario::Lines() const
     return lines;
 }
 
+// What is raised is a part of the transcript.
+void FaultScenario::RunBody()
+{
+    try
+    {
+        m_body();
+    }
+    catch (const std::exception& exception)
+    {
+        const TestsOwn own;
+        Write(c_raised + std::wstring(exception.what(), exception.what() + std::strlen(exception.what())));
+    }
+}
+
 // One run, and the blocks that it leaves. Counting starts as late as possible: what a test needs for itself calls the
 // system too.
 size_t FaultScenario::RunOnce(const std::function<void()>& start)
@@ -170,7 +225,7 @@ size_t FaultScenario::RunOnce(const std::function<void()>& start)
         const AllocationProbe::Unwatched unwatched;
         start();
     }
-    m_body();
+    RunBody();
     m_faults.Stop();
     return probe.LiveBlocks();
 }
@@ -292,7 +347,7 @@ void FaultScenario::ExpectForMemory(const std::vector<FaultLines>& ways, bool on
                 probe.FailRequest(n);
             else
                 probe.FailFrom(n);
-            m_body();
+            RunBody();
             probe.StopFailing();
             m_faults.Stop();
             failed = probe.HasFailed();
@@ -300,7 +355,7 @@ void FaultScenario::ExpectForMemory(const std::vector<FaultLines>& ways, bool on
         }
         const std::string what = "request " + std::to_string(n);
         EXPECT_EQ(blocks, 0U) << what;
-        const FaultLines changes = Changes(m_usual, Lines());
+        const FaultLines changes = ChangesWithoutMemory(m_usual, Lines());
         if (!failed)
         {
             EXPECT_TRUE(changes.empty()) << Shown(changes);

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <string>
 #include <utility>
 #include <vector>
@@ -28,6 +29,11 @@ struct FaultRow
     FaultLines changes;
 };
 using FaultTable = std::vector<FaultRow>;
+
+// For rows: lines that are missing, lines that are new, and lists one behind the other.
+FaultLines Without(std::initializer_list<FaultLines> parts);
+FaultLines With(std::initializer_list<FaultLines> parts);
+FaultLines operator+(FaultLines first, const FaultLines& second);
 
 // As the last of a row: to the last call that there is.
 constexpr unsigned c_lastCall = 0xFFFFFFFF;
@@ -71,6 +77,7 @@ public:
 
 private:
     size_t RunOnce(const std::function<void()>& start);
+    void RunBody();
     FaultLines Lines() const;
     void WarmUp();
     std::vector<std::pair<std::string, unsigned>> CountCalls();

@@ -1,16 +1,18 @@
+#include "OrvProfiler/EntryPoint.h"
 #include "OrvProfiler/Trace.h"
 #include "tests/support/AllocationProbe.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/GuardedBlock.h"
 #include "tests/support/ImportRedirect.h"
 #include "tests/support/PageEdge.h"
+#include "tests/support/SystemFaults.h"
 #include "tests/support/SystemProbe.h"
 #include "tests/support/TraceCapture.h"
 
 #include <windows.h>
 
 #include <cstdlib>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <new>
 #include <vector>
 
@@ -201,6 +203,115 @@ TEST(AllocationProbe, RefusesOneRequestOrAllThatFollow)
     for (void* const block : {first, third, fourth})
         g_free(block);
     EXPECT_EQ(0U, heap.LiveBlocks());
+}
+
+TEST(AllocationProbe, LetsAnExceptionPassWhenThereIsNoMemoryAtAll)
+{
+    AllocationProbe heap;
+    heap.FailFrom(1);
+    bool raised = false;
+    try
+    {
+        g_delete(g_new(50));
+    }
+    catch (const std::bad_alloc&)
+    {
+        raised = true;
+    }
+    heap.StopFailing();
+    EXPECT_TRUE(raised);
+    EXPECT_EQ(0U, heap.LiveBlocks());
+}
+
+TEST(AllocationProbe, LeavesOutWhatIsTheTestsOwn)
+{
+    AllocationProbe heap;
+    heap.FailFrom(1);
+    void* own = nullptr;
+    {
+        const AllocationProbe::Unwatched unwatched;
+        own = g_malloc(10);
+    }
+    void* const refused = g_malloc(10);
+    heap.StopFailing();
+    EXPECT_NE(nullptr, own);
+    EXPECT_EQ(nullptr, refused);
+    EXPECT_EQ(0U, heap.LiveBlocks());
+    EXPECT_THAT(heap.Requests(), testing::ElementsAre(10));
+    g_free(own);
+}
+
+namespace
+{
+// Calls of the test program, through its import table.
+HANDLE MakeEvent()
+{
+    return CreateEventW(nullptr, TRUE, FALSE, nullptr);
+}
+
+BOOL CloseEvent(HANDLE event)
+{
+    return CloseHandle(event);
+}
+} // namespace
+
+TEST(SystemFaults, FailsTheCallAskedForAndCountsThoseThatAreNotTheTestsOwn)
+{
+    SystemFaults faults;
+    CloseEvent(MakeEvent());
+    EXPECT_EQ(0U, faults.Calls("CreateEventW"));
+    faults.FailCall("CreateEventW", 2);
+    HANDLE const first = MakeEvent();
+    HANDLE own = nullptr;
+    {
+        const SystemFaults::Paused paused;
+        own = MakeEvent();
+    }
+    EXPECT_FALSE(faults.HasFailed());
+    SetLastError(0);
+    HANDLE const second = MakeEvent();
+    const DWORD error = GetLastError();
+    HANDLE const third = MakeEvent();
+    faults.Stop();
+    EXPECT_TRUE(faults.HasFailed());
+    EXPECT_NE(nullptr, first);
+    EXPECT_NE(nullptr, own);
+    EXPECT_EQ(nullptr, second);
+    EXPECT_EQ(1450U, error);
+    EXPECT_NE(nullptr, third);
+    EXPECT_EQ(3U, faults.Calls("CreateEventW"));
+    EXPECT_EQ(2U, faults.Successes("CreateEventW"));
+    for (HANDLE const event : {first, own, third})
+        CloseEvent(event);
+    EXPECT_THROW(faults.FailCall("NoSuchFunction", 1), std::runtime_error);
+}
+
+TEST(SystemFaults, LetsACallThatGivesBackDoSoBeforeItFails)
+{
+    const unsigned handles = OpenHandleCount();
+    SystemFaults faults;
+    faults.FailCall("CloseHandle", 1);
+    HANDLE const event = MakeEvent();
+    EXPECT_FALSE(CloseEvent(event));
+    EXPECT_EQ(0U, faults.SurplusReleases());
+    EXPECT_FALSE(CloseEvent(event));
+    EXPECT_EQ(1U, faults.SurplusReleases());
+    EXPECT_FALSE(CloseEvent(nullptr));
+    faults.Stop();
+    EXPECT_EQ(1U, faults.SurplusReleases());
+    EXPECT_EQ(1U, faults.Successes("CloseHandle"));
+    EXPECT_EQ(handles, OpenHandleCount());
+}
+
+TEST(SystemFaults, ReachesWhatIsLookedUp)
+{
+    SystemFaults faults;
+    const auto getId =
+        EntryPointAs<decltype(GetProcessId)>(LookUpEntryPoint(GetModuleHandleW(L"kernel32"), "GetProcessId"));
+    faults.FailCall("GetProcessId", 1);
+    EXPECT_EQ(0U, getId(GetCurrentProcess()));
+    EXPECT_EQ(GetCurrentProcessId(), getId(GetCurrentProcess()));
+    EXPECT_EQ(2U, faults.Calls("GetProcessId"));
 }
 
 TEST(GuardedBlock, EndsWithItsPage)

@@ -187,7 +187,7 @@ std::vector<std::string> Difference(const std::set<std::string>& from, const std
 } // namespace
 
 // A new call of the system in the product needs a row in a table, or a reason why it has none.
-TEST(SystemFaults, EveryFunctionThatTheProductCallsHasARowOrAReason)
+TEST(FaultTables, EveryFunctionThatTheProductCallsHasARowOrAReason)
 {
     const std::set<std::string> product = ProductImports();
     EXPECT_GT(product.size(), 80U);
@@ -197,7 +197,7 @@ TEST(SystemFaults, EveryFunctionThatTheProductCallsHasARowOrAReason)
 }
 
 // What is in the list of reasons must not be in a table, and every function that can be made to fail is.
-TEST(SystemFaults, EveryFunctionIsOnOneSideOnly)
+TEST(FaultTables, EveryFunctionIsOnOneSideOnly)
 {
     std::set<std::string> both;
     const std::set<std::string> with = FunctionsWithRow();

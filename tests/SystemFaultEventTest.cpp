@@ -194,38 +194,72 @@ FaultTable ProxyEventFaults()
     return table;
 }
 
-TEST(SystemFaults, TheProxyEvents)
+class ProxyEvents : public testing::Test
 {
-    TraceCapture trace;
-    const ErrorTexts errors;
-    const unsigned id = GetCurrentProcessId();
-    const std::wstring mutex = FreshName(L"OrvFaultMutex");
-    const std::wstring event = L"Event7_" + HexId(id);
-    const Redirect<decltype(MsgWaitForMultipleObjectsEx)> wait("MsgWaitForMultipleObjectsEx", Respond);
-    const std::wstring kernelMutex = g_SecManager.BuildObjectName(0xFFFFFFFF, mutex.c_str());
-    HWND const window = CreateWindowExW(0, L"STATIC", L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
-    ASSERT_NE(window, nullptr);
-    FaultScenario scenario(
-        trace,
-        [&] {
-            SignalAndWait(id);
-            NoteOpened(L"ReadyEvent", CProxyEvent::ReadyEvent(id));
-            {
-                CProxyAccess access(0xFFFFFFFF, mutex.c_str());
-                Note(L"Lock", access.Lock(0) ? 1 : 0);
-                NoteOpened(L"OrvPOpenMutex", g_SecManager.OrvPOpenMutex(kernelMutex.c_str(), SYNCHRONIZE));
-                Note(L"Unlock", access.Unlock() ? 1 : 0);
-                NoteIfHeld(kernelMutex);
-            }
-            CProxyEvent pumping(id, window);
-            NoteOpened(L"OrvPOpenEvent", g_SecManager.OrvPOpenEvent(0xFFFFFFFF, SYNCHRONIZE, event.c_str()));
-            Note(L"WaitForResponse", pumping.WaitForResponse(60000) ? 1 : 0);
-            Note(L"ResponseWasOk", pumping.ResponseWasOk() ? 1 : 0);
-        },
-        {{g_SecManager.BuildObjectName(0xFFFFFFFF, L""), L"{ns}"},
-         {HexId(id), L"{id}"},
-         {L"OrvPReady" + std::to_wstring(id), L"OrvPReady{id}"},
-         {mutex, L"{mutex}"}});
-    scenario.ExpectForEachCall(ProxyEventFaults());
-    DestroyWindow(window);
+protected:
+    ProxyEvents()
+        : m_window(CreateWindowExW(0, L"STATIC", L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr))
+    {
+        EXPECT_NE(m_window, nullptr);
+    }
+    ~ProxyEvents() override { DestroyWindow(m_window); }
+
+    void Use() const
+    {
+        SignalAndWait(m_id);
+        NoteOpened(L"ReadyEvent", CProxyEvent::ReadyEvent(m_id));
+        {
+            CProxyAccess access(0xFFFFFFFF, m_mutex.c_str());
+            Note(L"Lock", access.Lock(0) ? 1 : 0);
+            NoteOpened(L"OrvPOpenMutex", g_SecManager.OrvPOpenMutex(m_kernelMutex.c_str(), SYNCHRONIZE));
+            Note(L"Unlock", access.Unlock() ? 1 : 0);
+            NoteIfHeld(m_kernelMutex);
+        }
+        CProxyEvent pumping(m_id, m_window);
+        NoteOpened(L"OrvPOpenEvent", g_SecManager.OrvPOpenEvent(0xFFFFFFFF, SYNCHRONIZE, m_event.c_str()));
+        Note(L"WaitForResponse", pumping.WaitForResponse(60000) ? 1 : 0);
+        Note(L"ResponseWasOk", pumping.ResponseWasOk() ? 1 : 0);
+    }
+
+    TraceCapture m_trace;
+    ErrorTexts m_errors;
+    const unsigned m_id = GetCurrentProcessId();
+    const std::wstring m_mutex = FreshName(L"OrvFaultMutex");
+    const std::wstring m_kernelMutex = g_SecManager.BuildObjectName(0xFFFFFFFF, m_mutex.c_str());
+    const std::wstring m_event = L"Event7_" + HexId(m_id);
+    HWND m_window;
+    Redirect<decltype(MsgWaitForMultipleObjectsEx)> m_wait{"MsgWaitForMultipleObjectsEx", Respond};
+    FaultScenario m_scenario{m_trace,
+                             [this] { Use(); },
+                             {{g_SecManager.BuildObjectName(0xFFFFFFFF, L""), L"{ns}"},
+                              {HexId(m_id), L"{id}"},
+                              {L"OrvPReady" + std::to_wstring(m_id), L"OrvPReady{id}"},
+                              {m_mutex, L"{mutex}"}}};
+};
+
+TEST_F(ProxyEvents, BearAnyCallThatFails)
+{
+    m_scenario.ExpectForEachCall(ProxyEventFaults());
+}
+
+// A mask of events that cannot be had raises.
+TEST_F(ProxyEvents, BearAnyRequestForMemoryThatFails)
+{
+    m_scenario.ExpectForEachRequest({{},
+                                     {L"= raised std::bad_alloc after: (nothing)"},
+                                     {L"= raised std::bad_alloc after: = Wait 258"},
+                                     {L"= raised std::bad_alloc after: = SetQuietly 1"},
+                                     {L"= raised std::bad_alloc after: = Unlock 1"}});
+}
+
+TEST_F(ProxyEvents, BearTheEndOfMemory)
+{
+    m_scenario.ExpectFromEachRequest(
+        {{L"= raised std::bad_alloc after: (nothing)"},
+         {L"= raised std::bad_alloc after: = Wait 258"},
+         {L"= raised std::bad_alloc after: = SetQuietly 1"},
+         {L"= raised std::bad_alloc after: = Unlock 1"},
+         {L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}{mutex}\n", L"-= Lock 1", L"+= Lock 0",
+          L"-= OrvPOpenMutex 1", L"+CProxySecManager::OrvPOpenMutex Open Mutex Failed <error 2>\n",
+          L"+= OrvPOpenMutex 0", L"= raised std::bad_alloc after: = Unlock 1"}});
 }

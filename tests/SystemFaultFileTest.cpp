@@ -163,7 +163,7 @@ FaultTable FileFaults()
     };
 }
 
-TEST(SystemFaults, PathsAndFiles)
+TEST(Files, BearAnyCallThatFails)
 {
     TraceCapture trace;
     const ErrorTexts errors;
@@ -225,7 +225,7 @@ FaultTable TextFaults()
     };
 }
 
-TEST(SystemFaults, Texts)
+TEST(Texts, BearAnyCallThatFails)
 {
     TraceCapture trace;
     const ErrorTexts errors;

@@ -225,37 +225,69 @@ FaultTable ProcessQueryFaults()
     };
 }
 
-TEST(SystemFaults, TheProcessQueries)
+class ProcessQueries : public testing::Test
 {
-    TraceCapture trace;
-    const ErrorTexts errors;
-    const std::wstring ready = FreshName(L"ready");
-    const ChildProcess child = ChildProcess::StartRole(L"Sit", {ready});
-    Meeting(ready).Wait();
-    RebuiltManager manager;
-    const ModernSystem system;
-    const OneService services;
-    TokenStandIn token;
-    token.AnswerGroups({{MakeSid(1, {0}), 7}, {MakeSid(5, {32, 544}), 7}});
-    DeviceToDrivePath(L"\\Device\\Nothing"); // keeps its table
-    FaultScenario scenario(
-        trace,
-        [&] {
-            NoteProcess(GetCurrentProcessId());
-            NoteProcess(child.Id());
-            Note(L"administrator", g_SecManager.IsRunAsAdmin(GetCurrentProcess()));
-            Note(L"service", g_SecManager.IsProcessAService(GetCurrentProcessId()) ? 1 : 0);
-            Note(L"own id", g_SecManager.GetProcessIdOfHandle(GetCurrentProcess()) == GetCurrentProcessId() ? 1 : 0);
-            Note(L"64 bits", g_SecManager.Is64BitProcess(GetCurrentProcess()) ? 1 : 0);
-            Note(L"architecture", g_SecManager.GetArchitecture(OwnPath()));
-            Note(L"privilege", g_SecManager.OrvPHasPrivilege(GetCurrentProcess(), L"SeDebugPrivilege"));
-            const CVersionRecord version(OwnPath());
-            Note(L"company", version.CompanyName().IsEmpty() ? 0 : 1);
-            Note(L"product", version.ProductName());
-            Note(L"description", version.FileDescription().IsEmpty() ? 0 : 1);
-            Note(L"version", version.ProductVersion());
-        },
-        {{OwnPath(), L"{program}"}});
-    manager.Rebuild();
-    scenario.ExpectForEachCall(ProcessQueryFaults());
+protected:
+    ProcessQueries()
+    {
+        Meeting(m_ready).Wait();
+        m_token.AnswerGroups({{MakeSid(1, {0}), 7}, {MakeSid(5, {32, 544}), 7}});
+        DeviceToDrivePath(L"\\Device\\Nothing"); // keeps its table
+        m_manager.Rebuild();
+    }
+
+    void Ask() const
+    {
+        NoteProcess(GetCurrentProcessId());
+        NoteProcess(m_child.Id());
+        Note(L"administrator", g_SecManager.IsRunAsAdmin(GetCurrentProcess()));
+        Note(L"service", g_SecManager.IsProcessAService(GetCurrentProcessId()) ? 1 : 0);
+        Note(L"own id", g_SecManager.GetProcessIdOfHandle(GetCurrentProcess()) == GetCurrentProcessId() ? 1 : 0);
+        Note(L"64 bits", g_SecManager.Is64BitProcess(GetCurrentProcess()) ? 1 : 0);
+        Note(L"architecture", g_SecManager.GetArchitecture(OwnPath()));
+        Note(L"privilege", g_SecManager.OrvPHasPrivilege(GetCurrentProcess(), L"SeDebugPrivilege"));
+        const CVersionRecord version(OwnPath());
+        Note(L"company", version.CompanyName().IsEmpty() ? 0 : 1);
+        Note(L"product", version.ProductName());
+        Note(L"description", version.FileDescription().IsEmpty() ? 0 : 1);
+        Note(L"version", version.ProductVersion());
+    }
+
+    TraceCapture m_trace;
+    ErrorTexts m_errors;
+    const std::wstring m_ready = FreshName(L"ready");
+    const ChildProcess m_child = ChildProcess::StartRole(L"Sit", {m_ready});
+    RebuiltManager m_manager;
+    ModernSystem m_system;
+    OneService m_services;
+    TokenStandIn m_token;
+    FaultScenario m_scenario{m_trace, [this] { Ask(); }, {{OwnPath(), L"{program}"}}};
+};
+
+TEST_F(ProcessQueries, BearAnyCallThatFails)
+{
+    m_scenario.ExpectForEachCall(ProcessQueryFaults());
+}
+
+TEST_F(ProcessQueries, BearAnyRequestForMemoryThatFails)
+{
+    m_scenario.ExpectForEachRequest({
+        {},
+        {L"-= process 1", L"-= user 1", L"-= session known 1", L"-= groups 2", L"-= image 1", L"-= command line 1",
+         L"-= directory 1", L"+= process 0"},
+        {L"-= process 1", L"-= user 1", L"-= session known 1", L"-= groups 2", L"-= image 1", L"-= command line 1",
+         L"-= directory 1", L"+CProxySecManager::CProcess::GetUser <error 8>\n", L"+= process 0"},
+        {L"+CProxySecManager::CProcess::GetGroupMembership <error 8>\n", L"-= groups 2", L"+= groups 0"},
+        {L"-= groups 2", L"+= groups 1"},
+        {L"-= directory 1", L"+= directory 0"},
+        {L"-= command line 1", L"+= command line 0"},
+        {L"-= administrator 1", L"+CProxySecManager::IsRunAsAdmin <error 8>\n", L"+= administrator 0"},
+        {L"-= service 1", L"+= service 0"},
+        {L"-= company 1", L"-= product Produit", L"-= description 1", L"-= version 5.6.7.8", L"+= company 0",
+         L"+= product ", L"+= description 0", L"+= version "},
+        {L"-= company 1", L"-= product Produit", L"+= company 0", L"+= product ", L"-= version 5.6.7.8",
+         L"+= version "},
+        {L"-= company 1", L"+= company 0", L"-= version 5.6.7.8", L"+= version "},
+        {L"-= version 5.6.7.8", L"+= version "},
+    });
 }

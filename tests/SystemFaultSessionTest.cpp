@@ -49,14 +49,14 @@ const FaultLines c_mutexes = {
 };
 const FaultLines c_ready = {L"CHost::Run Zeph window is 0000000012345678\n", L"window posted 12345678 83f0 0 0\n"};
 const FaultLines c_wait = {L"CHost::Run Sleeping\n\n", L"CWBEvent::Wait Waiting\n\n"};
-const FaultLines c_load = {L"CWBEvent::Wait Event is EV_LOAD\n", L"CHost::Run Command is Load: text\n",
-                           L"runtime LoadAssembly \"text\"\n",
+const FaultLines c_load = {L"CWBEvent::Wait Event is EV_LOAD\n", L"CHost::Run Command is Load: {text}\n",
+                           L"runtime LoadAssembly \"{text}\"\n",
                            L"CHost::Run command succeeded, result = ActionSuccess\n"};
 const FaultLines c_success = {L"= response 8"};
 const FaultLines c_failure = {L"= response 9"};
 const FaultLines c_invoke = {L"CWBEvent::Wait Event is EV_INVOKE\n",
-                             L"CHost::Run Command is Invoke: text\n",
-                             L"runtime Invoke \"text\"\n",
+                             L"CHost::Run Command is Invoke: {text}\n",
+                             L"runtime Invoke \"{text}\"\n",
                              L"CHost::Breakpoint Workbench breakpoint\n\n",
                              L"CHost::Breakpoint setting response ok\n\n",
                              L"CHost::Breakpoint Sending IDLE state to HWND 0000000012345678\n",
@@ -72,31 +72,34 @@ const FaultLines c_waitError = {L"CWBEvent::Wait Error\n\n", L"CHost::Run error 
 const FaultLines c_noWindow = {L"CHost::Run Zeph window is 0000000000000000\n",
                                L"CHost::Run Zeph Window handle for notifications is NULL cant go on\n\n"};
 
-FaultLines Signed(wchar_t sign, std::initializer_list<FaultLines> parts)
+// A command text that there is no memory for is none.
+const FaultLines c_nullLoad = {L"-CHost::Run Command is Load: {text}\n", L"-runtime LoadAssembly \"{text}\"\n",
+                               L"+CHost::Run Command is Load: (null)\n", L"+runtime LoadAssembly \"(null)\"\n"};
+const FaultLines c_nullInvoke = {L"-CHost::Run Command is Invoke: {text}\n", L"-runtime Invoke \"{text}\"\n",
+                                 L"+CHost::Run Command is Invoke: (null)\n", L"+runtime Invoke \"(null)\"\n"};
+
+FaultLines EventLines()
 {
     FaultLines lines;
-    for (const FaultLines& part : parts)
-    {
-        for (const std::wstring& line : part)
-            lines.push_back(sign + line);
-    }
+    for (const wchar_t* name : c_eventNames)
+        lines.push_back(L"CProxySecManager::OrvPCreateEvent CreateEvent {ns}" + std::wstring(name) +
+                        L"{id} succeeded \n");
     return lines;
 }
 
-FaultLines Without(std::initializer_list<FaultLines> parts)
+// What a run that waits and then goes through inLoop does when one request for memory fails: nothing, since strings
+// ask again; or it misses one mutex, the events, or, the last of these, the share.
+std::vector<FaultLines> WaysWithoutMemory(const FaultLines& inLoop)
 {
-    return Signed(L'-', parts);
-}
-
-FaultLines With(std::initializer_list<FaultLines> parts)
-{
-    return Signed(L'+', parts);
-}
-
-FaultLines operator+(FaultLines first, const FaultLines& second)
-{
-    first.insert(first.end(), second.begin(), second.end());
-    return first;
+    std::vector<FaultLines> ways = {{}};
+    for (unsigned i = 0; i < 7; ++i)
+        ways.push_back({L"-" + c_mutexes[i]});
+    ways.push_back(Without({EventLines(), {c_wait.back()}, inLoop}) +
+                   FaultLines{L"+CHost::Run error in event management so  exiting\n\n"});
+    const FaultLines open = {L"CProxyShare::Create Size of Share is 116197744 bytes\n",
+                             L"CProxyMap::OpenMap Open Map Name: {share}\n"};
+    ways.push_back(Without({open, c_mutexes, c_ready, c_wait, inLoop, c_exit}));
+    return ways;
 }
 
 // The rows of the host's start and of the share, which end where the commands begin. served is what a run without a
@@ -174,6 +177,14 @@ protected:
                 Note(L"response", slot);
         }
     }
+    void NoteStrangeAssemblies() const
+    {
+        for (const ManagedCall& call : m_calls)
+        {
+            if (call.assembly != c_assembly || call.type != c_type)
+                Note(L"call of", (call.assembly + L" " + call.type).c_str());
+        }
+    }
     void NoteHeldMutexes() const
     {
         const TestsOwn own;
@@ -187,7 +198,7 @@ protected:
         m_calls.clear();
         // A share that is made anew is zeroed, the client's too.
         Client().SetWindow(c_window);
-        Client().SetText(L"text");
+        Client().SetText(m_text);
     }
     // One load, one invoke, then the stop.
     void ScriptCommands()
@@ -200,6 +211,7 @@ protected:
     // The share lives as long as the process; a run ends it.
     void EndShare()
     {
+        NoteStrangeAssemblies();
         NoteHeldMutexes();
         delete g_pShare;
     }
@@ -234,10 +246,16 @@ protected:
         return text;
     }
 
+    // Longer than a string is from its birth.
+    const std::wstring m_text = std::wstring(600, L'x');
+
     std::vector<std::pair<std::wstring, std::wstring>> Texts() const
     {
-        std::vector<std::pair<std::wstring, std::wstring>> texts = {
-            {KernelName(L""), L"{ns}"}, {m_shareName, L"{share}"}, {L"pid = " + m_hexId, L"pid = {id}"}};
+        std::vector<std::pair<std::wstring, std::wstring>> texts = {{KernelName(L""), L"{ns}"},
+                                                                    {m_shareName, L"{share}"},
+                                                                    {m_text, L"{text}"},
+                                                                    {HexId(m_id), L"{id}"},
+                                                                    {L"pid = " + m_hexId, L"pid = {id}"}};
         for (const wchar_t* name : c_eventNames)
             texts.emplace_back(name + m_hexId, name + std::wstring(L"{id}"));
         return texts;
@@ -283,11 +301,11 @@ FaultTable SessionFaults()
           L"-runtime start\n", L"-CHost::CHost Loaded Runtime\n", L"+CHost::CHost Failed to Loaded Runtime\n",
           L"+CHost::CHost #s\n",
           // the load
-          L"-runtime LoadAssembly \"text\"\n", L"-CHost::Run command succeeded, result = ActionSuccess\n",
+          L"-runtime LoadAssembly \"{text}\"\n", L"-CHost::Run command succeeded, result = ActionSuccess\n",
           L"+CHost::Execute ExecuteInDefaultAppDomain failed\n", L"+CHost::Run command failed, result = ActionFail\n",
           L"-= response 8", L"+= response 9",
           // the invoke, whose breakpoint still tells success first
-          L"-runtime Invoke \"text\"\n", L"+CHost::Execute ExecuteInDefaultAppDomain failed\n",
+          L"-runtime Invoke \"{text}\"\n", L"+CHost::Execute ExecuteInDefaultAppDomain failed\n",
           L"-runtime OrvBreakPoint \"\"\n", L"-= response 8", L"-CHost::Breakpoint breakpointed workbench ok\n\n",
           L"-CHost::Run command succeeded, result = ActionSuccess\n",
           L"+CHost::Breakpoint breakpointed workbench failed\n\n",
@@ -303,22 +321,63 @@ FaultTable SessionFaults()
     return table;
 }
 
-TEST_F(FaultyHost, ServesASession)
+class Session : public FaultyHost
 {
-    FaultScenario scenario(
-        m_trace,
-        [this] {
-            ClientIsReady();
-            ScriptCommands();
-            {
-                CHost host(m_id, c_assembly, c_type);
-                Note(L"Run", host.Run());
-                NoteResponses();
-            }
-            EndShare();
-        },
-        Texts());
-    scenario.ExpectForEachCall(SessionFaults());
+protected:
+    void Serve()
+    {
+        ClientIsReady();
+        ScriptCommands();
+        {
+            CHost host(m_id, c_assembly, c_type);
+            Note(L"Run", host.Run());
+            NoteResponses();
+        }
+        EndShare();
+    }
+
+    FaultScenario m_scenario{m_trace, [this] { Serve(); }, Texts()};
+};
+
+TEST_F(Session, BearsAnyCallThatFails)
+{
+    m_scenario.ExpectForEachCall(SessionFaults());
+}
+
+TEST_F(Session, BearsAnyRequestForMemoryThatFails)
+{
+    const FaultLines inLoop = c_load + c_wait + c_success + c_invoke + c_wait + c_success + c_stop;
+    std::vector<FaultLines> ways = WaysWithoutMemory(inLoop);
+    ways.back() = ways.back() + FaultLines{L"-= Run 1", L"+= Run 0"};
+    for (const FaultLines& way : {c_nullLoad, c_nullInvoke})
+        ways.push_back(way);
+    m_scenario.ExpectForEachRequest(ways);
+}
+
+// In the order in which they come: without events and share, without the share, without its name, without its
+// mutexes from some index on, without the texts.
+TEST_F(Session, BearsTheEndOfMemory)
+{
+    const FaultLines size = {L"CProxyShare::Create Size of Share is 116197744 bytes\n"};
+    const FaultLines name = {L"CProxyMap::OpenMap Open Map Name: {share}\n"};
+    const FaultLines served = c_ready + c_wait + c_load + c_wait + c_success + c_invoke + c_wait + c_success +
+                              c_stop + c_exit + FaultLines{L"= Run 1"};
+    std::vector<FaultLines> ways;
+    ways.push_back(Without({EventLines(), size, name, c_mutexes, served}) + With({{L"= Run 0"}}));
+    ways.push_back(Without({size, name, c_mutexes, served}) + With({{L"= Run 0"}}));
+    for (const wchar_t* none : {L"(null)", L"(null){id}"})
+        ways.push_back(Without({name, c_mutexes, served}) +
+                       With({{L"CProxyMap::OpenMap Open Map Name: " + std::wstring(none) + L"\n",
+                              L"CProxyMap::OpenMap Open returned: <error 8>\n",
+                              L"CProxyMap::Create create share " + std::wstring(none) + L" failed\n<error 8>\n",
+                              L"CHost::Init Failed to open share\n\n"},
+                             c_noWindow,
+                             {L"= Run 0"},
+                             c_failure}));
+    for (ptrdiff_t i = 0; i <= 7; ++i)
+        ways.push_back(Without({{c_mutexes.begin() + i, c_mutexes.begin() + 7}}) + c_nullLoad + c_nullInvoke);
+    ways.push_back(c_nullInvoke);
+    m_scenario.ExpectFromEachRequest(ways);
 }
 
 FaultTable WorkbenchFaults()
@@ -347,24 +406,38 @@ FaultTable WorkbenchFaults()
     return table;
 }
 
-TEST_F(FaultyHost, RunsTheProgram)
+class Workbench : public FaultyHost
 {
-    const std::wstring folder = FreshFolder();
-    g_logPath = folder + L"\\OrvWorkBench.log";
-    const Redirect<decltype(_wfopen_s)> log("_wfopen_s", OpenLog);
-    g_realOpen = log.Real();
-    std::wstring arguments[] = {L"c:\\folder\\OrvWorkBench64.exe", L"workbench", m_hexId, L"further"};
-    FaultScenario scenario(
-        m_trace,
-        [&] {
-            ClientIsReady();
-            wchar_t* texts[] = {arguments[0].data(), arguments[1].data(), arguments[2].data(), arguments[3].data(),
-                                nullptr};
-            Note(L"exit code", WorkbenchMain(4, texts));
-            NoteMissingLogLines();
-            EndShare();
-        },
-        Texts());
-    scenario.ExpectForEachCall(WorkbenchFaults());
-    RemoveDirectoryW(folder.c_str());
+protected:
+    Workbench()
+    {
+        g_logPath = m_folder + L"\\OrvWorkBench.log";
+        g_realOpen = m_open.Real();
+    }
+    ~Workbench() override { RemoveDirectoryW(m_folder.c_str()); }
+
+    void RunProgram()
+    {
+        ClientIsReady();
+        wchar_t* arguments[] = {m_arguments[0].data(), m_arguments[1].data(), m_arguments[2].data(),
+                                m_arguments[3].data(), nullptr};
+        Note(L"exit code", WorkbenchMain(4, arguments));
+        NoteMissingLogLines();
+        EndShare();
+    }
+
+    const std::wstring m_folder = FreshFolder();
+    Redirect<decltype(_wfopen_s)> m_open{"_wfopen_s", OpenLog};
+    std::wstring m_arguments[4] = {L"c:\\folder\\OrvWorkBench64.exe", L"workbench", m_hexId, L"further"};
+    FaultScenario m_scenario{m_trace, [this] { RunProgram(); }, Texts()};
+};
+
+TEST_F(Workbench, BearsAnyCallThatFails)
+{
+    m_scenario.ExpectForEachCall(WorkbenchFaults());
+}
+
+TEST_F(Workbench, BearsAnyRequestForMemoryThatFails)
+{
+    m_scenario.ExpectForEachRequest(WaysWithoutMemory(c_stop));
 }

@@ -156,37 +156,103 @@ FaultTable ThreadTableFaults()
     return table;
 }
 
-TEST(SystemFaults, TheThreadTable)
+class ThreadTable : public testing::Test
 {
-    TraceCapture trace;
-    const ErrorTexts errors;
-    const unsigned id = GetCurrentProcessId();
-    const std::wstring name = L"OrvProfiler" + HexId(id);
-    const ForeignMapping client(KernelName(name), ForeignMapping::c_shareSize, PAGE_READWRITE);
-    ThreadSlot record{};
-    record.threadId = 7;
-    record.name[0] = L'r';
-    static unsigned char control[71520];
-    FaultScenario scenario(trace,
-                           [&] {
-                               CProxyShare share;
-                               Note(L"Create", share.Create(id) ? 1 : 0);
-                               int32_t tindex = -1;
-                               Note(L"AddThread", share.AddThread(&tindex, record) ? 1 : 0);
-                               Note(L"tindex", tindex);
-                               Note(L"AddThread", share.AddThread(&tindex, 8, L"detail", L"name") ? 1 : 0);
-                               Note(L"tindex", tindex);
-                               Note(L"SetAllThreadsState", share.SetAllThreadsState(0x20) ? 1 : 0);
-                               Note(L"Record", share.Record(1, 4) ? 1 : 0);
-                               Note(L"SetControl", share.SetControl(control) ? 1 : 0);
-                               NoteHeldMutexes(name);
-                               Note(L"RemoveThread", share.RemoveThread(0, false) ? 1 : 0);
-                               Note(L"RemoveThread", share.RemoveThread(1, false) ? 1 : 0);
-                               Note(L"RemoveThread", share.RemoveThread(1, false) ? 1 : 0);
-                               NoteHeldMutexes(name);
-                           },
-                           {{KernelName(L""), L"{ns}"}, {name, L"{share}"}});
-    scenario.ExpectForEachCall(ThreadTableFaults());
+protected:
+    ThreadTable()
+    {
+        m_record.threadId = 7;
+        m_record.name[0] = L'r';
+    }
+
+    void ChangeThreads()
+    {
+        CProxyShare share;
+        Note(L"Create", share.Create(m_id) ? 1 : 0);
+        int32_t tindex = -1;
+        Note(L"AddThread", share.AddThread(&tindex, m_record) ? 1 : 0);
+        Note(L"tindex", tindex);
+        Note(L"AddThread", share.AddThread(&tindex, 8, L"detail", L"name") ? 1 : 0);
+        Note(L"tindex", tindex);
+        Note(L"SetAllThreadsState", share.SetAllThreadsState(0x20) ? 1 : 0);
+        Note(L"Record", share.Record(1, 4) ? 1 : 0);
+        Note(L"SetControl", share.SetControl(m_control) ? 1 : 0);
+        NoteHeldMutexes(m_name);
+        Note(L"RemoveThread", share.RemoveThread(0, false) ? 1 : 0);
+        Note(L"RemoveThread", share.RemoveThread(1, false) ? 1 : 0);
+        Note(L"RemoveThread", share.RemoveThread(1, false) ? 1 : 0);
+        NoteHeldMutexes(m_name);
+    }
+
+    TraceCapture m_trace;
+    ErrorTexts m_errors;
+    const unsigned m_id = GetCurrentProcessId();
+    const std::wstring m_name = L"OrvProfiler" + HexId(m_id);
+    ForeignMapping m_client{KernelName(m_name), ForeignMapping::c_shareSize, PAGE_READWRITE};
+    ThreadSlot m_record{};
+    unsigned char m_control[71520]{};
+    FaultScenario m_scenario{m_trace,
+                             [this] { ChangeThreads(); },
+                             {{KernelName(L""), L"{ns}"}, {m_name, L"{share}"}, {HexId(m_id), L"{id}"}}};
+};
+
+TEST_F(ThreadTable, BearsAnyCallThatFails)
+{
+    m_scenario.ExpectForEachCall(ThreadTableFaults());
+}
+
+// A mutex that cannot be had is missing alone.
+TEST_F(ThreadTable, BearsAnyRequestForMemoryThatFails)
+{
+    std::vector<FaultLines> ways = {{}};
+    for (unsigned i = 0; i < 7; ++i)
+        ways.push_back(
+            {L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_" + std::to_wstring(i) + L"\n"});
+    m_scenario.ExpectForEachRequest(ways);
+}
+
+// Without a name there is no share; later on, the mutexes from some index on are missing.
+TEST_F(ThreadTable, BearsTheEndOfMemory)
+{
+    std::vector<FaultLines> ways = {{}};
+    FaultLines missing;
+    for (unsigned i = 7; i-- > 0;)
+    {
+        missing =
+            Without({{L"CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_" + std::to_wstring(i) + L"\n"}}) +
+            missing;
+        ways.push_back(missing);
+    }
+    const FaultLines done = {L"= Create 1",
+                             L"CProxyShare::AddThread Thread name(r) id(0x00000007) tindex (0)\n",
+                             L"CProxyShare::AddThread Thread count now 1\n",
+                             L"= AddThread 1",
+                             L"= tindex 0",
+                             L"CProxyShare::AddThread Thread name(name) id(0x00000008) tindex (1)\n",
+                             L"CProxyShare::AddThread Thread count now 2\n",
+                             L"= AddThread 1",
+                             L"= tindex 1",
+                             L"CProxyShare::SetAllThreadsState all threads running\n\n",
+                             L"= SetAllThreadsState 1",
+                             L"CProxyShare::Record tindex(1) RecordMode(Auto Recording)\n",
+                             L"= Record 1",
+                             L"= SetControl 1",
+                             L"CProxyShare::RemoveThread Thread name() id(00000000) tindex (0)\n",
+                             L"CProxyShare::RemoveThread Thread count now 1\n",
+                             L"= RemoveThread 1",
+                             L"CProxyShare::RemoveThread Thread name() id(00000000) tindex (1)\n",
+                             L"CProxyShare::RemoveThread Thread count now 0\n",
+                             L"= RemoveThread 1"};
+    const FaultLines refused = {L"= Create 0",       L"= AddThread 0",          L"= tindex -1", L"= AddThread 0",
+                                L"= tindex -1",      L"= SetAllThreadsState 0", L"= Record 0",  L"= SetControl 0",
+                                L"= RemoveThread 0", L"= RemoveThread 0"};
+    for (const wchar_t* name : {L"(null)", L"(null){id}"})
+        ways.push_back(Without({{L"CProxyMap::OpenMap Open Map Name: {share}\n"}}) + missing + Without({done}) +
+                       With({{L"CProxyMap::OpenMap Open Map Name: " + std::wstring(name) + L"\n",
+                              L"CProxyMap::OpenMap Open returned: <error 8>\n",
+                              L"CProxyMap::Create create share " + std::wstring(name) + L" failed\n<error 8>\n"},
+                             refused}));
+    m_scenario.ExpectFromEachRequest(ways);
 }
 
 FaultTable PrivateDataFaults()
@@ -299,28 +365,130 @@ FaultTable PrivateDataFaults()
     return table;
 }
 
-TEST(SystemFaults, ThePrivateData)
+class PrivateData : public testing::Test
 {
-    TraceCapture trace;
-    const ErrorTexts errors;
-    const unsigned id = GetCurrentProcessId();
-    const std::wstring base = FreshName(L"OrvFault");
-    const std::wstring name = base + HexId(id);
-    FaultScenario scenario(trace,
-                           [&] {
-                               CProxyPrivate creator(base.c_str());
-                               Note(L"Create", creator.Create(id, 100) ? 1 : 0);
-                               CProxyPrivate opener(base.c_str());
-                               Note(L"Open", opener.Open(id) ? 1 : 0);
-                               for (CProxyPrivate* const data : {&creator, &opener})
-                               {
-                                   Note(L"LockData", data->LockData() != nullptr ? 1 : 0);
-                                   Note(L"SetText", data->SetText(L"text") ? 1 : 0);
-                                   data->UnlockData();
-                               }
-                               Note(L"text", creator.GetText());
-                               NoteIfHeld(KernelName(L"AgentDataMutex"));
-                           },
-                           {{KernelName(L""), L"{ns}"}, {name, L"{block}"}});
-    scenario.ExpectForEachCall(PrivateDataFaults());
+protected:
+    void CreateAndOpen()
+    {
+        CProxyPrivate creator(m_base.c_str());
+        Note(L"Create", creator.Create(m_id, 100) ? 1 : 0);
+        CProxyPrivate opener(m_base.c_str());
+        Note(L"Open", opener.Open(m_id) ? 1 : 0);
+        for (CProxyPrivate* const data : {&creator, &opener})
+        {
+            Note(L"LockData", data->LockData() != nullptr ? 1 : 0);
+            Note(L"SetText", data->SetText(L"text") ? 1 : 0);
+            data->UnlockData();
+        }
+        Note(L"text", creator.GetText());
+        NoteIfHeld(m_mutex);
+    }
+
+    TraceCapture m_trace;
+    ErrorTexts m_errors;
+    const unsigned m_id = GetCurrentProcessId();
+    const std::wstring m_mutex = KernelName(L"AgentDataMutex");
+    const std::wstring m_base = FreshName(L"OrvFault");
+    FaultScenario m_scenario{
+        m_trace,
+        [this] { CreateAndOpen(); },
+        {{KernelName(L""), L"{ns}"}, {m_base + HexId(m_id), L"{block}"}, {HexId(m_id), L"{id}"}}};
+};
+
+TEST_F(PrivateData, BearsAnyCallThatFails)
+{
+    m_scenario.ExpectForEachCall(PrivateDataFaults());
+}
+
+TEST_F(PrivateData, BearsAnyRequestForMemoryThatFails)
+{
+    m_scenario.ExpectForEachRequest({
+        {},
+        {L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}AgentDataMutex\n", L"-= LockData 1", L"+= LockData 0"},
+    });
+}
+
+TEST_F(PrivateData, BearsTheEndOfMemory)
+{
+    m_scenario.ExpectFromEachRequest({
+        {},
+        {L"-CProxyMap::OpenMap Open Map Name: {block}\n",
+         L"-CProxySecManager::OrvPOpenFileMapping Failed with <error 2>\n",
+         L"-CProxyMap::OpenMap Open returned: <error 2>\n",
+         L"-CProxySecManager::OrvPCreateFileMapping Create Named File Map: {ns}{block}\n",
+         L"-CProxyMap::Create created share {block} successfully \n",
+         L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}AgentDataMutex\n",
+         L"-= Create 1",
+         L"-CProxyMap::OpenMap Open Map Name: {block}\n",
+         L"-CProxyMap::Open opened share {block} successfully\n",
+         L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}AgentDataMutex\n",
+         L"-= Open 1",
+         L"-= LockData 1",
+         L"-= SetText 1",
+         L"-= LockData 1",
+         L"-= SetText 1",
+         L"-= text text",
+         L"+CProxyMap::OpenMap Open Map Name: (null)\n",
+         L"+CProxyMap::OpenMap Open returned: <error 8>\n",
+         L"+CProxyMap::Create create share (null) failed\n<error 8>\n",
+         L"+= Create 0",
+         L"+CProxyMap::OpenMap Open Map Name: (null)\n",
+         L"+CProxyMap::OpenMap Open returned: <error 8>\n",
+         L"+CProxyMap::Open failed to open share (null)\n<error 8>\n",
+         L"+= Open 0",
+         L"+= LockData 0",
+         L"+= SetText 0",
+         L"+= LockData 0",
+         L"+= SetText 0",
+         L"+= text (null)"},
+        {L"-CProxyMap::OpenMap Open Map Name: {block}\n",
+         L"-CProxySecManager::OrvPOpenFileMapping Failed with <error 2>\n",
+         L"-CProxyMap::OpenMap Open returned: <error 2>\n",
+         L"-CProxySecManager::OrvPCreateFileMapping Create Named File Map: {ns}{block}\n",
+         L"-CProxyMap::Create created share {block} successfully \n",
+         L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}AgentDataMutex\n",
+         L"-= Create 1",
+         L"-CProxyMap::OpenMap Open Map Name: {block}\n",
+         L"-CProxyMap::Open opened share {block} successfully\n",
+         L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}AgentDataMutex\n",
+         L"-= Open 1",
+         L"-= LockData 1",
+         L"-= SetText 1",
+         L"-= LockData 1",
+         L"-= SetText 1",
+         L"-= text text",
+         L"+CProxyMap::OpenMap Open Map Name: (null){id}\n",
+         L"+CProxyMap::OpenMap Open returned: <error 8>\n",
+         L"+CProxyMap::Create create share (null){id} failed\n<error 8>\n",
+         L"+= Create 0",
+         L"+CProxyMap::OpenMap Open Map Name: (null)\n",
+         L"+CProxyMap::OpenMap Open returned: <error 8>\n",
+         L"+CProxyMap::Open failed to open share (null)\n<error 8>\n",
+         L"+= Open 0",
+         L"+= LockData 0",
+         L"+= SetText 0",
+         L"+= LockData 0",
+         L"+= SetText 0",
+         L"+= text (null)"},
+        {L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}AgentDataMutex\n",
+         L"-CProxyMap::OpenMap Open Map Name: {block}\n", L"-CProxyMap::Open opened share {block} successfully\n",
+         L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}AgentDataMutex\n", L"-= Open 1", L"-= LockData 1",
+         L"-= SetText 1", L"-= LockData 1", L"+CProxyMap::OpenMap Open Map Name: (null)\n",
+         L"+CProxyMap::OpenMap Open returned: <error 8>\n",
+         L"+CProxyMap::Open failed to open share (null)\n<error 8>\n", L"+= Open 0", L"+= LockData 0",
+         L"+= LockData 0", L"+= SetText 0"},
+        {L"-CProxyMap::OpenMap Open Map Name: {block}\n", L"-CProxyMap::Open opened share {block} successfully\n",
+         L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}AgentDataMutex\n", L"-= Open 1", L"-= LockData 1",
+         L"-= SetText 1", L"+CProxyMap::OpenMap Open Map Name: (null)\n",
+         L"+CProxyMap::OpenMap Open returned: <error 8>\n",
+         L"+CProxyMap::Open failed to open share (null)\n<error 8>\n", L"+= Open 0", L"+= LockData 0",
+         L"+= SetText 0"},
+        {L"-CProxyMap::OpenMap Open Map Name: {block}\n", L"-CProxyMap::Open opened share {block} successfully\n",
+         L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}AgentDataMutex\n", L"-= Open 1", L"-= LockData 1",
+         L"-= SetText 1", L"+CProxyMap::OpenMap Open Map Name: (null){id}\n",
+         L"+CProxyMap::OpenMap Open returned: <error 8>\n",
+         L"+CProxyMap::Open failed to open share (null){id}\n<error 8>\n", L"+= Open 0", L"+= LockData 0",
+         L"+= SetText 0"},
+        {L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}AgentDataMutex\n", L"-= LockData 1", L"+= LockData 0"},
+    });
 }

@@ -84,6 +84,10 @@ void Describe()
 
 const FaultLines c_noVersion = {L"-= version 5.6.7.8", L"+= version "};
 
+// An account needs memory, and the texts of a version do. A string that has asked once asks once more.
+const std::vector<FaultLines> c_startWithoutMemory = {
+    {}, {L"-= finds accounts 1", L"+= finds accounts 0"}, c_noVersion};
+
 // What both systems have: the privilege, and what the manager looks up for later.
 void AddCommonStart(FaultTable& table)
 {
@@ -149,17 +153,27 @@ FaultTable OldSystemStartFaults()
     return table;
 }
 
-TEST(SystemFaults, TheManagerOfAnOldSystem)
+class OldSystemStart : public testing::Test
 {
-    TraceCapture trace;
-    const ErrorTexts errors;
-    const NoManager noManager;
-    const OldSystem system;
-    FaultScenario scenario(trace, [] {
-        const Manager manager;
-        Describe();
-    });
-    scenario.ExpectForEachCall(OldSystemStartFaults());
+protected:
+    TraceCapture m_trace;
+    ErrorTexts m_errors;
+    NoManager m_noManager;
+    OldSystem m_system;
+    FaultScenario m_scenario{m_trace, [] {
+                                 const Manager manager;
+                                 Describe();
+                             }};
+};
+
+TEST_F(OldSystemStart, BearsAnyCallThatFails)
+{
+    m_scenario.ExpectForEachCall(OldSystemStartFaults());
+}
+
+TEST_F(OldSystemStart, BearsAnyRequestForMemoryThatFails)
+{
+    m_scenario.ExpectForEachRequest(c_startWithoutMemory);
 }
 
 FaultTable NamespaceStartFaults()
@@ -226,23 +240,33 @@ FaultTable NamespaceStartFaults()
 }
 
 // The first manager makes the namespace, the second one finds it.
-TEST(SystemFaults, TheManagerOfASystemWithNamespaces)
+class NamespaceStart : public testing::Test
 {
-    TraceCapture trace;
-    const ErrorTexts errors;
-    const NoManager noManager;
-    NamespaceWorld world;
-    FaultScenario scenario(trace, [&] {
-        {
-            const Manager manager;
-            Describe();
-            const CProxySecManager second;
-            Note(L"second name", second.BuildObjectName(1, L"E"));
-        }
-        Note(L"open boundaries", world.OpenBoundaries());
-        Note(L"open namespaces", static_cast<int64_t>(world.OpenNamespaces()));
-        const TestsOwn own;
-        world.ClearCalls();
-    });
-    scenario.ExpectForEachCall(NamespaceStartFaults());
+protected:
+    TraceCapture m_trace;
+    ErrorTexts m_errors;
+    NoManager m_noManager;
+    NamespaceWorld m_world;
+    FaultScenario m_scenario{m_trace, [this] {
+                                 {
+                                     const Manager manager;
+                                     Describe();
+                                     const CProxySecManager second;
+                                     Note(L"second name", second.BuildObjectName(1, L"E"));
+                                 }
+                                 Note(L"open boundaries", m_world.OpenBoundaries());
+                                 Note(L"open namespaces", static_cast<int64_t>(m_world.OpenNamespaces()));
+                                 const TestsOwn own;
+                                 m_world.ClearCalls();
+                             }};
+};
+
+TEST_F(NamespaceStart, BearsAnyCallThatFails)
+{
+    m_scenario.ExpectForEachCall(NamespaceStartFaults());
+}
+
+TEST_F(NamespaceStart, BearsAnyRequestForMemoryThatFails)
+{
+    m_scenario.ExpectForEachRequest(c_startWithoutMemory);
 }

@@ -6,6 +6,7 @@
 #include "OrvProfiler/Trace.h"
 
 #include <iterator>
+#include <new>
 
 uint32_t g_sharePid = 0;
 HWND g_hZephWnd = nullptr;
@@ -96,7 +97,7 @@ CHost::CHost(uint32_t processId, const wchar_t* assemblyPath, const wchar_t* typ
 {
     g_sharePid = processId;
     // cppcheck-suppress useInitializationList ; after the share's id, as whoever sees the events may ask for it
-    m_pEvents = std::make_unique<CWBEvent>(processId);
+    m_pEvents.reset(new (std::nothrow) CWBEvent(processId));
     BindRuntime();
 }
 
@@ -155,7 +156,7 @@ int32_t CHost::Breakpoint()
     constexpr const wchar_t* function = L"CHost::Breakpoint";
     TraceText(function, L"Workbench breakpoint\n");
     TraceText(function, L"setting response ok\n");
-    m_pEvents->Set(c_responseSuccess);
+    Respond(c_responseSuccess);
     Trace(L"%6.0f %s Sending IDLE state to HWND %p\n", TickMs(), function, g_hZephWnd);
     if (SendMessageW(g_hZephWnd, WM_WORKBENCH_IDLE, 0, 0) == 0)
     {
@@ -200,7 +201,7 @@ int CHost::Run()
     if (g_hZephWnd == nullptr)
     {
         TraceText(function, L"Zeph Window handle for notifications is NULL cant go on\n");
-        m_pEvents->Set(c_responseFailed);
+        Respond(c_responseFailed);
         return 0;
     }
     PostMessageW(g_hZephWnd, WM_WORKBENCH_READY, 0, 0);
@@ -231,14 +232,15 @@ bool CHost::ServeNext()
     constexpr const wchar_t* function = L"CHost::Run";
     TraceText(function, L"Sleeping\n");
     uint32_t index = 0;
-    switch (m_pEvents->Wait(&index, c_workbenchCommandCount, c_heartbeatMs))
+    switch (m_pEvents != nullptr ? m_pEvents->Wait(&index, c_workbenchCommandCount, c_heartbeatMs)
+                                 : CWBEvent::c_waitError)
     {
     case CWBEvent::c_waitError:
-        m_pEvents->Set(c_responseFailed);
+        Respond(c_responseFailed);
         TraceText(function, L"error in event management so  exiting\n");
         return false;
     case CWBEvent::c_waitAbandoned:
-        m_pEvents->Set(c_responseFailed);
+        Respond(c_responseFailed);
         TraceText(function, L"An abandoned event means OrvP has gone, so therefore exiting\n");
         return false;
     case CWBEvent::c_waitTimeout:
@@ -288,11 +290,17 @@ void CHost::Report(int32_t result)
     if (result < ActionSuccess)
     {
         Trace(L"%6.0f %s command failed, result = %s\n", TickMs(), function, name);
-        m_pEvents->Set(c_responseFailed);
+        Respond(c_responseFailed);
     }
     else
     {
         Trace(L"%6.0f %s command succeeded, result = %s\n", TickMs(), function, name);
-        m_pEvents->Set(c_responseSuccess);
+        Respond(c_responseSuccess);
     }
+}
+
+void CHost::Respond(uint32_t response)
+{
+    if (m_pEvents != nullptr)
+        m_pEvents->Set(response);
 }

@@ -61,7 +61,8 @@ class CHost
 {
 public:
     // Creates or opens the workbench events of the client process id, then binds and starts the runtime. Never fails
-    // outward: a failure is traced, and every call of the dispatcher then fails. The texts are copied: the managed
+    // outward: a failure is traced, and every call of the dispatcher then fails; without memory for the events every
+    // wait does. The texts are copied: the managed
     // assembly's file name, handed to the runtime as it stands, and the dispatcher type's full name.
     CHost(uint32_t processId, const wchar_t* assemblyPath, const wchar_t* typeName);
     // Closes the trace log file before it releases the runtime: what is traced afterwards reaches the debugger only.
@@ -95,6 +96,7 @@ private:
     void CarryOut(uint32_t index);
     int32_t Dispatch(uint32_t index, const TString& text);
     void Report(int32_t result);
+    void Respond(uint32_t response);
 
     // Owned, one reference; null until bound.
     ICLRRuntimeHost* m_pRuntimeHost = nullptr;
@@ -102,6 +104,7 @@ private:
     HRESULT m_hr = 0;
     TString m_assemblyPath;
     TString m_typeName;
+    // Null when there was no memory for it: nothing can then be waited for or answered.
     std::unique_ptr<CWBEvent> m_pEvents;
 };
 

@@ -28,8 +28,7 @@ struct Watch
 
 Watch g_watch;
 
-// The first exception of a thread makes the runtime library take blocks that it keeps: have them taken beforehand.
-void TakeRuntimeBlocks()
+void Raise()
 {
     try
     {
@@ -129,10 +128,23 @@ AllocationProbe::Unwatched::~Unwatched()
         g_watch.thread = GetCurrentThreadId();
 }
 
+// The first exception of a thread makes the runtime library take blocks that it keeps, and so does the first one for
+// which there is no memory, without which it could not raise that one: have them taken beforehand.
+void AllocationProbe::TakeRuntimeBlocks() noexcept
+{
+    Raise();
+    g_watch.thread = GetCurrentThreadId();
+    FailRequest(1);
+    Raise();
+    g_watch.thread = 0;
+    g_watch.blocks = {};
+    g_watch.requestCount = 0;
+    g_watch.failed = false;
+}
+
 // Each real function is known before anything can call its replacement: making the next redirection allocates.
 AllocationProbe::AllocationProbe()
 {
-    TakeRuntimeBlocks();
     g_watch = {};
     m_malloc.emplace("malloc", WatchedMalloc);
     g_watch.malloc = m_malloc->Real();
@@ -142,6 +154,7 @@ AllocationProbe::AllocationProbe()
     g_watch.calloc = m_calloc->Real();
     m_realloc.emplace("realloc", WatchedRealloc);
     g_watch.realloc = m_realloc->Real();
+    TakeRuntimeBlocks();
     g_watch.thread = GetCurrentThreadId();
 }
 

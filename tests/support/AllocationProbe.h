@@ -42,8 +42,8 @@ public:
     void FailSize(size_t bytes) noexcept;
     // Makes the n-th request from now on fail, once; 1 is the next one.
     void FailRequest(unsigned n) noexcept;
-    // Makes the n-th request from now on and all that follow fail. MinGW's runtime does not come back from a throw
-    // then: only for code that raises nothing; and until StopFailing the test may do nothing but call it.
+    // Makes the n-th request from now on and all that follow fail. Until StopFailing the test may do nothing but
+    // call what it tests.
     void FailFrom(unsigned n) noexcept;
     // Forgets what was to fail.
     void StopFailing() noexcept;
@@ -51,6 +51,8 @@ public:
     bool HasFailed() const noexcept;
 
 private:
+    void TakeRuntimeBlocks() noexcept;
+
     std::optional<Redirect<void*(size_t)>> m_malloc;
     std::optional<Redirect<void(void*)>> m_free;
     std::optional<Redirect<void*(size_t, size_t)>> m_calloc;
