@@ -19,8 +19,8 @@
 using FaultLines = std::vector<std::wstring>;
 
 // The calls first to last of a function, the first of the scenario being 1, and what changes in the transcript when
-// one of them fails: "-" and a line that is missing then, "+" and a line that is new, in the transcript's order. In
-// the lines {n} is the number of the call, {n-1} one less. No line means that nothing changes.
+// one of them fails: "-" and a line that is missing then, "+" and a line that is new, in the transcript's order. No
+// line means that nothing changes.
 struct FaultRow
 {
     std::string function;
@@ -49,20 +49,18 @@ struct TestsOwn
 void Note(const wchar_t* what, int64_t value);
 void Note(const wchar_t* what, const wchar_t* value);
 
-// Adds a line "= held name" when a mutex of that kernel name exists and a thread other than a fresh one holds it.
+// Adds a line "= held name" when a thread holds the mutex of that kernel name, if there is one, and keeps it.
 void NoteIfHeld(const std::wstring& kernelName);
 
 class FaultScenario
 {
 public:
     // From here on, functions that are looked up at run time can be made to fail; make the manager anew if need be.
-    // body runs the scenario once and releases everything that it takes. Each first text is shown as the second one,
-    // longest first. The capture is emptied by each run.
+    // body runs the scenario once and releases everything that it takes; what it raises is a line "= raised what".
+    // In the transcript each first text is replaced by its second one, in their order. The capture is emptied by each
+    // run.
     FaultScenario(TraceCapture& trace, std::function<void()> body,
                   std::vector<std::pair<std::wstring, std::wstring>> texts = {});
-
-    // The transcript of a run in which nothing fails.
-    FaultLines Transcript();
 
     // Runs the scenario once for each call of each function that it reaches, with that call failing. Expects that
     // the transcript changes as the table says, that each call has one row and each row a call, and that no run
@@ -70,9 +68,10 @@ public:
     void ExpectForEachCall(const FaultTable& table);
 
     // Runs the scenario with its first request for memory failing, then with its second, and so on. Expects that the
-    // transcript changes in one of the given ways each time, that each way is seen, and that nothing is lost.
+    // transcript changes in one of the given ways each time, that each way is seen, and that nothing is lost. Of a
+    // run that an exception ends, what did not come to pass is shown as one line, "= raised what after: last line".
     void ExpectForEachRequest(const std::vector<FaultLines>& ways);
-    // The same with all requests from the n-th on failing. Only for scenarios in which nothing is thrown.
+    // The same with all requests from the n-th on failing.
     void ExpectFromEachRequest(const std::vector<FaultLines>& ways);
 
 private:
@@ -83,6 +82,7 @@ private:
     std::vector<std::pair<std::string, unsigned>> CountCalls();
     void ExpectRow(const FaultTable& table, const std::string& function, unsigned n, const std::string& what) const;
     void ExpectForMemory(const std::vector<FaultLines>& ways, bool once);
+    void CheckPairs(const std::string& what) const;
     void CheckNothingIsLost(const std::string& what);
 
     TraceCapture& m_trace;

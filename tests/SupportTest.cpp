@@ -288,8 +288,8 @@ TEST(SystemFaults, FailsTheCallAskedForAndCountsThoseThatAreNotTheTestsOwn)
 
 TEST(SystemFaults, LetsACallThatGivesBackDoSoBeforeItFails)
 {
-    const unsigned handles = OpenHandleCount();
     SystemFaults faults;
+    const unsigned handles = OpenHandleCount();
     faults.FailCall("CloseHandle", 1);
     HANDLE const event = MakeEvent();
     EXPECT_FALSE(CloseEvent(event));
