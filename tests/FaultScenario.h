@@ -78,7 +78,7 @@ private:
     size_t RunOnce(const std::function<void()>& start);
     void RunBody();
     FaultLines Lines() const;
-    void WarmUp();
+    bool WarmUp();
     std::vector<std::pair<std::string, unsigned>> CountCalls();
     void ExpectRow(const FaultTable& table, const std::string& function, unsigned n, const std::string& what) const;
     void ExpectForMemory(const std::vector<FaultLines>& ways, bool once);

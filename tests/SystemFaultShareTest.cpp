@@ -72,6 +72,7 @@ FaultTable ThreadTableFaults()
           L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_5\n",
           L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_6\n",
           L"-= Create 1",
+          L"-= mapped 1",
           L"-CProxyShare::AddThread Thread name(r) id(0x00000007) tindex (0)\n",
           L"-CProxyShare::AddThread Thread count now 1\n",
           L"-= AddThread 1",
@@ -92,6 +93,7 @@ FaultTable ThreadTableFaults()
           L"-CProxyShare::RemoveThread Thread count now 0\n",
           L"-= RemoveThread 1",
           L"+= Create 0",
+          L"+= mapped 0",
           L"+= AddThread 0",
           L"+= tindex -1",
           L"+= AddThread 0",
@@ -119,6 +121,7 @@ FaultTable ThreadTableFaults()
           L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_5\n",
           L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_6\n",
           L"-= Create 1",
+          L"-= mapped 1",
           L"-CProxyShare::AddThread Thread name(r) id(0x00000007) tindex (0)\n",
           L"-CProxyShare::AddThread Thread count now 1\n",
           L"-= AddThread 1",
@@ -140,6 +143,7 @@ FaultTable ThreadTableFaults()
           L"-= RemoveThread 1",
           L"+CProxyShare::OnMapped share {share} is smaller than 116197744 bytes\n",
           L"+= Create 0",
+          L"+= mapped 0",
           L"+= AddThread 0",
           L"+= tindex -1",
           L"+= AddThread 0",
@@ -169,6 +173,7 @@ protected:
     {
         CProxyShare share;
         Note(L"Create", share.Create(m_id) ? 1 : 0);
+        Note(L"mapped", share.GetView() != nullptr ? 1 : 0);
         int32_t tindex = -1;
         Note(L"AddThread", share.AddThread(&tindex, m_record) ? 1 : 0);
         Note(L"tindex", tindex);
@@ -224,6 +229,7 @@ TEST_F(ThreadTable, BearsTheEndOfMemory)
         ways.push_back(missing);
     }
     const FaultLines done = {L"= Create 1",
+                             L"= mapped 1",
                              L"CProxyShare::AddThread Thread name(r) id(0x00000007) tindex (0)\n",
                              L"CProxyShare::AddThread Thread count now 1\n",
                              L"= AddThread 1",
@@ -243,9 +249,9 @@ TEST_F(ThreadTable, BearsTheEndOfMemory)
                              L"CProxyShare::RemoveThread Thread name() id(00000000) tindex (1)\n",
                              L"CProxyShare::RemoveThread Thread count now 0\n",
                              L"= RemoveThread 1"};
-    const FaultLines refused = {L"= Create 0",       L"= AddThread 0",          L"= tindex -1", L"= AddThread 0",
-                                L"= tindex -1",      L"= SetAllThreadsState 0", L"= Record 0",  L"= SetControl 0",
-                                L"= RemoveThread 0", L"= RemoveThread 0"};
+    const FaultLines refused = {L"= Create 0",     L"= mapped 0",       L"= AddThread 0",          L"= tindex -1",
+                                L"= AddThread 0",  L"= tindex -1",      L"= SetAllThreadsState 0", L"= Record 0",
+                                L"= SetControl 0", L"= RemoveThread 0", L"= RemoveThread 0"};
     for (const wchar_t* name : {L"(null)", L"(null){id}"})
         ways.push_back(Without({{L"CProxyMap::OpenMap Open Map Name: {share}\n"}}) + missing + Without({done}) +
                        With({{L"CProxyMap::OpenMap Open Map Name: " + std::wstring(name) + L"\n",
