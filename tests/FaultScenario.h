@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -105,3 +106,5 @@ FaultTable ProxyEventFaults();
 FaultTable ProcessQueryFaults();
 FaultTable FileFaults();
 FaultTable TextFaults();
+// The functions with a row of their own kind, see SystemFaultOnceTest.cpp.
+std::set<std::string> FunctionsAskedOnce();
