@@ -27,6 +27,8 @@ constexpr struct
     {"SetLastError", "writes the thread's own data"},
     {"GetNativeSystemInfo", "has no failure"},
     {"VerSetConditionMask", "computes"},
+    {"SetUnhandledExceptionFilter", "answers the filter before"},
+    {"TerminateProcess", "ends the process that calls it; see CrashFilterTest.cpp"},
     {"QueryPerformanceCounter", "never fails since Windows XP"},
     {"QueryPerformanceFrequency", "never fails since Windows XP"},
     {"OutputDebugStringW", "has no result"},

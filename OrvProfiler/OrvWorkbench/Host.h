@@ -62,8 +62,8 @@ class CHost
 public:
     // Creates or opens the workbench events of the client process id, then binds and starts the runtime. Never fails
     // outward: a failure is traced, and every call of the dispatcher then fails; without memory for the events every
-    // wait does. The texts are copied: the managed
-    // assembly's file name, handed to the runtime as it stands, and the dispatcher type's full name.
+    // wait does. The texts are copied: the managed assembly's file name, handed to the runtime as it stands, and the
+    // dispatcher type's full name.
     CHost(uint32_t processId, const wchar_t* assemblyPath, const wchar_t* typeName);
     // Closes the trace log file before it releases the runtime: what is traced afterwards reaches the debugger only.
     virtual ~CHost();
