@@ -202,6 +202,15 @@ TEST(IsWellKnown, IsFalseWithoutIsWellKnownSid)
     EXPECT_FALSE(manager.IsAdminSid(Sid(c_builtInAdministrators)));
 }
 
+TEST(IsWellKnown, IsFalseWhenTheLibraryWasGivenUp)
+{
+    ExportTable exports;
+    exports.Hide("LookupAccountSidW");
+    const CProxySecManager manager;
+    EXPECT_FALSE(manager.IsWellKnown(Sid(c_builtInAdministrators), 26));
+    EXPECT_EQ(manager.IsRunAsAdmin(GetCurrentProcess()), 0U);
+}
+
 TEST(IsAdminSid, IsTrueForTheThreeTypesOfAdministrators)
 {
     const ManagerWithKnownSids manager;

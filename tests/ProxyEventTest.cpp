@@ -952,6 +952,19 @@ TEST(CProxyEventPumpingWait, AnswersMessagesUntilTheResponseComes)
     EXPECT_THAT(window.Values(), testing::IsSupersetOf({WPARAM{1}, WPARAM{2}, WPARAM{21}, WPARAM{4}}));
 }
 
+// Without it a window sees keys, but no characters.
+TEST(CProxyEventPumpingWait, TranslatesEachMessageBeforeItIsDispatched)
+{
+    const SystemCall<decltype(TranslateMessage)> translate("TranslateMessage");
+    std::vector<size_t> translated;
+    const TestWindow window([&] { translated.push_back(translate.Calls().size()); });
+    CProxyEvent events(FreshId(), window.Get());
+    window.Post(1);
+    window.Post(2);
+    EXPECT_FALSE(events.WaitForResponse(1));
+    EXPECT_THAT(translated, ElementsAre(1U, 2U));
+}
+
 TEST(CProxyEventPumpingWait, LeavesMessagesOfOtherWindowsAlone)
 {
     const TestWindow window;

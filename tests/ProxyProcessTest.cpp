@@ -23,6 +23,7 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -837,6 +838,19 @@ TEST(TokenAnswers, ThatAreTooSmallAreReadAsZeros)
     CProcess::AccountList list;
     EXPECT_EQ(CProcess::GetGroupMembership(token.Get(), list), 0);
     EXPECT_EQ(g_SecManager.IsRunAsAdmin(GetCurrentProcess()), 0U);
+}
+
+TEST(CProcessGetUser, AsksWithoutABufferFirstAndNoMoreWhenTheSizeIsNotTold)
+{
+    const Token token;
+    const ErrorTexts texts;
+    const TraceCapture trace;
+    const SystemCall<decltype(GetTokenInformation)> query("GetTokenInformation", ERROR_INSUFFICIENT_BUFFER);
+    EXPECT_EQ(CProcess::GetUser(token.Get()), nullptr);
+    ASSERT_EQ(query.Calls().size(), 1U);
+    EXPECT_EQ(std::get<2>(query.Calls()[0]), nullptr);
+    EXPECT_EQ(std::get<3>(query.Calls()[0]), 0U);
+    EXPECT_THAT(trace.Lines(), ElementsAre(L"CProxySecManager::CProcess::GetUser <error 122>\n"));
 }
 
 TEST(CProcessGetGroupMembership, LooksUpEveryGroupOfTheToken)

@@ -16,9 +16,11 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdio>
 #include <cstring>
 #include <gmock/gmock.h>
 #include <memory>
+#include <new>
 #include <string>
 #include <thread>
 #include <vector>
@@ -310,6 +312,26 @@ TEST_F(CProxyShareMapped, LocksOutsideTheRangeAreIgnored)
         m_share.Unlock(index);
     }
     EXPECT_THAT(log.Entries(), IsEmpty());
+}
+
+TEST(CProxyShare, WhatLiesBehindItsMutexesIsNone)
+{
+    alignas(CProxyShare) unsigned char memory[sizeof(CProxyShare) + sizeof(void*)];
+    std::memset(memory, 0x5A, sizeof memory);
+    auto* const share = new (memory) CProxyShare;
+    EXPECT_TRUE(share->Create(FreshId()));
+    share->Lock(7);
+    share->Unlock(7);
+    share->~CProxyShare();
+}
+
+TEST(CProxyShare, ClosesNoFileWhenItHasNone)
+{
+    const SystemCall<decltype(fclose)> close("fclose");
+    {
+        const CProxyShare share;
+    }
+    EXPECT_THAT(close.Calls(), IsEmpty());
 }
 
 TEST_F(CProxyShareMapped, AnOperationWaitsForTheOtherProcessesLock)

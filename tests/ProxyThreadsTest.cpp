@@ -270,6 +270,20 @@ TEST_F(CProxyShareThreads, AFullTableTakesNoMoreAndSaysNothing)
     EXPECT_EQ(77, m_table.Order(127));
 }
 
+TEST_F(CProxyShareThreads, NoSlotIsFoundBehindTheTable)
+{
+    AddMany(128);
+    m_table.Count() = 5;
+    // What would be the id of a slot behind the last, and of the one behind that.
+    std::memset(m_client.Bytes() + c_blocks, 0x5A, c_slotSize);
+    const std::vector<unsigned char> before = m_table.Bytes();
+    int32_t tindex = -7;
+    EXPECT_FALSE(m_share.AddThread(&tindex, 5, L"detail", L"name"));
+    EXPECT_FALSE(m_share.AddThread(&tindex, MakeRecord()));
+    EXPECT_EQ(-7, tindex);
+    EXPECT_THAT(m_table.ChangesSince(before), IsEmpty());
+}
+
 TEST_F(CProxyShareThreads, AFreedSlotIsTakenAgainAndGoesToTheEndOfTheOrder)
 {
     EXPECT_EQ(0, Add(10));

@@ -10,6 +10,8 @@
 #include <gmock/gmock.h>
 #include <memory>
 #include <string>
+#include <tuple>
+#include <vector>
 
 TEST(ShareValues, VariableTreesHaveNames)
 {
@@ -198,6 +200,55 @@ TEST(ShareValues, EmptyTextsAreNotConverted)
     EXPECT_EQ(0, ToNarrow(L"abc", INT32_MIN, &narrow, c_utf8));
     EXPECT_EQ(nullptr, narrow);
     EXPECT_TRUE(memory.Requests().empty());
+}
+
+TEST(ShareValues, ConversionsTakeRoomForTheTextAndItsNul)
+{
+    wchar_t* wide = nullptr;
+    char* narrow = nullptr;
+    std::vector<size_t> requests;
+    {
+        const AllocationProbe memory;
+        EXPECT_EQ(3, ToWide("abc", 3, &wide, c_utf8));
+        EXPECT_EQ(3, ToNarrow(L"abc", 3, &narrow, c_utf8));
+        requests = memory.Requests();
+    }
+    const std::unique_ptr<wchar_t[]> wideOwner(wide);
+    const std::unique_ptr<char[]> narrowOwner(narrow);
+    EXPECT_THAT(requests, testing::ElementsAre(8U, 4U));
+}
+
+TEST(ShareValues, ConversionsAskTheSystemForNothingSpecial)
+{
+    const SystemCall<decltype(MultiByteToWideChar)> toWide("MultiByteToWideChar");
+    const SystemCall<decltype(WideCharToMultiByte)> toNarrow("WideCharToMultiByte");
+    wchar_t* wide = nullptr;
+    char* narrow = nullptr;
+    EXPECT_EQ(1, ToWide("a", 1, &wide, c_latin1));
+    EXPECT_EQ(1, ToNarrow(L"a", 1, &narrow, c_latin1));
+    delete[] wide;
+    delete[] narrow;
+    ASSERT_EQ(2U, toWide.Calls().size());
+    ASSERT_EQ(2U, toNarrow.Calls().size());
+    for (const size_t i : {0U, 1U})
+    {
+        EXPECT_EQ(0U, std::get<1>(toWide.Calls()[i])) << "some code pages refuse every flag";
+        EXPECT_EQ(0U, std::get<1>(toNarrow.Calls()[i]));
+        EXPECT_EQ(nullptr, std::get<6>(toNarrow.Calls()[i]));
+        EXPECT_EQ(nullptr, std::get<7>(toNarrow.Calls()[i]));
+    }
+}
+
+TEST(ShareValues, WhatCannotBeMeasuredIsNotConverted)
+{
+    const SystemCall<decltype(MultiByteToWideChar)> toWide("MultiByteToWideChar", ERROR_INVALID_FLAGS);
+    const SystemCall<decltype(WideCharToMultiByte)> toNarrow("WideCharToMultiByte", ERROR_INVALID_FLAGS);
+    wchar_t* wide = nullptr;
+    char* narrow = nullptr;
+    EXPECT_EQ(0, ToWide("a", 1, &wide, c_latin1));
+    EXPECT_EQ(0, ToNarrow(L"a", 1, &narrow, c_latin1));
+    EXPECT_EQ(1U, toWide.Calls().size());
+    EXPECT_EQ(1U, toNarrow.Calls().size());
 }
 
 TEST(ShareValues, AFailedConversionGivesNothing)

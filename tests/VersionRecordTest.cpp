@@ -1,4 +1,5 @@
 #include "OrvProfiler/ProxySecurity.h"
+#include "tests/support/AllocationProbe.h"
 #include "tests/support/LeakCheck.h"
 #include "tests/support/NamespaceWorld.h"
 #include "tests/support/RebuiltManager.h"
@@ -186,6 +187,25 @@ TEST(CVersionRecord, AsksForEachTextByLanguageAndCodePage)
                                      L"\\StringFileInfo\\0c0a04b0\\ProductName",
                                      L"\\StringFileInfo\\0c0a04b0\\CompanyName",
                                      L"\\StringFileInfo\\0c0a04b0\\ProductVersion"));
+}
+
+TEST(CVersionRecord, AsksForNoTextWithoutABlock)
+{
+    const VersionStandIn standIn;
+    g_values.readSize = 77;
+    ExpectNoTexts(CVersionRecord(nullptr));
+    g_values.size = 0;
+    ExpectNoTexts(CVersionRecord(L"any"));
+    EXPECT_EQ(g_values.readSize, 77U) << "nothing is read when there is nothing";
+    g_values.size = c_blockBytes;
+    {
+        AllocationProbe heap;
+        heap.FailSize(c_blockBytes);
+        const CVersionRecord record(L"any");
+        EXPECT_TRUE(heap.HasFailed());
+    }
+    EXPECT_EQ(g_values.readSize, 77U);
+    EXPECT_THAT(g_values.asked, IsEmpty());
 }
 
 TEST(CVersionRecord, IsEmptyWhenTheBlockCannotBeRead)
