@@ -11,6 +11,7 @@
 #include "OrvProfiler/ProxySecurity.h"
 #include "OrvProfiler/Trace.h"
 #include "OrvProfiler/UniqueHandle.h"
+#include "tests/ClientFailure.h"
 #include "tests/support/ClientRun.h"
 #include "tests/support/LeakCheck.h"
 #include "tests/support/SystemCall.h"
@@ -29,21 +30,6 @@ using testing::StartsWith;
 
 namespace
 {
-// What a call says when it throws, and the exit status; empty and 0 when it does not.
-template <class Call>
-std::pair<std::wstring, int> FailureOf(const Call& call)
-{
-    try
-    {
-        call();
-    }
-    catch (const ClientError& error)
-    {
-        return {error.Message(), static_cast<int>(error.Status())};
-    }
-    return {};
-}
-
 class NoObserver final : public SessionObserver
 {
 public:

@@ -8,6 +8,7 @@
 #include "client/OutputPipe.h"
 #include "client/Text.h"
 #include "OrvProfiler/UniqueHandle.h"
+#include "tests/ClientFailure.h"
 #include "tests/support/SystemProbe.h"
 #include "tests/support/TestFile.h"
 
@@ -24,21 +25,6 @@ using testing::IsEmpty;
 
 namespace
 {
-// What a call says when it throws, and the exit status; empty and 0 when it does not.
-template <class Call>
-std::pair<std::wstring, int> FailureOf(const Call& call)
-{
-    try
-    {
-        call();
-    }
-    catch (const ClientError& error)
-    {
-        return {error.Message(), static_cast<int>(error.Status())};
-    }
-    return {};
-}
-
 void Put(HANDLE pipe, const std::string& bytes)
 {
     DWORD written = 0;
