@@ -382,6 +382,18 @@ TEST(TString, WithoutABufferAppendDoesNothingAndAssignStartsAnew)
     EXPECT_EQ(10U, reserved.GetCapacity());
 }
 
+TEST(TString, TheUnitBehindTheCapacityIsOutsideEvenWithoutItsNul)
+{
+    TString text(L"abc");
+    const uint64_t capacity = text.GetCapacity();
+    std::wmemset(text.GetBuffer(), L'x', capacity + 1);
+    EXPECT_EQ(L'x', text.GetAt(capacity - 1));
+    EXPECT_EQ(L'\0', text.GetAt(capacity));
+    text.SetAt(capacity, L'y');
+    EXPECT_EQ(L'x', text.GetBuffer()[capacity]);
+    text.GetBuffer()[capacity] = L'\0';
+}
+
 TEST(TString, ReadsAndWritesUnitsInsideTheText)
 {
     TString text(L"abc");

@@ -340,6 +340,25 @@ TEST(CWBEvent, WaitReportsAnAbandonedSlotAndDoesNotResetIt)
     }
 }
 
+TEST(CWBEvent, AWaitResultThatIsNoSlotIsAnError)
+{
+    static DWORD answer;
+    CWBEvent events(FreshId());
+    const Redirect<decltype(WaitForMultipleObjects)> wait("WaitForMultipleObjects",
+                                                          [](DWORD, const HANDLE*, BOOL, DWORD) { return answer; });
+    for (const DWORD result : {3UL, 127UL, 131UL, 257UL, 0xFFFFFFFFUL})
+    {
+        answer = result;
+        uint32_t index = c_nothing;
+        const TraceCapture trace;
+        EXPECT_EQ(0U, events.Wait(&index, 3, 0)) << result;
+        EXPECT_EQ(0xFFFFFFFFU, events.GetResponse(0)) << result;
+        EXPECT_THAT(trace.Lines(),
+                    ElementsAre(L"CWBEvent::Wait Waiting\n\n", L"CWBEvent::Wait Error\n\n",
+                                L"CWBEvent::GetResponse Waiting\n\n", L"CWBEvent::GetResponse Error\n\n"));
+    }
+}
+
 TEST(CWBEvent, ALowerSlotThatIsSignalledIsReportedBeforeAnAbandonedOne)
 {
     const uint32_t id = FreshId();
