@@ -840,6 +840,12 @@ TEST(TokenAnswers, ThatAreTooSmallAreReadAsZeros)
     EXPECT_EQ(g_SecManager.IsRunAsAdmin(GetCurrentProcess()), 0U);
 }
 
+TEST(CProcess, ShowsTheFlagsThatItsReadersKnow)
+{
+    EXPECT_EQ(c_processUserFound, 0x10000000U);
+    EXPECT_EQ(c_processFlagMask, 0x10000001U);
+}
+
 TEST(CProcessGetUser, AsksWithoutABufferFirstAndNoMoreWhenTheSizeIsNotTold)
 {
     const Token token;
