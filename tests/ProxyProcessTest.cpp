@@ -912,6 +912,17 @@ TEST(CProcessGetGroupMembership, DeletesTheAccountsOfAListThatIsFilledAnew)
     });
 }
 
+TEST(PtrArrayAccount, TakesOverWhetherItOwnsItsAccount)
+{
+    const Token token;
+    ExpectNothingLeaks([&] {
+        PtrArrayAccount slot(nullptr, false);
+        slot = PtrArrayAccount(CProcess::GetUser(token.Get()), true);
+        const std::unique_ptr<CProxySecManager::CAccount> borrowed(CProcess::GetUser(token.Get()));
+        slot = PtrArrayAccount(borrowed.get(), false);
+    });
+}
+
 TEST(PtrArrayAccount, KeepsItsAccountWhenAssignedToItself)
 {
     const Token token;
