@@ -840,6 +840,12 @@ TEST(TokenAnswers, ThatAreTooSmallAreReadAsZeros)
     EXPECT_EQ(g_SecManager.IsRunAsAdmin(GetCurrentProcess()), 0U);
 }
 
+TEST(CProcess, ShowsTheFlagsThatItsReadersKnow)
+{
+    EXPECT_EQ(c_processUserFound, 0x10000000U);
+    EXPECT_EQ(c_processFlagMask, 0x10000001U);
+}
+
 TEST(CProcessGetUser, AsksWithoutABufferFirstAndNoMoreWhenTheSizeIsNotTold)
 {
     const Token token;
@@ -903,6 +909,17 @@ TEST(CProcessGetGroupMembership, DeletesTheAccountsOfAListThatIsFilledAnew)
         CProcess::GetGroupMembership(token.Get(), list);
         list.SetCount(1);
         CProcess::GetGroupMembership(token.Get(), list);
+    });
+}
+
+TEST(PtrArrayAccount, TakesOverWhetherItOwnsItsAccount)
+{
+    const Token token;
+    ExpectNothingLeaks([&] {
+        PtrArrayAccount slot(nullptr, false);
+        slot = PtrArrayAccount(CProcess::GetUser(token.Get()), true);
+        const std::unique_ptr<CProxySecManager::CAccount> borrowed(CProcess::GetUser(token.Get()));
+        slot = PtrArrayAccount(borrowed.get(), false);
     });
 }
 
