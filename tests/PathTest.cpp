@@ -973,6 +973,8 @@ TEST(CPath, ParsingWithoutMemoryClearsThePath)
              Case{L"\\dir\\new.txt", L"\\dir\\new.txt", L"new.txt"},
              Case{L"\\\\?\\name", L"name", L"name"},
              Case{longName, longName, longName},
+             Case{L"\\\\?\\UNC\\srv\\share\\" + longName + L".txt", L"\\\\srv\\share\\" + longName + L".txt",
+                  longName + L".txt"},
          })
     {
         unsigned refused = 0;
