@@ -1,7 +1,7 @@
 #pragma once
 
-#include "OrvProfiler/ProxyShare.h"
-#include "OrvProfiler/WBEvent.h"
+#include "OrvProfiler/objects/WBEvent.h"
+#include "OrvProfiler/share/ProxyShare.h"
 
 #include <windows.h>
 

@@ -1,6 +1,6 @@
 #include "bench/Ratios.h"
-#include "OrvProfiler/ProxyShare.h"
-#include "OrvProfiler/Trace.h"
+#include "OrvProfiler/foundation/Trace.h"
+#include "OrvProfiler/share/ProxyShare.h"
 
 #include <windows.h>
 

@@ -1,8 +1,8 @@
 #include "bench/Ratios.h"
-#include "OrvProfiler/BitMask.h"
-#include "OrvProfiler/Path.h"
-#include "OrvProfiler/ProxySecurity.h"
-#include "OrvProfiler/TString.h"
+#include "OrvProfiler/foundation/BitMask.h"
+#include "OrvProfiler/foundation/Path.h"
+#include "OrvProfiler/foundation/TString.h"
+#include "OrvProfiler/security/ProxySecurity.h"
 
 #include <windows.h>
 

@@ -1,5 +1,5 @@
 #include "bench/Ratios.h"
-#include "OrvProfiler/Trace.h"
+#include "OrvProfiler/foundation/Trace.h"
 
 #include <windows.h>
 

@@ -1,6 +1,6 @@
-#include "client/CommandLine.h"
-#include "client/Console.h"
-#include "client/Report.h"
+#include "client/console/Console.h"
+#include "client/input/CommandLine.h"
+#include "client/reports/Report.h"
 #include "client/Runner.h"
 
 #include <memory>

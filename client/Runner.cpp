@@ -1,13 +1,13 @@
 #include "client/Runner.h"
 
-#include "client/Console.h"
-#include "client/DebugOutput.h"
-#include "client/Hints.h"
-#include "client/LineSource.h"
-#include "client/LogFollower.h"
-#include "client/RunningWorkbench.h"
-#include "client/Session.h"
-#include "client/TraceLog.h"
+#include "client/console/Console.h"
+#include "client/input/LineSource.h"
+#include "client/log/DebugOutput.h"
+#include "client/log/LogFollower.h"
+#include "client/log/TraceLog.h"
+#include "client/process/RunningWorkbench.h"
+#include "client/reports/Hints.h"
+#include "client/session/Session.h"
 
 #include <windows.h>
 

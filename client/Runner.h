@@ -1,7 +1,7 @@
 #pragma once
 
-#include "client/CommandLine.h"
-#include "client/Report.h"
+#include "client/input/CommandLine.h"
+#include "client/reports/Report.h"
 
 // Starts the workbench or attaches to it, runs the commands that the options name, and ends what it has started.
 // Failures are reported; the first one decides the exit status.

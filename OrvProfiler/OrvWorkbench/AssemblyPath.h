@@ -1,6 +1,6 @@
 #pragma once
 
-#include "OrvProfiler/TString.h"
+#include "OrvProfiler/foundation/TString.h"
 
 // The file name of the managed assembly that ships with a program: the program's base name, without folder and
 // extension, and ".dll". A program name without a dot is taken whole; a dot in the folder alone is no extension.

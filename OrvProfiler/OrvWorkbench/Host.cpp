@@ -1,9 +1,9 @@
 #include "OrvProfiler/OrvWorkbench/Host.h"
 
+#include "OrvProfiler/foundation/Trace.h"
 #include "OrvProfiler/OrvWorkbench/CrashFilter.h"
 #include "OrvProfiler/OrvWorkbench/RuntimeHost.h"
-#include "OrvProfiler/ProxyShare.h"
-#include "OrvProfiler/Trace.h"
+#include "OrvProfiler/share/ProxyShare.h"
 
 #include <iterator>
 #include <new>

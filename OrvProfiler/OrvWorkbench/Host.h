@@ -1,8 +1,8 @@
 #pragma once
 
-#include "OrvProfiler/TString.h"
-#include "OrvProfiler/WBEvent.h"
-#include "OrvProfiler/WinTypes.h"
+#include "OrvProfiler/foundation/TString.h"
+#include "OrvProfiler/foundation/WinTypes.h"
+#include "OrvProfiler/objects/WBEvent.h"
 
 #include <cstdint>
 #include <memory>

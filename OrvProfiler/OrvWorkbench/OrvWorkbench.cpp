@@ -1,6 +1,6 @@
+#include "OrvProfiler/foundation/Trace.h"
 #include "OrvProfiler/OrvWorkbench/AssemblyPath.h"
 #include "OrvProfiler/OrvWorkbench/Host.h"
-#include "OrvProfiler/Trace.h"
 
 #include <cstdint>
 #include <cwchar>

@@ -12,11 +12,11 @@
 //   exit=CODE      ends at once
 // Ends with exit code 1 after the last step, and with 2 when a command does not come within half a minute.
 
+#include "OrvProfiler/foundation/UniqueHandle.h"
+#include "OrvProfiler/objects/WBEvent.h"
 #include "OrvProfiler/OrvWorkbench/Host.h"
-#include "OrvProfiler/ProxySecurity.h"
-#include "OrvProfiler/ProxyShare.h"
-#include "OrvProfiler/UniqueHandle.h"
-#include "OrvProfiler/WBEvent.h"
+#include "OrvProfiler/security/ProxySecurity.h"
+#include "OrvProfiler/share/ProxyShare.h"
 
 #include <windows.h>
 

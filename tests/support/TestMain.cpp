@@ -1,4 +1,4 @@
-#include "tests/support/ChildProcess.h"
+#include "tests/support/processes/ChildProcess.h"
 
 #include <windows.h>
 

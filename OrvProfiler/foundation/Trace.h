@@ -1,0 +1,57 @@
+#pragma once
+
+#include "OrvProfiler/foundation/PerfTimer.h"
+#include "OrvProfiler/foundation/WinTypes.h"
+
+#include <cstdint>
+
+// The trace log: every step of the system is one line of text, written to the debugger output and, once it is open,
+// to the log file. There is no level and no switch. No function here reports failure and none raises.
+//
+// The formats are the C runtime's own wide ones: %s is a wide string, %S a narrow one.
+//
+// All state is constant-initialised, so that static objects of any source file may trace from their constructors and
+// destructors, whatever the link order.
+
+// How many texts stay valid at once, and the greatest length of one in UTF-16 units without the NUL.
+constexpr int c_traceSlotCount = 32;
+constexpr int c_traceSlotLength = 1024;
+
+// Formats one line and writes it to the debugger output and to the log file, if open, which is flushed at once.
+// A line of more than 1024 units is cut after 1024 (its line end is lost then); a format that produces nothing, that
+// fails or that is null writes nothing.
+// Every call follows one convention: the format begins with "%6.0f %s " and ends with "\n", its first argument is
+// TickMs(), its second the reporting function's name, as in
+//     Trace(L"%6.0f %s event %s signalled\n", TickMs(), L"CProxyEvent::Wait", name);
+// The thread's last error is the same afterwards, so that a failure can be traced in more than one line.
+// Any thread. Lines of several threads are not put in order, but one line is never mixed with another.
+void Trace(const wchar_t* format, ...) noexcept;
+
+// Opens the log file, truncating it, as UTF-16LE text with a byte-order mark and CR LF line ends. The folder is not
+// created. Does nothing when a log file is open already or path is null; when the open fails, tracing goes on to the
+// debugger output only. Not to be called while other threads trace.
+void TraceOpen(const wchar_t* path) noexcept;
+
+// Closes the log file, if open; lines go to the debugger output only from then on. Not to be called while other
+// threads trace.
+void TraceClose() noexcept;
+
+// Formats like Trace into the next slot and returns it; the empty string when the format produces nothing. The text
+// is the slot's: it stays valid while 31 further slots are taken, by whatever thread and by Trace and ResourceText
+// too; the 32nd overwrites it. Any thread.
+const wchar_t* FormatSlot(const wchar_t* format, ...) noexcept;
+
+// The system's message text for an error code (the calling thread's last error when code is 0), with its trailing
+// line break, or the empty string when the system has none. One buffer for all threads: the text is good until the
+// next call from any thread. The thread's last error is the same afterwards.
+const wchar_t* ErrorText(uint32_t code) noexcept;
+
+// Loads a string resource of at most 1023 units into the next slot. Returns null when it does not exist or is empty.
+// Lifetime of the text as for FormatSlot. Any thread.
+const wchar_t* ResourceText(HMODULE module, uint32_t id) noexcept;
+
+// Asks the system, on the first call only, whether a debugger is attached, and keeps the answer. The answer gates
+// nothing. Not for concurrent use.
+void DebuggerCheck() noexcept;
+// Frees the library that DebuggerCheck loaded; the answer stays and is not asked for again. Not for concurrent use.
+void DebuggerCheckRelease() noexcept;

@@ -1,0 +1,51 @@
+#include "OrvProfiler/objects/ProxyAccess.h"
+
+#include "OrvProfiler/foundation/DebugAssert.h"
+#include "OrvProfiler/security/ProxySecurity.h"
+
+#include <windows.h>
+
+CProxyAccess::CProxyAccess(uint32_t session, const wchar_t* name) : m_name(name)
+{
+    SECURITY_ATTRIBUTES attributes{};
+    SECURITY_DESCRIPTOR descriptor{};
+    g_SecManager.OrvPCreateACL(&attributes, &descriptor);
+    m_mutex = UniqueHandle(g_SecManager.OrvPCreateMutex(session, &attributes, m_name));
+    // NOLINTNEXTLINE(cppcoreguidelines-prefer-member-initializer): right after the create, or the answer is gone
+    m_firstInstance = GetLastError() != ERROR_ALREADY_EXISTS;
+    DebugAssert(static_cast<bool>(m_mutex), L"ProxyAccess", __LINE__);
+}
+
+CProxyAccess::~CProxyAccess()
+{
+    Unlock();
+}
+
+bool CProxyAccess::Lock(uint32_t timeoutMs)
+{
+    if (!m_mutex)
+        return false;
+    if (!IsNotHeld())
+        return true;
+    const DWORD result = WaitForSingleObject(m_mutex.Get(), timeoutMs);
+    if (result == WAIT_OBJECT_0 || result == WAIT_ABANDONED)
+        m_owner = GetCurrentThreadId();
+    return !IsNotHeld();
+}
+
+bool CProxyAccess::Unlock()
+{
+    if (!IsNotHeld())
+    {
+        // Before the release: afterwards another thread may own it.
+        m_owner = 0;
+        const bool released = ReleaseMutex(m_mutex.Get()) != FALSE;
+        DebugAssert(released, L"ProxyAccess", __LINE__);
+    }
+    return m_owner == 0;
+}
+
+bool CProxyAccess::IsNotHeld() const noexcept
+{
+    return m_owner != GetCurrentThreadId();
+}

@@ -1,0 +1,139 @@
+#include "OrvProfiler/share/ProxyShare.h"
+
+#include "OrvProfiler/foundation/DebugAssert.h"
+#include "OrvProfiler/foundation/Trace.h"
+#include "OrvProfiler/security/ProxySecurity.h"
+#include "OrvProfiler/share/ShareBytes.h"
+
+#include <windows.h>
+
+#include <new>
+
+CProxyShare* g_pShare = nullptr;
+
+namespace
+{
+constexpr const wchar_t* c_source = L"ProxyShare";
+constexpr int32_t c_controlCountLimit = 256;
+} // namespace
+
+CProxyShare::CProxyShare() : CProxyMap(c_shareBaseName)
+{
+    DebugAssert(g_pShare == nullptr, c_source, 661);
+    g_pShare = this;
+}
+
+CProxyShare::~CProxyShare()
+{
+    DebugAssert(g_pShare == this, c_source, 681);
+    CProxyShare::Close();
+    if (m_pFile != nullptr)
+        static_cast<void>(std::fclose(m_pFile));
+    g_pShare = nullptr;
+}
+
+void CProxyShare::OnMapped()
+{
+    if (ViewSize() < sizeof(ProxyShareData))
+    {
+        Trace(L"%6.0f %s share %s is smaller than %u bytes\n", TickMs(), L"CProxyShare::OnMapped", m_name.GetBuffer(),
+              c_shareSizeBytes);
+        Close();
+        return;
+    }
+    m_pShare = static_cast<ProxyShareData*>(GetView());
+    DebugAssert(m_mutex[0] == nullptr, c_source, 670);
+    const uint32_t session = g_SecManager.GetSessionForProcess(m_id);
+    for (uint32_t i = 0; i < c_shareMutexCount; ++i)
+        m_mutex[i].reset(new (std::nothrow) CProxyAccess(session, FormatSlot(L"%s_%d", m_name.GetBuffer(), i)));
+}
+
+void CProxyShare::Close()
+{
+    CProxyMap::Close();
+    m_pShare = nullptr;
+    for (std::unique_ptr<CProxyAccess>& mutex : m_mutex)
+        mutex.reset();
+}
+
+bool CProxyShare::Create(uint32_t id)
+{
+    Trace(L"%6.0f %s Size of Share is %u bytes\n", TickMs(), L"CProxyShare::Create", c_shareSizeBytes);
+    return CProxyMap::Create(id, c_shareSizeBytes, nullptr) && m_pShare != nullptr;
+}
+
+ShareControl* CProxyShare::GetControl() const noexcept
+{
+    return m_pShare != nullptr ? &m_pShare->control : nullptr;
+}
+
+HWND CProxyShare::GetClientWindow() const
+{
+    return m_pShare != nullptr ? reinterpret_cast<HWND>(m_pShare->control.clientWindow) : nullptr;
+}
+
+int32_t CProxyShare::GetControlCount() const
+{
+    const int32_t count = m_pShare != nullptr ? m_pShare->control.count : 0;
+    return count >= 1 && count < c_controlCountLimit ? count : c_controlCountLimit;
+}
+
+bool CProxyShare::SetControl(const void* source)
+{
+    if (m_pShare == nullptr || source == nullptr)
+        return false;
+    const Guard guard(*this, c_shareLock);
+    CopyBytes(&m_pShare->control, source, sizeof m_pShare->control);
+    return true;
+}
+
+void CProxyShare::ClearAll()
+{
+    if (m_pShare == nullptr)
+        return;
+    const Guard guard(*this, c_shareLock);
+    ZeroBytes(m_pShare, sizeof *m_pShare);
+}
+
+void CProxyShare::ResetRunData()
+{
+    constexpr size_t recordBytes = offsetof(ProxyShareData, threadCount) - offsetof(ProxyShareData, recordCount);
+    constexpr size_t threadBytes = offsetof(ProxyShareData, threadBlocks) - offsetof(ProxyShareData, threadCount);
+    static_assert(recordBytes == 2220040 && threadBytes == 222728);
+    if (m_pShare == nullptr)
+        return;
+    const Guard guard(*this, c_shareLock);
+    auto* const bytes = reinterpret_cast<uint8_t*>(m_pShare);
+    ZeroBytes(m_pShare->threadBlocks, sizeof m_pShare->threadBlocks);
+    ZeroBytes(bytes + offsetof(ProxyShareData, threadCount), threadBytes);
+    ZeroBytes(bytes + offsetof(ProxyShareData, recordCount), recordBytes);
+    m_pShare->runWord = 0;
+}
+
+void CProxyShare::Lock(uint32_t index)
+{
+    if (m_pShare == nullptr)
+        return;
+    DebugAssert(index < c_shareMutexCount, c_source, 623);
+    if (index >= c_shareMutexCount)
+        return;
+    DebugAssert(m_mutex[index] != nullptr, c_source, 624);
+    if (m_mutex[index] == nullptr)
+        return;
+    const bool locked = m_mutex[index]->Lock(INFINITE);
+    DebugAssert(locked, c_source, 627);
+}
+
+void CProxyShare::Unlock(uint32_t index)
+{
+    if (m_pShare == nullptr)
+        return;
+    DebugAssert(index < c_shareMutexCount, c_source, 636);
+    if (index >= c_shareMutexCount)
+        return;
+    DebugAssert(m_mutex[index] != nullptr, c_source, 637);
+    if (m_mutex[index] == nullptr)
+        return;
+    const bool unlocked = m_mutex[index]->Unlock();
+    DebugAssert(unlocked, c_source, 640);
+}

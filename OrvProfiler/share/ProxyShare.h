@@ -1,0 +1,122 @@
+#pragma once
+
+#include "OrvProfiler/objects/ProxyAccess.h"
+#include "OrvProfiler/share/ProxyMap.h"
+#include "OrvProfiler/share/ProxyPrivate.h"
+#include "OrvProfiler/share/ShareLayout.h"
+#include "OrvProfiler/share/ShareValues.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+
+// The word before the id in the share's kernel name.
+constexpr const wchar_t* c_shareBaseName = L"OrvProfiler";
+
+constexpr uint32_t c_shareMutexCount = 7;
+// Guards the whole share, the control block and the record mode of threads.
+constexpr uint32_t c_shareLock = 2;
+// Guards the thread table.
+constexpr uint32_t c_threadLock = 3;
+
+// The share: the block of memory in which a client and its helper processes keep the control block, the debugger's
+// thread table and the client's own tables (see ShareLayout.h), keyed by the client's process id, with seven named
+// mutexes that guard its regions, "OrvProfiler00001a2c_0" to "_6".
+//
+// One exists per process at a time; its constructor sets g_pShare and its destructor clears it. An operation on a
+// share that is not mapped does nothing and returns null, 0 or false, where nothing else is said.
+//
+// Guarded operations take their lock without time limit and release it on every path, also when an exception passes:
+// nothing here throws, but a program's fault handler may turn an unreadable page of the view into an exception.
+// The locks are not recursive: an operation that takes a lock which the calling thread holds already releases it.
+// Nothing in the share is trusted: counts and indices outside their range never lead outside a table.
+class CProxyShare : public CProxyMap
+{
+public:
+    CProxyShare();
+    CProxyShare(const CProxyShare&) = delete;
+    CProxyShare& operator=(const CProxyShare&) = delete;
+    ~CProxyShare() override;
+
+    void OnMapped() override;
+    void Close() override;
+
+    // Opens the share of that client process id or, failing that, creates it, all zero. True when it is mapped.
+    bool Create(uint32_t id);
+
+    // The control block, within the share. Read without a lock once the client has signalled a command.
+    ShareControl* GetControl() const noexcept;
+    // The client's notification window; null when the client has not stored one.
+    HWND GetClientWindow() const;
+    // The control block's count when it lies in 1 to 255; 256 otherwise and when the share is not mapped.
+    int32_t GetControlCount() const;
+    // Copies a whole control block (71520 bytes) into the share, under lock 2. False for null.
+    bool SetControl(const void* source);
+    // Zeroes the whole share, under lock 2.
+    void ClearAll();
+    // Zeroes the thread table, the per-thread blocks, the record table and the run word, under lock 2.
+    void ResetRunData();
+
+    // Waits for the mutex of that index (0 to 6) without time limit, or releases it.
+    void Lock(uint32_t index);
+    void Unlock(uint32_t index);
+
+    // Thread operations (lock 3). A thread index (tindex) lies in 0 to 127.
+
+    // Puts a thread into the first free slot, at the end of the order list: either a copy of a complete slot, whose
+    // state gets 0x110 added, or a new one with that id, state 0x110 and the two texts, each cut after 260 units.
+    // Stores the index. False, with nothing changed, when no slot is free.
+    bool AddThread(int32_t* tindex, const ThreadSlot& record);
+    bool AddThread(int32_t* tindex, uint32_t threadId, const wchar_t* detail, const wchar_t* name);
+    // Frees the slot, zeroes it and the thread's block, and takes it out of the order list. False when it is free
+    // already or no slot; assertIfInvalid says that the caller does not expect that. The trace line deliberately
+    // shows the slot after it was cleared.
+    bool RemoveThread(int32_t tindex, bool assertIfInvalid);
+    // Sets the state of the first threadCount slots: deliberately by position, not through the order list.
+    bool SetAllThreadsState(uint32_t state);
+    // Sets the record mode, a set of c_record... bits, of a slot below the thread count; deliberately under lock 2.
+    // True in every case, also when the index is not below the count and nothing was set.
+    bool Record(int32_t tindex, uint32_t recordMode);
+    // The slot, within the share; null when it is free or no slot. Takes no lock: hold lock 3 while using it.
+    ThreadSlot* GetThread(int32_t tindex) const;
+    // An entry of a thread's block, within the share; null for an index outside 0 to 255 or not below the block's
+    // count. Takes no lock.
+    ThreadBlockEntry* GetThreadEntry(int32_t tindex, int32_t entryIndex) const;
+    // Maintain the order list, without a lock, and return the new thread count. A full list takes nothing more.
+    int32_t AddToOrder(int32_t tindex);
+    int32_t RemoveFromOrder(int32_t tindex);
+
+private:
+    class Guard;
+
+    template <class Fill>
+    bool AddThreadWith(int32_t* tindex, const Fill& fill);
+    int32_t FindFreeThread() const;
+    // The thread count as far as it can be believed: 0 to 128.
+    int32_t ThreadCount() const;
+    void TraceThread(const wchar_t* function, int32_t tindex) const;
+
+    // An optional output file, closed with the share; nothing here opens one.
+    std::FILE* m_pFile = nullptr;
+    [[maybe_unused]] uint32_t m_reserved = 0;
+    // The typed view; null while not mapped.
+    ProxyShareData* m_pShare = nullptr;
+    std::unique_ptr<CProxyAccess> m_mutex[c_shareMutexCount];
+};
+
+// Holds one of the share's mutexes for a scope.
+class CProxyShare::Guard
+{
+public:
+    Guard(CProxyShare& share, uint32_t index) : m_share(share), m_index(index) { m_share.Lock(m_index); }
+    ~Guard() { m_share.Unlock(m_index); }
+    Guard(const Guard&) = delete;
+    Guard& operator=(const Guard&) = delete;
+
+private:
+    CProxyShare& m_share;
+    uint32_t m_index;
+};
+
+// The one share of the process, null while there is none.
+extern CProxyShare* g_pShare;

@@ -1,0 +1,13 @@
+#include "client/base/ClientError.h"
+
+#include "OrvProfiler/foundation/Trace.h"
+
+std::wstring SystemFailure(const std::wstring& what, unsigned long error)
+{
+    std::wstring text = ErrorText(error);
+    while (!text.empty() && (text.back() == L'\n' || text.back() == L'\r' || text.back() == L' '))
+        text.pop_back();
+    if (text.empty())
+        text = L"the system has no text for it";
+    return what + L": " + text + L" (error " + std::to_wstring(error) + L")";
+}

@@ -1,0 +1,201 @@
+#include "client/input/CommandLine.h"
+
+#include "client/base/ClientError.h"
+#include "client/base/Text.h"
+#include "client/console/Console.h"
+#include "client/session/Command.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <CLI/CLI.hpp>
+#include <iterator>
+
+namespace
+{
+constexpr double c_millisecondsPerSecond = 1000;
+// The longest limit that the system's waits take.
+constexpr double c_longestLimitSeconds = 4294967;
+
+constexpr const char* c_description =
+    "Starts the managed workbench, or attaches to a running one, posts commands to it and\n"
+    "shows what comes back.\n"
+    "\n"
+    "Without COMMAND and --script, commands are read from the standard input: with a prompt\n"
+    "when that is a console, as a script otherwise.";
+
+constexpr const wchar_t* c_beforeWords =
+    L"\n"
+    L"A COMMAND, or a line of a script, is a word and a text that is handed to the workbench as it stands (its\n"
+    L"language is the managed dispatcher's, see commands.md):\n";
+constexpr const wchar_t* c_afterWords =
+    L"In scripts, empty lines and lines that begin with # are skipped. A script stops at the first failure.\n"
+    L"\n"
+    L"Exit status, of the first failure:\n"
+    L"  0  everything succeeded\n"
+    L"  1  a command failed\n"
+    L"  2  bad usage: options, a script that cannot be read, a line that is no command, a text that is too long\n"
+    L"  3  the workbench could not be started, or ended unasked\n"
+    L"  4  time-out: the workbench was not ready, a command not answered, or the workbench not stopped in time\n"
+    L"  5  interrupted by Ctrl-C\n"
+    L"  6  the workbench departed from its protocol\n";
+
+struct RawOptions
+{
+    std::vector<std::string> commands;
+    std::string script;
+    std::string program;
+    std::string attachTo;
+    std::string clientId;
+    bool isInteractive = false;
+    bool keepsGoing = false;
+    bool followsLog = false;
+    bool printsJson = false;
+    double readySeconds = 30;
+    double commandSeconds = 60;
+    double stopSeconds = 10;
+};
+
+std::wstring Wide(const std::string& text)
+{
+    return FromUtf8(text).value_or(std::wstring());
+}
+
+std::wstring ProgramBesideThis()
+{
+    std::wstring path(32768, L'\0');
+    path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
+    return path.substr(0, path.find_last_of(L'\\') + 1) + L"OrvWorkBench64.exe";
+}
+
+std::wstring FullPath(const std::wstring& path)
+{
+    std::wstring full(32768, L'\0');
+    full.resize(GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
+    return full.empty() ? path : full;
+}
+
+uint32_t LimitOf(double seconds)
+{
+    return seconds == 0 ? TimeLimits::c_noLimit : static_cast<uint32_t>(seconds * c_millisecondsPerSecond);
+}
+
+// A process id: base 10 (or 16 with 0x) as the system's tools show it, or base 16 as the workbench reads it.
+std::optional<uint32_t> ProcessIdOf(const std::string& text, int base, const char* option)
+{
+    if (text.empty())
+        return std::nullopt;
+    size_t length = 0;
+    unsigned long long value = 0;
+    try
+    {
+        const bool isHexadecimal = text.rfind("0x", 0) == 0;
+        value = std::stoull(text, &length, isHexadecimal ? 16 : base);
+    }
+    catch (const std::logic_error&)
+    {
+        length = 0;
+    }
+    if (length != text.size() || text[0] == '-' || value == 0 || value > UINT32_MAX)
+        throw ClientError(ExitStatus::Usage, Wide(std::string(option) + ": \"" + text + "\" is no process id"));
+    return static_cast<uint32_t>(value);
+}
+
+void DefineInput(CLI::App& app, RawOptions& raw)
+{
+    auto* const commands = app.add_option("COMMAND", raw.commands, "Commands to run, each quoted as one argument");
+    auto* const script = app.add_option("-s,--script", raw.script, "Commands, one per line; - is the standard input");
+    auto* const interactive = app.add_flag("-i,--interactive", raw.isInteractive,
+                                           "Prompt, and go on after failures, also without a console");
+    commands->option_text("COMMAND...");
+    script->option_text("FILE")->excludes(commands);
+    interactive->excludes(commands)->excludes(script);
+    app.add_flag("-k,--keep-going", raw.keepsGoing, "Go on after a command that failed");
+}
+
+void DefineWorkbench(CLI::App& app, RawOptions& raw)
+{
+    auto* const program = app.add_option("-w,--workbench", raw.program,
+                                         "The program to start instead of OrvWorkBench64.exe\nbeside this one");
+    auto* const attach = app.add_option("-a,--attach", raw.attachTo,
+                                        "Process id of a running workbench to drive, which is left\nrunning");
+    auto* const client = app.add_option(
+        "--client", raw.clientId,
+        "With --attach: the id on the workbench's command line,\nhexadecimal (read from there by default)");
+    program->option_text("FILE")->excludes(attach);
+    attach->option_text("PID");
+    client->option_text("HEX")->needs(attach);
+}
+
+void DefineOutput(CLI::App& app, RawOptions& raw)
+{
+    app.add_flag("-j,--json", raw.printsJson, "Print one JSON object per line (client.md)");
+    app.add_flag("-f,--follow-log", raw.followsLog, "Show the workbench's trace log as it grows");
+}
+
+void DefineLimits(CLI::App& app, RawOptions& raw)
+{
+    const auto range = CLI::Range(0.0, c_longestLimitSeconds);
+    const auto define = [&](const char* name, double& seconds, const char* text) {
+        app.add_option(name, seconds, text)->check(range)->option_text("SECONDS");
+    };
+    define("-t,--timeout", raw.commandSeconds, "Until a command's final response (60; 0: no limit)");
+    define("--ready-timeout", raw.readySeconds, "Until a started workbench is ready (30; 0: no limit)");
+    define("--stop-timeout", raw.stopSeconds, "Until a stopped workbench has ended (10; 0: no limit)");
+}
+
+Options Convert(const RawOptions& raw)
+{
+    Options options;
+    std::transform(raw.commands.begin(), raw.commands.end(), std::back_inserter(options.commands), Wide);
+    options.script = Wide(raw.script);
+    options.program = raw.program.empty() ? ProgramBesideThis() : FullPath(Wide(raw.program));
+    options.attachTo = ProcessIdOf(raw.attachTo, 10, "--attach");
+    options.clientId = ProcessIdOf(raw.clientId, 16, "--client");
+    const bool readsInput = raw.commands.empty() && raw.script.empty();
+    options.isInteractive = raw.isInteractive || (readsInput && IsConsole(GetStdHandle(STD_INPUT_HANDLE)));
+    options.keepsGoing = raw.keepsGoing || options.isInteractive;
+    options.followsLog = raw.followsLog;
+    options.printsJson = raw.printsJson;
+    options.limits.readyMs = LimitOf(raw.readySeconds);
+    options.limits.commandMs = LimitOf(raw.commandSeconds);
+    options.limits.stopMs = LimitOf(raw.stopSeconds);
+    return options;
+}
+} // namespace
+
+std::optional<Options> ParseCommandLine(int argc, const wchar_t* const* argv)
+{
+    CLI::App app(c_description, "OrvClient");
+    app.allow_windows_style_options(false);
+    app.set_version_flag("--version", "OrvClient " ORV_VERSION);
+    app.footer(ToUtf8(c_beforeWords + CommandHelp() + c_afterWords));
+    RawOptions raw;
+    DefineInput(app, raw);
+    DefineWorkbench(app, raw);
+    DefineOutput(app, raw);
+    DefineLimits(app, raw);
+    // The parser takes them in reverse.
+    std::vector<std::string> arguments;
+    for (int i = argc - 1; i > 0; --i)
+        arguments.push_back(ToUtf8(argv[i]));
+    try
+    {
+        app.parse(std::move(arguments));
+    }
+    catch (const CLI::CallForHelp&)
+    {
+        TextStream::Out().WriteUtf8(app.help());
+        return std::nullopt;
+    }
+    catch (const CLI::CallForVersion& version)
+    {
+        TextStream::Out().WriteUtf8(std::string(version.what()) + "\n");
+        return std::nullopt;
+    }
+    catch (const CLI::ParseError& error)
+    {
+        throw ClientError(ExitStatus::Usage, Wide(error.what()) + L" (--help lists the options)");
+    }
+    return Convert(raw);
+}

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "client/session/Session.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+// What the user asks for on the command line.
+struct Options
+{
+    // One line each, as in a script.
+    std::vector<std::wstring> commands;
+    // A file, or "-" for the standard input. Empty: none.
+    std::wstring script;
+    // The full path.
+    std::wstring program;
+    // Process ids of a running workbench and of the client on its command line.
+    std::optional<uint32_t> attachTo;
+    std::optional<uint32_t> clientId;
+    bool isInteractive = false;
+    bool keepsGoing = false;
+    bool followsLog = false;
+    bool printsJson = false;
+    TimeLimits limits;
+};
+
+// Reads the command line. Nothing when it asked for help or the version only, which was then shown. Throws
+// ClientError (usage).
+std::optional<Options> ParseCommandLine(int argc, const wchar_t* const* argv);

@@ -1,0 +1,86 @@
+#include "client/log/DebugOutput.h"
+
+#include <windows.h>
+
+#include <cstring>
+#include <utility>
+
+// The layout and the names below are the system's.
+struct DebugOutput::Buffer
+{
+    DWORD processId;
+    char text[4092];
+};
+
+namespace
+{
+constexpr const wchar_t* c_bufferName = L"DBWIN_BUFFER";
+constexpr DWORD c_releasePollMs = 5;
+constexpr int c_releasePolls = 400;
+} // namespace
+
+DebugOutput::DebugOutput(Receiver receiver) : m_receiver(std::move(receiver))
+{
+    if (MakeObjects())
+        m_thread = std::thread([this] { Listen(); });
+    else
+        m_mapping.Reset(); // who prints must not find it
+}
+
+DebugOutput::~DebugOutput()
+{
+    if (m_thread.joinable())
+    {
+        SetEvent(m_stop.Get());
+        m_thread.join();
+    }
+    if (m_view != nullptr)
+        ReleasePrinters();
+}
+
+bool DebugOutput::MakeObjects()
+{
+    static_assert(sizeof(Buffer) == 4096, "the system's buffer");
+    m_mapping.Reset(
+        CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(Buffer), c_bufferName));
+    // Whoever made it before listens.
+    if (!m_mapping || GetLastError() == ERROR_ALREADY_EXISTS)
+        return false;
+    m_isFree.Reset(CreateEventW(nullptr, FALSE, FALSE, L"DBWIN_BUFFER_READY"));
+    m_isFilled.Reset(CreateEventW(nullptr, FALSE, FALSE, L"DBWIN_DATA_READY"));
+    m_stop.Reset(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    if (!m_isFree || !m_isFilled || !m_stop)
+        return false;
+    m_view = static_cast<const Buffer*>(MapViewOfFile(m_mapping.Get(), FILE_MAP_READ, 0, 0, 0));
+    return m_view != nullptr;
+}
+
+void DebugOutput::Listen()
+{
+    const HANDLE awaited[] = {m_isFilled.Get(), m_stop.Get()};
+    SetEvent(m_isFree.Get());
+    while (WaitForMultipleObjects(2, awaited, FALSE, INFINITE) == WAIT_OBJECT_0)
+    {
+        const uint32_t processId = m_view->processId;
+        const std::string text(m_view->text, strnlen(m_view->text, sizeof m_view->text));
+        SetEvent(m_isFree.Get());
+        m_receiver(processId, text);
+    }
+}
+
+// A process that found the listener a moment ago still waits for the buffer, for seconds or, under Wine, for ever:
+// the buffer is declared free until nobody has it open any more.
+void DebugOutput::ReleasePrinters()
+{
+    UnmapViewOfFile(m_view);
+    m_view = nullptr;
+    m_mapping.Reset();
+    for (int i = 0; i < c_releasePolls; ++i)
+    {
+        const UniqueHandle stillOpen(OpenFileMappingW(FILE_MAP_READ, FALSE, c_bufferName));
+        if (!stillOpen)
+            return;
+        SetEvent(m_isFree.Get());
+        WaitForSingleObject(m_isFilled.Get(), c_releasePollMs);
+    }
+}

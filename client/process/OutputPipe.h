@@ -1,0 +1,56 @@
+#pragma once
+
+#include "OrvProfiler/foundation/UniqueHandle.h"
+#include "OrvProfiler/foundation/WinTypes.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+// A pipe that catches what another process prints, without ever blocking the reader. One thread uses it.
+class OutputPipe
+{
+public:
+    // Throws ClientError.
+    OutputPipe();
+    ~OutputPipe();
+    OutputPipe(const OutputPipe&) = delete;
+    OutputPipe& operator=(const OutputPipe&) = delete;
+
+    // The inheritable end for the other process; close it here once that process has it.
+    HANDLE WriteEnd() const noexcept { return m_writeEnd.Get(); }
+    void CloseWriteEnd() noexcept { m_writeEnd.Reset(); }
+
+    // Signalled when Take has something to give, or the pipe's end was reached. Null after the end.
+    HANDLE Arrival() const noexcept;
+    // What has arrived since the last call: everything that the other process wrote before whatever else of it this
+    // thread has seen.
+    std::string Take();
+    // False when every writer is gone and all has been taken.
+    bool IsOpen() const noexcept { return static_cast<bool>(m_readEnd); }
+
+private:
+    struct Read;
+
+    void StartRead();
+
+    UniqueHandle m_readEnd;
+    UniqueHandle m_writeEnd;
+    std::unique_ptr<Read> m_read;
+};
+
+// Cuts a stream of bytes into lines of text. A line ends with LF or CR LF.
+class LineCutter
+{
+public:
+    // Takes bytes; returns the lines that are complete, without their ends.
+    std::vector<std::wstring> Feed(const std::string& bytes);
+    // The last line, which has no end; empty when there is none.
+    std::wstring TakeRest();
+
+private:
+    std::wstring Decode(std::string line);
+
+    std::string m_rest;
+    bool m_isAtStart = true;
+};

@@ -1,0 +1,144 @@
+#include "client/process/WorkbenchProcess.h"
+
+#include "client/base/ClientError.h"
+#include "OrvProfiler/foundation/Trace.h"
+
+#include <windows.h>
+
+#include <memory>
+#include <string>
+
+namespace
+{
+constexpr DWORD c_killWaitMs = 10000;
+constexpr UINT c_exitKilled = 0xDEAD;
+
+UniqueHandle MakeKillJob()
+{
+    UniqueHandle job(CreateJobObjectW(nullptr, nullptr));
+    JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
+    limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+    if (job && SetInformationJobObject(job.Get(), JobObjectExtendedLimitInformation, &limits, sizeof limits) != FALSE)
+        return job;
+    const DWORD error = GetLastError();
+    throw ClientError(ExitStatus::WorkbenchLost,
+                      SystemFailure(L"the job that ties the workbench to this client cannot be made", error));
+}
+
+// Lets a new process inherit the given handles and no others.
+class InheritList
+{
+public:
+    InheritList(HANDLE* handles, size_t count)
+    {
+        SIZE_T size = 0;
+        InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
+        m_memory = std::make_unique<char[]>(size);
+        m_list = reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(m_memory.get());
+        if (InitializeProcThreadAttributeList(m_list, 1, 0, &size) == FALSE ||
+            UpdateProcThreadAttribute(m_list, 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, handles, count * sizeof *handles,
+                                      nullptr, nullptr) == FALSE)
+        {
+            const DWORD error = GetLastError();
+            throw ClientError(ExitStatus::WorkbenchLost,
+                              SystemFailure(L"the handles of the workbench cannot be chosen", error));
+        }
+    }
+    ~InheritList() { DeleteProcThreadAttributeList(m_list); }
+    InheritList(const InheritList&) = delete;
+    InheritList& operator=(const InheritList&) = delete;
+
+    LPPROC_THREAD_ATTRIBUTE_LIST Get() const noexcept { return m_list; }
+
+private:
+    std::unique_ptr<char[]> m_memory;
+    LPPROC_THREAD_ATTRIBUTE_LIST m_list = nullptr;
+};
+
+UniqueHandle OpenNothing()
+{
+    SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
+    return UniqueHandle::FromFile(CreateFileW(L"NUL", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, &inheritable,
+                                              OPEN_EXISTING, 0, nullptr));
+}
+
+std::wstring FolderOf(const std::wstring& program)
+{
+    const size_t end = program.find_last_of(L"\\/");
+    return end == std::wstring::npos ? std::wstring(L".") : program.substr(0, end + 1);
+}
+
+} // namespace
+
+WorkbenchProcess WorkbenchProcess::Start(const std::wstring& program, uint32_t clientId, HANDLE output)
+{
+    WorkbenchProcess workbench;
+    workbench.m_job = MakeKillJob();
+    const UniqueHandle nothing = OpenNothing();
+    HANDLE inherited[] = {output, nothing.Get()};
+    const InheritList inheritList(inherited, nothing ? 2 : 1);
+
+    STARTUPINFOEXW startup{};
+    startup.StartupInfo.cb = sizeof startup;
+    startup.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
+    startup.StartupInfo.hStdInput = nothing.Get();
+    startup.StartupInfo.hStdOutput = output;
+    startup.StartupInfo.hStdError = output;
+    startup.lpAttributeList = inheritList.Get();
+
+    std::wstring commandLine = L"\"" + program + L"\" workbench " + FormatSlot(L"%x", clientId);
+    const std::wstring folder = FolderOf(program);
+    PROCESS_INFORMATION process{};
+    // Suspended until it is in the job. In a process group of its own Ctrl-C does not end it: this client stops it.
+    if (CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE,
+                       CREATE_SUSPENDED | CREATE_NEW_PROCESS_GROUP | EXTENDED_STARTUPINFO_PRESENT, nullptr,
+                       folder.c_str(), &startup.StartupInfo, &process) == FALSE)
+    {
+        const DWORD error = GetLastError();
+        throw ClientError(ExitStatus::WorkbenchLost, SystemFailure(program + L" cannot be started", error));
+    }
+    workbench.m_process.Reset(process.hProcess);
+    workbench.m_id = process.dwProcessId;
+    const UniqueHandle thread(process.hThread);
+    if (AssignProcessToJobObject(workbench.m_job.Get(), process.hProcess) == FALSE)
+    {
+        const DWORD error = GetLastError();
+        TerminateProcess(process.hProcess, c_exitKilled);
+        throw ClientError(ExitStatus::WorkbenchLost,
+                          SystemFailure(L"the workbench cannot be tied to this client", error));
+    }
+    ResumeThread(process.hThread);
+    return workbench;
+}
+
+WorkbenchProcess WorkbenchProcess::Attach(uint32_t processId)
+{
+    WorkbenchProcess workbench;
+    workbench.m_process.Reset(OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId));
+    const DWORD error = GetLastError();
+    if (!workbench.m_process)
+        throw ClientError(ExitStatus::WorkbenchLost,
+                          SystemFailure(L"process " + std::to_wstring(processId) + L" cannot be opened", error));
+    workbench.m_id = processId;
+    return workbench;
+}
+
+bool WorkbenchProcess::HasEnded() const noexcept
+{
+    return WaitForSingleObject(m_process.Get(), 0) == WAIT_OBJECT_0;
+}
+
+uint32_t WorkbenchProcess::ExitCode() const noexcept
+{
+    DWORD exitCode = 0;
+    GetExitCodeProcess(m_process.Get(), &exitCode);
+    return exitCode;
+}
+
+void WorkbenchProcess::Kill() noexcept
+{
+    if (!m_job)
+        return;
+    TerminateJobObject(m_job.Get(), c_exitKilled);
+    WaitForSingleObject(m_process.Get(), c_killWaitMs);
+}

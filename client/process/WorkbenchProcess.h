@@ -1,0 +1,36 @@
+#pragma once
+
+#include "OrvProfiler/foundation/UniqueHandle.h"
+#include "OrvProfiler/foundation/WinTypes.h"
+
+#include <cstdint>
+#include <string>
+
+// The workbench's process, started by this client or by someone else. One that was started here ends with this
+// object, and also when this process is killed.
+class WorkbenchProcess
+{
+public:
+    // Starts the program with "workbench <clientId in hexadecimal>", in the program's own folder, with its standard
+    // output and error going to the given inheritable handle and without standard input. Ctrl-C does not reach it.
+    // Throws ClientError.
+    static WorkbenchProcess Start(const std::wstring& program, uint32_t clientId, HANDLE output);
+
+    // Takes a process that someone else started. Throws ClientError.
+    static WorkbenchProcess Attach(uint32_t processId);
+
+    // Signalled when the process has ended.
+    HANDLE Handle() const noexcept { return m_process.Get(); }
+    uint32_t Id() const noexcept { return m_id; }
+    bool HasEnded() const noexcept;
+    // Of a process that has ended.
+    uint32_t ExitCode() const noexcept;
+    // Ends a process that was started here, with everything that it started, and waits until it is gone. Leaves any
+    // other alone.
+    void Kill() noexcept;
+
+private:
+    UniqueHandle m_job;
+    UniqueHandle m_process;
+    uint32_t m_id = 0;
+};

@@ -1,0 +1,128 @@
+#include "client/reports/Hints.h"
+
+#include "client/log/TraceLog.h"
+#include "OrvProfiler/foundation/Trace.h"
+#include "OrvProfiler/foundation/UniqueHandle.h"
+#include "OrvProfiler/OrvWorkbench/Host.h"
+
+#include <windows.h>
+
+namespace
+{
+constexpr size_t c_shownLogLines = 5;
+// Enough for the last lines.
+constexpr size_t c_tailUnits = 16384;
+
+const wchar_t* MeaningOf(uint32_t exitCode) noexcept
+{
+    switch (exitCode)
+    {
+    case 0:
+        return L"it got too few arguments";
+    case 1:
+        return L"it ended by itself, in order";
+    case 0xC0000005:
+        return L"access violation";
+    case 0xC00000FD:
+        return L"stack overflow";
+    case 0xC0000135:
+        return L"a DLL that it needs is missing";
+    case 0xC0000139:
+        return L"a DLL that it needs lacks a function";
+    case 0xC000013A:
+        return L"ended by Ctrl-C or its console's end";
+    case 0xC0000409:
+        return L"it gave up after a fatal error";
+    case 0xE0434352:
+    case 0xE0434F4D:
+        return L"a managed exception that nobody caught";
+    default:
+        return nullptr;
+    }
+}
+
+std::wstring ExitCodeText(uint32_t exitCode)
+{
+    const wchar_t* const meaning = MeaningOf(exitCode);
+    std::wstring text = L"its exit code is " + std::to_wstring(exitCode);
+    if (exitCode > 0xFFFF)
+        text += FormatSlot(L" (0x%08X)", exitCode);
+    return meaning == nullptr ? text : text + L": " + meaning;
+}
+
+bool Exists(const std::wstring& path) noexcept
+{
+    return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+std::wstring FolderOf(const std::wstring& path)
+{
+    return path.substr(0, path.find_last_of(L'\\'));
+}
+
+std::wstring DispatcherOf(const std::wstring& program)
+{
+    return program.substr(0, program.find_last_of(L'.')) + L".dll";
+}
+
+std::wstring ReadLogTail(uint64_t startTime)
+{
+    const UniqueHandle file = OpenTraceLog(startTime);
+    LARGE_INTEGER size{};
+    if (!file || GetFileSizeEx(file.Get(), &size) == FALSE)
+        return {};
+    constexpr LONGLONG tailBytes = c_tailUnits * sizeof(wchar_t);
+    LARGE_INTEGER start{};
+    // A unit is two bytes long: an odd end is a unit under way.
+    start.QuadPart = size.QuadPart > tailBytes ? (size.QuadPart - tailBytes) & ~1LL : 0;
+    std::wstring text(c_tailUnits, L'\0');
+    DWORD taken = 0;
+    if (SetFilePointerEx(file.Get(), start, nullptr, FILE_BEGIN) == FALSE ||
+        ReadFile(file.Get(), text.data(), static_cast<DWORD>(tailBytes), &taken, nullptr) == FALSE)
+        return {};
+    text.resize(taken / sizeof(wchar_t));
+    return text;
+}
+} // namespace
+
+std::vector<std::wstring> LastLines(const std::wstring& text, size_t count)
+{
+    constexpr const wchar_t* between = L"\r\n\xFEFF";
+    std::vector<std::wstring> lines;
+    size_t end = text.find_last_not_of(between);
+    while (end != std::wstring::npos && lines.size() < count)
+    {
+        const size_t before = text.find_last_of(between, end);
+        const size_t start = before == std::wstring::npos ? 0 : before + 1;
+        lines.insert(lines.begin(), text.substr(start, end + 1 - start));
+        end = before == std::wstring::npos ? before : text.find_last_not_of(between, before);
+    }
+    return lines;
+}
+
+std::vector<std::wstring> HintsAfterLoss(const std::wstring& program, std::optional<uint32_t> exitCode,
+                                         uint64_t startTime)
+{
+    std::vector<std::wstring> hints;
+    if (exitCode)
+        hints.push_back(ExitCodeText(*exitCode));
+    if (!program.empty() && !Exists(DispatcherOf(program)))
+        hints.push_back(L"the managed dispatcher is missing: " + DispatcherOf(program));
+    const std::vector<std::wstring> lines = LastLines(ReadLogTail(startTime), c_shownLogLines);
+    if (!lines.empty())
+        hints.push_back(L"the trace log " + std::wstring(c_traceLogPath) + L" ends with:");
+    else if (Exists(FolderOf(c_traceLogPath)))
+        hints.push_back(L"the trace log " + std::wstring(c_traceLogPath) + L" cannot be read, or is of another run");
+    else
+        hints.push_back(L"there is no trace log; it is written when the folder " + FolderOf(c_traceLogPath) +
+                        L" exists");
+    for (const std::wstring& line : lines)
+        hints.push_back(L"  " + line);
+    return hints;
+}
+
+std::wstring HintForSilentFailure()
+{
+    return std::wstring(L"the dispatcher printed nothing; the trace log ") + c_traceLogPath +
+           L" tells whether it could be called";
+}

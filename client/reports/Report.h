@@ -1,0 +1,36 @@
+#pragma once
+
+#include "client/base/ClientError.h"
+#include "client/session/Session.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+// Shows what happens to the user or to another program. Called by one thread, except OnLogLine.
+class Report : public SessionObserver
+{
+public:
+    virtual ~Report() = default;
+
+    virtual void OnStarted(uint32_t workbenchId, uint32_t clientId, bool isAttached) = 0;
+    virtual void OnReady(double elapsedMs) = 0;
+    virtual void OnCommand(const Command& command) = 0;
+    virtual void OnResult(const CommandResult& result, const std::wstring& hint) = 0;
+    // The workbench has ended with this exit code, or, without one, is left running.
+    virtual void OnEnd(std::optional<uint32_t> workbenchExitCode) = 0;
+    // hints are further lines that say what to look at.
+    virtual void OnError(const ClientError& error, const std::vector<std::wstring>& hints) = 0;
+    // A line of the trace log, without its end. Any thread.
+    virtual void OnLogLine(const std::wstring& line) = 0;
+    virtual void OnPrompt() = 0;
+    virtual void OnHelp(const std::wstring& text) = 0;
+};
+
+// For people: indented lines on the standard output, errors on the standard error stream. Without an echo the
+// commands themselves are not shown: the user has just typed them.
+std::unique_ptr<Report> MakeTextReport(bool echoesCommands);
+// For programs: one JSON object per line on the standard output (docs/client.md describes them).
+std::unique_ptr<Report> MakeJsonReport();

@@ -1,0 +1,117 @@
+#include "client/console/Console.h"
+#include "client/reports/Report.h"
+#include "OrvProfiler/foundation/Trace.h"
+
+#include <string_view>
+
+namespace
+{
+constexpr std::wstring_view c_commandMark = L"> ";
+constexpr std::wstring_view c_outputMark = L"    | ";
+constexpr std::wstring_view c_eventIndent = L"    ";
+constexpr std::wstring_view c_resultIndent = L"  ";
+constexpr std::wstring_view c_logMark = L"    log ";
+constexpr std::wstring_view c_prompt = L"orv> ";
+
+const wchar_t* OutcomeText(Outcome outcome) noexcept
+{
+    switch (outcome)
+    {
+    case Outcome::Succeeded:
+        return L"succeeded";
+    case Outcome::Failed:
+        return L"failed";
+    case Outcome::TimedOut:
+        return L"timed out";
+    case Outcome::Lost:
+        return L"workbench lost";
+    case Outcome::Interrupted:
+        return L"interrupted";
+    }
+    return L"";
+}
+
+void Print(std::wstring_view mark, std::wstring_view text)
+{
+    std::wstring line(mark);
+    line += text;
+    line += L'\n';
+    TextStream::Out().Write(line);
+}
+
+class TextReport : public Report
+{
+public:
+    explicit TextReport(bool echoesCommands) : m_echoesCommands(echoesCommands) {}
+
+    void OnHappening(const Happening& happening) override
+    {
+        switch (happening.kind)
+        {
+        case Happening::Kind::Output:
+            Print(c_outputMark, happening.text);
+            return;
+        case Happening::Kind::Response:
+            Print(c_eventIndent, L"response " + happening.text);
+            return;
+        case Happening::Kind::Message:
+            Print(c_eventIndent, L"message " + happening.text);
+            return;
+        }
+    }
+
+    void OnStarted(uint32_t workbenchId, uint32_t clientId, bool isAttached) override
+    {
+        Print(L"", FormatSlot(L"workbench %u %s, client id %x", workbenchId, isAttached ? L"attached" : L"started",
+                              clientId));
+    }
+
+    void OnReady(double elapsedMs) override { Print(c_resultIndent, FormatSlot(L"ready after %.1f ms", elapsedMs)); }
+
+    void OnCommand(const Command& command) override
+    {
+        if (m_echoesCommands)
+            Print(c_commandMark, command.word->word + (command.text.empty() ? L"" : L" " + command.text));
+    }
+
+    void OnResult(const CommandResult& result, const std::wstring& hint) override
+    {
+        Print(c_resultIndent,
+              std::wstring(OutcomeText(result.outcome)) + FormatSlot(L" after %.3f ms", result.elapsedMs));
+        if (!result.deviation.empty())
+            Print(c_resultIndent, L"protocol: " + result.deviation);
+        if (!hint.empty())
+            Print(c_resultIndent, L"hint: " + hint);
+    }
+
+    void OnEnd(std::optional<uint32_t> workbenchExitCode) override
+    {
+        if (workbenchExitCode)
+            Print(L"", FormatSlot(L"workbench ended with exit code %u", *workbenchExitCode));
+        else
+            Print(L"", L"workbench left running");
+    }
+
+    void OnError(const ClientError& error, const std::vector<std::wstring>& hints) override
+    {
+        std::wstring text = L"OrvClient: " + error.Message() + L"\n";
+        for (const std::wstring& hint : hints)
+            text += L"  " + hint + L"\n";
+        TextStream::Error().Write(text);
+    }
+
+    void OnLogLine(const std::wstring& line) override { Print(c_logMark, line); }
+
+    void OnPrompt() override { TextStream::Out().Write(c_prompt); }
+
+    void OnHelp(const std::wstring& text) override { TextStream::Out().Write(text); }
+
+private:
+    const bool m_echoesCommands;
+};
+} // namespace
+
+std::unique_ptr<Report> MakeTextReport(bool echoesCommands)
+{
+    return std::make_unique<TextReport>(echoesCommands);
+}

@@ -1,0 +1,64 @@
+#include "client/session/NotifyWindow.h"
+
+#include "client/base/ClientError.h"
+#include "OrvProfiler/OrvWorkbench/Host.h"
+
+#include <windows.h>
+
+#include <utility>
+
+namespace
+{
+constexpr const wchar_t* c_className = L"OrvClientNotify";
+
+LRESULT CALLBACK OnMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    switch (message)
+    {
+    case WM_WORKBENCH_READY:
+    case WM_WORKBENCH_IDLE:
+    case WM_WORKBENCH_EXITING:
+        break;
+    default:
+        return DefWindowProcW(window, message, wParam, lParam);
+    }
+    const auto handler = reinterpret_cast<NotifyWindow::Handler*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+    if (handler != nullptr && *handler)
+        (*handler)(message);
+    return 1;
+}
+
+void RegisterOnce()
+{
+    WNDCLASSEXW windowClass{};
+    windowClass.cbSize = sizeof windowClass;
+    windowClass.lpfnWndProc = OnMessage;
+    windowClass.hInstance = GetModuleHandleW(nullptr);
+    windowClass.lpszClassName = c_className;
+    // A second registration fails, which is fine: the class is the same.
+    RegisterClassExW(&windowClass);
+}
+} // namespace
+
+NotifyWindow::NotifyWindow(Handler handler) : m_handler(std::move(handler))
+{
+    RegisterOnce();
+    m_window = CreateWindowExW(0, c_className, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, GetModuleHandleW(nullptr),
+                               nullptr);
+    const DWORD error = GetLastError();
+    if (m_window == nullptr)
+        throw ClientError(ExitStatus::WorkbenchLost, SystemFailure(L"the notification window cannot be made", error));
+    SetWindowLongPtrW(m_window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(&m_handler));
+}
+
+NotifyWindow::~NotifyWindow()
+{
+    DestroyWindow(m_window);
+}
+
+void NotifyWindow::Pump()
+{
+    MSG message{};
+    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) != FALSE)
+        DispatchMessageW(&message);
+}

@@ -1,0 +1,468 @@
+#include "client/session/Session.h"
+
+#include "client/base/ClientError.h"
+#include "OrvProfiler/foundation/Trace.h"
+#include "OrvProfiler/OrvWorkbench/Host.h"
+#include "OrvProfiler/security/ProxySecurity.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <utility>
+#include <vector>
+
+namespace
+{
+// Output of a workbench that has ended is complete at once, unless a process that it started keeps the pipe open.
+constexpr uint32_t c_lastOutputMs = 1000;
+
+// What the lines of the trace contain when a command begins, when it ends, and when its response has been set.
+constexpr std::string_view c_traceOfCommand = " CHost::Run Command is ";
+constexpr std::string_view c_traceOfSuccess = " CHost::Run command succeeded, ";
+constexpr std::string_view c_traceOfFailure = " CHost::Run command failed, ";
+constexpr std::string_view c_traceOfNextWait = " CHost::Run Sleeping";
+
+const wchar_t* ResponseName(uint32_t slot) noexcept
+{
+    switch (slot)
+    {
+    case c_responseSuccess:
+        return L"success";
+    case c_responseFailed:
+        return L"failed";
+    case c_responseBreakpoint:
+        return L"breakpoint";
+    default:
+        return L"none";
+    }
+}
+
+const wchar_t* MessageName(uint32_t message) noexcept
+{
+    switch (message)
+    {
+    case WM_WORKBENCH_READY:
+        return L"ready";
+    case WM_WORKBENCH_IDLE:
+        return L"idle";
+    case WM_WORKBENCH_EXITING:
+        return L"exiting";
+    default:
+        return L"unknown";
+    }
+}
+
+bool IsSet(HANDLE object) noexcept
+{
+    return WaitForSingleObject(object, 0) == WAIT_OBJECT_0;
+}
+
+double MillisecondsOf(const CPerfTimer& timer) noexcept
+{
+    return timer.Seconds() * 1000;
+}
+
+bool Contains(std::string_view text, std::string_view part) noexcept
+{
+    return text.find(part) != std::string_view::npos;
+}
+} // namespace
+
+class Session::Deadline
+{
+public:
+    explicit Deadline(uint32_t limitMs) : m_limitMs(limitMs), m_start(GetTickCount64()) {}
+
+    uint32_t RemainingMs() const noexcept
+    {
+        if (m_limitMs == TimeLimits::c_noLimit)
+            return INFINITE;
+        const uint64_t elapsed = GetTickCount64() - m_start;
+        return elapsed < m_limitMs ? static_cast<uint32_t>(m_limitMs - elapsed) : 0;
+    }
+    bool IsOver() const noexcept { return RemainingMs() == 0; }
+
+private:
+    uint32_t m_limitMs;
+    uint64_t m_start;
+};
+
+Session::Session(uint32_t clientId, const TimeLimits& limits, SessionObserver& observer, HANDLE interrupt)
+    : m_clientId(clientId), m_limits(limits), m_observer(observer), m_interrupt(interrupt), m_events(clientId),
+      m_window([this](uint32_t message) { OnMessage(message); }),
+      m_tracedEnd(CreateEventW(nullptr, TRUE, FALSE, nullptr))
+{
+    OpenResponses();
+}
+
+Session::~Session()
+{
+    m_process.Kill();
+}
+
+// The event set waits for responses only; here they are waited for together with all else that can come.
+void Session::OpenResponses()
+{
+    for (uint32_t slot = c_responseSuccess; slot < c_workbenchEventCount; ++slot)
+    {
+        UniqueHandle& response = m_responses[slot - c_responseSuccess];
+        response.Reset(g_SecManager.OrvPOpenEvent(c_sessionNone, SYNCHRONIZE,
+                                                  CWBEvent::EventName(static_cast<int32_t>(slot), m_clientId)));
+        const DWORD error = GetLastError();
+        if (!response)
+            throw ClientError(ExitStatus::WorkbenchLost,
+                              SystemFailure(L"the workbench's events cannot be opened", error));
+    }
+}
+
+void Session::PrepareShare()
+{
+    if (!m_share.Create(m_clientId))
+        throw ClientError(ExitStatus::WorkbenchLost, L"the share cannot be made; the debugger output tells why");
+    if (!m_share.IsCreated())
+    {
+        m_share.Close();
+        throw ClientError(ExitStatus::WorkbenchLost,
+                          L"another program uses the share of this client's process id; start the client again");
+    }
+    m_share.GetControl()->clientWindow = reinterpret_cast<uint64_t>(m_window.Handle());
+}
+
+void Session::Start(const std::wstring& program)
+{
+    if (m_isRunning)
+        throw ClientError(ExitStatus::Usage, L"the workbench is running already");
+    if (m_share.GetControl() == nullptr)
+        PrepareShare();
+    // An earlier workbench, or another process that had this id, may have left events set.
+    m_events.ResetAll();
+    m_isOwn = true;
+    m_isReady = false;
+    m_lines = LineCutter();
+    m_output = std::make_unique<OutputPipe>();
+    m_startTimer.Start();
+    m_process = WorkbenchProcess::Start(program, m_clientId, m_output->WriteEnd());
+    m_output->CloseWriteEnd();
+    m_isRunning = true;
+}
+
+double Session::AwaitReady()
+{
+    const Deadline deadline(m_limits.readyMs);
+    while (!m_isReady)
+    {
+        WaitForNews(deadline.RemainingMs(), {m_interrupt});
+        TakeNews();
+        if (m_isReady)
+            break;
+        if (!m_isRunning)
+            throw ClientError(ExitStatus::WorkbenchLost, L"the workbench ended before it was ready");
+        if (IsSet(m_interrupt))
+            throw ClientError(ExitStatus::Interrupted, L"interrupted before the workbench was ready");
+        if (deadline.IsOver())
+        {
+            GiveUp();
+            throw ClientError(ExitStatus::TimedOut, L"the workbench did not become ready in time and was ended");
+        }
+    }
+    m_startTimer.Stop();
+    return MillisecondsOf(m_startTimer);
+}
+
+void Session::Attach(uint32_t workbenchId)
+{
+    if (!m_share.Open(m_clientId) || m_share.GetControl() == nullptr)
+        throw ClientError(ExitStatus::WorkbenchLost, L"there is no share for client " +
+                                                         std::wstring(FormatSlot(L"%x", m_clientId)) + L": process " +
+                                                         std::to_wstring(workbenchId) +
+                                                         L" is no workbench, or not of this client id");
+    m_process = WorkbenchProcess::Attach(workbenchId);
+    m_isRunning = true;
+    TakeNews();
+    if (!m_isRunning)
+        throw ClientError(ExitStatus::WorkbenchLost, L"the workbench has ended");
+}
+
+CommandResult Session::Execute(const Command& command)
+{
+    TakeNews();
+    if (!m_isRunning)
+        throw ClientError(ExitStatus::WorkbenchLost, L"no workbench is running");
+    Post(command.text);
+    return Carry(*command.word);
+}
+
+CommandResult Session::Stop()
+{
+    TakeNews();
+    CommandResult nothingToStop;
+    nothingToStop.outcome = Outcome::Succeeded;
+    return m_isRunning && m_isOwn ? Carry(StopWord()) : nothingToStop;
+}
+
+CommandResult Session::Carry(const CommandWord& word)
+{
+    Pending pending;
+    pending.word = &word;
+    m_pending = &pending;
+    // A response that nobody here has asked for must not pass for this command's.
+    if (m_isOwn && IsResponseSet())
+        Deviate(L"a response came that nobody had asked for");
+    ResetResponses();
+    pending.timer.Start();
+    m_events.Set(word.event);
+    CommandResult result;
+    result.outcome = word.event == EV_STOP ? AwaitEnd() : AwaitFinal();
+    if (!pending.succeeded)
+        pending.timer.Stop();
+    m_pending = nullptr;
+    result.elapsedMs = MillisecondsOf(pending.timer);
+    result.deviation = pending.deviation;
+    if (result.outcome == Outcome::TimedOut)
+        GiveUp();
+    return result;
+}
+
+void Session::Post(const std::wstring& text)
+{
+    ShareControl* const control = m_share.GetControl();
+    const size_t length = std::min(text.size(), CommandTextLimit());
+    std::memcpy(control->commandText, text.data(), length * sizeof(wchar_t));
+    control->commandText[length] = L'\0';
+    // The trace of the command before may still be under way: the one of this command begins with its own first line.
+    const std::lock_guard<std::mutex> guard(m_traceLock);
+    m_traced = Traced::Nothing;
+    ResetEvent(m_tracedEnd.Get());
+}
+
+Outcome Session::AwaitFinal()
+{
+    const Deadline deadline(m_limits.commandMs);
+    for (;;)
+    {
+        WaitForNews(deadline.RemainingMs(), {m_interrupt, m_tracedEnd.Get()});
+        TakeNews();
+        if (!m_pending->succeeded && IsSet(m_tracedEnd.Get()))
+            ConcludeFromTrace();
+        if (m_pending->succeeded)
+            return *m_pending->succeeded ? Outcome::Succeeded : Outcome::Failed;
+        if (!m_isRunning)
+            return Outcome::Lost;
+        if (IsSet(m_interrupt))
+            return Outcome::Interrupted;
+        if (deadline.IsOver())
+            return Outcome::TimedOut;
+    }
+}
+
+// All responses have been set. When the final one does not show, it was set before the first one was reset.
+void Session::ConcludeFromTrace()
+{
+    ResetEvent(m_tracedEnd.Get());
+    TakeNews();
+    if (m_pending->succeeded || !m_pending->firstResponse)
+        return;
+    const std::lock_guard<std::mutex> guard(m_traceLock);
+    const bool succeeded = m_traced == Traced::Success;
+    m_observer.OnHappening(
+        {Happening::Kind::Response, ResponseName(succeeded ? c_responseSuccess : c_responseFailed)});
+    Complete(succeeded);
+}
+
+// Stop is not answered: the exiting message and the end of the process stand for its response.
+Outcome Session::AwaitEnd()
+{
+    if (!WaitForEnd())
+        return Outcome::TimedOut;
+    if (m_isOwn && !m_pending->exiting)
+        Deviate(L"the workbench ended without the exiting message");
+    return Outcome::Succeeded;
+}
+
+bool Session::WaitForEnd()
+{
+    const Deadline deadline(m_limits.stopMs);
+    while (m_isRunning && !deadline.IsOver())
+    {
+        WaitForNews(deadline.RemainingMs(), {});
+        TakeNews();
+    }
+    return !m_isRunning;
+}
+
+bool Session::WaitWhileIdle(HANDLE object)
+{
+    const bool wasRunning = m_isRunning;
+    for (;;)
+    {
+        WaitForNews(INFINITE, {m_interrupt, object});
+        TakeNews();
+        if (IsSet(m_interrupt) || m_isRunning != wasRunning)
+            return false;
+        if (IsSet(object))
+            return true;
+    }
+}
+
+void Session::OnTrace(uint32_t processId, std::string_view line)
+{
+    if (processId != m_process.Id())
+        return;
+    const std::lock_guard<std::mutex> guard(m_traceLock);
+    if (Contains(line, c_traceOfCommand))
+        m_traced = Traced::Command;
+    else if (m_traced == Traced::Command && Contains(line, c_traceOfSuccess))
+        m_traced = Traced::Success;
+    else if (m_traced == Traced::Command && Contains(line, c_traceOfFailure))
+        m_traced = Traced::Failure;
+    else if ((m_traced == Traced::Success || m_traced == Traced::Failure) && Contains(line, c_traceOfNextWait))
+        SetEvent(m_tracedEnd.Get());
+}
+
+std::optional<uint32_t> Session::WorkbenchExitCode() const noexcept
+{
+    if (m_process.Id() == 0 || !m_process.HasEnded())
+        return std::nullopt;
+    return m_process.ExitCode();
+}
+
+// Returns when anything has come, when one of the other objects is signalled, or after the time.
+void Session::WaitForNews(uint32_t timeoutMs, std::initializer_list<HANDLE> others)
+{
+    std::vector<HANDLE> handles(others);
+    if (m_pending != nullptr)
+        for (const UniqueHandle& response : m_responses)
+            handles.push_back(response.Get());
+    if (m_output != nullptr && m_output->IsOpen())
+        handles.push_back(m_output->Arrival());
+    if (m_isRunning)
+        handles.push_back(m_process.Handle());
+    MsgWaitForMultipleObjectsEx(static_cast<DWORD>(handles.size()), handles.data(), timeoutMs, QS_ALLINPUT,
+                                MWMO_INPUTAVAILABLE);
+}
+
+void Session::TakeNews()
+{
+    // Asked first: what the workbench left behind is then complete.
+    const bool hasEnded = m_isRunning && m_process.HasEnded();
+    TakeOutput();
+    TakeResponses();
+    m_window.Pump();
+    if (!hasEnded)
+        return;
+    TakeLastOutput();
+    m_isRunning = false;
+}
+
+void Session::TakeOutput()
+{
+    if (m_output == nullptr)
+        return;
+    for (std::wstring& line : m_lines.Feed(m_output->Take()))
+        m_observer.OnHappening({Happening::Kind::Output, std::move(line)});
+}
+
+// A line that has no end yet is shown too: what comes next is something else.
+void Session::TakeOutputRest()
+{
+    TakeOutput();
+    std::wstring rest = m_lines.TakeRest();
+    if (!rest.empty())
+        m_observer.OnHappening({Happening::Kind::Output, std::move(rest)});
+}
+
+void Session::TakeLastOutput()
+{
+    const Deadline deadline(c_lastOutputMs);
+    TakeOutput();
+    while (m_output != nullptr && m_output->IsOpen() && !deadline.IsOver())
+    {
+        WaitForSingleObject(m_output->Arrival(), deadline.RemainingMs());
+        TakeOutput();
+    }
+    TakeOutputRest();
+}
+
+bool Session::IsResponseSet() const noexcept
+{
+    return std::any_of(std::begin(m_responses), std::end(m_responses),
+                       [](const UniqueHandle& response) { return IsSet(response.Get()); });
+}
+
+void Session::ResetResponses()
+{
+    for (uint32_t slot = c_responseSuccess; slot < c_workbenchEventCount; ++slot)
+        m_events.Reset(slot);
+}
+
+void Session::TakeResponses()
+{
+    while (m_pending != nullptr && !m_pending->succeeded && IsResponseSet())
+        OnResponse(m_events.GetResponse(0));
+}
+
+void Session::OnResponse(uint32_t slot)
+{
+    if (slot < c_responseSuccess || slot > c_responseBreakpoint)
+        return; // another client took it in between
+    // What was printed before the response.
+    TakeOutputRest();
+    m_observer.OnHappening({Happening::Kind::Response, ResponseName(slot)});
+    if (m_pending->word->event == EV_STOP)
+        return Deviate(L"the workbench answered the stop command, which it never does");
+    if (slot == c_responseBreakpoint)
+        return Deviate(L"the workbench set the breakpoint response, which it never does");
+
+    const bool isBeforeBreakpoint = m_pending->word->passesBreakpoint && !m_pending->firstResponse;
+    const bool isBeforeIdle = m_pending->word->passesBreakpoint && m_isOwn && !m_pending->idle;
+    if (slot == c_responseSuccess && isBeforeBreakpoint)
+    {
+        m_pending->firstResponse = true;
+        return;
+    }
+    Complete(slot == c_responseSuccess);
+    if (isBeforeBreakpoint || isBeforeIdle)
+        Deviate(L"the final response came before the breakpoint step was over");
+}
+
+void Session::OnMessage(uint32_t message)
+{
+    // The workbench may wait for the answer to a message: what came before it is complete now, and is taken first.
+    TakeOutputRest();
+    TakeResponses();
+    m_observer.OnHappening({Happening::Kind::Message, MessageName(message)});
+    if (message == WM_WORKBENCH_READY)
+        m_isReady = true;
+    if (m_pending == nullptr)
+        return;
+    if (message == WM_WORKBENCH_EXITING)
+        m_pending->exiting = true;
+    if (message != WM_WORKBENCH_IDLE)
+        return;
+    if (!m_pending->firstResponse || m_pending->idle)
+        Deviate(L"the idle message came without the breakpoint's response");
+    m_pending->idle = true;
+}
+
+void Session::Complete(bool succeeded)
+{
+    m_pending->timer.Stop();
+    m_pending->succeeded = succeeded;
+}
+
+void Session::Deviate(const wchar_t* text)
+{
+    if (m_pending->deviation.empty())
+        m_pending->deviation = text;
+}
+
+// The workbench does not answer any more. One that somebody else started is out of step with this session: its late
+// responses would pass for those of the next command.
+void Session::GiveUp()
+{
+    m_process.Kill();
+    TakeNews();
+    m_isRunning = false;
+}

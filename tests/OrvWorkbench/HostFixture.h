@@ -1,0 +1,130 @@
+#pragma once
+
+#include "OrvProfiler/OrvWorkbench/Host.h"
+#include "OrvProfiler/OrvWorkbench/RuntimeHost.h"
+#include "tests/support/contract/ErrorTexts.h"
+#include "tests/support/contract/TraceCapture.h"
+#include "tests/support/faults/ImportRedirect.h"
+
+#include <windows.h>
+
+#include <deque>
+#include <functional>
+#include <gmock/gmock.h>
+#include <string>
+#include <vector>
+
+// One call of a managed method as the runtime was asked for it.
+struct ManagedCall
+{
+    std::wstring assembly;
+    std::wstring type;
+    std::wstring method;
+    std::wstring argument;
+};
+
+// The share as a client sees it: the bytes alone, at the offsets that both processes agreed on.
+class ClientView
+{
+public:
+    // Creates the share of that process id.
+    explicit ClientView(uint32_t id);
+    ~ClientView();
+    ClientView(const ClientView&) = delete;
+    ClientView& operator=(const ClientView&) = delete;
+
+    void SetWindow(uint64_t window);
+    void SetText(const std::wstring& text); // with its NUL
+    wchar_t* Text() const noexcept;
+    uint8_t* Bytes() const noexcept { return m_bytes; }
+
+private:
+    HANDLE m_mapping;
+    uint8_t* m_bytes = nullptr;
+};
+
+// A CHost of this process around a runtime, a window and waits that the test stands in for. What the host does to
+// them becomes a line of the trace, so that the trace tells the order of everything ("runtime ...", "window ...").
+class Host : public testing::Test
+{
+protected:
+    // The name of the assembly that every host here is given.
+    static constexpr const wchar_t* c_assembly = L"Some.dll";
+    static constexpr const wchar_t* c_type = L"OrvWorkBench.CInvoke";
+    static constexpr uint64_t c_window = 0x12345678;
+
+    using Lines = std::vector<std::wstring>;
+    using Method = std::function<HRESULT(const ManagedCall& call, DWORD* returnValue)>;
+
+    Host();
+    ~Host() override;
+
+    // A client that has made the share and stored its window.
+    void ClientIsThere();
+    // What the next waits for a command end with, in order; afterwards the stop event. The second form does something
+    // before.
+    void NextWait(DWORD result) { m_waits.push_back({result, nullptr}); }
+    void NextWait(DWORD result, std::function<void()> meanwhile)
+    {
+        m_waits.push_back({result, std::move(meanwhile)});
+    }
+
+    void ForgetWaits() { m_waits.clear(); }
+
+    // Whether the event of a slot is signalled; clears it.
+    bool TakeSignal(unsigned slot) const;
+    bool EventExists(unsigned slot) const;
+
+    // The lines of the constructor, up to and with the binding, and after a binding and start that succeed.
+    Lines ConstructionLines() const;
+    // The lines of Init when the client has made the share, and when it has not.
+    Lines OpenedShareLines() const;
+    Lines CreatedShareLines() const;
+    // The lines of one wait that ends with that slot's event.
+    static Lines WaitLines(const wchar_t* eventName);
+    static Lines StopLines();
+    static Lines Join(std::initializer_list<Lines> parts);
+    // The kernel name of an object of this session.
+    static std::wstring KernelName(const std::wstring& name);
+
+    const uint32_t m_id = GetCurrentProcessId();
+    const std::wstring m_hexId;
+    const std::wstring m_shareName;
+    TraceCapture m_trace;
+    ErrorTexts m_errorTexts;
+
+    HRESULT m_bindStatus = S_OK;
+    bool m_bindGivesHost = true;
+    HRESULT m_startStatus = S_OK;
+    // Answers 5, ActionSuccess, unless the test says otherwise.
+    Method m_method;
+    std::function<void()> m_release;
+    LRESULT m_sendAnswer = 1;
+    DWORD m_sendError = 0;
+    std::vector<ManagedCall> m_calls;
+    int m_releases = 0;
+
+private:
+    friend class RuntimeStandIn;
+    struct ScriptedWait
+    {
+        DWORD result;
+        std::function<void()> meanwhile;
+    };
+
+    static HRESULT WINAPI Bind(LPCWSTR version, LPCWSTR flavour, DWORD flags, REFCLSID classId, REFIID interfaceId,
+                               LPVOID* host);
+    static BOOL WINAPI Post(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+    static LRESULT WINAPI Send(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+    static DWORD WINAPI WaitForEvents(DWORD count, const HANDLE* handles, BOOL all, DWORD timeoutMs);
+
+    std::deque<ScriptedWait> m_waits;
+    std::unique_ptr<ClientView> m_client;
+    Redirect<decltype(CorBindToRuntimeEx)> m_bind;
+    Redirect<decltype(PostMessageW)> m_post;
+    Redirect<decltype(SendMessageW)> m_send;
+    Redirect<decltype(WaitForMultipleObjects)> m_wait;
+
+protected:
+    ClientView& Client() { return *m_client; }
+};

@@ -1,0 +1,140 @@
+#include "OrvProfiler/foundation/Trace.h"
+#include "tests/OrvWorkbench/HostFixture.h"
+#include "tests/support/contract/LogFile.h"
+#include "tests/support/worlds/SystemProbe.h"
+
+#include <cstdio>
+#include <stdexcept>
+
+// A session whose log file's disk fills up and has room again.
+
+namespace
+{
+enum class FullDisk
+{
+    WriteFails,
+    WriteRaises,
+    FlushFails,
+    FlushRaises,
+};
+
+bool g_full = false;
+FullDisk g_way = FullDisk::WriteFails;
+std::vector<std::wstring> g_lost;
+decltype(&fputws) g_realWrite = nullptr;
+decltype(&fflush) g_realFlush = nullptr;
+
+int Write(const wchar_t* line, FILE* file)
+{
+    if (!g_full || g_way == FullDisk::FlushFails || g_way == FullDisk::FlushRaises)
+        return g_realWrite(line, file);
+    g_lost.emplace_back(line);
+    if (g_way == FullDisk::WriteRaises)
+        throw std::runtime_error("the disk is full");
+    return -1;
+}
+
+// What a failed flush leaves in the stream's buffer is written by the next one.
+int Flush(FILE* file)
+{
+    if (!g_full || g_way == FullDisk::WriteFails || g_way == FullDisk::WriteRaises)
+        return g_realFlush(file);
+    if (g_way == FullDisk::FlushRaises)
+        throw std::runtime_error("the disk is full");
+    return EOF;
+}
+
+class HostLog : public Host, public testing::WithParamInterface<FullDisk>
+{
+protected:
+    HostLog()
+        : m_folder(FreshFolder()), m_path(m_folder + L"\\full.log"), m_write("fputws", Write),
+          m_flush("fflush", Flush)
+    {
+        g_realWrite = m_write.Real();
+        g_realFlush = m_flush.Real();
+        g_full = false;
+        g_way = GetParam();
+        g_lost.clear();
+    }
+    ~HostLog() override
+    {
+        DeleteFileW(m_path.c_str());
+        RemoveDirectoryW(m_folder.c_str());
+    }
+
+    // The file's text as it should be: every line that went to the debugger but the lost ones.
+    std::wstring WrittenText() const
+    {
+        std::wstring text;
+        size_t lost = 0;
+        for (const std::wstring& line : m_trace.Raw())
+        {
+            if (lost < g_lost.size() && g_lost[lost] == line)
+            {
+                ++lost;
+                continue;
+            }
+            for (const wchar_t unit : line)
+                text += unit == L'\n' ? std::wstring(L"\r\n") : std::wstring(1, unit);
+        }
+        EXPECT_EQ(g_lost.size(), lost);
+        return text;
+    }
+    std::wstring FileText() const
+    {
+        const std::string bytes = FileBytes(m_path);
+        std::wstring text;
+        for (size_t i = 2; i + 1 < bytes.size(); i += 2)
+            text += static_cast<wchar_t>(static_cast<unsigned char>(bytes[i]) |
+                                         static_cast<unsigned char>(bytes[i + 1]) << 8);
+        return text;
+    }
+
+    const std::wstring m_folder;
+    const std::wstring m_path;
+
+private:
+    Redirect<decltype(fputws)> m_write;
+    Redirect<decltype(fflush)> m_flush;
+};
+} // namespace
+
+TEST_P(HostLog, LosesOnlyWhatTheFullDiskDidNotTakeAndEveryCommandIsServed)
+{
+    ClientIsThere();
+    Client().SetText(L"text");
+    TraceOpen(m_path.c_str());
+    size_t linesBefore = 0;
+    std::wstring released;
+    m_release = [&] { released = FileText(); };
+    NextWait(1);
+    NextWait(3, [&] {
+        g_full = true;
+        linesBefore = m_trace.Raw().size();
+    });
+    NextWait(4);
+    NextWait(1, [&] {
+        g_full = false;
+        // The debugger's copy has every line of the two commands.
+        EXPECT_LE(linesBefore + 15, m_trace.Raw().size());
+    });
+    {
+        CHost host(m_id, c_assembly, c_type);
+        EXPECT_EQ(1, host.Run());
+        EXPECT_TRUE(TakeSignal(8));
+        EXPECT_FALSE(TakeSignal(9));
+    }
+    EXPECT_EQ(5U, m_calls.size());
+    const bool losesLines = GetParam() == FullDisk::WriteFails || GetParam() == FullDisk::WriteRaises;
+    EXPECT_EQ(losesLines, g_lost.size() >= 15) << g_lost.size();
+    // The stand-in's own line about its release comes after the log is closed.
+    std::wstring expected = WrittenText();
+    expected.erase(expected.rfind(L"\r\n", expected.size() - 3) + 2);
+    EXPECT_TRUE(expected == FileText());
+    EXPECT_TRUE(expected == released) << "complete when the log is closed";
+}
+
+INSTANTIATE_TEST_SUITE_P(When, HostLog,
+                         testing::Values(FullDisk::WriteFails, FullDisk::WriteRaises, FullDisk::FlushFails,
+                                         FullDisk::FlushRaises));

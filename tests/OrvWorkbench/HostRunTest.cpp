@@ -1,0 +1,672 @@
+#include "OrvProfiler/share/ProxyShare.h"
+#include "tests/OrvWorkbench/HostFixture.h"
+#include "tests/support/faults/AllocationProbe.h"
+#include "tests/support/faults/PageFault.h"
+#include "tests/support/faults/SystemCall.h"
+#include "tests/support/worlds/SystemProbe.h"
+
+#include <atomic>
+#include <optional>
+#include <stdexcept>
+#include <thread>
+
+using testing::Contains;
+using testing::Each;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+using testing::Not;
+
+// Opening the share, and the loop that serves the client's commands.
+
+namespace
+{
+constexpr size_t c_greatestText = 35226; // units, without a NUL
+constexpr DWORD c_abandoned = 128;
+constexpr DWORD c_timeout = 258;
+constexpr DWORD c_failed = 0xFFFFFFFF;
+
+// What a command does: its event, its line up to the text, its method, and whether the breakpoint step follows.
+struct CommandCase
+{
+    unsigned slot;
+    const wchar_t* eventName;
+    const wchar_t* line;
+    const wchar_t* method;
+    bool takesText;
+    bool breaks;
+};
+
+constexpr CommandCase c_commandCases[] = {
+    {1, L"EV_LOAD", L"CHost::Run Command is Load: ", L"LoadAssembly", true, false},
+    {2, L"EV_CREATE", L"CHost::Run Command is Create: ", L"CreateType", true, true},
+    {3, L"EV_INVOKE", L"CHost::Run Command is Invoke: ", L"Invoke", true, true},
+    {4, L"EV_DELETE", L"CHost::Run Command is Delete: ", L"Delete", true, false},
+    {5, L"EV_RESET", L"CHost::Run Command is Reset: ", L"Reset", false, false},
+    {6, L"EV_SUCCESS", L"CHost::Run Command is Get: ", L"GetProperty", true, true},
+    {7, L"EV_FAILED", L"CHost::Run Command is Set: ", L"SetProperty", true, true},
+};
+
+class HostLoop : public Host
+{
+protected:
+    HostLoop() { ClientIsThere(); }
+
+    // The lines from the start of Run to the ready message.
+    Lines ReadyLines() const
+    {
+        return Join({OpenedShareLines(),
+                     {L"CHost::Run Zeph window is 0000000012345678\n", L"window posted 12345678 83f0 0 0\n"}});
+    }
+    static Lines BreakpointLines()
+    {
+        return {L"CHost::Breakpoint Workbench breakpoint\n\n",
+                L"CHost::Breakpoint setting response ok\n\n",
+                L"CHost::Breakpoint Sending IDLE state to HWND 0000000012345678\n",
+                L"window sent 12345678 8407 0 0\n",
+                L"CHost::Breakpoint entering IDLE breakpoint\n\n",
+                L"runtime OrvBreakPoint \"\"\n",
+                L"CHost::Breakpoint breakpointed workbench ok\n\n"};
+    }
+    static Lines CommandLines(const CommandCase& command, const wchar_t* text, const wchar_t* outcome)
+    {
+        return Join({WaitLines(command.eventName),
+                     {command.line + std::wstring(text) + L"\n", L"runtime " + std::wstring(command.method) + L" \"" +
+                                                                     (command.takesText ? text : L"") + L"\"\n"},
+                     command.breaks ? BreakpointLines() : Lines{},
+                     {outcome}});
+    }
+    // Runs the host over the waits that were set up.
+    int Serve()
+    {
+        CHost host(m_id, c_assembly, c_type);
+        m_trace.Clear();
+        return host.Run();
+    }
+};
+
+} // namespace
+
+TEST_F(Host, OpensTheShareThatTheClientMade)
+{
+    ClientIsThere();
+    Client().SetText(L"text");
+    CHost host(m_id, c_assembly, c_type);
+    m_trace.Clear();
+    EXPECT_TRUE(host.Init());
+    EXPECT_THAT(m_trace.Lines(), ElementsAreArray(OpenedShareLines()));
+    ASSERT_NE(nullptr, g_pShare);
+    EXPECT_FALSE(g_pShare->IsCreated());
+    EXPECT_STREQ(L"text", Client().Text());
+}
+
+TEST_F(Host, CreatesTheShareWhenThereIsNone)
+{
+    CHost host(m_id, c_assembly, c_type);
+    m_trace.Clear();
+    EXPECT_TRUE(host.Init());
+    EXPECT_THAT(m_trace.Lines(), ElementsAreArray(CreatedShareLines()));
+    ASSERT_NE(nullptr, g_pShare);
+    EXPECT_TRUE(g_pShare->IsCreated());
+}
+
+TEST_F(Host, KeepsTheShareObjectThatTheProcessHas)
+{
+    ClientIsThere();
+    CHost host(m_id, c_assembly, c_type);
+    EXPECT_TRUE(host.Init());
+    const CProxyShare* const share = g_pShare;
+    m_trace.Clear();
+    EXPECT_TRUE(host.Init());
+    EXPECT_EQ(share, g_pShare);
+    EXPECT_THAT(m_trace.Lines(), ElementsAreArray(OpenedShareLines()));
+}
+
+TEST_F(Host, LeavesTheShareToTheProcess)
+{
+    ClientIsThere();
+    {
+        CHost host(m_id, c_assembly, c_type);
+        EXPECT_TRUE(host.Init());
+    }
+    ASSERT_NE(nullptr, g_pShare);
+    EXPECT_NE(nullptr, g_pShare->GetControl());
+}
+
+TEST_F(Host, SucceedsAlsoWithoutAShare)
+{
+    const SystemCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_NOT_ENOUGH_MEMORY);
+    CHost host(m_id, c_assembly, c_type);
+    m_trace.Clear();
+    EXPECT_TRUE(host.Init());
+    EXPECT_THAT(m_trace.Lines(),
+                ElementsAre(L"CProxyShare::Create Size of Share is 116197744 bytes\n",
+                            L"CProxyMap::OpenMap Open Map Name: " + m_shareName + L"\n",
+                            L"CProxySecManager::OrvPOpenFileMapping Failed with <error 2>\n",
+                            L"CProxyMap::OpenMap Open returned: <error 2>\n",
+                            L"CProxySecManager::OrvPCreateFileMapping Create Named File Map: " +
+                                KernelName(m_shareName) + L"\n",
+                            L"CProxySecManager::OrvPCreateFileMapping Failed with <error 8>\n",
+                            L"CProxyMap::Create create share " + m_shareName + L" failed\n<error 8>\n",
+                            L"CHost::Init Failed to open share\n\n"));
+}
+
+TEST_F(Host, DoesNotRunWithoutMemoryForTheShareObject)
+{
+    CHost host(m_id, c_assembly, c_type);
+    m_trace.Clear();
+    {
+        AllocationProbe memory;
+        memory.FailSize(sizeof(CProxyShare));
+        const bool initialised = host.Init();
+        memory.StopFailing();
+        EXPECT_FALSE(initialised);
+        EXPECT_TRUE(memory.HasFailed());
+        memory.FailSize(sizeof(CProxyShare));
+        const int result = host.Run();
+        memory.StopFailing();
+        EXPECT_EQ(0, result);
+    }
+    EXPECT_EQ(nullptr, g_pShare);
+    EXPECT_THAT(m_trace.Lines(), IsEmpty());
+    EXPECT_FALSE(TakeSignal(9));
+}
+
+TEST_F(Host, DoesNotRunWhenOpeningTheShareThrows)
+{
+    ClientIsThere();
+    CHost host(m_id, c_assembly, c_type);
+    m_trace.Clear();
+    const Redirect<decltype(MapViewOfFile)> map("MapViewOfFile", [](HANDLE, DWORD, DWORD, DWORD, SIZE_T) -> void* {
+        throw std::runtime_error("on purpose");
+    });
+    EXPECT_FALSE(host.Init());
+    EXPECT_EQ(0, host.Run());
+    EXPECT_THAT(m_trace.Lines(), Not(Contains(testing::StartsWith(L"CHost::"))));
+    EXPECT_THAT(m_trace.Lines(), Not(Contains(testing::StartsWith(L"window"))));
+}
+
+TEST_F(Host, DoesNotRunWithoutTheClientsWindow)
+{
+    CHost host(m_id, c_assembly, c_type);
+    m_trace.Clear();
+    EXPECT_EQ(0, host.Run());
+    EXPECT_THAT(m_trace.Lines(), ElementsAreArray(Join(
+                                     {CreatedShareLines(),
+                                      {L"CHost::Run Zeph window is 0000000000000000\n",
+                                       L"CHost::Run Zeph Window handle for notifications is NULL cant go on\n\n"}})));
+    EXPECT_TRUE(TakeSignal(9));
+    EXPECT_FALSE(TakeSignal(8));
+    EXPECT_EQ(nullptr, g_hZephWnd);
+}
+
+TEST_F(Host, DoesNotRunWithoutAShare)
+{
+    const SystemCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_NOT_ENOUGH_MEMORY);
+    CHost host(m_id, c_assembly, c_type);
+    m_trace.Clear();
+    EXPECT_EQ(0, host.Run());
+    const Lines lines = m_trace.Lines();
+    ASSERT_LE(3U, lines.size());
+    EXPECT_THAT(Lines(lines.end() - 3, lines.end()),
+                ElementsAre(L"CHost::Init Failed to open share\n\n", L"CHost::Run Zeph window is 0000000000000000\n",
+                            L"CHost::Run Zeph Window handle for notifications is NULL cant go on\n\n"));
+    EXPECT_TRUE(TakeSignal(9));
+}
+
+TEST_F(Host, ReadsTheWindowAsAWhole64BitHandle)
+{
+    ClientIsThere();
+    Client().SetWindow(0xFEDCBA9876543210);
+    CHost host(m_id, c_assembly, c_type);
+    EXPECT_EQ(1, host.Run());
+    EXPECT_EQ(0xFEDCBA9876543210, reinterpret_cast<uintptr_t>(g_hZephWnd));
+    EXPECT_THAT(m_trace.Lines(), Contains(L"CHost::Run Zeph window is FEDCBA9876543210\n"));
+    EXPECT_THAT(m_trace.Lines(), Contains(L"window posted fedcba9876543210 83f0 0 0\n"));
+    EXPECT_THAT(m_trace.Lines(), Contains(L"window sent fedcba9876543210 83eb 0 0\n"));
+}
+
+TEST_F(HostLoop, IsReadyBeforeTheFirstWaitAndEndsWithAStop)
+{
+    EXPECT_EQ(1, Serve());
+    EXPECT_THAT(m_trace.Lines(), ElementsAreArray(Join({ReadyLines(), StopLines(), {L"runtime release\n"}})));
+    EXPECT_THAT(m_calls, IsEmpty());
+}
+
+TEST_F(HostLoop, AnswersNoStop)
+{
+    CHost host(m_id, c_assembly, c_type);
+    EXPECT_EQ(1, host.Run());
+    EXPECT_FALSE(TakeSignal(8));
+    EXPECT_FALSE(TakeSignal(9));
+    EXPECT_FALSE(TakeSignal(10));
+}
+
+TEST_F(HostLoop, DoesNotCareWhatTheWindowAnswersToReadyAndExiting)
+{
+    m_sendAnswer = 0;
+    m_sendError = 1400;
+    EXPECT_EQ(1, Serve());
+    EXPECT_THAT(m_trace.Lines(), ElementsAreArray(Join({ReadyLines(), StopLines(), {L"runtime release\n"}})));
+}
+
+TEST_F(HostLoop, CarriesOutEachCommand)
+{
+    Client().SetText(L"the text");
+    for (const CommandCase& command : c_commandCases)
+    {
+        SCOPED_TRACE(testing::PrintToString(std::wstring(command.eventName)));
+        bool responded = false;
+        NextWait(command.slot);
+        NextWait(WAIT_OBJECT_0, [&] { responded = TakeSignal(8) && !TakeSignal(9) && !TakeSignal(10); });
+        EXPECT_EQ(1, Serve());
+        EXPECT_THAT(m_trace.Lines(),
+                    ElementsAreArray(Join({ReadyLines(),
+                                           CommandLines(command, L"the text",
+                                                        L"CHost::Run command succeeded, result = ActionSuccess\n"),
+                                           StopLines(),
+                                           {L"runtime release\n"}})));
+        EXPECT_TRUE(responded);
+    }
+}
+
+TEST_F(HostLoop, ReportsEachCommandThatFails)
+{
+    Client().SetText(L"the text");
+    m_method = [](const ManagedCall&, DWORD* returnValue) {
+        *returnValue = 1;
+        return S_OK;
+    };
+    for (const CommandCase& command : c_commandCases)
+    {
+        SCOPED_TRACE(testing::PrintToString(std::wstring(command.eventName)));
+        bool responded = false;
+        bool passedBreakpoint = false;
+        NextWait(command.slot);
+        NextWait(WAIT_OBJECT_0, [&] {
+            responded = TakeSignal(9);
+            passedBreakpoint = TakeSignal(8); // deliberately not withdrawn
+        });
+        EXPECT_EQ(1, Serve());
+        EXPECT_THAT(m_trace.Lines(),
+                    ElementsAreArray(Join({ReadyLines(),
+                                           CommandLines(command, L"the text",
+                                                        L"CHost::Run command failed, result = ActionInvokeFail\n"),
+                                           StopLines(),
+                                           {L"runtime release\n"}})));
+        EXPECT_TRUE(responded);
+        EXPECT_EQ(command.breaks, passedBreakpoint);
+    }
+}
+
+TEST_F(HostLoop, ReportsACallThatTheRuntimeRefusesAsFailed)
+{
+    Client().SetText(L"x");
+    m_method = [](const ManagedCall& call, DWORD* returnValue) {
+        *returnValue = 5;
+        return call.method == L"OrvBreakPoint" ? S_OK : E_FAIL;
+    };
+    bool responded = false;
+    NextWait(3);
+    NextWait(WAIT_OBJECT_0, [&] { responded = TakeSignal(9); });
+    EXPECT_EQ(1, Serve());
+    EXPECT_THAT(m_trace.Lines(),
+                ElementsAreArray(Join({ReadyLines(),
+                                       WaitLines(L"EV_INVOKE"),
+                                       {L"CHost::Run Command is Invoke: x\n", L"runtime Invoke \"x\"\n",
+                                        L"CHost::Execute ExecuteInDefaultAppDomain failed\n"},
+                                       BreakpointLines(),
+                                       {L"CHost::Run command failed, result = ActionFail\n"},
+                                       StopLines(),
+                                       {L"runtime release\n"}})));
+    EXPECT_TRUE(responded);
+}
+
+TEST_F(HostLoop, SplitsResultsBetweenFourAndFive)
+{
+    struct Case
+    {
+        DWORD managed;
+        unsigned response;
+        const wchar_t* line;
+    };
+    const Case cases[] = {
+        {0, 9, L"CHost::Run command failed, result = ActionEventUnknown\n"},
+        {1, 9, L"CHost::Run command failed, result = ActionInvokeFail\n"},
+        {2, 9, L"CHost::Run command failed, result = ActionLoadAssemblyFail\n"},
+        {3, 9, L"CHost::Run command failed, result = ActionCreateTypeFail\n"},
+        {4, 9, L"CHost::Run command failed, result = ActionFail\n"},
+        {5, 8, L"CHost::Run command succeeded, result = ActionSuccess\n"},
+        {6, 8, L"CHost::Run command succeeded, result = ActionLoadedAssemblyOk\n"},
+        {7, 8, L"CHost::Run command succeeded, result = ActionAssemblyExists\n"},
+        {8, 8, L"CHost::Run command succeeded, result = ActionCreatedType\n"},
+        {9, 8, L"CHost::Run command succeeded, result = ActionTypeExists\n"},
+        {10, 8, L"CHost::Run command succeeded, result = ActionInvokedOk\n"},
+        {11, 8, L"CHost::Run command succeeded, result = ActionAssemblyNotFound\n"},
+        {12, 8, L"CHost::Run command succeeded, result = ActionTypeNotFound\n"},
+        {13, 8, L"CHost::Run command succeeded, result = Exception\n"},
+        {14, 8, L"CHost::Run command succeeded, result = unknown result 14\n"},
+        {0x7FFFFFFF, 8, L"CHost::Run command succeeded, result = unknown result 2147483647\n"},
+        {0xFFFFFFFF, 9, L"CHost::Run command failed, result = unknown result -1\n"},
+        {0x80000000, 9, L"CHost::Run command failed, result = unknown result -2147483648\n"},
+    };
+    CHost host(m_id, c_assembly, c_type);
+    for (const Case& one : cases)
+    {
+        m_method = [&one](const ManagedCall&, DWORD* returnValue) {
+            *returnValue = one.managed;
+            return S_OK;
+        };
+        NextWait(1);
+        m_trace.Clear();
+        EXPECT_EQ(1, host.Run());
+        EXPECT_THAT(m_trace.Lines(), Contains(one.line));
+        EXPECT_EQ(one.response == 8, TakeSignal(8)) << one.managed;
+        EXPECT_EQ(one.response == 9, TakeSignal(9)) << one.managed;
+    }
+}
+
+TEST_F(HostLoop, PassesNothingToResetWhateverTheTextIs)
+{
+    Client().SetText(L"left over");
+    NextWait(5);
+    Serve();
+    ASSERT_EQ(1U, m_calls.size());
+    EXPECT_EQ(L"", m_calls[0].argument);
+    EXPECT_THAT(m_trace.Lines(), Contains(L"CHost::Run Command is Reset: left over\n"));
+}
+
+TEST_F(HostLoop, TakesTheTextAsItIs)
+{
+    const std::wstring texts[] = {
+        L"", L" ", L"%s%s%s%n %d 100% %%", L"a\tb\r\nc", L"\"quoted\" \\ back", L"\x20AC\x4E2D\xD83D\xDE00 \xD800",
+    };
+    for (const std::wstring& text : texts)
+    {
+        m_calls.clear();
+        Client().SetText(text);
+        NextWait(1);
+        Serve();
+        ASSERT_EQ(1U, m_calls.size());
+        EXPECT_EQ(text, m_calls[0].argument);
+        EXPECT_THAT(m_trace.Lines(), Contains(L"CHost::Run Command is Load: " + text + L"\n"));
+    }
+}
+
+TEST_F(HostLoop, ReadsAnUnterminatedTextUpToTheEndOfTheControlBlock)
+{
+    std::fill_n(Client().Text(), c_greatestText, L'a');
+    std::fill_n(Client().Text() + c_greatestText, 1000, L'b');
+    NextWait(1);
+    Serve();
+    ASSERT_EQ(1U, m_calls.size());
+    EXPECT_EQ(std::wstring(c_greatestText, L'a'), m_calls[0].argument);
+
+    m_calls.clear();
+    Client().Text()[c_greatestText - 1] = L'\0';
+    NextWait(1);
+    Serve();
+    EXPECT_EQ(std::wstring(c_greatestText - 1, L'a'), m_calls.at(0).argument);
+}
+
+TEST_F(HostLoop, CutsTheLineOfALongTextButNotTheArgument)
+{
+    const std::wstring text(2000, L'x');
+    Client().SetText(text);
+    NextWait(1);
+    Serve();
+    EXPECT_EQ(text, m_calls.at(0).argument);
+    std::vector<size_t> cut;
+    for (const std::wstring& line : m_trace.Raw())
+    {
+        if (line.find(L"CHost::Run Command is Load: xxx") != std::wstring::npos)
+            cut.push_back(line.size());
+    }
+    EXPECT_THAT(cut, ElementsAre(1024));
+}
+
+TEST_F(HostLoop, ReadsTheTextOfEachCommandAnew)
+{
+    Client().SetText(L"first");
+    NextWait(1);
+    NextWait(4, [this] { Client().SetText(L"2nd"); });
+    Serve();
+    ASSERT_EQ(2U, m_calls.size());
+    EXPECT_EQ(L"first", m_calls[0].argument);
+    EXPECT_EQ(L"2nd", m_calls[1].argument);
+}
+
+TEST_F(HostLoop, KeepsTheArgumentWhenTheClientChangesTheTextDuringTheCall)
+{
+    Client().SetText(L"before");
+    std::wstring seen;
+    m_method = [&](const ManagedCall& call, DWORD* returnValue) {
+        Client().SetText(L"afterwards");
+        seen = call.argument;
+        *returnValue = 5;
+        return S_OK;
+    };
+    NextWait(1);
+    Serve();
+    EXPECT_EQ(L"before", seen);
+    EXPECT_THAT(m_trace.Lines(), Contains(L"CHost::Run Command is Load: before\n"));
+}
+
+TEST_F(HostLoop, StaysWithinTheTextWhileTheClientWritesIt)
+{
+    constexpr int commands = 60;
+    std::fill_n(Client().Text(), c_greatestText, L'a');
+    std::fill_n(Client().Text() + c_greatestText, 1000, L'z');
+    std::atomic<bool> stop{false};
+    std::thread writer([&] {
+        volatile wchar_t* const text = Client().Text();
+        while (!stop)
+        {
+            // The end comes and goes at several places.
+            for (const size_t end : {size_t{10}, c_greatestText / 2, c_greatestText - 1})
+            {
+                text[end] = L'\0';
+                for (size_t i = 0; i < 100; ++i)
+                    text[i] = text[i] == L'a' ? L'b' : L'a';
+                text[end] = L'a';
+            }
+        }
+    });
+    for (int i = 0; i < commands; ++i)
+        NextWait(1);
+    Serve();
+    stop = true;
+    writer.join();
+    ASSERT_EQ(static_cast<size_t>(commands), m_calls.size());
+    for (const ManagedCall& call : m_calls)
+    {
+        EXPECT_LE(call.argument.size(), c_greatestText);
+        EXPECT_EQ(std::wstring::npos, call.argument.find_first_not_of(L"ab"));
+    }
+}
+
+TEST_F(HostLoop, WaitsOnAfterATimeOut)
+{
+    NextWait(c_timeout);
+    NextWait(c_timeout);
+    EXPECT_EQ(1, Serve());
+    const Lines heartbeat{L"CHost::Run Sleeping\n\n", L"CWBEvent::Wait Waiting\n\n", L"CWBEvent::Wait Timeout\n\n",
+                          L"CHost::Run Timeout\n\n"};
+    EXPECT_THAT(m_trace.Lines(),
+                ElementsAreArray(Join({ReadyLines(), heartbeat, heartbeat, StopLines(), {L"runtime release\n"}})));
+}
+
+TEST_F(HostLoop, EndsWhenTheWaitFails)
+{
+    NextWait(c_failed);
+    CHost host(m_id, c_assembly, c_type);
+    m_trace.Clear();
+    EXPECT_EQ(1, host.Run());
+    EXPECT_THAT(
+        m_trace.Lines(),
+        ElementsAreArray(Join({ReadyLines(),
+                               {L"CHost::Run Sleeping\n\n", L"CWBEvent::Wait Waiting\n\n",
+                                L"CWBEvent::Wait Error\n\n", L"CHost::Run error in event management so  exiting\n\n",
+                                L"CHost::Run WorkBench Exiting\n\n", L"window sent 12345678 83eb 0 0\n"}})));
+    EXPECT_TRUE(TakeSignal(9));
+    EXPECT_FALSE(TakeSignal(8));
+}
+
+TEST_F(HostLoop, EndsWhenACommandEventIsMissing)
+{
+    // The fourth event is the invoke command's.
+    static int s_created;
+    s_created = 0;
+    const Redirect<decltype(CreateEventW)> create(
+        "CreateEventW", [](LPSECURITY_ATTRIBUTES, BOOL, BOOL, LPCWSTR name) -> HANDLE {
+            return ++s_created == 4 ? nullptr
+                                    : CreateEventExW(nullptr, name, CREATE_EVENT_MANUAL_RESET, MAXIMUM_ALLOWED);
+        });
+    CHost host(m_id, c_assembly, c_type);
+    m_trace.Clear();
+    EXPECT_EQ(1, host.Run());
+    EXPECT_THAT(m_trace.Lines(), Contains(L"CHost::Run error in event management so  exiting\n\n"));
+    EXPECT_TRUE(TakeSignal(9));
+}
+
+TEST_F(HostLoop, EndsWhenAnEventIsAbandoned)
+{
+    for (const DWORD slot : {0UL, 3UL, 7UL})
+    {
+        NextWait(c_abandoned + slot);
+        CHost host(m_id, c_assembly, c_type);
+        m_trace.Clear();
+        EXPECT_EQ(1, host.Run());
+        EXPECT_THAT(m_trace.Lines(),
+                    ElementsAreArray(Join(
+                        {ReadyLines(),
+                         {L"CHost::Run Sleeping\n\n", L"CWBEvent::Wait Waiting\n\n", L"CWBEvent::Wait Abandoned\n\n",
+                          L"CHost::Run An abandoned event means OrvP has gone, so therefore exiting\n\n",
+                          L"CHost::Run WorkBench Exiting\n\n", L"window sent 12345678 83eb 0 0\n"}})));
+        EXPECT_TRUE(TakeSignal(9));
+        EXPECT_FALSE(TakeSignal(8));
+    }
+    EXPECT_THAT(m_calls, IsEmpty());
+}
+
+TEST_F(HostLoop, EndsWithoutAResponseWhenACallThrows)
+{
+    const Method throwers[] = {
+        [](const ManagedCall&, DWORD*) -> HRESULT { throw std::runtime_error("on purpose"); },
+        [](const ManagedCall&, DWORD*) -> HRESULT { throw 42; },
+    };
+    for (const Method& thrower : throwers)
+    {
+        m_method = thrower;
+        Client().SetText(L"x");
+        NextWait(1);
+        CHost host(m_id, c_assembly, c_type);
+        m_trace.Clear();
+        EXPECT_EQ(1, host.Run());
+        EXPECT_THAT(
+            m_trace.Lines(),
+            ElementsAreArray(Join({ReadyLines(),
+                                   WaitLines(L"EV_LOAD"),
+                                   {L"CHost::Run Command is Load: x\n", L"runtime LoadAssembly \"x\"\n",
+                                    L"CHost::Run WorkBench Exception in main loop\n\n",
+                                    L"CHost::Run WorkBench Exiting\n\n", L"window sent 12345678 83eb 0 0\n"}})));
+        EXPECT_FALSE(TakeSignal(8));
+        EXPECT_FALSE(TakeSignal(9));
+    }
+    EXPECT_EQ(2, m_releases);
+}
+
+TEST_F(HostLoop, EndsWhenTheBreakpointThrows)
+{
+    m_method = [](const ManagedCall& call, DWORD* returnValue) -> HRESULT {
+        if (call.method == L"OrvBreakPoint")
+            throw std::runtime_error("on purpose");
+        *returnValue = 10;
+        return S_OK;
+    };
+    NextWait(3);
+    CHost host(m_id, c_assembly, c_type);
+    m_trace.Clear();
+    EXPECT_EQ(1, host.Run());
+    const Lines lines = m_trace.Lines();
+    ASSERT_LE(5U, lines.size());
+    EXPECT_THAT(Lines(lines.end() - 5, lines.end()),
+                ElementsAre(L"CHost::Breakpoint entering IDLE breakpoint\n\n", L"runtime OrvBreakPoint \"\"\n",
+                            L"CHost::Run WorkBench Exception in main loop\n\n", L"CHost::Run WorkBench Exiting\n\n",
+                            L"window sent 12345678 83eb 0 0\n"));
+    EXPECT_TRUE(TakeSignal(8)) << "the breakpoint step's, before the exception";
+    EXPECT_FALSE(TakeSignal(9));
+}
+
+TEST_F(HostLoop, EndsWhenTheTextCannotBeRead)
+{
+    std::optional<UnreadablePage> page;
+    NextWait(1, [&] { page.emplace(g_pShare->GetControl()->commandText); });
+    CHost host(m_id, c_assembly, c_type);
+    m_trace.Clear();
+    EXPECT_EQ(1, host.Run());
+    page.reset();
+    EXPECT_THAT(m_trace.Lines(),
+                ElementsAreArray(Join({ReadyLines(),
+                                       WaitLines(L"EV_LOAD"),
+                                       {L"CHost::Run WorkBench Exception in main loop\n\n",
+                                        L"CHost::Run WorkBench Exiting\n\n", L"window sent 12345678 83eb 0 0\n"}})));
+    EXPECT_FALSE(TakeSignal(8));
+    EXPECT_FALSE(TakeSignal(9));
+}
+
+TEST_F(HostLoop, CarriesOnWhenAResponseCannotBeSignalled)
+{
+    NextWait(1);
+    CHost host(m_id, c_assembly, c_type);
+    m_trace.Clear();
+    const SystemCall<decltype(SetEvent)> setEvent("SetEvent", ERROR_INVALID_HANDLE);
+    EXPECT_EQ(1, host.Run());
+    EXPECT_THAT(m_trace.Lines(),
+                ElementsAreArray(Join(
+                    {ReadyLines(),
+                     CommandLines(c_commandCases[0], L"", L"CHost::Run command succeeded, result = ActionSuccess\n"),
+                     {L"CWBEvent::Set Failed to set event EV_BREAKPOINT\n"},
+                     StopLines()})));
+}
+
+TEST_F(HostLoop, ServesWithoutARuntime)
+{
+    m_bindStatus = E_FAIL;
+    m_bindGivesHost = false;
+    Client().SetText(L"x");
+    for (const CommandCase& command : c_commandCases)
+        NextWait(command.slot);
+    EXPECT_EQ(1, Serve());
+    EXPECT_THAT(m_calls, IsEmpty());
+    Lines expected = ReadyLines();
+    for (const CommandCase& command : c_commandCases)
+    {
+        Lines lines = CommandLines(command, L"x", L"CHost::Run command failed, result = ActionFail\n");
+        // The call is refused before it reaches a runtime, and so is the breakpoint's.
+        lines[4] = L"CHost::Execute ExecuteInDefaultAppDomain failed\n";
+        if (command.breaks)
+        {
+            lines.erase(lines.end() - 3);
+            lines[lines.size() - 2] = L"CHost::Breakpoint breakpointed workbench failed\n\n";
+        }
+        expected.insert(expected.end(), lines.begin(), lines.end());
+    }
+    EXPECT_THAT(m_trace.Lines(), ElementsAreArray(Join({expected, StopLines()})));
+}
+
+TEST_F(HostLoop, LosesNoHandleOverManyCommands)
+{
+    CHost host(m_id, c_assembly, c_type);
+    EXPECT_EQ(1, host.Run());
+    const unsigned before = OpenHandleCount();
+    for (int i = 0; i < 50; ++i)
+    {
+        NextWait(1);
+        NextWait(3);
+        NextWait(c_timeout);
+    }
+    EXPECT_EQ(1, host.Run());
+    EXPECT_EQ(before, OpenHandleCount());
+    EXPECT_TRUE(HeapIsConsistent());
+}

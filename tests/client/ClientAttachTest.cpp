@@ -1,0 +1,191 @@
+// Attaching to a workbench that does what the test tells it to, and whose messages go elsewhere. The share is this
+// test's. The system has room for one listener to the debugger output, and an attached client is one.
+
+#include "client/log/DebugOutput.h"
+#include "OrvProfiler/foundation/Trace.h"
+#include "OrvProfiler/share/ProxyShare.h"
+#include "tests/support/processes/ChildProcess.h"
+#include "tests/support/processes/ClientRun.h"
+#include "tests/support/worlds/SystemProbe.h"
+
+#include <windows.h>
+
+#include <gmock/gmock.h>
+#include <mutex>
+#include <string>
+#include <vector>
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+namespace
+{
+struct Result
+{
+    int status;
+    std::string output;
+    std::string errors;
+};
+
+class ClientAttach : public testing::Test
+{
+protected:
+    ClientAttach() { EXPECT_TRUE(m_share.Create(m_clientId)); }
+
+    ChildProcess StartFake(const wchar_t* steps) const
+    {
+        SetEnvironmentVariableW(L"ORV_FAKE", steps);
+        const std::wstring program = BuildFile(L"tests\\fake") + L"\\OrvWorkBench64.exe";
+        return ChildProcess::Start(program, L"\"" + program + L"\" workbench " + FormatSlot(L"%x", m_clientId));
+    }
+
+    static Result Attach(const ChildProcess& workbench, std::vector<std::wstring> arguments)
+    {
+        arguments.insert(arguments.begin(), {L"--attach", std::to_wstring(workbench.Id())});
+        ClientRun::Setup setup;
+        setup.arguments = arguments;
+        const ClientRun run(setup);
+        const int status = run.Wait();
+        return {status, Masked(run.Output()), run.Errors()};
+    }
+
+    // The workbench reads it as a signed number.
+    const unsigned m_clientId = FreshId() & 0x7FFFFFFF;
+    CProxyShare m_share;
+};
+} // namespace
+
+TEST_F(ClientAttach, SecondResponseIsTheCommandsOwn)
+{
+    const ChildProcess workbench = StartFake(L"wait;set=8;sleep=500;set=9;wait;set=8;sleep=50000");
+    const Result result = Attach(workbench, {L"-k", L"invoke x", L"load y"});
+    EXPECT_EQ("workbench # attached, client id #\n"
+              "> invoke x\n"
+              "    response success\n"
+              "    response failed\n"
+              "  failed after # ms\n"
+              "> load y\n"
+              "    response success\n"
+              "  succeeded after # ms\n"
+              "workbench left running\n",
+              result.output);
+    EXPECT_EQ("", result.errors);
+    EXPECT_EQ(1, result.status);
+    EXPECT_TRUE(workbench.IsRunning());
+}
+
+// The client sees one success where the workbench has set two: the trace tells that the second one was set.
+TEST_F(ClientAttach, TraceTellsTheEndWhenBothResponsesFellTogether)
+{
+    const ChildProcess workbench = StartFake(L"wait;trace=    1 CHost::Run Command is Invoke: x;set=8;"
+                                             L"trace=    2 CHost::Run command succeeded, result = ActionSuccess;"
+                                             L"trace=    3 CHost::Run Sleeping;sleep=50000");
+    const Result result = Attach(workbench, {L"--timeout", L"30", L"invoke x"});
+    EXPECT_THAT(result.output, HasSubstr("> invoke x\n"
+                                         "    response success\n"
+                                         "    response success\n"
+                                         "  succeeded after # ms\n"
+                                         "workbench left running\n"));
+    EXPECT_EQ(0, result.status);
+}
+
+TEST_F(ClientAttach, TraceOfAFailureCountsAsOne)
+{
+    const ChildProcess workbench = StartFake(L"wait;trace=    1 CHost::Run Command is Get: x;set=8;"
+                                             L"trace=    2 CHost::Run command failed, result = ActionFail;"
+                                             L"trace=    3 CHost::Run Sleeping;sleep=50000");
+    const Result result = Attach(workbench, {L"--timeout", L"30", L"get x"});
+    EXPECT_THAT(result.output, HasSubstr("    response success\n"
+                                         "    response failed\n"
+                                         "  failed after # ms\n"));
+    EXPECT_EQ(1, result.status);
+}
+
+TEST_F(ClientAttach, TraceOfAnEarlierCommandEndsNothing)
+{
+    const ChildProcess workbench = StartFake(L"wait;trace=    2 CHost::Run command succeeded, result = ActionSuccess;"
+                                             L"trace=    3 CHost::Run Sleeping;set=8;sleep=50000");
+    const Result result = Attach(workbench, {L"--timeout", L"3", L"invoke x"});
+    EXPECT_THAT(result.output, HasSubstr("  timed out after # ms\n"
+                                         "workbench left running\n"));
+    EXPECT_THAT(result.errors, HasSubstr("OrvClient: no final response in time; the workbench is left as it is\n"));
+    EXPECT_EQ(4, result.status);
+    EXPECT_TRUE(workbench.IsRunning());
+}
+
+TEST_F(ClientAttach, StopEndsTheWorkbench)
+{
+    const ChildProcess workbench = StartFake(L"wait");
+    const Result result = Attach(workbench, {L"stop"});
+    EXPECT_EQ("workbench # attached, client id #\n"
+              "> stop\n"
+              "  succeeded after # ms\n"
+              "workbench ended with exit code 1\n",
+              result.output);
+    EXPECT_EQ(0, result.status);
+}
+
+TEST_F(ClientAttach, DeathOfTheWorkbenchIsNoticed)
+{
+    const ChildProcess workbench = StartFake(L"wait;exit=5");
+    const Result result = Attach(workbench, {L"load x"});
+    EXPECT_THAT(result.errors, HasSubstr("OrvClient: the workbench ended before its final response\n"
+                                         "  its exit code is 5\n"));
+    EXPECT_EQ(3, result.status);
+}
+
+TEST_F(ClientAttach, StartIsRefused)
+{
+    const ChildProcess workbench = StartFake(L"wait;set=8;sleep=50000");
+    const Result result = Attach(workbench, {L"start"});
+    EXPECT_THAT(result.errors, HasSubstr("this session is attached"));
+    EXPECT_EQ(2, result.status);
+}
+
+TEST_F(ClientAttach, GivenClientIdIsTakenForTheOneOnTheCommandLine)
+{
+    const ChildProcess workbench = StartFake(L"wait;set=8;sleep=50000");
+    const Result other = Attach(workbench, {L"--client", FormatSlot(L"%x", FreshId()), L"load x"});
+    EXPECT_THAT(other.errors, HasSubstr("OrvClient: there is no share for client "));
+    EXPECT_EQ(3, other.status);
+    const Result same = Attach(workbench, {L"--client", FormatSlot(L"%x", m_clientId), L"load x"});
+    EXPECT_EQ(0, same.status);
+}
+
+TEST(ClientAttachRefusal, ProcessThatIsNotThere)
+{
+    ClientRun::Setup setup;
+    setup.arguments = {L"--attach", L"4294967292", L"load x"};
+    const ClientRun run(setup);
+    EXPECT_EQ(3, run.Wait());
+    EXPECT_EQ("OrvClient: there is no process 4294967292, or it cannot be looked at\n", run.Errors().substr(0, 69));
+}
+
+TEST(ClientAttachRefusal, ProcessThatIsNoWorkbench)
+{
+    ClientRun::Setup setup;
+    setup.arguments = {L"--attach", std::to_wstring(GetCurrentProcessId()), L"load x"};
+    const ClientRun run(setup);
+    const int status = run.Wait();
+    EXPECT_THAT(run.Errors(),
+                testing::AnyOf(HasSubstr("is no workbench"), HasSubstr("there is no share for client")));
+    EXPECT_THAT(status, testing::AnyOf(2, 3));
+}
+
+TEST(ClientDebugOutput, HearsThisProcessAndIsTheOnlyListener)
+{
+    std::mutex lock;
+    std::vector<std::string> heard;
+    {
+        const DebugOutput output([&](uint32_t processId, const std::string& text) {
+            const std::lock_guard<std::mutex> guard(lock);
+            if (processId == GetCurrentProcessId())
+                heard.push_back(text);
+        });
+        ASSERT_TRUE(output.IsListening());
+        EXPECT_FALSE(DebugOutput([](uint32_t, const std::string&) {}).IsListening());
+        OutputDebugStringW(L"one\n");
+        OutputDebugStringW(L"two\n");
+    }
+    EXPECT_THAT(heard, ElementsAre("one\n", "two\n"));
+}

@@ -1,0 +1,273 @@
+#include "OrvProfiler/security/ProxySecurity.h"
+#include "tests/support/contract/TraceCapture.h"
+#include "tests/support/faults/AllocationProbe.h"
+#include "tests/support/faults/LeakCheck.h"
+#include "tests/support/worlds/NamespaceWorld.h"
+#include "tests/support/worlds/RebuiltManager.h"
+#include "tests/support/worlds/TestFile.h"
+
+#include <windows.h>
+
+#include <winver.h>
+
+#include <algorithm>
+#include <cstring>
+#include <cwchar>
+#include <gmock/gmock.h>
+#include <string>
+#include <vector>
+
+using testing::IsEmpty;
+
+namespace
+{
+// The test program's own file, which has a version resource of two languages.
+std::wstring OwnPath()
+{
+    wchar_t path[MAX_PATH]{};
+    GetModuleFileNameW(nullptr, path, MAX_PATH);
+    return path;
+}
+
+void ExpectNoTexts(const CVersionRecord& record)
+{
+    EXPECT_STREQ(record.CompanyName(), L"");
+    EXPECT_STREQ(record.ProductName(), L"");
+    EXPECT_STREQ(record.FileDescription(), L"");
+    EXPECT_STREQ(record.ProductVersion(), L"");
+}
+} // namespace
+
+TEST(CVersionRecord, HasTheTextsOfTheFirstLanguageListed)
+{
+    const TraceCapture trace;
+    const CVersionRecord record(OwnPath().c_str());
+    EXPECT_STREQ(record.CompanyName(), L"Soci\x00e9t\x00e9");
+    EXPECT_STREQ(record.ProductName(), L"Produit");
+    EXPECT_STREQ(record.FileDescription(), L"Description en fran\x00e7"
+                                           L"ais");
+    EXPECT_STREQ(record.ProductVersion(), L"5.6.7.8");
+    EXPECT_THAT(trace.Lines(), IsEmpty());
+}
+
+TEST(CVersionRecord, IsEmptyForAFileWithoutVersion)
+{
+    const TestFile file("no resource at all");
+    const TraceCapture trace;
+    ExpectNoTexts(CVersionRecord(file.Path()));
+    EXPECT_THAT(trace.Lines(), IsEmpty());
+}
+
+TEST(CVersionRecord, IsEmptyForNoFile)
+{
+    ExpectNoTexts(CVersionRecord(L"C:\\no\\such\\file.exe"));
+    ExpectNoTexts(CVersionRecord(L""));
+    ExpectNoTexts(CVersionRecord(nullptr));
+}
+
+TEST(CVersionRecord, IsEmptyWithoutAnyOneOfTheThreeFunctions)
+{
+    for (const char* missing : {"GetFileVersionInfoSizeW", "GetFileVersionInfoW", "VerQueryValueW"})
+    {
+        RebuiltManager manager;
+        ExportTable exports;
+        exports.Hide(missing);
+        manager.Rebuild();
+        const CVersionRecord record(OwnPath().c_str());
+        ExpectNoTexts(record);
+    }
+}
+
+TEST(CVersionRecord, LeavesNothingBehind)
+{
+    const std::wstring path = OwnPath();
+    ExpectNothingLeaks([&] { EXPECT_FALSE(CVersionRecord(path.c_str()).ProductName().IsEmpty()); });
+}
+
+TEST(CVersionRecord, HasAWholeTextOrNoneWhenMemoryFails)
+{
+    const std::wstring path = OwnPath();
+    ExpectNoTexts(CVersionRecord(nullptr)); // the empty text is made on first use and stays
+    unsigned halfTexts = 0;
+    const unsigned failures = ExpectNothingLeaksWithoutMemory([&] {
+        const CVersionRecord record(path.c_str());
+        halfTexts += record.ProductName() != L"Produit" && !record.ProductName().IsEmpty() ? 1U : 0U;
+    });
+    EXPECT_GT(failures, 4U);
+    EXPECT_EQ(halfTexts, 0U);
+}
+
+namespace
+{
+// A version block of 64 bytes whose values a test places: what VerQueryValueW answers about it.
+constexpr DWORD c_blockBytes = 64;
+constexpr size_t c_translationAt = 8;
+
+struct Values
+{
+    DWORD size;
+    bool readable;
+    bool hasTranslation;
+    UINT translationBytes;
+    std::wstring text;
+    // Where in the block the text of each key lies, and its length as the resource claims.
+    size_t textAt;
+    UINT textUnits;
+    // Whether the values lie just behind the block.
+    bool outside;
+    // The key without a text.
+    std::wstring missing;
+    std::vector<std::wstring> asked;
+    DWORD readHandle;
+    DWORD readSize;
+};
+Values g_values;
+
+DWORD WINAPI AnswerSize(const wchar_t*, DWORD* handle)
+{
+    *handle = 0;
+    return g_values.size;
+}
+
+BOOL WINAPI AnswerBlock(const wchar_t*, DWORD handle, DWORD size, void* block)
+{
+    g_values.readHandle = handle;
+    g_values.readSize = size;
+    auto* const bytes = static_cast<unsigned char*>(block);
+    const WORD translation[] = {0x0C0A, 0x04B0};
+    std::memset(bytes, 0xEE, size);
+    std::memcpy(bytes + c_translationAt, translation, sizeof translation);
+    const size_t textBytes = g_values.text.size() * sizeof(wchar_t);
+    std::memcpy(bytes + g_values.textAt, g_values.text.data(), std::min<size_t>(textBytes, size - g_values.textAt));
+    return g_values.readable ? TRUE : FALSE;
+}
+
+BOOL WINAPI AnswerValue(const void* block, const wchar_t* name, void** value, UINT* size)
+{
+    g_values.asked.emplace_back(name);
+    auto* const bytes = static_cast<unsigned char*>(const_cast<void*>(block));
+    if (std::wcscmp(name, L"\\VarFileInfo\\Translation") == 0)
+    {
+        *value = bytes + c_translationAt;
+        *size = g_values.translationBytes;
+        return g_values.hasTranslation ? TRUE : FALSE;
+    }
+    *value = bytes + (g_values.outside ? size_t{c_blockBytes} : g_values.textAt);
+    *size = g_values.textUnits;
+    const std::wstring text = name;
+    return g_values.missing.empty() || text.find(g_values.missing) == std::wstring::npos ? TRUE : FALSE;
+}
+
+class VersionStandIn
+{
+public:
+    VersionStandIn()
+    {
+        g_values = {c_blockBytes, true, true, 4, std::wstring(L"text", 5), 16, 5, false, {}, {}, 0, 0};
+        m_exports.Replace("GetFileVersionInfoSizeW", AnswerSize);
+        m_exports.Replace("GetFileVersionInfoW", AnswerBlock);
+        m_exports.Replace("VerQueryValueW", AnswerValue);
+        m_manager.Rebuild();
+    }
+
+private:
+    RebuiltManager m_manager;
+    ExportTable m_exports;
+};
+} // namespace
+
+TEST(CVersionRecord, AsksForEachTextByLanguageAndCodePage)
+{
+    const VersionStandIn standIn;
+    const CVersionRecord record(L"any");
+    EXPECT_EQ(g_values.readHandle, 0U);
+    EXPECT_EQ(g_values.readSize, 64U);
+    EXPECT_THAT(g_values.asked,
+                testing::ElementsAre(L"\\VarFileInfo\\Translation", L"\\StringFileInfo\\0c0a04b0\\FileDescription",
+                                     L"\\StringFileInfo\\0c0a04b0\\ProductName",
+                                     L"\\StringFileInfo\\0c0a04b0\\CompanyName",
+                                     L"\\StringFileInfo\\0c0a04b0\\ProductVersion"));
+}
+
+TEST(CVersionRecord, AsksForNoTextWithoutABlock)
+{
+    const VersionStandIn standIn;
+    g_values.readSize = 77;
+    ExpectNoTexts(CVersionRecord(nullptr));
+    g_values.size = 0;
+    ExpectNoTexts(CVersionRecord(L"any"));
+    EXPECT_EQ(g_values.readSize, 77U) << "nothing is read when there is nothing";
+    g_values.size = c_blockBytes;
+    {
+        AllocationProbe heap;
+        heap.FailSize(c_blockBytes);
+        const CVersionRecord record(L"any");
+        EXPECT_TRUE(heap.HasFailed());
+    }
+    EXPECT_EQ(g_values.readSize, 77U);
+    EXPECT_THAT(g_values.asked, IsEmpty());
+}
+
+TEST(CVersionRecord, IsEmptyWhenTheBlockCannotBeRead)
+{
+    const VersionStandIn standIn;
+    g_values.readable = false;
+    const CVersionRecord record(L"any");
+    ExpectNoTexts(record);
+    EXPECT_THAT(g_values.asked, IsEmpty());
+}
+
+TEST(CVersionRecord, IsEmptyWithoutALanguage)
+{
+    const VersionStandIn standIn;
+    g_values.hasTranslation = false;
+    ExpectNoTexts(CVersionRecord(L"any"));
+    g_values.hasTranslation = true;
+    g_values.translationBytes = 3;
+    ExpectNoTexts(CVersionRecord(L"any"));
+}
+
+TEST(CVersionRecord, TakesATextAsFarAsItIsLongAndTheBlockReaches)
+{
+    const VersionStandIn standIn;
+    const struct
+    {
+        std::wstring text;
+        size_t at;
+        UINT units;
+        const wchar_t* expected;
+    } cases[] = {
+        {std::wstring(L"text", 5), 16, 5, L"text"},
+        {std::wstring(L"text", 5), 16, 20, L"text"},
+        {L"text", 16, 4, L"text"},
+        {L"text", 16, 2, L"te"},
+        {L"text", 16, 0, L""},
+        {L"endless", 56, 1000, L"endl"},
+        {L"x", 62, 1000, L"x"},
+    };
+    for (const auto& row : cases)
+    {
+        g_values.text = row.text;
+        g_values.textAt = row.at;
+        g_values.textUnits = row.units;
+        EXPECT_STREQ(CVersionRecord(L"any").ProductName(), row.expected);
+    }
+}
+
+TEST(CVersionRecord, HasTheOtherTextsWhenOneIsMissing)
+{
+    const VersionStandIn standIn;
+    g_values.missing = L"\\CompanyName";
+    const CVersionRecord record(L"any");
+    EXPECT_STREQ(record.CompanyName(), L"");
+    EXPECT_STREQ(record.ProductName(), L"text");
+    EXPECT_STREQ(record.FileDescription(), L"text");
+    EXPECT_STREQ(record.ProductVersion(), L"text");
+}
+
+TEST(CVersionRecord, TakesNothingFromOutsideItsBlock)
+{
+    const VersionStandIn standIn;
+    g_values.outside = true;
+    ExpectNoTexts(CVersionRecord(L"any"));
+}

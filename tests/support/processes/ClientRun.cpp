@@ -1,0 +1,290 @@
+#include "tests/support/processes/ClientRun.h"
+
+#include "OrvProfiler/foundation/UniqueHandle.h"
+#include "tests/support/worlds/SystemProbe.h"
+
+#include <windows.h>
+
+#include <regex>
+#include <stdexcept>
+
+namespace
+{
+constexpr DWORD c_pollMs = 20;
+
+[[noreturn]] void ThrowLastError(const std::string& what)
+{
+    const DWORD error = GetLastError();
+    throw std::runtime_error(what + " failed with error " + std::to_string(error));
+}
+
+UniqueHandle OpenInheritable(const std::wstring& path, DWORD access, DWORD disposition)
+{
+    SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
+    UniqueHandle file = UniqueHandle::FromFile(
+        CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, &inheritable, disposition, 0, nullptr));
+    if (!file)
+        ThrowLastError("opening a file");
+    return file;
+}
+
+std::string ReadAll(const std::wstring& path)
+{
+    const UniqueHandle file = OpenInheritable(path, GENERIC_READ, OPEN_EXISTING);
+    std::string text;
+    char buffer[4096];
+    DWORD size = 0;
+    while (ReadFile(file.Get(), buffer, sizeof buffer, &size, nullptr) != FALSE && size != 0)
+        text.append(buffer, size);
+    std::string plain;
+    for (const char c : text)
+        if (c != '\r')
+            plain += c;
+    return plain;
+}
+
+// As the C runtime takes it apart again.
+std::wstring Quoted(const std::wstring& argument)
+{
+    std::wstring quoted = L"\"";
+    size_t backslashes = 0;
+    for (const wchar_t c : argument)
+    {
+        if (c == L'"')
+            quoted.append(backslashes + 1, L'\\');
+        backslashes = c == L'\\' ? backslashes + 1 : 0;
+        quoted += c;
+    }
+    quoted.append(backslashes, L'\\');
+    return quoted + L"\"";
+}
+
+// This process's environment while the object lives, which children inherit.
+class EnvironmentGuard
+{
+public:
+    explicit EnvironmentGuard(const std::vector<std::pair<std::wstring, std::wstring>>& variables)
+        : m_variables(variables)
+    {
+        for (const auto& [name, value] : m_variables)
+            SetEnvironmentVariableW(name.c_str(), value.c_str());
+    }
+    ~EnvironmentGuard()
+    {
+        for (const auto& [name, value] : m_variables)
+            SetEnvironmentVariableW(name.c_str(), nullptr);
+    }
+    EnvironmentGuard(const EnvironmentGuard&) = delete;
+    EnvironmentGuard& operator=(const EnvironmentGuard&) = delete;
+
+private:
+    const std::vector<std::pair<std::wstring, std::wstring>>& m_variables;
+};
+
+// Unlike the system's own way of ignoring the key, children do not inherit it.
+BOOL WINAPI IgnoreKey(DWORD)
+{
+    return TRUE;
+}
+
+void DeleteFolder(const std::wstring& folder)
+{
+    WIN32_FIND_DATAW found{};
+    const HANDLE search = FindFirstFileW((folder + L"\\*").c_str(), &found);
+    if (search != INVALID_HANDLE_VALUE)
+    {
+        do
+            DeleteFileW((folder + L"\\" + found.cFileName).c_str());
+        while (FindNextFileW(search, &found) != FALSE);
+        FindClose(search);
+    }
+    RemoveDirectoryW(folder.c_str());
+}
+} // namespace
+
+struct ClientRun::Process
+{
+    std::wstring folder = FreshFolder();
+    UniqueHandle job{CreateJobObjectW(nullptr, nullptr)};
+    UniqueHandle process;
+    UniqueHandle input;
+    unsigned id = 0;
+};
+
+ClientRun::ClientRun(const Setup& setup) : m_process(std::make_unique<Process>())
+{
+    JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
+    limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+    SetInformationJobObject(m_process->job.Get(), JobObjectExtendedLimitInformation, &limits, sizeof limits);
+
+    SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
+    UniqueHandle inputEnd;
+    if (CreatePipe(inputEnd.Receive(), m_process->input.Receive(), &inheritable, 0) == FALSE)
+        ThrowLastError("making a pipe");
+    SetHandleInformation(m_process->input.Get(), HANDLE_FLAG_INHERIT, 0);
+    const UniqueHandle output = OpenInheritable(m_process->folder + L"\\out.txt", GENERIC_WRITE, CREATE_ALWAYS);
+    const UniqueHandle errors = OpenInheritable(m_process->folder + L"\\err.txt", GENERIC_WRITE, CREATE_ALWAYS);
+
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdInput = inputEnd.Get();
+    startup.hStdOutput = output.Get();
+    startup.hStdError = errors.Get();
+    const std::wstring program = BuildFile(L"bin\\OrvClient.exe");
+    std::wstring line = Quoted(program);
+    if (!setup.workbenchFolder.empty())
+        line += L" --workbench " + Quoted(setup.workbenchFolder + L"\\OrvWorkBench64.exe");
+    for (const std::wstring& argument : setup.arguments)
+        line += L" " + Quoted(argument);
+    const EnvironmentGuard environment(setup.environment);
+    PROCESS_INFORMATION process{};
+    const DWORD flags = CREATE_SUSPENDED | (setup.hasConsole ? DWORD{CREATE_NO_WINDOW} : 0);
+    if (CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, flags, nullptr, nullptr, &startup,
+                       &process) == FALSE)
+        ThrowLastError("starting the client");
+    m_process->process.Reset(process.hProcess);
+    m_process->id = process.dwProcessId;
+    AssignProcessToJobObject(m_process->job.Get(), process.hProcess);
+    ResumeThread(process.hThread);
+    CloseHandle(process.hThread);
+    inputEnd.Reset();
+    Type(setup.input);
+    if (!setup.keepsInputOpen)
+        EndInput();
+}
+
+ClientRun::~ClientRun()
+{
+    m_process->job.Reset();
+    WaitForSingleObject(m_process->process.Get(), c_timeoutMs);
+    DeleteFolder(m_process->folder);
+}
+
+unsigned ClientRun::Id() const noexcept
+{
+    return m_process->id;
+}
+
+void ClientRun::Type(const std::string& text)
+{
+    DWORD written = 0;
+    WriteFile(m_process->input.Get(), text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
+}
+
+void ClientRun::EndInput()
+{
+    m_process->input.Reset();
+}
+
+void ClientRun::PressCtrlC() const
+{
+    // This process joins the console for a moment, and would get the key as well.
+    FreeConsole();
+    if (AttachConsole(m_process->id) == FALSE)
+        ThrowLastError("attaching to the client's console");
+    SetConsoleCtrlHandler(IgnoreKey, TRUE);
+    const bool pressed = GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0) != FALSE;
+    FreeConsole();
+    if (!pressed)
+        ThrowLastError("pressing Ctrl-C");
+}
+
+void ClientRun::AwaitOutput(const std::string& text) const
+{
+    const ULONGLONG start = GetTickCount64();
+    while (Output().find(text) == std::string::npos)
+    {
+        if (GetTickCount64() - start > c_timeoutMs || !IsRunning())
+        {
+            // What it wrote last, it wrote before it ended.
+            if (Output().find(text) != std::string::npos)
+                return;
+            throw std::runtime_error("the client did not print \"" + text + "\" but:\n" + Output() + Errors());
+        }
+        Sleep(c_pollMs);
+    }
+}
+
+int ClientRun::Wait() const
+{
+    if (WaitForSingleObject(m_process->process.Get(), c_timeoutMs) != WAIT_OBJECT_0)
+        throw std::runtime_error("the client did not end in time:\n" + Output() + Errors());
+    DWORD status = 0;
+    GetExitCodeProcess(m_process->process.Get(), &status);
+    return static_cast<int>(status);
+}
+
+void ClientRun::Kill() const
+{
+    TerminateProcess(m_process->process.Get(), 99);
+    Wait();
+}
+
+bool ClientRun::IsRunning() const
+{
+    return WaitForSingleObject(m_process->process.Get(), 0) == WAIT_TIMEOUT;
+}
+
+std::string ClientRun::Output() const
+{
+    return ReadAll(m_process->folder + L"\\out.txt");
+}
+
+std::string ClientRun::Errors() const
+{
+    return ReadAll(m_process->folder + L"\\err.txt");
+}
+
+unsigned ClientRun::WorkbenchId() const
+{
+    std::smatch match;
+    const std::string output = Output();
+    if (!std::regex_search(output, match, std::regex("workbench (\\d+) started|\"workbench\":(\\d+)")))
+        throw std::runtime_error("the client has started no workbench:\n" + output);
+    return static_cast<unsigned>(std::stoul(match[1].matched ? match[1] : match[2]));
+}
+
+std::string Masked(const std::string& output)
+{
+    std::string masked = output;
+    for (const char* pattern :
+         {"(workbench )\\d+( started| attached)", "(client id )[0-9a-f]+()", "(after )\\d+\\.\\d+( ms)",
+          "(\"workbench\":)\\d+()", "(\"client\":\")[0-9a-f]+(\")", "(\"elapsedMs\":)[0-9.e-]+()"})
+        masked = std::regex_replace(masked, std::regex(pattern), "$1#$2");
+    return masked;
+}
+
+WorkbenchFolder::WorkbenchFolder(const std::vector<std::pair<std::wstring, std::wstring>>& files)
+    : m_path(FreshFolder())
+{
+    for (const auto& [source, name] : files)
+        if (CopyFileW(BuildFile(source).c_str(), (m_path + L"\\" + name).c_str(), TRUE) == FALSE)
+            ThrowLastError("copying a file of the build");
+}
+
+WorkbenchFolder::~WorkbenchFolder()
+{
+    DeleteFolder(m_path);
+}
+
+std::wstring BuildFile(const std::wstring& name)
+{
+    std::wstring path(MAX_PATH, L'\0');
+    path.resize(GetModuleFileNameW(nullptr, path.data(), MAX_PATH));
+    const std::wstring tests = path.substr(0, path.find_last_of(L'\\'));
+    return tests.substr(0, tests.find_last_of(L'\\') + 1) + name;
+}
+
+bool IsProcessRunning(unsigned processId)
+{
+    const UniqueHandle process(OpenProcess(SYNCHRONIZE, FALSE, processId));
+    return process && WaitForSingleObject(process.Get(), 0) == WAIT_TIMEOUT;
+}
+
+void AwaitProcessEnd(unsigned processId)
+{
+    const UniqueHandle process(OpenProcess(SYNCHRONIZE, FALSE, processId));
+    if (process && WaitForSingleObject(process.Get(), ClientRun::c_timeoutMs) != WAIT_OBJECT_0)
+        throw std::runtime_error("the process " + std::to_string(processId) + " did not end");
+}

@@ -1,0 +1,76 @@
+#pragma once
+
+#include "tests/support/processes/ChildProcess.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+// Which runtime the workbench finds.
+enum class WorkbenchRuntime
+{
+    Scripted,     // the stand-in that records its use and answers as it is told (scripted_runtime/)
+    Managed,      // the real one, with the dispatcher and the sample assembly
+    NoDispatcher, // the real one, but no assembly to call
+    System,       // what the system has: under a Wine without Mono, none
+};
+
+// Sets an environment variable, which processes started later inherit; unset again by the destructor.
+class EnvironmentVariable
+{
+public:
+    EnvironmentVariable(const wchar_t* name, const std::wstring& value);
+    ~EnvironmentVariable();
+    EnvironmentVariable(const EnvironmentVariable&) = delete;
+    EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
+
+private:
+    const wchar_t* m_name;
+};
+
+// The real program in a fresh folder of its own, with the runtime that the test chooses beside it, run as a process.
+// Its log file is at one fixed place: one at a time on a machine (LOCK trace-log).
+class TestWorkbench
+{
+public:
+    static constexpr const wchar_t* c_logPath = L"c:\\zeph\\logs\\OrvWorkBench.log";
+
+    // Makes the folder and removes a log left by an earlier run. Throws std::runtime_error when a part is not built.
+    explicit TestWorkbench(WorkbenchRuntime runtime);
+    // Ends the process if it still runs, and removes the folder.
+    ~TestWorkbench();
+    TestWorkbench(const TestWorkbench&) = delete;
+    TestWorkbench& operator=(const TestWorkbench&) = delete;
+
+    // Whether the parts for that runtime are there.
+    static bool Has(WorkbenchRuntime runtime);
+
+    // The program as it was built, and the copy in the folder.
+    static std::wstring BuiltProgram();
+    std::wstring ProgramPath() const { return m_folder + L"\\OrvWorkBench64.exe"; }
+    const std::wstring& Folder() const noexcept { return m_folder; }
+    // Starts the program with the folder as current directory; the arguments are a command line's, after the
+    // program's quoted path. The second form gives the whole command line.
+    void Start(const std::wstring& arguments);
+    void StartWithCommandLine(const std::wstring& commandLine);
+    bool IsRunning() const { return m_process && m_process->IsRunning(); }
+    unsigned WaitForExit() const { return m_process->WaitForExit(); }
+    // Ends it at once, as a crash would, and waits until it is gone.
+    void Kill() const { m_process->Kill(); }
+    // The process's handle.
+    void* Handle() const { return m_process->Handle(); }
+
+    // The log's bytes and its lines without times (see LogFile.h).
+    static bool HasLog();
+    static std::string LogBytes();
+    static std::vector<std::wstring> Log();
+    // Waits until the log has the given line. Throws std::runtime_error after a time-out.
+    static void WaitForLogLine(const std::wstring& line);
+    // What the scripted runtime recorded, line by line, in UTF-8.
+    std::vector<std::string> Record() const;
+
+private:
+    std::wstring m_folder;
+    EnvironmentVariable m_recordPath;
+    std::optional<ChildProcess> m_process;
+};
