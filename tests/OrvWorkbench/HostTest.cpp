@@ -3,6 +3,7 @@
 #include "tests/support/contract/LogFile.h"
 #include "tests/support/faults/SystemCall.h"
 #include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/worlds/TestFile.h"
 
 #include <iterator>
 
@@ -348,7 +349,8 @@ TEST_F(Host, EntersTheBreakpointAlsoWhenSuccessCannotBeSignalled)
 
 TEST_F(Host, ClosesTheLogThenReleasesTheRuntimeThenClosesItsEvents)
 {
-    const std::wstring path = FreshFolder() + L"\\host.log";
+    const ScratchFolder folder;
+    const std::wstring path = folder.Path() + L"\\host.log";
     bool eventsExisted = false;
     m_release = [&] { eventsExisted = EventExists(0) && EventExists(10); };
     TraceOpen(path.c_str());

@@ -5,6 +5,7 @@
 #include "tests/support/faults/FuzzRounds.h"
 #include "tests/support/worlds/ShareSupport.h"
 #include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/worlds/TestFile.h"
 
 #include <algorithm>
 #include <atomic>
@@ -762,8 +763,8 @@ TEST_F(HostileClient, TextsOf70000BytesArriveWhole)
 
 TEST_F(HostileClient, EveryTextReachesTheLogFileAsText)
 {
-    const std::wstring folder = FreshFolder();
-    const std::wstring path = folder + L"\\hostile.log";
+    const ScratchFolder folder;
+    const std::wstring path = folder.Path() + L"\\hostile.log";
     TraceOpen(path.c_str());
     const std::wstring texts[] = {
         L"%s %S %n %p %c %.999999d %% \xD83D\xDE00 \xD800 %",
@@ -780,8 +781,6 @@ TEST_F(HostileClient, EveryTextReachesTheLogFileAsText)
         ASSERT_LT(2, lines.end() - line) << testing::PrintToString(text);
         EXPECT_EQ(L"CHost::Run command succeeded, result = ActionSuccess", line[2]) << testing::PrintToString(text);
     }
-    DeleteFileW(path.c_str());
-    RemoveDirectoryW(folder.c_str());
 }
 
 TEST_F(HostileClient, AnyWindowHandleIsUsedAsItStands)

@@ -36,7 +36,7 @@ ORV_CHILD_ROLE(ClientToBeKilled)
 
 void PutFile(const wchar_t* path, const std::string& bytes)
 {
-    const UniqueHandle file(
+    const UniqueHandle file = UniqueHandle::FromFile(
         CreateFileW(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
     DWORD written = 0;
     WriteFile(file.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
@@ -322,8 +322,9 @@ TEST_F(WorkbenchDeath, TheLogIsWrittenWhileAReaderHasItOpen)
     m_client.MakeShareAndWindow();
     Prepare(WorkbenchRuntime::Scripted);
     PutFile(TestWorkbench::c_logPath, "the log of an earlier run, longer than nothing");
-    const UniqueHandle reader(CreateFileW(TestWorkbench::c_logPath, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                          nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const UniqueHandle reader =
+        UniqueHandle::FromFile(CreateFileW(TestWorkbench::c_logPath, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                           nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     ASSERT_TRUE(reader);
     Start();
     m_client.WaitForMessages(1);
@@ -361,8 +362,8 @@ TEST_F(WorkbenchDeath, AReadOnlyLogStaysAndTheWorkbenchServes)
     ASSERT_TRUE(SetFileAttributesW(TestWorkbench::c_logPath, FILE_ATTRIBUTE_READONLY));
     // Wine makes it a permission of the file, which holds back every user but root.
     const bool isWritable = static_cast<bool>(
-        UniqueHandle(CreateFileW(TestWorkbench::c_logPath, GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                 OPEN_EXISTING, 0, nullptr)));
+        UniqueHandle::FromFile(CreateFileW(TestWorkbench::c_logPath, GENERIC_WRITE,
+                                           FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr)));
     Start();
     m_client.WaitForMessages(1);
     EXPECT_EQ(8U, m_client.Carry(3, L"x"));
@@ -377,7 +378,6 @@ TEST_F(WorkbenchDeath, AReadOnlyLogStaysAndTheWorkbenchServes)
         EXPECT_TRUE(Process().LogBytes() == "kept");
     }
     EXPECT_THAT(Process().Record(), ElementsAreArray(RecordOf({CallWithBreakpoint("Invoke", "x")})));
-    SetFileAttributesW(TestWorkbench::c_logPath, FILE_ATTRIBUTE_NORMAL);
 }
 
 TEST_F(WorkbenchDeath, AFolderInTheLogsPlaceStaysAndTheWorkbenchServes)

@@ -238,8 +238,9 @@ TEST_F(Workbench, ServesAlsoWhenItsLogCannotBeOpened)
     Prepare(WorkbenchRuntime::Scripted);
     PutFile(TestWorkbench::c_logPath, "locked");
     {
-        const UniqueHandle locked(CreateFileW(TestWorkbench::c_logPath, GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                              OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+        const UniqueHandle locked =
+            UniqueHandle::FromFile(CreateFileW(TestWorkbench::c_logPath, GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                               OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
         Start();
         m_client.WaitForMessages(1);
         EXPECT_EQ(8U, m_client.Carry(3, L"x"));

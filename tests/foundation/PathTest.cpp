@@ -6,6 +6,7 @@
 #include "tests/support/faults/SystemCall.h"
 #include "tests/support/processes/ChildProcess.h"
 #include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/worlds/TestFile.h"
 
 #include <windows.h>
 
@@ -723,20 +724,12 @@ CPath Parsed(const wchar_t* text)
     return path;
 }
 
-// A folder that is gone, with all in it, at the end.
-class TemporaryFolder
+class TemporaryFolder : public ScratchFolder
 {
 public:
-    TemporaryFolder() : m_path(FreshFolder()) {}
-    ~TemporaryFolder() { Delete(m_path); }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    const std::wstring& Path() const { return m_path; }
-
     std::wstring MakeFolder(const std::wstring& name, DWORD attributes = FILE_ATTRIBUTE_NORMAL) const
     {
-        const std::wstring path = m_path + L"\\" + name;
+        const std::wstring path = Path() + L"\\" + name;
         EXPECT_TRUE(CreateDirectoryW(path.c_str(), nullptr));
         if (attributes != FILE_ATTRIBUTE_NORMAL)
             SetFileAttributesW(path.c_str(), attributes);
@@ -745,7 +738,7 @@ public:
 
     std::wstring MakeFile(const std::wstring& name, size_t sizeBytes = 0) const
     {
-        std::wstring path = m_path + L"\\" + name;
+        std::wstring path = Path() + L"\\" + name;
         HANDLE const file =
             CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
         EXPECT_NE(INVALID_HANDLE_VALUE, file);
@@ -755,29 +748,6 @@ public:
         CloseHandle(file);
         return path;
     }
-
-private:
-    static void Delete(const std::wstring& folder)
-    {
-        WIN32_FIND_DATAW entry{};
-        HANDLE const find = FindFirstFileW((folder + L"\\*").c_str(), &entry);
-        do
-        {
-            const std::wstring name = entry.cFileName;
-            if (name == L"." || name == L"..")
-                continue;
-            const std::wstring path = folder + L"\\" + name;
-            SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
-            if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
-                Delete(path);
-            else
-                DeleteFileW(path.c_str());
-        } while (FindNextFileW(find, &entry) != FALSE);
-        FindClose(find);
-        RemoveDirectoryW(folder.c_str());
-    }
-
-    std::wstring m_path;
 };
 
 // Where the process was, to come back at the end.
@@ -1452,6 +1422,12 @@ BOOL WINAPI ThreeHoursLater(const TIME_ZONE_INFORMATION* zone, const SYSTEMTIME*
     local->wHour = static_cast<WORD>(utc->wHour + 3);
     return zone == nullptr ? TRUE : FALSE;
 }
+
+BOOL WINAPI InGreenwich(const TIME_ZONE_INFORMATION*, const SYSTEMTIME* utc, SYSTEMTIME* local)
+{
+    *local = *utc;
+    return TRUE;
+}
 } // namespace
 
 TEST(CPath, AsksForAttributesByTheLongPathName)
@@ -1535,6 +1511,8 @@ TEST(CPath, ATimeThatCannotBeConvertedStays)
 TEST(CPath, KnownAttributesAreNotAskedForAgain)
 {
     const Redirect<decltype(GetFileAttributesExW)> query("GetFileAttributesExW", AttributeAnswers::Query);
+    // Elsewhere no time at all, which the system tells as 0, can become a local one.
+    const Redirect<decltype(SystemTimeToTzSpecificLocalTime)> zone("SystemTimeToTzSpecificLocalTime", InGreenwich);
     struct Case
     {
         WIN32_FILE_ATTRIBUTE_DATA data;

@@ -9,7 +9,8 @@ execute_process(COMMAND ${CPACK} -B ${folder} WORKING_DIRECTORY ${BUILD_DIR} OUT
 if(failed)
     message(FATAL_ERROR "the package cannot be made:\n${said}")
 endif()
-file(ARCHIVE_EXTRACT INPUT ${folder}/${name}.zip DESTINATION ${folder})
+# By relative names: with the folder's, letters that the language does not have would be lost.
+execute_process(COMMAND ${CMAKE_COMMAND} -E tar xf ${name}.zip WORKING_DIRECTORY ${folder})
 
 set(expected OrvClient.exe OrvWorkBench64.exe README.md docs/client.md docs/commands.md docs/protocol.md)
 if(HAS_DISPATCHER)

@@ -6,6 +6,7 @@
 #include "tests/support/processes/ChildProcess.h"
 #include "tests/support/worlds/NamespaceWorld.h"
 #include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/worlds/TestFile.h"
 
 #include <windows.h>
 
@@ -343,7 +344,8 @@ TEST(CProxySecManager, TracesAFileMappingBeforeItIsCreated)
 
 TEST(CProxySecManager, MapsAFile)
 {
-    const std::wstring path = FreshFolder() + L"\\file";
+    const ScratchFolder folder;
+    const std::wstring path = folder.Path() + L"\\file";
     HANDLE const file = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_NEW,
                                     FILE_FLAG_DELETE_ON_CLOSE, nullptr);
     ASSERT_NE(INVALID_HANDLE_VALUE, file);
@@ -353,7 +355,6 @@ TEST(CProxySecManager, MapsAFile)
     EXPECT_EQ(5000U, GetFileSize(file, nullptr));
     CloseHandle(mapping);
     CloseHandle(file);
-    RemoveDirectoryW(path.substr(0, path.rfind(L'\\')).c_str());
 }
 
 TEST(CProxySecManager, PassesTheInheritFlagWhenItOpensAFileMapping)

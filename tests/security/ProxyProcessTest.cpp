@@ -260,19 +260,18 @@ SID_AND_ATTRIBUTES WithAttributes(const SidBytes& sid, DWORD attributes)
 
 TEST(CProcess, ReadsWhatASecondProcessWasStartedWith)
 {
-    const std::wstring folder = FreshFolder();
-    SittingProcess sitting(folder.c_str(), L"A title of its own", L" \"two words\" \x00e9\x4e2d");
+    const ScratchFolder folder;
+    SittingProcess sitting(folder.Path().c_str(), L"A title of its own", L" \"two words\" \x00e9\x4e2d");
     {
         const Process process = Open(sitting.Id());
         ASSERT_NE(process, nullptr);
         EXPECT_STREQ(process->GetImagePath(), OwnPath().c_str());
         EXPECT_STREQ(process->GetCommandLineText(), sitting.CommandLineText().c_str());
-        EXPECT_STREQ(process->GetCurrentDirectoryText(), (folder + L"\\").c_str());
+        EXPECT_STREQ(process->GetCurrentDirectoryText(), (folder.Path() + L"\\").c_str());
         EXPECT_STREQ(process->GetWindowTitle(), L"A title of its own");
         EXPECT_EQ(process->GetProcessId(), sitting.Id());
     }
     sitting.Child().Kill();
-    RemoveDirectoryW(folder.c_str());
 }
 
 TEST(CProcess, KnowsUserSessionAndKindOfASecondProcess)
@@ -753,6 +752,9 @@ TEST(CProcess, ThatMemoryDoesNotSufficeForIsNoneOrWholeEnough)
     TokenStandIn token;
     token.AnswerGroups({{c_everyone, 7}, {c_administrators, 15}});
     Open(sitting.Id());
+    // A long image path that there is no memory for is asked for again as that of a device; the table of the drives
+    // stays.
+    DeviceToDrivePath(L"\\Device\\");
     unsigned withoutUser = 0;
     const unsigned failures = ExpectNothingLeaksWithoutMemory([&] {
         const Process process = Open(sitting.Id());

@@ -4,6 +4,7 @@
 #include "tests/support/processes/ChildProcess.h"
 #include "tests/support/worlds/NamespaceWorld.h"
 #include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/worlds/TestFile.h"
 
 #include <windows.h>
 
@@ -138,6 +139,26 @@ ORV_CHILD_ROLE(TellWindowsVersion)
     return static_cast<int>(GetWindowsVersion());
 }
 
+// The entry of one program in Wine's configuration, which goes with this object.
+class ProgramDefaults
+{
+public:
+    explicit ProgramDefaults(const std::wstring& name) : m_key(L"Software\\Wine\\AppDefaults\\" + name) {}
+    ~ProgramDefaults() { RegDeleteKeyW(HKEY_CURRENT_USER, m_key.c_str()); }
+    ProgramDefaults(const ProgramDefaults&) = delete;
+    ProgramDefaults& operator=(const ProgramDefaults&) = delete;
+
+    bool SetVersion(const std::wstring& version) const
+    {
+        const auto size = static_cast<DWORD>((version.size() + 1) * sizeof(wchar_t));
+        return RegSetKeyValueW(HKEY_CURRENT_USER, m_key.c_str(), L"Version", REG_SZ, version.c_str(), size) ==
+               ERROR_SUCCESS;
+    }
+
+private:
+    std::wstring m_key;
+};
+
 // Wine takes the version that it reports from its configuration, for one program if its base name has an entry there.
 TEST(GetWindowsVersion, FollowsTheVersionThatWineIsConfiguredFor)
 {
@@ -153,22 +174,17 @@ TEST(GetWindowsVersion, FollowsTheVersionThatWineIsConfiguredFor)
     wchar_t own[MAX_PATH]{};
     GetModuleFileNameW(nullptr, own, MAX_PATH);
     const std::wstring name = FreshName(L"version") + L".exe";
-    const std::wstring folder = FreshFolder();
-    const std::wstring program = folder + L"\\" + name;
+    const ScratchFolder folder;
+    const std::wstring program = folder.Path() + L"\\" + name;
     ASSERT_NE(FALSE, CopyFileW(own, program.c_str(), TRUE));
-    const std::wstring key = L"Software\\Wine\\AppDefaults\\" + name;
+    const ProgramDefaults defaults(name);
     for (const Case& item : cases)
     {
-        const auto size = static_cast<DWORD>((std::wcslen(item.configured) + 1) * sizeof(wchar_t));
-        ASSERT_EQ(ERROR_SUCCESS,
-                  RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), L"Version", REG_SZ, item.configured, size));
+        ASSERT_TRUE(defaults.SetVersion(item.configured));
         const ChildProcess child =
             ChildProcess::Start(program, L"\"" + program + L"\" --child-role TellWindowsVersion");
         EXPECT_EQ(item.version, child.WaitForExit()) << testing::PrintToString(item.configured);
     }
-    RegDeleteKeyW(HKEY_CURRENT_USER, key.c_str());
-    DeleteFileW(program.c_str());
-    RemoveDirectoryW(folder.c_str());
 }
 
 TEST(CProxySecManager, UsesThePrivateNamespaceFromWindowsSixOn)

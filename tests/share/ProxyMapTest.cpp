@@ -8,6 +8,7 @@
 #include "tests/support/worlds/NamespaceWorld.h"
 #include "tests/support/worlds/ShareSupport.h"
 #include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/worlds/TestFile.h"
 
 #include <windows.h>
 
@@ -391,8 +392,8 @@ TEST(CProxyMap, ASizeOfNothingGivesNoMapping)
 TEST(CProxyMap, AFileBacksTheMapping)
 {
     const Names names;
-    const std::wstring folder = FreshFolder();
-    const std::wstring path = folder + L"\\share.bin";
+    const ScratchFolder folder;
+    const std::wstring path = folder.Path() + L"\\share.bin";
     WriteFile(path, "what was there before");
     const unsigned handles = OpenHandleCount();
     const unsigned views = MappedViewCount();
@@ -425,29 +426,27 @@ TEST(CProxyMap, AFileBacksTheMapping)
     EXPECT_EQ(views, MappedViewCount());
     EXPECT_EQ("first" + std::string(4994, '\0') + "z", ReadFile(path));
     EXPECT_TRUE(DeleteFileW(path.c_str()) != FALSE);
-    RemoveDirectoryW(folder.c_str());
 }
 
 TEST(CProxyMap, AFileThatCannotBeMadeIsNoError)
 {
     const Names names;
-    const std::wstring folder = FreshFolder();
+    const ScratchFolder folder;
     const ErrorTexts texts;
     const TraceCapture trace;
     TestMap map(names.base.c_str());
-    EXPECT_TRUE(map.Create(names.id, 5000, (folder + L"\\missing\\share.bin").c_str()));
+    EXPECT_TRUE(map.Create(names.id, 5000, (folder.Path() + L"\\missing\\share.bin").c_str()));
     EXPECT_THAT(trace.Lines(), ElementsAre(c_noProcessLine, names.OpenLine(), c_openFailedLine, c_openReturnedLine,
                                            c_noProcessLine, names.CreateMapLine(), names.CreatedLine()));
     EXPECT_EQ(INVALID_HANDLE_VALUE, map.m_hFile);
     map.bytes()[4999] = 1;
-    RemoveDirectoryW(folder.c_str());
 }
 
 TEST(CProxyMap, AFileIsClosedAlsoWhenTheCreateFails)
 {
     const Names names;
-    const std::wstring folder = FreshFolder();
-    const std::wstring path = folder + L"\\share.bin";
+    const ScratchFolder folder;
+    const std::wstring path = folder.Path() + L"\\share.bin";
     const unsigned handles = OpenHandleCount();
     {
         const SystemCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_DISK_FULL);
@@ -457,7 +456,6 @@ TEST(CProxyMap, AFileIsClosedAlsoWhenTheCreateFails)
     }
     EXPECT_EQ(handles, OpenHandleCount());
     EXPECT_TRUE(DeleteFileW(path.c_str()) != FALSE);
-    RemoveDirectoryW(folder.c_str());
 }
 
 TEST(CProxyMap, AFileIsNotTouchedWhenTheMappingIsThere)

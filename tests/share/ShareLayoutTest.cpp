@@ -2,8 +2,8 @@
 
 #include "OrvProfiler/share/ProxyPrivate.h"
 #include "OrvProfiler/share/ProxyShare.h"
+#include "tests/support/contract/LogFile.h"
 
-#include <fstream>
 #include <gtest/gtest.h>
 #include <map>
 #include <regex>
@@ -71,12 +71,11 @@ using Table = std::vector<Row>;
 
 std::string ReadPage()
 {
-    std::ifstream file(ORV_SHARE_LAYOUT);
-    if (!file)
-        throw std::runtime_error("the page of the layout cannot be read");
-    std::ostringstream page;
-    page << file.rdbuf();
-    return page.str();
+    std::string page;
+    for (const char c : FileBytes(ORV_SHARE_LAYOUT))
+        if (c != '\r')
+            page += c;
+    return page;
 }
 
 std::vector<std::string> SplitRow(const std::string& line)

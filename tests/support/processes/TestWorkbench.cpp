@@ -54,18 +54,12 @@ void Copy(const std::wstring& from, const std::wstring& folder)
         throw std::runtime_error("a part of the workbench is not built");
 }
 
-void RemoveFolder(const std::wstring& folder)
+// Removes what a run or a test has put there: a log, also a read-only one, or an empty folder.
+void ClearLogPlace()
 {
-    WIN32_FIND_DATAW found{};
-    HANDLE const search = FindFirstFileW((folder + L"\\*").c_str(), &found);
-    while (search != INVALID_HANDLE_VALUE)
-    {
-        DeleteFileW((folder + L"\\" + found.cFileName).c_str());
-        if (FindNextFileW(search, &found) == FALSE)
-            break;
-    }
-    FindClose(search);
-    RemoveDirectoryW(folder.c_str());
+    SetFileAttributesW(TestWorkbench::c_logPath, FILE_ATTRIBUTE_NORMAL);
+    DeleteFileW(TestWorkbench::c_logPath);
+    RemoveDirectoryW(TestWorkbench::c_logPath);
 }
 } // namespace
 
@@ -92,29 +86,28 @@ std::wstring TestWorkbench::BuiltProgram()
     return BuildFolder(L"bin") + L"\\OrvWorkBench64.exe";
 }
 
-TestWorkbench::TestWorkbench(WorkbenchRuntime runtime)
-    : m_folder(FreshFolder()), m_recordPath(L"ORV_SCRIPT_LOG", m_folder + L"\\record.txt")
+TestWorkbench::TestWorkbench(WorkbenchRuntime runtime) : m_recordPath(L"ORV_SCRIPT_LOG", Folder() + L"\\record.txt")
 {
     const std::wstring bin = BuildFolder(L"bin");
-    Copy(BuiltProgram(), m_folder);
+    Copy(BuiltProgram(), Folder());
     if (!HostingLibrary(runtime).empty())
-        Copy(HostingLibrary(runtime), m_folder);
+        Copy(HostingLibrary(runtime), Folder());
     if (Exists(bin + L"\\OrvWorkBench64.exe.config"))
-        Copy(bin + L"\\OrvWorkBench64.exe.config", m_folder);
+        Copy(bin + L"\\OrvWorkBench64.exe.config", Folder());
     if (runtime == WorkbenchRuntime::Managed)
     {
-        Copy(bin + L"\\OrvWorkBench64.dll", m_folder);
-        Copy(bin + L"\\OrvSample.dll", m_folder);
+        Copy(bin + L"\\OrvWorkBench64.dll", Folder());
+        Copy(bin + L"\\OrvSample.dll", Folder());
     }
     CreateDirectoryW(L"c:\\zeph", nullptr);
     CreateDirectoryW(L"c:\\zeph\\logs", nullptr);
-    DeleteFileW(c_logPath);
+    ClearLogPlace();
 }
 
 TestWorkbench::~TestWorkbench()
 {
     m_process.reset();
-    RemoveFolder(m_folder);
+    ClearLogPlace();
 }
 
 void TestWorkbench::Start(const std::wstring& arguments)
@@ -125,7 +118,7 @@ void TestWorkbench::Start(const std::wstring& arguments)
 void TestWorkbench::StartWithCommandLine(const std::wstring& commandLine)
 {
     m_process.reset();
-    m_process.emplace(ChildProcess::Start(ProgramPath(), commandLine, m_folder.c_str()));
+    m_process.emplace(ChildProcess::Start(ProgramPath(), commandLine, Folder().c_str()));
 }
 
 bool TestWorkbench::HasLog()
@@ -158,7 +151,7 @@ void TestWorkbench::WaitForLogLine(const std::wstring& line)
 std::vector<std::string> TestWorkbench::Record() const
 {
     std::vector<std::string> lines;
-    const std::wstring path = m_folder + L"\\record.txt";
+    const std::wstring path = Folder() + L"\\record.txt";
     std::istringstream text(Exists(path) ? FileBytes(path) : std::string());
     for (std::string line; std::getline(text, line);)
         lines.push_back(line);

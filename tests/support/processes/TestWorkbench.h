@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/support/processes/ChildProcess.h"
+#include "tests/support/worlds/TestFile.h"
 
 #include <optional>
 #include <string>
@@ -35,9 +36,9 @@ class TestWorkbench
 public:
     static constexpr const wchar_t* c_logPath = L"c:\\zeph\\logs\\OrvWorkBench.log";
 
-    // Makes the folder and removes a log left by an earlier run. Throws std::runtime_error when a part is not built.
+    // Makes the folder and clears the log's place. Throws std::runtime_error when a part is not built.
     explicit TestWorkbench(WorkbenchRuntime runtime);
-    // Ends the process if it still runs, and removes the folder.
+    // Ends the process if it still runs, removes the folder and clears the log's place.
     ~TestWorkbench();
     TestWorkbench(const TestWorkbench&) = delete;
     TestWorkbench& operator=(const TestWorkbench&) = delete;
@@ -47,8 +48,8 @@ public:
 
     // The program as it was built, and the copy in the folder.
     static std::wstring BuiltProgram();
-    std::wstring ProgramPath() const { return m_folder + L"\\OrvWorkBench64.exe"; }
-    const std::wstring& Folder() const noexcept { return m_folder; }
+    std::wstring ProgramPath() const { return Folder() + L"\\OrvWorkBench64.exe"; }
+    const std::wstring& Folder() const noexcept { return m_folder.Path(); }
     // Starts the program with the folder as current directory; the arguments are a command line's, after the
     // program's quoted path. The second form gives the whole command line.
     void Start(const std::wstring& arguments);
@@ -70,7 +71,7 @@ public:
     std::vector<std::string> Record() const;
 
 private:
-    std::wstring m_folder;
+    ScratchFolder m_folder;
     EnvironmentVariable m_recordPath;
     std::optional<ChildProcess> m_process;
 };
