@@ -86,25 +86,11 @@ BOOL WINAPI IgnoreKey(DWORD)
 {
     return TRUE;
 }
-
-void DeleteFolder(const std::wstring& folder)
-{
-    WIN32_FIND_DATAW found{};
-    const HANDLE search = FindFirstFileW((folder + L"\\*").c_str(), &found);
-    if (search != INVALID_HANDLE_VALUE)
-    {
-        do
-            DeleteFileW((folder + L"\\" + found.cFileName).c_str());
-        while (FindNextFileW(search, &found) != FALSE);
-        FindClose(search);
-    }
-    RemoveDirectoryW(folder.c_str());
-}
 } // namespace
 
 struct ClientRun::Process
 {
-    std::wstring folder = FreshFolder();
+    ScratchFolder folder;
     UniqueHandle job{CreateJobObjectW(nullptr, nullptr)};
     UniqueHandle process;
     UniqueHandle input;
@@ -122,8 +108,10 @@ ClientRun::ClientRun(const Setup& setup) : m_process(std::make_unique<Process>()
     if (CreatePipe(inputEnd.Receive(), m_process->input.Receive(), &inheritable, 0) == FALSE)
         ThrowLastError("making a pipe");
     SetHandleInformation(m_process->input.Get(), HANDLE_FLAG_INHERIT, 0);
-    const UniqueHandle output = OpenInheritable(m_process->folder + L"\\out.txt", GENERIC_WRITE, CREATE_ALWAYS);
-    const UniqueHandle errors = OpenInheritable(m_process->folder + L"\\err.txt", GENERIC_WRITE, CREATE_ALWAYS);
+    const UniqueHandle output =
+        OpenInheritable(m_process->folder.Path() + L"\\out.txt", GENERIC_WRITE, CREATE_ALWAYS);
+    const UniqueHandle errors =
+        OpenInheritable(m_process->folder.Path() + L"\\err.txt", GENERIC_WRITE, CREATE_ALWAYS);
 
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
@@ -158,7 +146,6 @@ ClientRun::~ClientRun()
 {
     m_process->job.Reset();
     WaitForSingleObject(m_process->process.Get(), c_timeoutMs);
-    DeleteFolder(m_process->folder);
 }
 
 unsigned ClientRun::Id() const noexcept
@@ -228,12 +215,12 @@ bool ClientRun::IsRunning() const
 
 std::string ClientRun::Output() const
 {
-    return ReadAll(m_process->folder + L"\\out.txt");
+    return ReadAll(m_process->folder.Path() + L"\\out.txt");
 }
 
 std::string ClientRun::Errors() const
 {
-    return ReadAll(m_process->folder + L"\\err.txt");
+    return ReadAll(m_process->folder.Path() + L"\\err.txt");
 }
 
 unsigned ClientRun::WorkbenchId() const
@@ -256,16 +243,10 @@ std::string Masked(const std::string& output)
 }
 
 WorkbenchFolder::WorkbenchFolder(const std::vector<std::pair<std::wstring, std::wstring>>& files)
-    : m_path(FreshFolder())
 {
     for (const auto& [source, name] : files)
-        if (CopyFileW(BuildFile(source).c_str(), (m_path + L"\\" + name).c_str(), TRUE) == FALSE)
+        if (CopyFileW(BuildFile(source).c_str(), (Path() + L"\\" + name).c_str(), TRUE) == FALSE)
             ThrowLastError("copying a file of the build");
-}
-
-WorkbenchFolder::~WorkbenchFolder()
-{
-    DeleteFolder(m_path);
 }
 
 std::wstring BuildFile(const std::wstring& name)

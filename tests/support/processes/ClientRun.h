@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/support/TestFile.h"
+
 #include <memory>
 #include <string>
 #include <utility>
@@ -68,14 +70,11 @@ class WorkbenchFolder
 public:
     // Files of the build folder, as "bin/OrvWorkBench64.exe", with the names that they get.
     explicit WorkbenchFolder(const std::vector<std::pair<std::wstring, std::wstring>>& files);
-    ~WorkbenchFolder();
-    WorkbenchFolder(const WorkbenchFolder&) = delete;
-    WorkbenchFolder& operator=(const WorkbenchFolder&) = delete;
 
-    const std::wstring& Path() const noexcept { return m_path; }
+    const std::wstring& Path() const noexcept { return m_folder.Path(); }
 
 private:
-    std::wstring m_path;
+    ScratchFolder m_folder;
 };
 
 // The path of a file of the build folder.
