@@ -19,6 +19,8 @@ endif()
 
 # What is compiled against this library runs on 2.0 and on every newer runtime; managed/reference has its sources.
 set(ORV_REFERENCE_LIBRARY ${PROJECT_BINARY_DIR}/managed/reference/mscorlib.dll)
+# The test that an assembly refers to nothing else.
+set(ORV_REFERENCE_TEST ${PROJECT_BINARY_DIR}/tests/managed/references/ReferenceTest.exe)
 
 # orv_add_assembly(TARGET KIND OUTPUT [FOR_2_0] SOURCES file... [REFERENCES file...] [FLAGS flag...] [DEPENDS target...])
 # KIND is library or exe, OUTPUT the file to make. A reference is the full path of another assembly of the build. With
