@@ -5,8 +5,8 @@ using System.IO;
 
 namespace OrvReferences
 {
-    // ReferenceTest LIBRARY ASSEMBLY...: whether each assembly can be loaded by the 2.0 runtime and finds there all it refers
-    // to. LIBRARY is the reference library, the list of what 2.0 has. Ends with 0 when all can.
+    // ReferenceTest LIBRARY ASSEMBLY...: whether each assembly can be loaded by the 2.0 runtime and finds there all it
+    // refers to. LIBRARY is the reference library, the list of what 2.0 has. Ends with 0 when all can.
     internal static class ReferenceTest
     {
         private const string c_runtime = "v2.0.50727";

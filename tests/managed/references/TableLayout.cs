@@ -16,8 +16,9 @@ namespace OrvReferences
         public const int AssemblyRef = 0x23;
         public const int NestedClass = 0x29;
 
-        // The columns of each table by its number: 2 or 4 bytes, an offset in the heap of strings (s), GUIDs (g) or blobs (b),
-        // a row of the table with that number (:04), or a row of one of several tables (a name of s_choices).
+        // The columns of each table by its number: 2 or 4 bytes, an offset in the heap of strings (s), GUIDs (g) or
+        // blobs (b), a row of the table with that number (:04), or a row of one of several tables (a name of
+        // s_choices).
         private static readonly string[] s_columns = new string[] {
             "2 s g g g",                           // 00 Module
             "ResolutionScope s s",                 // 01 TypeRef
