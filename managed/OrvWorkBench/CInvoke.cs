@@ -49,7 +49,8 @@ namespace OrvWorkBench
             return Run(text, ActionResult.Fail, delegate(string t) { return TheSession.Set(t); });
         }
 
-        // Stops in an attached debugger, after the command's effect; does nothing without one. The text is ignored.
+        // Stops in an attached debugger, so that one can see what the last command did; without a debugger it does
+        // nothing. The text is ignored.
         public static int OrvBreakPoint(string text)
         {
             return Run("", ActionResult.Fail, delegate(string t) {
@@ -85,7 +86,7 @@ namespace OrvWorkBench
             }
             catch (Exception)
             {
-                // Reporting the failure failed; nothing is left to try.
+                // Even printing the failure failed; there is nothing else to try.
                 return (int)failure;
             }
         }
@@ -99,18 +100,18 @@ namespace OrvWorkBench
             }
             catch (CommandError error)
             {
-                Output.Error(text, error.Position, error.Message);
+                CommandErrorReport.Show(text, error.Position, error.Message);
                 return error.Result ?? failure;
             }
             catch (UserCodeError error)
             {
-                Output.UserException(error.InnerException);
+                ExceptionReport.Show(error.InnerException);
                 return ActionResult.Exception;
             }
             catch (Exception error)
             {
                 Output.Line("error: the command failed unexpectedly");
-                Output.UserException(error);
+                ExceptionReport.Show(error);
                 return failure;
             }
         }

@@ -60,8 +60,8 @@ namespace OrvTest
                 catch (CommandError error)
                 {
                     Harness.True(error.Position >= 0 && error.Position <= text.Length,
-                                 "position " + error.Position + " of " + Formatter.Escape(text));
-                    Harness.True(error.Message.Length > 0, "no message for " + Formatter.Escape(text));
+                                 "position " + error.Position + " of " + Printable.Escape(text));
+                    Harness.True(error.Message.Length > 0, "no message for " + Printable.Escape(text));
                 }
             }
         }
@@ -145,10 +145,10 @@ namespace OrvTest
                 string text = random.Next(2) == 0 ? RandomPieces(random) : Mutated(random);
                 string command = s_commands[random.Next(s_commands.Length)];
                 int result = Bench.Do(command, text);
-                Harness.True(result >= 0 && result <= 13, command + " " + Formatter.Escape(text) + " answered " + result);
+                Harness.True(result >= 0 && result <= 13, command + " " + Printable.Escape(text) + " answered " + result);
                 string printed = Bench.Printed();
-                Harness.True(printed.Length > 0, command + " " + Formatter.Escape(text) + " printed nothing");
-                Harness.True(!printed.Contains("failed unexpectedly"), command + " " + Formatter.Escape(text) + "\n" + printed);
+                Harness.True(printed.Length > 0, command + " " + Printable.Escape(text) + " printed nothing");
+                Harness.True(!printed.Contains("failed unexpectedly"), command + " " + Printable.Escape(text) + "\n" + printed);
                 succeeded += result >= 5 && result <= 10 ? 1 : 0;
             }
             // The texts are not so wild that nothing is ever carried out.

@@ -1,5 +1,6 @@
-# Makes the package, unpacks it and looks at it: cmake -D BUILD_DIR= -D CPACK= -D VERSION= -D RUN= -D HAS_DISPATCHER= -P.
-# RUN is what runs a Windows program, empty on Windows.
+# Makes the package, unpacks it and looks at it: cmake -D BUILD_DIR= -D CPACK= -D VERSION= -D RUN= -D HAS_DISPATCHER=
+# -D MONO= -D REFERENCE_TEST= -D REFERENCE_LIBRARY= -P. RUN is what runs a Windows program and MONO what runs a managed
+# one; both are empty on Windows.
 set(name OrvWorkBench64-${VERSION}-win64)
 set(folder ${BUILD_DIR}/package-test)
 file(REMOVE_RECURSE ${folder})
@@ -33,4 +34,13 @@ execute_process(COMMAND ${RUN} ${folder}/${name}/OrvClient.exe --version OUTPUT_
 string(STRIP "${said}" said)
 if(failed OR NOT said STREQUAL "OrvClient ${VERSION}")
     message(FATAL_ERROR "the packed client says \"${said}\" and ends with ${failed}")
+endif()
+
+if(HAS_DISPATCHER)
+    file(GLOB assemblies ${folder}/${name}/*.dll)
+    execute_process(COMMAND ${MONO} ${REFERENCE_TEST} ${REFERENCE_LIBRARY} ${assemblies}
+        OUTPUT_VARIABLE said ERROR_VARIABLE said RESULT_VARIABLE failed)
+    if(failed)
+        message(FATAL_ERROR "not every assembly of the package is for the 2.0 runtime:\n${said}")
+    endif()
 endif()

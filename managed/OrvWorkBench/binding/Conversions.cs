@@ -5,10 +5,10 @@ using System.Reflection;
 
 namespace OrvWorkBench
 {
-    // The conversions of C#: which exist, which is better, and carrying them out.
+    // The conversions of C#: says which exist and which is better, and carries them out.
     internal static class Conversions
     {
-        // Whether the value can stand where the type is wanted, without a cast.
+        // Whether the value converts to the type without a cast.
         public static bool Exists(Value value, Type target)
         {
             if (value.Elements != null)
@@ -31,14 +31,14 @@ namespace OrvWorkBench
                 return value.Data;
             if (plain.IsEnum && ExistsConstant(value, target))
                 return Enum.ToObject(plain, value.Data);
-            if ((IsNumeric(value.Type) || value.Type == typeof(char)) && (IsNumeric(plain)) &&
+            if ((Numbers.IsNumeric(value.Type) || value.Type == typeof(char)) && Numbers.IsNumeric(plain) &&
                 (ExistsStandard(value.Type, target) || ExistsConstant(value, target)))
                 return ChangeNumber(value.Data, plain);
             return CallOperator(FindOperator("op_Implicit", value.Type, target), value);
         }
 
-        // Carries out a cast. Throws CommandError when there is none or when the number does not fit, UserCodeError when a
-        // conversion operator raises.
+        // Carries out a cast. Throws CommandError when there is none or when the number does not fit, UserCodeError
+        // when a conversion operator raises.
         public static Value Cast(Value value, Type target, int position)
         {
             if (Exists(value, target))
@@ -47,8 +47,8 @@ namespace OrvWorkBench
                 throw CannotCast(value, target, position);
             Type plain = Nullable.GetUnderlyingType(target) ?? target;
             Type source = value.Data.GetType();
-            if ((IsNumeric(plain) || plain == typeof(char) || plain.IsEnum) &&
-                (IsNumeric(source) || source == typeof(char) || source.IsEnum))
+            if ((Numbers.IsNumeric(plain) || plain == typeof(char) || plain.IsEnum) &&
+                (Numbers.IsNumeric(source) || source == typeof(char) || source.IsEnum))
                 return Value.As(CastNumber(value, plain, position), target);
             if (plain.IsInstanceOfType(value.Data))
                 return Value.As(value.Data, target);
@@ -91,15 +91,8 @@ namespace OrvWorkBench
             return element == null ? null : element.MakeArrayType();
         }
 
-        public static bool IsNumeric(Type type)
-        {
-            if (type.IsEnum)
-                return false;
-            TypeCode code = Type.GetTypeCode(type);
-            return code >= TypeCode.SByte && code <= TypeCode.Decimal;
-        }
-
-        // Identity, reference, boxing, widening of numbers, and the same for nullable types.
+        // Whether there is a conversion that needs no operator of a class: to the same type, to a base class or
+        // interface, to object, to a wider number, and each of these for nullable types.
         public static bool ExistsStandard(Type source, Type target)
         {
             if (source == target)
@@ -168,7 +161,7 @@ namespace OrvWorkBench
             return Array.IndexOf(codes, code) >= 0;
         }
 
-        // A constant int that fits, a constant long into ulong, the constant 0 into an enumeration.
+        // What C# allows for constants only: an int that fits the smaller type, a long as ulong, 0 as an enumeration.
         private static bool ExistsConstant(Value value, Type target)
         {
             if (!value.IsConstant)
@@ -236,7 +229,7 @@ namespace OrvWorkBench
             return System.Convert.ChangeType(data, target, CultureInfo.InvariantCulture);
         }
 
-        // Towards zero, and refused when it does not fit.
+        // Cuts a fraction off. Throws CommandError when the number does not fit.
         private static object CastNumber(Value value, Type target, int position)
         {
             object data = value.Data;
@@ -321,7 +314,8 @@ namespace OrvWorkBench
             return array;
         }
 
-        // The lengths of a nested list that makes a rectangular block of convertible values; null when it does not.
+        // The length of each dimension, when the nested elements fill a rectangular array and all convert; null
+        // otherwise.
         private static int[] MeasureBlock(IList<Value> elements, Type element, int rank)
         {
             int[] lengths = new int[rank];

@@ -1,12 +1,11 @@
 using System;
 using System.Collections.Generic;
-using System.Globalization;
 using System.Reflection;
 
 namespace OrvWorkBench
 {
-    // Carries out expressions on the session's instances: finds the members they name and calls them. Every method
-    // throws CommandError for what cannot be done and UserCodeError for what the user's code raises.
+    // Evaluates expressions on the user's instances: finds the members they name and calls them. Every method throws
+    // CommandError for what cannot be done and UserCodeError for what the user's code raises.
     internal sealed class Evaluator
     {
         private const BindingFlags c_instance = BindingFlags.Public | BindingFlags.Instance;
@@ -93,7 +92,7 @@ namespace OrvWorkBench
             return Value.As(m_types.Resolve(((TypeofExpression)expression).Type), typeof(Type));
         }
 
-        // "{ ... }" on its own becomes an array.
+        // As Evaluate; but "{ ... }", which has no type of its own, becomes an array.
         public Value EvaluateWhole(Expression expression)
         {
             Value value = Evaluate(expression);
@@ -182,7 +181,7 @@ namespace OrvWorkBench
             return node;
         }
 
-        // The type that a dotted name begins with; used is the number of the members that belong to its name.
+        // The type that a dotted name begins with; used is how many of the members are part of the type's name.
         private Node ResolveType(NameExpression name, List<MemberExpression> members, out int used)
         {
             List<NamePart> parts = new List<NamePart>();
@@ -203,14 +202,14 @@ namespace OrvWorkBench
 
         private CommandError Unknown(NameExpression name, List<NamePart> parts)
         {
-            // All but the last part would be the type's name, the last one the member's.
+            // The last part is taken for a member's name, all before it for the type's.
             int typeParts = Math.Max(1, parts.Count - 1);
             if (typeParts > 1 || name.Assembly != null || name.Part.Arguments != null)
                 return NoTypeEither(name, parts, typeParts);
             return NoInstance(name.Position, name.Part.Name);
         }
 
-        // A dotted name that is no instance's can only be meant as a type's.
+        // For a dotted name that begins with no instance: it can only be meant as a type.
         private CommandError NoTypeEither(NameExpression name, List<NamePart> parts, int count)
         {
             string instance = name.Assembly == null ? "there is no instance '" + name.Part.Name + "' and " : "";
@@ -299,7 +298,8 @@ namespace OrvWorkBench
                                                         Members.Hint(node.MemberType, member.Part.Name, node.Flags));
         }
 
-        // What stands before the method's name. An unknown name there is reported as a whole: it can only be a type.
+        // What stands before the method's name. When that is unknown, the message has the whole name: it was meant as a
+        // type.
         private Node ResolveCallTarget(MemberExpression member)
         {
             if (member.IsNested)
@@ -358,7 +358,7 @@ namespace OrvWorkBench
             return bound;
         }
 
-        // A call that returns nothing has no value to go on with.
+        // Throws when the value is null, which is what a call of a void method gives.
         private static Value Require(Value value, int position)
         {
             if (value == null)
@@ -366,7 +366,8 @@ namespace OrvWorkBench
             return value;
         }
 
-        // By-reference parameters: prints what they hold after the call, and keeps it under the argument's name.
+        // Prints what the ref and out arguments hold after the call, and keeps it under the argument's name if it has
+        // one.
         private void ShowReferences(Candidate chosen, IList<BoundArgument> bound, object[] values)
         {
             for (int i = 0; i < bound.Count; ++i)
@@ -389,7 +390,7 @@ namespace OrvWorkBench
             if (reason != null)
                 throw new CommandError(creation.Type.Position, "'" + TypeNames.Show(type) + "' " + reason);
             List<BoundArgument> bound = Bind(creation.Arguments);
-            // A structure always has a default value, which reflection does not list among its constructors.
+            // A structure can always be made without arguments, but reflection lists no such constructor.
             if (type.IsValueType && bound.Count == 0 && type.GetConstructor(Type.EmptyTypes) == null)
                 return Value.Of(Activator.CreateInstance(type), type);
             List<MethodBase> constructors = new List<MethodBase>();
@@ -565,60 +566,10 @@ namespace OrvWorkBench
         private Value EvaluateUnary(UnaryExpression unary)
         {
             Value operand = Require(Evaluate(unary.Operand), unary.Operand.Position);
-            object result = Unary(unary.Operator, operand.Data);
+            object result = Operators.Unary(unary.Operator, operand.Data);
             if (result == null)
                 throw new CommandError(unary.Position, "'" + unary.Operator + "' does not apply to " + Conversions.Describe(operand));
             return operand.IsConstant ? Value.Constant(result) : Value.Of(result, null);
-        }
-
-        private static object Unary(char operation, object data)
-        {
-            if (operation == '!')
-                return data is bool ? (object)!(bool)data : null;
-            if (data is sbyte || data is byte || data is short || data is ushort || data is char)
-                data = data is char ? (char)data : System.Convert.ToInt32(data, CultureInfo.InvariantCulture);
-            switch (operation)
-            {
-            case '~':
-                return Complement(data);
-            case '-':
-                return Negate(data);
-            default:
-                return data != null && Conversions.IsNumeric(data.GetType()) ? data : null;
-            }
-        }
-
-        private static object Complement(object data)
-        {
-            if (data is int)
-                return ~(int)data;
-            if (data is uint)
-                return ~(uint)data;
-            if (data is long)
-                return ~(long)data;
-            if (data is ulong)
-                return ~(ulong)data;
-            return null;
-        }
-
-        private static object Negate(object data)
-        {
-            if (data is int)
-                return unchecked(-(int)data);
-            // -2147483648 and -9223372036854775808 are written with a number that fits only the unsigned type.
-            if (data is uint)
-                return (uint)data == 2147483648U ? (object)int.MinValue : -(long)(uint)data;
-            if (data is long)
-                return unchecked(-(long)data);
-            if (data is ulong)
-                return (ulong)data == 9223372036854775808UL ? (object)long.MinValue : null;
-            if (data is float)
-                return -(float)data;
-            if (data is double)
-                return -(double)data;
-            if (data is decimal)
-                return -(decimal)data;
-            return null;
         }
 
         private Value EvaluateOr(OrExpression or)
@@ -628,7 +579,7 @@ namespace OrvWorkBench
             if (left.Data != null && right.Data != null && left.Type == right.Type)
             {
                 if (left.Type.IsEnum)
-                    return Value.Of(Enum.ToObject(left.Type, Bits(left.Data) | Bits(right.Data)), left.Type);
+                    return Value.Of(Enum.ToObject(left.Type, Operators.Bits(left.Data) | Operators.Bits(right.Data)), left.Type);
                 if (left.Data is bool)
                     return Value.Of((bool)left.Data | (bool)right.Data, typeof(bool));
                 if (left.Data is int)
@@ -639,14 +590,6 @@ namespace OrvWorkBench
             }
             throw new CommandError(or.Position, "'|' joins two values of one enumeration, two ints or two bools, not " +
                                                     Conversions.Describe(left) + " and " + Conversions.Describe(right));
-        }
-
-        private static ulong Bits(object value)
-        {
-            Type underlying = Enum.GetUnderlyingType(value.GetType());
-            if (underlying == typeof(ulong))
-                return System.Convert.ToUInt64(value, CultureInfo.InvariantCulture);
-            return unchecked((ulong)System.Convert.ToInt64(value, CultureInfo.InvariantCulture));
         }
     }
 }

@@ -4,11 +4,11 @@ using System.Reflection;
 
 namespace OrvWorkBench
 {
-    // Finds members of a type by name, the most derived first; those of an interface also in the interfaces it builds on.
-    // An object whose class is not public still answers by its interfaces.
+    // Finds public members of a type by name: in the class itself first, then in its base classes, then in its
+    // interfaces. An object of a class that is not public can so be used through its interfaces.
     internal static class Members
     {
-        // The property without index or the field of that name; null when there is none.
+        // The property (not an indexer) or field of that name; null when there is none.
         public static MemberInfo FindData(Type type, string name, BindingFlags flags)
         {
             foreach (Type level in Levels(type))
@@ -33,14 +33,14 @@ namespace OrvWorkBench
             return null;
         }
 
-        // Accessors of properties and events, and operators, are no methods to call.
+        // Leaves out operators and the accessors of properties and events: a command cannot call them by name.
         public static List<MethodBase> FindMethods(Type type, string name, BindingFlags flags)
         {
             List<MethodBase> found = new List<MethodBase>();
             List<MethodInfo> originals = new List<MethodInfo>();
             foreach (Type level in Levels(type))
             {
-                // Class members first; an interface's are for what the class implements explicitly.
+                // The interfaces count only for what the class implements explicitly.
                 if (level.IsInterface && !type.IsInterface && found.Count > 0)
                     break;
                 foreach (MethodInfo method in level.GetMethods(flags | BindingFlags.DeclaredOnly))
@@ -55,7 +55,7 @@ namespace OrvWorkBench
             return found;
         }
 
-        // The accessors of the type's indexers.
+        // The getters, or the setters, of the type's indexers.
         public static List<MethodBase> FindIndexers(Type type, bool setters)
         {
             List<MethodBase> found = new List<MethodBase>();
@@ -76,7 +76,8 @@ namespace OrvWorkBench
             return found;
         }
 
-        // A member that differs only in case, or one of another kind, for an error message.
+        // For an error message: names a member that differs only in case or is of another kind. Empty when there is
+        // none.
         public static string Hint(Type type, string name, BindingFlags flags)
         {
             foreach (Type level in Levels(type))

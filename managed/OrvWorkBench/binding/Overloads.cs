@@ -5,38 +5,11 @@ using System.Text;
 
 namespace OrvWorkBench
 {
-    // An argument of a call, evaluated.
-    internal sealed class BoundArgument
-    {
-        public ArgumentKind Kind;
-        // Null for "out".
-        public Value Value;
-        public string Name;
-    }
-
-    // A method in the form in which a call uses it.
-    internal sealed class Candidate
-    {
-        public MethodBase Method;
-        public ParameterInfo[] Parameters;
-        // The arguments from the last parameter on are the elements of its array.
-        public bool IsExpanded;
-        public bool WasGeneric;
-
-        // The type that the argument of that index is converted to, without "by reference".
-        public Type TypeFor(int argument)
-        {
-            if (IsExpanded && argument >= Parameters.Length - 1)
-                return Parameters[Parameters.Length - 1].ParameterType.GetElementType();
-            Type type = Parameters[argument].ParameterType;
-            return type.IsByRef ? type.GetElementType() : type;
-        }
-    }
-
     // Chooses among overloads as C# does.
     internal static class Overloads
     {
-        // Throws CommandError when none or more than one is the best. The description names the group in messages.
+        // The one overload that fits best. Throws CommandError when none fits or no single one is best. The description
+        // names the group of overloads in messages.
         public static Candidate Choose(IEnumerable<MethodBase> group, IList<BoundArgument> arguments, Type[] typeArguments,
                                        int position, string description)
         {
@@ -61,7 +34,8 @@ namespace OrvWorkBench
                                                  "\n  a cast of an argument decides");
         }
 
-        // The arguments as the method takes them: converted, the rest packed, defaults filled in.
+        // The arguments as the method takes them: converted, those of a "params" parameter as one array, defaults
+        // filled in.
         public static object[] Prepare(Candidate candidate, IList<BoundArgument> arguments)
         {
             ParameterInfo[] parameters = candidate.Parameters;
@@ -83,45 +57,6 @@ namespace OrvWorkBench
                 values[plain] = rest;
             }
             return values;
-        }
-
-        public static string ShowSignature(MethodBase method)
-        {
-            StringBuilder text = new StringBuilder();
-            MethodInfo function = method as MethodInfo;
-            if (function != null)
-                text.Append(TypeNames.Show(function.ReturnType)).Append(' ');
-            text.Append(TypeNames.Show(method.DeclaringType));
-            if (function != null)
-                text.Append('.').Append(method.Name);
-            if (method.IsGenericMethod)
-                text.Append('<').Append(TypeNames.ShowAll(method.GetGenericArguments())).Append('>');
-            text.Append('(');
-            ParameterInfo[] parameters = method.GetParameters();
-            for (int i = 0; i < parameters.Length; ++i)
-                text.Append(i > 0 ? ", " : "").Append(ShowParameter(parameters[i]));
-            return text.Append(')').ToString();
-        }
-
-        private static string ShowParameter(ParameterInfo parameter)
-        {
-            Type type = parameter.ParameterType;
-            string text = IsOut(parameter) ? "out " + TypeNames.Show(type.GetElementType()) : TypeNames.Show(type);
-            if (TakesMany(parameter))
-                text = "params " + text;
-            if (!string.IsNullOrEmpty(parameter.Name))
-                text += " " + parameter.Name;
-            return parameter.IsOptional ? "[" + text + "]" : text;
-        }
-
-        private static bool IsOut(ParameterInfo parameter)
-        {
-            return parameter.ParameterType.IsByRef && parameter.IsOut && !parameter.IsIn;
-        }
-
-        private static bool TakesMany(ParameterInfo parameter)
-        {
-            return parameter.ParameterType.IsArray && parameter.IsDefined(typeof(ParamArrayAttribute), false);
         }
 
         private static object DefaultOf(ParameterInfo parameter)
@@ -181,7 +116,7 @@ namespace OrvWorkBench
             if (candidate.IsExpanded)
             {
                 int last = parameters.Length - 1;
-                return last >= 0 && TakesMany(parameters[last]) && count >= last;
+                return last >= 0 && Signatures.TakesMany(parameters[last]) && count >= last;
             }
             if (count > parameters.Length)
                 return false;
@@ -198,7 +133,7 @@ namespace OrvWorkBench
             bool inRest = candidate.IsExpanded && index >= candidate.Parameters.Length - 1;
             ParameterInfo parameter = candidate.Parameters[Math.Min(index, candidate.Parameters.Length - 1)];
             bool byReference = !inRest && parameter.ParameterType.IsByRef;
-            ArgumentKind wanted = !byReference ? ArgumentKind.Value : IsOut(parameter) ? ArgumentKind.Out : ArgumentKind.Ref;
+            ArgumentKind wanted = !byReference ? ArgumentKind.Value : Signatures.IsOut(parameter) ? ArgumentKind.Out : ArgumentKind.Ref;
             if (argument.Kind != wanted)
                 return false;
             Type type = candidate.TypeFor(index);
@@ -283,7 +218,7 @@ namespace OrvWorkBench
                 Infer(wanted[i], given[i], types);
         }
 
-        // A method of a base class does not count once one of a derived class fits.
+        // Drops each method of a base class when one of a derived class fits too, as C# does.
         private static List<Candidate> WithoutHidden(List<Candidate> applicable)
         {
             return applicable.FindAll(delegate(Candidate candidate) {
@@ -295,7 +230,7 @@ namespace OrvWorkBench
             });
         }
 
-        // Where the method first appeared: an override counts where its original stands.
+        // The class that first declared the method; an override belongs to the class of the method it overrides.
         private static Type Holder(MethodBase method)
         {
             MethodInfo function = method as MethodInfo;
@@ -350,7 +285,7 @@ namespace OrvWorkBench
         {
             StringBuilder text = new StringBuilder();
             foreach (MethodBase method in methods)
-                text.Append("\n    ").Append(ShowSignature(method));
+                text.Append("\n    ").Append(Signatures.Show(method));
             return text.ToString();
         }
     }

@@ -4,7 +4,7 @@ using System.Reflection;
 
 namespace OrvWorkBench
 {
-    // Finds the types that a command names, in the user's assemblies first.
+    // Finds the types that a command names; looks in the user's assemblies first.
     internal sealed class TypeFinder
     {
         private readonly Assemblies m_assemblies;
@@ -35,8 +35,8 @@ namespace OrvWorkBench
             return type;
         }
 
-        // The type that the parts begin with: the shortest start that names one, as C# reads a dotted name. Returns null when
-        // none does; used is the number of parts that it took.
+        // The type that the parts begin with: the shortest start that names one, as C# reads a dotted name. Returns
+        // null when none does; used is the number of parts that it took.
         public Type FindPrefix(IList<NamePart> parts, string assembly, int position, out int used)
         {
             string name = "";
@@ -77,7 +77,7 @@ namespace OrvWorkBench
             return new CommandError(position, ActionResult.TypeNotFound, "there is no public type '" + name + "'" + Suggest(parts[count - 1].Name));
         }
 
-        // Types of the user's assemblies with that short name, for an error message.
+        // For an error message: types of the user's assemblies with that short name. Empty when there is none.
         public string Suggest(string shortName)
         {
             List<string> names = new List<string>();
@@ -98,7 +98,8 @@ namespace OrvWorkBench
             return "; did you mean " + string.Join(" or ", names.ToArray()) + "?";
         }
 
-        // The exported types that can be loaded: one whose base type is missing hides none of the others.
+        // The public types of the assembly. Types that cannot be loaded, because their base type is missing for
+        // example, are left out.
         public static IEnumerable<Type> PublicTypes(Assembly assembly)
         {
             Type[] types;
@@ -157,7 +158,7 @@ namespace OrvWorkBench
             }
             catch (Exception error)
             {
-                // The type is there but something that it builds on cannot be loaded.
+                // The type exists, but something it depends on cannot be loaded.
                 if (error is TypeLoadException || error is System.IO.IOException || error is BadImageFormatException)
                     throw new CommandError(-1, "the type '" + name + "' cannot be loaded: " + error.Message);
                 throw;
@@ -177,7 +178,7 @@ namespace OrvWorkBench
             return type;
         }
 
-        // Gives a generic definition its arguments: those of the type around it, then those written.
+        // Fills in the type arguments of a generic type: first those of the type around it, then those in the command.
         private Type Close(Type definition, Type[] outer, NamePart part, int position)
         {
             if (!definition.IsGenericTypeDefinition)

@@ -4,7 +4,7 @@ using System.Threading;
 
 namespace OrvWorkBench
 {
-    // The one door to the user's code: whatever it raises comes back as UserCodeError.
+    // The user's code is only called from here; whatever it raises comes out as UserCodeError.
     internal static class UserCode
     {
         public static object Invoke(MethodBase method, object target, object[] arguments)
@@ -25,12 +25,12 @@ namespace OrvWorkBench
             }
             catch (Exception error)
             {
-                // A static constructor that raises, for example, arrives without the wrapper.
+                // Not all come wrapped; what a static constructor raises, for example, does not.
                 throw new UserCodeError(error);
             }
         }
 
-        // A field's first use runs its type's static constructor.
+        // Reading a field can run user code too: the static constructor of its type.
         public static object GetField(FieldInfo field, object target)
         {
             try

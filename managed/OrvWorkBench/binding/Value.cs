@@ -3,7 +3,7 @@ using System.Collections.Generic;
 
 namespace OrvWorkBench
 {
-    // A value while a command is carried out.
+    // A value in an expression, with the type that it counts as.
     internal sealed class Value
     {
         public readonly object Data;
@@ -11,7 +11,7 @@ namespace OrvWorkBench
         public readonly Type Type;
         // A number written in the command, which C# converts to smaller types when it fits.
         public readonly bool IsConstant;
-        // For "{ ... }", whose type follows from its use; null otherwise.
+        // The elements of "{ ... }", whose type follows from where it is used; null for every other value.
         public readonly IList<Value> Elements;
 
         public static readonly Value Null = new Value(null, null, false, null);
@@ -24,7 +24,7 @@ namespace OrvWorkBench
             Elements = elements;
         }
 
-        // What a member of the declared type gave: the object's own type counts.
+        // What a member returned. It counts as the object's own type; null counts as the member's declared type.
         public static Value Of(object data, Type declared)
         {
             if (data == null && declared == null)
@@ -32,7 +32,7 @@ namespace OrvWorkBench
             return new Value(data, data == null ? declared : data.GetType(), false, null);
         }
 
-        // A value seen as another type.
+        // A value that counts as the given type.
         public static Value As(object data, Type type)
         {
             return new Value(data, type, false, null);

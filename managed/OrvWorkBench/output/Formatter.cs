@@ -6,14 +6,15 @@ using System.Text;
 
 namespace OrvWorkBench
 {
-    // Values as a person wants to read them. Nothing that the user's code raises while it is asked leaves here.
+    // Values as texts for the user. This may call the user's code (ToString, enumerators); what that raises becomes
+    // part of the text.
     internal static class Formatter
     {
         private const int c_greatestElements = 10;
         private const int c_greatestText = 500;
         private const int c_greatestDepth = 3;
 
-        // Type and value, as "double 21.5" or "int[3] { 1, 2, 3 }".
+        // Type and value, as "double 21.5" or "int[] (3) { 1, 2, 3 }".
         public static string ShowTyped(object value, Type declared)
         {
             if (value == null)
@@ -32,27 +33,6 @@ namespace OrvWorkBench
             return Show(value, 0);
         }
 
-        // A text with everything that does not print replaced by escapes, without quotes.
-        public static string Escape(string text)
-        {
-            StringBuilder escaped = new StringBuilder();
-            for (int i = 0; i < text.Length; ++i)
-            {
-                char c = text[i];
-                bool pair = char.IsHighSurrogate(c) && i + 1 < text.Length && char.IsLowSurrogate(text[i + 1]);
-                int known = "\"\\\0\a\b\f\n\r\t\v".IndexOf(c);
-                if (pair)
-                    escaped.Append(c).Append(text[++i]);
-                else if (known >= 0)
-                    escaped.Append('\\').Append("\"\\0abfnrtv"[known]);
-                else if (char.IsControl(c) || char.IsSurrogate(c) || c == '\u2028' || c == '\u2029')
-                    escaped.Append("\\u").Append(((int)c).ToString("x4", CultureInfo.InvariantCulture));
-                else
-                    escaped.Append(c);
-            }
-            return escaped.ToString();
-        }
-
         private static string Show(object value, int depth)
         {
             if (value == null)
@@ -68,14 +48,14 @@ namespace OrvWorkBench
             return value is string ? null : value as IEnumerable;
         }
 
-        // Null for an object that has nothing to say beyond its type.
+        // Null for an object whose class has no ToString of its own.
         private static string ShowPlain(object value)
         {
             string text = value as string;
             if (text != null)
                 return Quote(text);
             if (value is char)
-                return "'" + ((char)value == '\'' ? "\\'" : (char)value == '"' ? "\"" : Escape(value.ToString())) + "'";
+                return "'" + ((char)value == '\'' ? "\\'" : (char)value == '"' ? "\"" : Printable.Escape(value.ToString())) + "'";
             if (value is bool)
                 return (bool)value ? "true" : "false";
             if (value is Enum)
@@ -87,8 +67,8 @@ namespace OrvWorkBench
             if (value is Type)
                 return TypeNames.Show((Type)value);
             if (value is Delegate)
-                return Overloads.ShowSignature(((Delegate)value).Method);
-            if (Conversions.IsNumeric(value.GetType()))
+                return Signatures.Show(((Delegate)value).Method);
+            if (Numbers.IsNumeric(value.GetType()))
                 return ((IConvertible)value).ToString(CultureInfo.InvariantCulture);
             if (value is DateTime)
                 return ((DateTime)value).ToString("yyyy-MM-dd HH:mm:ss.FFFFFFF", CultureInfo.InvariantCulture);
@@ -106,9 +86,9 @@ namespace OrvWorkBench
         private static string Quote(string text)
         {
             if (text.Length <= c_greatestText)
-                return "\"" + Escape(text) + "\"";
+                return "\"" + Printable.Escape(text) + "\"";
             int end = char.IsHighSurrogate(text[c_greatestText - 1]) ? c_greatestText - 1 : c_greatestText;
-            return "\"" + Escape(text.Substring(0, end)) + "\"... (" +
+            return "\"" + Printable.Escape(text.Substring(0, end)) + "\"... (" +
                    text.Length.ToString(CultureInfo.InvariantCulture) + " characters)";
         }
 
@@ -125,7 +105,7 @@ namespace OrvWorkBench
             }
             catch (Exception error)
             {
-                return "(its ToString raised " + TypeNames.Show(error.GetType()) + ": " + Output.OneLine(error.Message) + ")";
+                return "(its ToString raised " + TypeNames.Show(error.GetType()) + ": " + Printable.OneLine(error.Message) + ")";
             }
         }
 
@@ -166,7 +146,7 @@ namespace OrvWorkBench
             catch (Exception error)
             {
                 return text + " (reading it raised " + TypeNames.Show(error.GetType()) + ": " +
-                       Output.OneLine(error.Message) + ")";
+                       Printable.OneLine(error.Message) + ")";
             }
         }
 

@@ -18,13 +18,14 @@ namespace OrvWorkBench
             AppDomain.CurrentDomain.UnhandledException += ShowUnhandled;
         }
 
-        // An exception on a thread that the user's code started. The program's configuration lets the process live on.
+        // Prints an exception that ended a thread of the user's code. The program's configuration file keeps the
+        // process alive.
         private static void ShowUnhandled(object sender, UnhandledExceptionEventArgs raised)
         {
             Exception error = raised.ExceptionObject as Exception;
             Output.Line("on a thread of its own:");
             if (error != null)
-                Output.UserException(error);
+                ExceptionReport.Show(error);
         }
 
         public ActionResult Load(string text)
@@ -122,7 +123,7 @@ namespace OrvWorkBench
             return count + " " + (noun.EndsWith("y", StringComparison.Ordinal) ? noun.Substring(0, noun.Length - 1) + "ies" : noun + "s");
         }
 
-        // A name is given once: the command is not carried out when it exists.
+        // Whether the command's new name exists already; says so, and the command is then not carried out.
         private bool IsTaken(ValueCommand command)
         {
             if (command.Name == null || !m_instances.Has(command.Name))

@@ -32,14 +32,4 @@ namespace OrvWorkBench
             get { return m_result; }
         }
     }
-
-    // The user's own code raised an exception, which is the inner one.
-    [Serializable]
-    internal sealed class UserCodeError : Exception
-    {
-        // Without its message: reading it is user code again.
-        public UserCodeError(Exception raised) : base("The user's code raised an exception.", raised)
-        {
-        }
-    }
 }

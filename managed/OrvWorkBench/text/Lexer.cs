@@ -4,7 +4,7 @@ using System.Text;
 
 namespace OrvWorkBench
 {
-    // Cuts a command text into tokens, the last of which is the end.
+    // Splits a command text into tokens; the last one stands for the end of the text.
     internal sealed class Lexer
     {
         private const string c_marks = "()[]{}<>,.=+-!~|?$";
@@ -76,7 +76,7 @@ namespace OrvWorkBench
             else if (c_marks.IndexOf(c) >= 0)
                 AddMark(1);
             else
-                throw new CommandError(m_at, "unexpected character '" + Formatter.Escape(c.ToString()) + "'");
+                throw new CommandError(m_at, "unexpected character '" + Printable.Escape(c.ToString()) + "'");
             return true;
         }
 
@@ -310,7 +310,7 @@ namespace OrvWorkBench
             AddLiteral(start, text[0]);
         }
 
-        // One character of a string or character literal, an escape resolved.
+        // Reads one character, or one escape, of a string or character literal.
         private void ReadUnit(StringBuilder text)
         {
             char c = m_text[m_at];

@@ -7,8 +7,8 @@ namespace OrvWorkBench
     // text that is not exactly one command.
     internal sealed class Parser
     {
-        // A text that nests deeper, or that strings more members and calls together, is refused before it can exhaust the
-        // stack: both are carried out by recursion.
+        // Deeper nesting and longer chains of members and calls are refused: both are evaluated by recursion, which
+        // would use up the stack.
         private const int c_greatestDepth = 100;
         private const int c_greatestChain = 200;
 
@@ -236,7 +236,7 @@ namespace OrvWorkBench
             return result;
         }
 
-        // "(Type)" is a cast where what follows can only be its operand; otherwise nothing is consumed.
+        // "(Type)" is a cast when what follows can only be its operand; otherwise nothing is read and null comes back.
         private TypeSyntax TryParseCast()
         {
             int before = m_at;
@@ -356,7 +356,7 @@ namespace OrvWorkBench
             }
         }
 
-        // What follows "new". The argument list may be left out where the whole text is a creation.
+        // What follows "new". Only in the create command may the argument list be left out.
         private Expression ParseCreation(int position, bool mayOmitArguments)
         {
             TypeSyntax type = ParseTypeName();

@@ -5,7 +5,7 @@ namespace OrvWorkBench
         End,
         Name,    // an identifier that is no keyword
         Keyword,
-        Literal, // the value is the token's
+        Literal, // a number, string or character, with its value
         Mark     // punctuation
     }
 
@@ -13,7 +13,7 @@ namespace OrvWorkBench
     {
         public TokenKind Kind;
         public int Position;
-        // A name without its '@', a keyword or a mark; for a literal, its source.
+        // A name without its '@', a keyword or a mark; a literal as it is written.
         public string Text;
         public object Value;
 

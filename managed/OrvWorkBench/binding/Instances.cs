@@ -4,7 +4,7 @@ using System.Runtime.CompilerServices;
 
 namespace OrvWorkBench
 {
-    // What the user has made and kept: instances and results by name, and the last result.
+    // What the user has made: instances and results by name, and the last result.
     internal sealed class Instances
     {
         private readonly Dictionary<string, Value> m_values = new Dictionary<string, Value>();
@@ -61,7 +61,7 @@ namespace OrvWorkBench
             m_last = Own(value);
         }
 
-        // A structure is copied, so that a change of one name's does not show in another's.
+        // Copies a structure, so that two names never share one.
         private static Value Own(Value value)
         {
             if (value.Data == null || !value.Type.IsValueType)
@@ -69,7 +69,7 @@ namespace OrvWorkBench
             return Value.As(RuntimeHelpers.GetObjectValue(value.Data), value.Type);
         }
 
-        // An addition to the message that a name is unknown.
+        // A hint to add to the message that a name is unknown: the name in another case, else typeHint.
         public string Suggest(string name, string typeHint)
         {
             foreach (string known in m_values.Keys)

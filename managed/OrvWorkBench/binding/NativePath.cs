@@ -31,7 +31,8 @@ namespace OrvWorkBench
                        : MatchCase(Directory.GetCurrentDirectory(), slashed);
         }
 
-        // Windows does not tell cases apart: each component that does not exist as written is looked for without case.
+        // On Windows upper and lower case are the same. A component that does not exist as written is looked for in any
+        // case.
         private static string MatchCase(string folder, string rest)
         {
             string path = folder;

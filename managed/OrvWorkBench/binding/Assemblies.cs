@@ -5,7 +5,7 @@ using System.Reflection;
 
 namespace OrvWorkBench
 {
-    // The assemblies that the user has loaded, and finding what they depend on.
+    // The assemblies that the user has loaded. Also finds the assemblies that these depend on.
     internal sealed class Assemblies
     {
         private readonly List<Assembly> m_loaded = new List<Assembly>();
@@ -21,8 +21,8 @@ namespace OrvWorkBench
             get { return m_loaded; }
         }
 
-        // The runtime keeps an assembly until the process ends; forgotten means that it may be loaded again by command
-        // and that its types no longer go before others.
+        // The runtime keeps an assembly until the process ends. Forgotten means that a command may load it again and
+        // that its types are no longer looked at first.
         public void Forget()
         {
             m_loaded.Clear();
@@ -78,7 +78,8 @@ namespace OrvWorkBench
             return true;
         }
 
-        // The loaded assembly of the given simple name, else any other of the process; null when there is none.
+        // The assembly with that simple name: one that the user loaded, else any other in the process; null when there
+        // is none.
         public Assembly Find(string simpleName)
         {
             foreach (Assembly assembly in InSearchOrder())
@@ -114,22 +115,22 @@ namespace OrvWorkBench
             if (!File.Exists(path))
                 throw new CommandError(command.Position, ActionResult.AssemblyNotFound,
                                        "there is no file \"" + path + "\"");
-            // The runtime's own message about a file that is no assembly is not the same everywhere, and it would answer
-            // "not found" for a file whose dependency is missing: look at the file first.
+            // Look at the file first. The runtimes differ in what they say about a file that is no assembly, and they
+            // say "not found" also when only something that the assembly depends on is missing.
             AssemblyName.GetAssemblyName(path);
             return Assembly.LoadFrom(path);
         }
 
         private static Assembly LoadByName(LoadCommand command)
         {
-            AssemblyName name = new AssemblyName(command.Text); // refuses what is malformed
+            AssemblyName name = new AssemblyName(command.Text); // throws when the name is malformed
             try
             {
                 return Assembly.Load(name);
             }
             catch (FileNotFoundException)
             {
-                // A name without version and key, such as "System.Xml", is completed from the global cache.
+                // A name without version and key, such as "System.Xml", may be in the global assembly cache.
 #pragma warning disable 618
                 Assembly assembly = Assembly.LoadWithPartialName(command.Text);
 #pragma warning restore 618
@@ -139,7 +140,7 @@ namespace OrvWorkBench
             }
         }
 
-        // Called by the runtime when it finds no assembly of a name: the files beside the loaded ones come next.
+        // The runtime calls this when it cannot find an assembly. Looks beside the files that the user has loaded.
         private Assembly ResolveBesideLoaded(object sender, ResolveEventArgs request)
         {
             try

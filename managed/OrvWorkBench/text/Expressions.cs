@@ -2,36 +2,7 @@ using System.Collections.Generic;
 
 namespace OrvWorkBench
 {
-    // What a command text says, as the parser found it. Positions are indices into the text.
-
-    // One component of a type name: a namespace, a type or a nested type, with its type arguments if any.
-    internal sealed class NamePart
-    {
-        public readonly int Position;
-        public readonly string Name;
-        // Null without type arguments.
-        public readonly List<TypeSyntax> Arguments;
-
-        public NamePart(int position, string name, List<TypeSyntax> arguments)
-        {
-            Position = position;
-            Name = name;
-            Arguments = arguments;
-        }
-    }
-
-    internal sealed class TypeSyntax
-    {
-        public int Position;
-        // The assembly's simple name of "[Assembly]Type"; null for any assembly.
-        public string Assembly;
-        // Set for a keyword such as int; Parts is empty then.
-        public string Keyword;
-        public readonly List<NamePart> Parts = new List<NamePart>();
-        public bool Nullable;
-        // The rank of each array level, as C# writes them: int[][,] is an array of two-dimensional arrays.
-        public readonly List<int> Ranks = new List<int>();
-    }
+    // Expressions as the parser has read them. Positions are indices into the command text.
 
     internal abstract class Expression
     {
@@ -66,7 +37,7 @@ namespace OrvWorkBench
     internal sealed class NameExpression : Expression
     {
         public readonly NamePart Part;
-        // The assembly's simple name of "[Assembly]Type": a type's name then, never an instance's. Null for none.
+        // The "Assembly" of "[Assembly]Type"; the name is a type's then. Null without.
         public readonly string Assembly;
 
         public NameExpression(NamePart part, string assembly) : base(part.Position)
@@ -229,39 +200,5 @@ namespace OrvWorkBench
         {
             Type = type;
         }
-    }
-
-    // The command texts themselves.
-
-    internal sealed class LoadCommand
-    {
-        public int Position;
-        public string Text;
-        // A file's path, else a display name.
-        public bool IsPath;
-    }
-
-    // "[name =] expression": create, invoke and get.
-    internal sealed class ValueCommand
-    {
-        // Null when the value gets no name.
-        public string Name;
-        public int NamePosition;
-        public Expression Value;
-    }
-
-    internal sealed class SetCommand
-    {
-        public Expression Target;
-        // "=", "+=" or "-=".
-        public string Operator;
-        public int OperatorPosition;
-        public Expression Value;
-    }
-
-    internal sealed class DeleteCommand
-    {
-        public string Name;
-        public int Position;
     }
 }

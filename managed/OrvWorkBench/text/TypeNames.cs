@@ -4,7 +4,7 @@ using System.Text;
 
 namespace OrvWorkBench
 {
-    // The names of types as C# writes them, in both directions.
+    // The names of types as C# writes them: type to name, keyword to type.
     internal static class TypeNames
     {
         private static readonly Dictionary<string, Type> s_byKeyword = new Dictionary<string, Type>();
@@ -50,7 +50,8 @@ namespace OrvWorkBench
             return s_byKeyword[keyword];
         }
 
-        // The type's name for a person: keywords, nested types with dots, type arguments in angle brackets.
+        // The type as C# writes it: its keyword if it has one, dots before nested types, type arguments in angle
+        // brackets.
         public static string Show(Type type)
         {
             string keyword;

@@ -1,0 +1,70 @@
+using System;
+using System.Reflection;
+using System.Text;
+
+namespace OrvWorkBench
+{
+    // Event handlers that print their arguments: one method for each number of parameters.
+    internal sealed class EventPrinter
+    {
+        private readonly string m_name;
+
+        private EventPrinter(string name)
+        {
+            m_name = name;
+        }
+
+        // A handler for the event; null when none of the methods fits its delegate.
+        public static Delegate Make(EventInfo watched)
+        {
+            MethodInfo shape = watched.EventHandlerType.GetMethod("Invoke");
+            ParameterInfo[] parameters = shape.GetParameters();
+            if (shape.ReturnType != typeof(void) || parameters.Length > 4)
+                return null;
+            Type[] types = new Type[parameters.Length];
+            for (int i = 0; i < types.Length; ++i)
+            {
+                types[i] = parameters[i].ParameterType;
+                if (types[i].IsByRef || types[i].IsPointer)
+                    return null;
+            }
+            MethodInfo handler = typeof(EventPrinter).GetMethod("Print" + types.Length, BindingFlags.NonPublic | BindingFlags.Instance);
+            if (types.Length > 0)
+                handler = handler.MakeGenericMethod(types);
+            return Delegate.CreateDelegate(watched.EventHandlerType, new EventPrinter(watched.Name), handler, false);
+        }
+
+        private void Print0()
+        {
+            Print();
+        }
+
+        private void Print1<T1>(T1 a)
+        {
+            Print(a);
+        }
+
+        private void Print2<T1, T2>(T1 a, T2 b)
+        {
+            Print(a, b);
+        }
+
+        private void Print3<T1, T2, T3>(T1 a, T2 b, T3 c)
+        {
+            Print(a, b, c);
+        }
+
+        private void Print4<T1, T2, T3, T4>(T1 a, T2 b, T3 c, T4 d)
+        {
+            Print(a, b, c, d);
+        }
+
+        private void Print(params object[] arguments)
+        {
+            StringBuilder text = new StringBuilder("event " + m_name + "(");
+            for (int i = 0; i < arguments.Length; ++i)
+                text.Append(i > 0 ? ", " : "").Append(Formatter.ShowTyped(arguments[i], null));
+            Output.Line(text.Append(')').ToString());
+        }
+    }
+}
