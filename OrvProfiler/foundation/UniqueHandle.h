@@ -102,7 +102,7 @@ struct ViewTraits
 };
 using UniqueView = BasicUniqueHandle<ViewTraits>;
 
-static_assert(sizeof(UniqueHandle) == sizeof(HANDLE) && sizeof(UniqueLibrary) == sizeof(HMODULE) &&
-                  sizeof(UniqueFindHandle) == sizeof(intptr_t) && sizeof(UniqueServiceHandle) == sizeof(SC_HANDLE) &&
+static_assert(sizeof(UniqueHandle) == sizeof(void*) && sizeof(UniqueLibrary) == sizeof(void*) &&
+                  sizeof(UniqueFindHandle) == sizeof(intptr_t) && sizeof(UniqueServiceHandle) == sizeof(void*) &&
                   sizeof(UniqueView) == sizeof(void*),
               "an owner lies in a record in the place of its handle");
