@@ -1,67 +1,15 @@
 #pragma once
 
+#include "OrvProfiler/foundation/DevicePath.h"
+#include "OrvProfiler/foundation/FileSearch.h"
+#include "OrvProfiler/foundation/NetDrives.h"
 #include "OrvProfiler/foundation/TString.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
-// Paths however they were written: mapped network drives, kernel device paths, and a path as a list of components.
-// All comparisons of paths ignore case, as the C runtime does. Nothing here raises, callbacks apart. A null or
-// unreadable path is taken as an empty one, where nothing else is said.
-
-// The network drives that are mapped for the user, as they were when the object was made. Read-only afterwards: any
-// thread.
-class CNetDrives
-{
-public:
-    // Asks the system, through the network library, which may be missing: the table is empty then.
-    CNetDrives() noexcept;
-    ~CNetDrives();
-    CNetDrives(const CNetDrives&) = delete;
-    CNetDrives& operator=(const CNetDrives&) = delete;
-
-    // The number of mapped drives.
-    uint32_t Count() const noexcept { return m_count; }
-    // Mapped drive i in the order of the letters: the drive and behind it the remote name, as in X:\\server\share;
-    // null beyond the last. The text is the table's.
-    const wchar_t* Entry(uint32_t i) const noexcept;
-    // The remote name that a path lives on: that of its drive letter, or the first one that a network path begins
-    // with, deliberately without a look at where the match ends; null when there is none. The text is the table's.
-    const wchar_t* ShareOf(const wchar_t* path) const noexcept;
-    // The part of a path behind its drive (X:) or behind the first remote name that it begins with; the path itself
-    // when it has neither. Points into path.
-    const wchar_t* RestOfPath(const wchar_t* path) const noexcept;
-    // Whether two paths name the same file: a file written by its drive letter and by the share behind the letter is
-    // one. Two nulls are the same, a null and a text are not.
-    bool SamePath(const wchar_t* left, const wchar_t* right) const noexcept;
-
-private:
-    const wchar_t* RemoteName(uint32_t i) const noexcept;
-    uint32_t FindRemoteName(const wchar_t* path) const noexcept;
-
-    // Bit 0 is drive A. The second mask has the drives that were asked for a connection.
-    uint32_t m_drives = 0;
-    uint32_t m_scanned = 0;
-    wchar_t** m_entries = nullptr;
-    uint32_t* m_lengths = nullptr;
-    uint32_t m_count = 0;
-};
-
-// The process's table of network drives, made before the entry runs. Defined with the other static objects of the
-// process, see StaticObjects.cpp.
-extern CNetDrives g_NetDrives;
-
-// Turns a kernel device path, as the system reports a process's image in, into one with a drive letter:
-// \Device\HarddiskVolume2\a.exe into C:\a.exe, \Device\Mup\server\share\a.exe into the drive that is mapped to the
-// share. The first drive whose device name the path begins with wins, deliberately without a look at where the match
-// ends. A path of no drive is returned in its long form, when the system knows one (for \Device\Mup\server the form
-// is \\server), else as it was given; so is an empty path, a null one and one of 261 units or more.
-// The result is the argument itself or a buffer that the next call overwrites. The drives are asked for once per
-// process. Not for concurrent use.
-const wchar_t* DeviceToDrivePath(const wchar_t* path) noexcept;
-
-// What the system tells of a file, laid out as the system lays it out.
+// What the system tells about a file, in the system's own layout.
 struct FileTime
 {
     uint32_t low;
@@ -82,20 +30,20 @@ static_assert(sizeof(FileAttributeData) == 36 && offsetof(FileAttributeData, cre
                   offsetof(FileAttributeData, sizeHigh) == 28 && offsetof(FileAttributeData, sizeLow) == 32,
               "the system fills this record");
 
-// A path as a list of components. Belongs to one thread.
+// A path as a list of components. Comparisons ignore case, as the C runtime does. Nothing raises, callbacks excepted.
+// A null or unreadable text counts as an empty one. Belongs to one thread.
 class CPath
 {
 public:
     static constexpr uint32_t c_drivePath = 0;
     static constexpr uint32_t c_networkPath = 1;
     static constexpr uint32_t c_relativePath = 2;
-    // Cleared, or a bare name.
+    // A cleared path, or a bare name.
     static constexpr uint32_t c_noPath = 3;
 
-    // Called for a file with its path (the directory searched, a backslash and the name; good during the call) and
-    // the context; for a directory, before its files, with the context. False ends the search.
-    using FileCallback = bool (*)(const wchar_t* path, void* context);
-    using DirectoryCallback = bool (*)(void* context);
+    // What FindFiles calls; FileSearch.h says when.
+    using FileCallback = FileSearch::FileCallback;
+    using DirectoryCallback = FileSearch::DirectoryCallback;
 
     // Cleared.
     CPath() noexcept;
@@ -104,54 +52,56 @@ public:
     void Clear() noexcept;
 
     // Takes a text as the path. Returns false, with the path cleared, when memory is short. The rules:
-    // - The text is lowered (A to Z) and every slash is a backslash. Of a long-path prefix nothing stays, or the two
-    //   backslashes of a network path.
+    // - The letters A to Z are lowered, slashes become backslashes, and a long-path prefix is dropped: \\?\ leaves
+    //   nothing, \\?\UNC\ the two backslashes of a network path.
     // - A text that begins with two backslashes is a network path, any other with a colon a drive path, any other
     //   with a backslash, and ".", a relative path. Anything else is a bare name: no components, and the file name is
     //   the whole text. The empty text clears the path.
-    // - The components are what stands between backslashes: the drive (c:) or the server is the first of them, the
-    //   last part of the path, be it a folder or a file, the last. A relative path that begins with a backslash has
-    //   an empty first component.
-    // - Doubled and trailing backslashes count for nothing, and "." components are skipped (the server's place
-    //   excepted). ".." takes away the component before it in a drive path, and nothing when only the drive is left;
-    //   in other paths it stays as a component.
-    // - The last component is the file name, too, when it has an extension (a dot inside it) and can be a file: no
-    //   backslash, "." or ".." follows, and it is not the drive, the server or the share.
-    // - The text is Join(), but "." for a relative path without components, and with the root's backslash for a drive
-    //   (c:\) or a relative path (\) that is only the root.
+    // - The components are what stands between backslashes. The first is the drive (c:) or the server, the last is
+    // the
+    //   last part of the path, folder or file. A relative path that begins with a backslash has an empty first
+    //   component.
+    // - Doubled and trailing backslashes are ignored, and so are "." components, except as the server. ".." removes
+    // the
+    //   component before it in a drive path, but never the drive; in other paths it stays as a component.
+    // - The last component is also the file name when it has an extension (a dot inside it) and can be a file: the
+    // text
+    //   does not end with a backslash, "." or "..", and the component is not the drive, the server or the share.
+    // - The path's text is Join(). For a relative path without components it is ".". A root keeps its backslash: c:\
+    //   or \.
     bool Parse(const wchar_t* text) noexcept;
     // Takes the process's current directory as the path, in its long form if it holds a tilde. False, with the path
-    // cleared, when the directory cannot be had in 259 units.
+    // cleared, when the directory is unknown or has more than 259 units, or when memory is short.
     bool FromCurrentDirectory() noexcept;
     // Makes the path the process's current directory.
     bool MakeCurrent() const noexcept;
 
-    // Whether a file or folder of that name exists. Deliberately true, too, for whatever cannot be told: only "no
-    // such file" is false.
+    // Whether a file or folder of that name exists. Only the answer "no such file" gives false: what the system
+    // cannot tell counts as existing, on purpose.
     static bool Exists(const wchar_t* text) noexcept;
     // Creates one folder with default security. False when it exists already.
     static bool CreateDir(const wchar_t* text) noexcept;
 
-    // The components with a backslash between them, behind two backslashes for a network path; without a buffer when
-    // memory is short.
+    // The components with backslashes between them; a network path begins with two. Without a buffer when memory is
+    // short.
     TString Join() const noexcept;
-    // Goes on below the path: parses its text, a backslash and the name (or the other path's text) as the new path;
-    // the name alone when the path is empty. The path should carry no file name. Returns what Parse returns.
+    // Appends a name, or another path's text, behind a backslash, and parses the result as the new path; an empty
+    // path becomes the name alone. The path should have no file name. Returns what Parse returns.
     bool Append(const wchar_t* name) noexcept;
     bool Append(const CPath& path) noexcept;
 
-    // Whether both have the same components; the file names decide, with their case, when neither has components.
+    // Whether both have the same components. When neither has any, the file names are compared, with their case.
     bool Equals(const CPath& other) const noexcept;
     // Whether this path begins with all of the other's components; like Equals when one of them has none.
     bool IsWithin(const CPath& other) const noexcept;
-    // The order of the texts by TString's <, so an empty path is less than none.
+    // The order of the texts by TString's <: an empty path is not less than any other.
     bool Less(const CPath& other) const noexcept;
     // Whether the dots look wrong: a component before the last holds more than two, or holds one behind a component
     // that has none. True without components.
     bool CheckDots() const noexcept;
 
-    // Reads the attributes, once: true when they are known. The times are local times. The system answers only for
-    // whole paths, drive or network. False, with everything zero, when there is no such file.
+    // Reads the attributes, once. True when they are known. The times are local times. Only drive and
+    // network paths have attributes here. False, with everything zero, when there is no such file.
     bool Attributes() noexcept;
     // What Attributes has read; all zero before.
     const FileAttributeData& GetAttributeData() const noexcept { return m_attributes; }
@@ -168,15 +118,15 @@ public:
     // The text as it was given to Parse.
     const TString& GetGivenText() const noexcept { return m_givenText; }
 
-    // Searches a directory for files whose extension is in the list, and whose name begins with namePrefix when that
-    // is not null or empty; both ignore case. recurse searches the folders below, too, but none that is hidden, a
-    // system folder or begins with a dot. Callbacks may be null.
+    // Searches a directory for files whose extension is in the list and whose name begins with namePrefix (null or
+    // empty: any name). Both ignore case. recurse also searches the folders below, except hidden ones, system folders
+    // and those whose name begins with a dot. Callbacks may be null.
     // The list holds extensions, each a dot followed by letters, digits, '-' or '_', separated by any number of ";",
-    // ",", " " and ":", as in ".exe;.dll". No file is in an empty list. Without a list (null) a search from within a
-    // callback goes by the list of the search around it; any other one then finds directories only.
-    // Returns false when a callback has ended the search; also, with a trace line and nothing searched, when the list
-    // is malformed (anything else in it) and when memory is short. A directory that cannot be read is taken as empty.
-    // An exception of a callback passes. Not for concurrent use: all searches share one list of extensions.
+    // ",", " " and ":", as in ".exe;.dll". With an empty list no file is found. With a null one, a search from within
+    // a callback uses the list of the search around it; any other search then finds directories only. Returns false
+    // when a callback has ended the search or memory is short. Returns false, too, with a trace line and nothing
+    // searched, when the list is malformed or there is no memory for it. A directory that cannot be read counts as
+    // empty. An exception of a callback passes through. Not for concurrent use: all searches share one list.
     static bool FindFiles(const wchar_t* directory, const wchar_t* namePrefix, const wchar_t* extensions,
                           FileCallback onFile, DirectoryCallback onDirectory, void* context, bool recurse);
 

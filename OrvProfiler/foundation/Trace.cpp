@@ -1,6 +1,6 @@
 #include "OrvProfiler/foundation/Trace.h"
 
-#include "OrvProfiler/foundation/EntryPoint.h"
+#include "OrvProfiler/foundation/SystemFunction.h"
 
 #include <windows.h>
 
@@ -21,8 +21,10 @@ FILE* TraceFile = nullptr;
 wchar_t ErrorTextBuffer[c_errorTextSize];
 
 bool DebuggerCheckDone = false;
+// Not freed when the process ends: only DebuggerCheckRelease does it.
 HMODULE DebuggerCheckModule = nullptr;
-EntryPoint DebuggerCheckFunction = nullptr;
+SystemFunction<int()> DebuggerCheckFunction;
+static_assert(decltype(DebuggerCheckFunction)::Fits<decltype(IsDebuggerPresent)>(), "as the system declares it");
 uint32_t DebuggerCheckFlag = 0;
 
 // The slots are used in the order 0 to 31 and round again. The counter just runs on: its remainder is inside the ring
@@ -168,10 +170,8 @@ void DebuggerCheck() noexcept
     DebuggerCheckModule = LoadLibraryW(L"kernel32");
     if (DebuggerCheckModule == nullptr)
         return;
-    DebuggerCheckFunction = LookUpEntryPoint(DebuggerCheckModule, "IsDebuggerPresent");
-    if (DebuggerCheckFunction == nullptr)
-        return;
-    DebuggerCheckFlag = EntryPointAs<decltype(IsDebuggerPresent)>(DebuggerCheckFunction)() != FALSE ? 1 : 0;
+    if (DebuggerCheckFunction.LookUp(DebuggerCheckModule, "IsDebuggerPresent"))
+        DebuggerCheckFlag = DebuggerCheckFunction() != FALSE ? 1 : 0;
 }
 
 void DebuggerCheckRelease() noexcept

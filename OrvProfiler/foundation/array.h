@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#include <memory>
 #include <utility>
 
 // A text in a PtrArray: a private copy, or a borrowed pointer that has to outlive the element.
@@ -102,7 +103,7 @@ public:
     {
         static_assert(sizeof(PtrArray) == 24 && offsetof(PtrArray, m_items) == 0 &&
                           offsetof(PtrArray, m_capacity) == 8 && offsetof(PtrArray, m_step) == 12 &&
-                          offsetof(PtrArray, m_owns) == 16 && offsetof(PtrArray, m_count) == 20,
+                          offsetof(PtrArray, m_untouched) == 16 && offsetof(PtrArray, m_count) == 20,
                       "arrays lie inside records of a fixed layout");
     }
     ~PtrArray() { DeleteAll(); }
@@ -120,8 +121,8 @@ public:
         if (slot != nullptr)
             *slot = Element(value, owned);
         else
-            slot = new Element(value, owned);
-        m_owns = false;
+            slot = std::make_unique<Element>(value, owned).release();
+        m_untouched = false;
         return m_count++;
     }
 
@@ -178,7 +179,7 @@ private:
     Element** m_items = nullptr;
     int32_t m_capacity = 0;
     int32_t m_step;
-    // Whether nothing has been added yet.
-    bool m_owns = true;
+    // True until the first Add, and never again.
+    bool m_untouched = true;
     int32_t m_count = 0;
 };

@@ -1,0 +1,82 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+class TString;
+
+// Functions over plain NUL-terminated texts, for wide and for 8-bit ones. Each tests that its texts can be read and
+// takes a null or unreadable one as absent: as empty, where nothing else is said. They keep no state: any thread.
+
+// The length, 0 for an absent text.
+uint64_t SafeLength(const wchar_t* text) noexcept;
+uint64_t SafeLength(const char* text) noexcept;
+
+// The terminating NUL; null for an absent or empty text.
+const wchar_t* EndOf(const wchar_t* text) noexcept;
+const char* EndOf(const char* text) noexcept;
+
+// The first such character, or null. The terminating NUL is not found.
+const wchar_t* FindChar(const wchar_t* text, wchar_t character) noexcept;
+const char* FindChar(const char* text, char character) noexcept;
+
+// The last such character at or before from and not before begin, or null. Both point into one text, or from to the
+// NUL behind it. NUL is not found.
+const wchar_t* FindCharReverse(const wchar_t* begin, const wchar_t* from, wchar_t character) noexcept;
+const char* FindCharReverse(const char* begin, const char* from, char character) noexcept;
+
+// The first occurrence of a text, or null; an empty one gives EndOf(text).
+const wchar_t* FindSub(const wchar_t* text, const wchar_t* sub) noexcept;
+const char* FindSub(const char* text, const char* sub) noexcept;
+
+// The last occurrence that begins at or before from and not before begin, or null; an empty one gives from. Both
+// point into one text, or from to the NUL behind it.
+const wchar_t* FindSubReverse(const wchar_t* begin, const wchar_t* from, const wchar_t* sub) noexcept;
+const char* FindSubReverse(const char* begin, const char* from, const char* sub) noexcept;
+
+// Replaces one character by another in place. Returns how many were changed.
+uint64_t ReplaceChar(wchar_t* text, wchar_t oldCharacter, wchar_t newCharacter) noexcept;
+uint64_t ReplaceChar(char* text, char oldCharacter, char newCharacter) noexcept;
+
+// Replaces every occurrence of from by to, resuming after each match, and assigns the result to target when anything
+// was replaced. Returns the number replaced: 0, with target untouched, also when text or to is absent, from is empty
+// or memory is short.
+uint64_t ReplaceSub(const wchar_t* text, TString& target, const wchar_t* from, const wchar_t* to) noexcept;
+uint64_t ReplaceSub(const char* text, std::string& target, const char* from, const char* to) noexcept;
+
+// Lowers A to Z in place.
+void Lower(wchar_t* text) noexcept;
+void Lower(char* text) noexcept;
+
+// Copies source with its NUL; destination has room for it. Nothing when either is absent.
+void SafeCopy(wchar_t* destination, const wchar_t* source) noexcept;
+void SafeCopy(char* destination, const char* source) noexcept;
+
+// Whether two texts are the same. Two absent texts are, an absent and an empty one are not.
+bool Equal(const wchar_t* left, const wchar_t* right, bool caseSensitive) noexcept;
+bool Equal(const char* left, const char* right, bool caseSensitive) noexcept;
+
+// Below 0, 0 or above 0 as left is smaller than, equal to or greater than right. An absent text equals another
+// absent one and is smaller than any other, an empty one included.
+int Compare(const wchar_t* left, const wchar_t* right, bool caseSensitive) noexcept;
+int Compare(const char* left, const char* right, bool caseSensitive) noexcept;
+
+// A bare nullptr is an absent wide text.
+inline uint64_t SafeLength(std::nullptr_t) noexcept
+{
+    return 0;
+}
+inline const wchar_t* EndOf(std::nullptr_t) noexcept
+{
+    return nullptr;
+}
+inline void Lower(std::nullptr_t) noexcept {}
+inline bool Equal(std::nullptr_t, std::nullptr_t, bool /*caseSensitive*/) noexcept
+{
+    return true;
+}
+inline int Compare(std::nullptr_t, std::nullptr_t, bool /*caseSensitive*/) noexcept
+{
+    return 0;
+}
