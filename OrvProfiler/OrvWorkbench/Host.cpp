@@ -49,11 +49,6 @@ constexpr Command c_commands[c_workbenchCommandCount] = {
     {L"%6.0f %s Command is Set: %s\n", c_methodSetProperty, true, true},
 };
 
-void TraceText(const wchar_t* function, const wchar_t* text) noexcept
-{
-    Trace(L"%6.0f %s %s\n", TickMs(), function, text);
-}
-
 // The command text as the client left it; without a NUL it ends with the control block. Each unit is read once, so
 // that a client that goes on writing cannot move the end.
 TString ReadCommandText()

@@ -12,11 +12,6 @@ constexpr const wchar_t* c_tableNames[c_workbenchEventCount + 1] = {
     L"EV_STOP",    L"EV_LOAD",   L"EV_CREATE",     L"EV_INVOKE",       L"EV_DELETE",       L"EV_RESET",
     L"EV_SUCCESS", L"EV_FAILED", L"EV_BREAKPOINT", L"EV_PROPERTY_GET", L"EV_PROPERTY_SET", L"BAD WBEVENT INDEX !!!!!",
 };
-
-void TraceText(const wchar_t* function, const wchar_t* text) noexcept
-{
-    Trace(L"%6.0f %s %s\n", TickMs(), function, text);
-}
 } // namespace
 
 CWBEvent::CWBEvent(uint32_t processId) noexcept
