@@ -1,16 +1,15 @@
 #include "OrvProfiler/objects/ProxyAccess.h"
 
 #include "OrvProfiler/foundation/DebugAssert.h"
+#include "OrvProfiler/security/OpenToAll.h"
 #include "OrvProfiler/security/ProxySecurity.h"
 
 #include <windows.h>
 
 CProxyAccess::CProxyAccess(uint32_t session, const wchar_t* name) : m_name(name)
 {
-    SECURITY_ATTRIBUTES attributes{};
-    SECURITY_DESCRIPTOR descriptor{};
-    g_SecManager.OrvPCreateACL(&attributes, &descriptor);
-    m_mutex = UniqueHandle(g_SecManager.OrvPCreateMutex(session, &attributes, m_name));
+    OpenToAll openToAll;
+    m_mutex = UniqueHandle(g_SecManager.OrvPCreateMutex(session, openToAll.Get(), m_name));
     // NOLINTNEXTLINE(cppcoreguidelines-prefer-member-initializer): right after the create, or the answer is gone
     m_firstInstance = GetLastError() != ERROR_ALREADY_EXISTS;
     DebugAssert(static_cast<bool>(m_mutex), L"ProxyAccess", __LINE__);

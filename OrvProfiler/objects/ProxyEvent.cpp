@@ -3,6 +3,7 @@
 #include "OrvProfiler/foundation/DebugAssert.h"
 #include "OrvProfiler/foundation/PerfTimer.h"
 #include "OrvProfiler/foundation/Trace.h"
+#include "OrvProfiler/security/OpenToAll.h"
 #include "OrvProfiler/security/ProxySecurity.h"
 
 #include <windows.h>
@@ -118,14 +119,12 @@ void CProxyEvent::Construct(uint32_t processId)
         AddToSet(m_invalidEvents, number);
     m_invalidEvents.Invert();
 
-    SECURITY_ATTRIBUTES attributes{};
-    SECURITY_DESCRIPTOR descriptor{};
-    g_SecManager.OrvPCreateACL(&attributes, &descriptor);
+    OpenToAll openToAll;
     const uint32_t session = g_SecManager.GetSessionForProcess(processId);
     for (int32_t index = 0; index < c_proxyEventCount; ++index)
     {
         const wchar_t* const name = KernelName(index, processId);
-        m_handles[index] = g_SecManager.OrvPCreateEvent(session, &attributes, true, false, name);
+        m_handles[index] = g_SecManager.OrvPCreateEvent(session, openToAll.Get(), true, false, name);
         if (m_handles[index] == nullptr)
         {
             Trace(L"%6.0f %s FAILED TO CREATE EVENT %s\n", TickMs(), L"CProxyEvent::Construct", name);
@@ -367,11 +366,9 @@ const wchar_t* CProxyEvent::KernelName(int32_t index, uint32_t processId) noexce
 
 HANDLE CProxyEvent::ReadyEvent(uint32_t processId)
 {
-    SECURITY_ATTRIBUTES attributes{};
-    SECURITY_DESCRIPTOR descriptor{};
-    g_SecManager.OrvPCreateACL(&attributes, &descriptor);
+    OpenToAll openToAll;
     const uint32_t session = g_SecManager.GetSessionForProcess(processId);
-    return g_SecManager.OrvPCreateEvent(session, &attributes, true, false, FormatSlot(L"OrvPReady%d", processId));
+    return g_SecManager.OrvPCreateEvent(session, openToAll.Get(), true, false, FormatSlot(L"OrvPReady%d", processId));
 }
 
 const wchar_t* CProxyEvent::ServiceName(uint32_t number) noexcept

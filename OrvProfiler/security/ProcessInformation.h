@@ -1,94 +1,25 @@
 #pragma once
 
 #include "OrvProfiler/foundation/EntryPoint.h"
+#include "OrvProfiler/foundation/TString.h"
 #include "OrvProfiler/foundation/WinTypes.h"
+#include "OrvProfiler/security/ProcessLayout.h"
+#include "OrvProfiler/security/SystemFunctionTable.h"
 
-#include <cstddef>
 #include <cstdint>
 
-// What the system tells of a process, and what it keeps in every 64-bit process about its start, as far as that is
-// read here. Addresses are the other process's.
+// What the system tells of a process by its handle, which needs query access. Nothing is traced. Any thread.
 
-// A counted UTF-16 text: lengths in bytes, the NUL not counted in the first.
-struct CountedText
-{
-    uint16_t lengthBytes;
-    uint16_t maximumBytes;
-    uint32_t padding;
-    const wchar_t* text;
-};
-static_assert(sizeof(CountedText) == 16);
-static_assert(offsetof(CountedText, lengthBytes) == 0);
-static_assert(offsetof(CountedText, maximumBytes) == 2);
-static_assert(offsetof(CountedText, text) == 8);
-
-struct ProcessBasics
-{
-    int32_t exitStatus;
-    uint32_t padding1;
-    const void* environmentBlock;
-    uint64_t affinityMask;
-    int32_t basePriority;
-    uint32_t padding2;
-    uint64_t processId;
-    uint64_t parentProcessId;
-};
-static_assert(sizeof(ProcessBasics) == 48);
-static_assert(offsetof(ProcessBasics, environmentBlock) == 8);
-static_assert(offsetof(ProcessBasics, affinityMask) == 16);
-static_assert(offsetof(ProcessBasics, basePriority) == 24);
-static_assert(offsetof(ProcessBasics, processId) == 32);
-static_assert(offsetof(ProcessBasics, parentProcessId) == 40);
-
-// The text follows the counted text that points to it; the system is given the bytes up to its end.
-struct ProcessImageName
-{
-    CountedText name;
-    wchar_t text[261];
-};
-constexpr size_t c_processImageNameBytes = 538;
-static_assert(offsetof(ProcessImageName, text) == 16);
-static_assert(offsetof(ProcessImageName, text) + sizeof(ProcessImageName::text) == c_processImageNameBytes);
-
-// The process environment block.
-struct ProcessEnvironmentBlock
-{
-    unsigned char unread1[32];
-    const void* parameters;
-    unsigned char unread2[672];
-};
-static_assert(sizeof(ProcessEnvironmentBlock) == 712);
-static_assert(offsetof(ProcessEnvironmentBlock, parameters) == 32);
-
-// The block of parameters that a process is started with.
-struct ProcessParameters
-{
-    unsigned char unread1[56];
-    CountedText currentDirectory;
-    uint64_t currentDirectoryHandle;
-    CountedText libraryPath;
-    CountedText imagePath;
-    CountedText commandLine;
-    const void* environment;
-    unsigned char unread2[40];
-    CountedText windowTitle;
-    CountedText desktop;
-    CountedText shell;
-    CountedText runtimeData;
-};
-static_assert(sizeof(ProcessParameters) == 240);
-static_assert(offsetof(ProcessParameters, currentDirectory) == 56);
-static_assert(offsetof(ProcessParameters, currentDirectoryHandle) == 72);
-static_assert(offsetof(ProcessParameters, libraryPath) == 80);
-static_assert(offsetof(ProcessParameters, imagePath) == 96);
-static_assert(offsetof(ProcessParameters, commandLine) == 112);
-static_assert(offsetof(ProcessParameters, environment) == 128);
-static_assert(offsetof(ProcessParameters, windowTitle) == 176);
-static_assert(offsetof(ProcessParameters, desktop) == 192);
-static_assert(offsetof(ProcessParameters, shell) == 208);
-static_assert(offsetof(ProcessParameters, runtimeData) == 224);
-
-// Ask the system for a process's information through NtQueryInformationProcess. False on failure and without the
-// entry point. Neither writes beyond the answer, whose image name the caller has given its maximum length.
+// Asks NtQueryInformationProcess, given here, for the basic information. False on failure and for a null function.
 bool QueryProcess(EntryPoint query, HANDLE process, ProcessBasics& answer) noexcept;
-bool QueryProcess(EntryPoint query, HANDLE process, ProcessImageName& answer) noexcept;
+
+// The id of the process, 0 on failure.
+uint32_t QueryProcessId(HANDLE process) noexcept;
+
+// The process's image file as the kernel names it (\Device\...), at most 259 units; empty for a null handle and on
+// failure. Uses QueryFullProcessImageNameW, which is looked up only where the private namespace is used, else
+// NtQueryInformationProcess.
+TString QueryImageName(const SystemFunctionTable& functions, HANDLE process) noexcept;
+
+// Whether the system is 64-bit and the process runs natively on it. False also on failure and without IsWow64Process.
+bool IsNative64BitProcess(const SystemFunctionTable& functions, HANDLE process) noexcept;

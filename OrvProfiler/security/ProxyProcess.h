@@ -4,7 +4,9 @@
 #include "OrvProfiler/foundation/TString.h"
 #include "OrvProfiler/foundation/UniqueHandle.h"
 #include "OrvProfiler/foundation/WinTypes.h"
-#include "OrvProfiler/security/ProxySecurity.h"
+#include "OrvProfiler/security/ProcessTexts.h"
+#include "OrvProfiler/security/SessionId.h"
+#include "OrvProfiler/security/SystemFunctionTable.h"
 #include "OrvProfiler/security/VersionRecord.h"
 
 #include <cstdint>
@@ -15,8 +17,9 @@
 constexpr uint32_t c_processUserFound = 0x10000000;
 constexpr uint32_t c_processFlagMask = 0x10000001;
 
-// A user or a group: a SID of a token, looked up. Never changed after its creation.
-class CProxySecManager::CAccount
+// A user or a group: a SID of a token, looked up. Never changed after its creation. Users of the security manager
+// know it as CProxySecManager::CAccount.
+class CAccount
 {
 public:
     // Looks the SID up on the local system. The new account is the caller's, who deletes it. Null for a null
@@ -48,7 +51,7 @@ private:
 class PtrArrayAccount
 {
 public:
-    using Value = CProxySecManager::CAccount*;
+    using Value = CAccount*;
 
     PtrArrayAccount(Value account, bool owned) noexcept : m_account(account), m_owned(owned) {}
     ~PtrArrayAccount() { Reset(); }
@@ -80,13 +83,17 @@ private:
 static_assert(sizeof(PtrArrayAccount) == 16, "elements of every kind share one layout");
 
 // A running process, as it was when CProxySecManager::OpenProcessObject made the object. Belongs to one thread: two
-// answers, the version record and the architecture, are looked up when they are first asked for.
-class CProxySecManager::CProcess
+// answers, the version record and the architecture, are looked up when they are first asked for. Users of the
+// security manager know it as CProxySecManager::CProcess.
+class CProcess
 {
 public:
     // The accounts in it are the list's.
     using AccountList = PtrArray<PtrArrayAccount>;
 
+    // Reads what there is to know of the process behind the handle, which becomes the object's. What cannot be read
+    // is left out. Not for concurrent use: the image path may have to be translated, see DeviceToDrivePath.
+    CProcess(const SystemFunctionTable& functions, uint32_t processId, UniqueHandle process) noexcept;
     virtual ~CProcess();
     CProcess(const CProcess&) = delete;
     CProcess& operator=(const CProcess&) = delete;
@@ -100,10 +107,10 @@ public:
 
     // What the process was started with, empty where it could not be read. The image path is then the kernel's,
     // turned into a drive path where a drive has it; the title is empty too when it only repeats the image path.
-    const TString& GetImagePath() const noexcept { return m_imagePath; }
-    const TString& GetCurrentDirectoryText() const noexcept { return m_currentDirectory; }
-    const TString& GetCommandLineText() const noexcept { return m_commandLine; }
-    const TString& GetWindowTitle() const noexcept { return m_windowTitle; }
+    const TString& GetImagePath() const noexcept { return m_texts.imagePath; }
+    const TString& GetCurrentDirectoryText() const noexcept { return m_texts.currentDirectory; }
+    const TString& GetCommandLineText() const noexcept { return m_texts.commandLine; }
+    const TString& GetWindowTitle() const noexcept { return m_texts.windowTitle; }
 
     // The flags within c_processFlagMask.
     uint32_t GetFlags() const noexcept { return m_flags & c_processFlagMask; }
@@ -121,16 +128,10 @@ public:
     uint32_t GetArchitecture() const noexcept;
 
 private:
-    friend class CProxySecManager;
-
     static constexpr int32_t c_groupStep = 100;
     static constexpr uint32_t c_architectureNotAsked = 0xFFFFFFFF;
 
-    CProcess(const CProxySecManager& manager, uint32_t processId, UniqueHandle process) noexcept;
-
-    void ReadParameters(const CProxySecManager& manager) noexcept;
     void ReadToken() noexcept;
-    bool IsValid() const noexcept;
 
     AccountList m_groups{c_groupStep};
     std::unique_ptr<CAccount> m_user;
@@ -139,10 +140,7 @@ private:
     UniqueHandle m_process;
     uint32_t m_session = c_sessionFailed;
     uint32_t m_processId;
-    TString m_imagePath;
-    TString m_currentDirectory;
-    TString m_commandLine;
-    TString m_windowTitle;
+    ProcessTexts m_texts;
     mutable uint32_t m_architecture = c_architectureNotAsked;
     mutable std::unique_ptr<CVersionRecord> m_version;
 };

@@ -3,86 +3,30 @@
 #include "OrvProfiler/foundation/DebugAssert.h"
 #include "OrvProfiler/foundation/Trace.h"
 #include "OrvProfiler/foundation/UniqueHandle.h"
+#include "OrvProfiler/security/OpenToAll.h"
+#include "OrvProfiler/security/Privileges.h"
+#include "OrvProfiler/security/ProcessInformation.h"
+#include "OrvProfiler/security/RunningServices.h"
+#include "OrvProfiler/security/TokenQuery.h"
 
 #include <windows.h>
 
-#include <iterator>
+#include <new>
 #include <utility>
 
 namespace
 {
 constexpr const wchar_t* c_source = L"ProxySecurity";
 constexpr uint32_t c_firstVersionWithNamespaces = 6;
-constexpr DWORD c_tokenForPrivileges = TOKEN_ADJUST_PRIVILEGES | TOKEN_QUERY;
-constexpr uint32_t c_privilegeUnknown = 0xFFFFFFFF;
-
-struct KnownVersion
-{
-    DWORD major;
-    DWORD minor;
-    WORD servicePackMajor;
-    uint64_t version;
-};
-
-// Tried in this order; the first that the system is at least decides.
-constexpr KnownVersion c_knownVersions[] = {
-    {10, 0, 0, 10}, {6, 3, 0, 8}, {6, 2, 0, 8}, {6, 1, 1, 7}, {6, 1, 0, 7}, {6, 0, 2, 6}, {6, 0, 1, 6}, {6, 0, 0, 6},
-};
-constexpr uint64_t c_olderVersion = 5;
-
-bool IsAtLeast(const KnownVersion& known) noexcept
-{
-    OSVERSIONINFOEXW info{};
-    info.dwOSVersionInfoSize = sizeof info;
-    info.dwMajorVersion = known.major;
-    info.dwMinorVersion = known.minor;
-    info.wServicePackMajor = known.servicePackMajor;
-    ULONGLONG conditions = 0;
-    conditions = VerSetConditionMask(conditions, VER_MAJORVERSION, VER_GREATER_EQUAL);
-    conditions = VerSetConditionMask(conditions, VER_MINORVERSION, VER_GREATER_EQUAL);
-    conditions = VerSetConditionMask(conditions, VER_SERVICEPACKMAJOR, VER_GREATER_EQUAL);
-    constexpr DWORD fields = VER_MAJORVERSION | VER_MINORVERSION | VER_SERVICEPACKMAJOR;
-    return VerifyVersionInfoW(&info, fields, conditions) != FALSE;
-}
 
 void Unload(HMODULE& module) noexcept
 {
     if (module != nullptr)
         FreeLibrary(std::exchange(module, nullptr));
 }
-
-// Opens a process's token for privilege work; traces under the caller's name.
-UniqueHandle OpenPrivilegeToken(HANDLE process, const wchar_t* function) noexcept
-{
-    UniqueHandle token;
-    if (OpenProcessToken(process, c_tokenForPrivileges, token.Receive()) == FALSE)
-    {
-        Trace(L"%6.0f %s OpenProcessToken() failed, Error = %s\n", TickMs(), function, ErrorText(GetLastError()));
-        return UniqueHandle();
-    }
-    return token;
-}
-
-// Finds a privilege on the local system; traces under the caller's name.
-bool LookUpPrivilege(const wchar_t* name, LUID& luid, const wchar_t* function) noexcept
-{
-    if (LookupPrivilegeValueW(nullptr, name, &luid) != FALSE)
-        return true;
-    Trace(L"%6.0f %s LookupPrivilegeValue() failed for %s, Error:-\n%s\n", TickMs(), function, name,
-          ErrorText(GetLastError()));
-    return false;
-}
 } // namespace
 
-uint64_t GetWindowsVersion() noexcept
-{
-    for (const KnownVersion& known : c_knownVersions)
-    {
-        if (IsAtLeast(known))
-            return known.version;
-    }
-    return c_olderVersion;
-}
+bool CProxySecManager::s_allowNoUser = false;
 
 CProxySecManager::CProxySecManager() noexcept : m_osVersion(GetWindowsVersion())
 {
@@ -98,13 +42,7 @@ CProxySecManager::~CProxySecManager()
     m_currentProcess.reset();
     if (m_namespace != nullptr)
         OrvPCloseNamespace(m_namespace);
-    if (m_boundary != nullptr)
-    {
-        DebugAssert(m_deleteBoundaryDescriptor != nullptr, c_source, __LINE__);
-        if (m_deleteBoundaryDescriptor != nullptr)
-            EntryPointAs<decltype(DeleteBoundaryDescriptor)>(m_deleteBoundaryDescriptor)(m_boundary);
-        m_boundary = nullptr;
-    }
+    DeleteNamespaceBoundary(m_functions, m_boundary);
     Unload(m_ntdll);
     Unload(m_kernel32);
     Unload(m_advApi32);
@@ -144,14 +82,9 @@ uint32_t CProxySecManager::GetSessionForProcess(uint32_t processId) const noexce
         return c_sessionFailed;
     }
     uint32_t session = c_sessionFailed;
-    DWORD size = 0;
-    if (GetTokenInformation(token.Get(), TokenSessionId, &session, sizeof session, &size) != FALSE)
-        return session;
-    const DWORD error = GetLastError();
-    if (error == ERROR_INVALID_FUNCTION)
-        return c_sessionNone;
-    Trace(L"%6.0f %s GetTokenInformation Failed\n%s\n", TickMs(), function, ErrorText(error));
-    return c_sessionFailed;
+    if (!QueryTokenSession(token.Get(), session))
+        Trace(L"%6.0f %s GetTokenInformation Failed\n%s\n", TickMs(), function, ErrorText(GetLastError()));
+    return session;
 }
 
 HANDLE CProxySecManager::OrvPCreateEvent(uint32_t session, SECURITY_ATTRIBUTES* attributes, bool manualReset,
@@ -232,124 +165,38 @@ HANDLE CProxySecManager::OrvPOpenFileMapping(uint32_t session, DWORD access, boo
 
 bool CProxySecManager::OrvPCreateACL(SECURITY_ATTRIBUTES* attributes, PSECURITY_DESCRIPTOR descriptor) const noexcept
 {
-    if (InitializeSecurityDescriptor(descriptor, SECURITY_DESCRIPTOR_REVISION) == FALSE ||
-        SetSecurityDescriptorDacl(descriptor, TRUE, nullptr, FALSE) == FALSE)
-    {
-        Trace(L"%6.0f %s OrvPCreateACL\n%s\n", TickMs(), L"CProxySecManager::OrvPCreateACL",
-              ErrorText(GetLastError()));
-        return false;
-    }
-    attributes->nLength = sizeof *attributes;
-    attributes->lpSecurityDescriptor = descriptor;
-    attributes->bInheritHandle = FALSE;
-    return true;
+    return OpenToAll::Fill(attributes, descriptor);
 }
 
 HANDLE CProxySecManager::OrvPCreateNamespace(const wchar_t* name) const noexcept
 {
-    if (!UsePrivateNamespace())
-    {
-        DebugAssert(false, c_source, __LINE__);
-        return nullptr;
-    }
-    const bool ready = m_boundary != nullptr && m_createPrivateNamespaceW != nullptr;
-    DebugAssert(ready, c_source, __LINE__);
-    SECURITY_ATTRIBUTES attributes{};
-    SECURITY_DESCRIPTOR descriptor{};
-    if (!ready || !OrvPCreateACL(&attributes, &descriptor))
-    {
-        DebugAssert(false, c_source, __LINE__);
-        return nullptr;
-    }
-    const auto create = EntryPointAs<decltype(CreatePrivateNamespaceW)>(m_createPrivateNamespaceW);
-    HANDLE const handle = create(&attributes, m_boundary, name);
-    if (handle == nullptr)
-        Trace(L"%6.0f %s CreatePrivateNamespace %s\n%s\n", TickMs(), L"CProxySecManager::OrvPCreateNamespace", name,
-              ErrorText(GetLastError()));
-    return handle;
+    const bool hasNamespaces = UsePrivateNamespace();
+    DebugAssert(hasNamespaces, c_source, __LINE__);
+    return hasNamespaces ? CreateNamespaceWithin(m_functions, m_boundary, name) : nullptr;
 }
 
 HANDLE CProxySecManager::OrvPOpenNamespace(const wchar_t* name) const noexcept
 {
-    if (!UsePrivateNamespace())
-    {
-        DebugAssert(false, c_source, __LINE__);
-        return nullptr;
-    }
-    if (m_openPrivateNamespaceW == nullptr || m_boundary == nullptr)
-        return nullptr;
-    const auto open = EntryPointAs<decltype(OpenPrivateNamespaceW)>(m_openPrivateNamespaceW);
-    HANDLE const handle = open(m_boundary, name);
-    if (handle != nullptr)
-        return handle;
-    const DWORD error = GetLastError();
-    // Path not found: nobody has created it yet.
-    if (error != ERROR_PATH_NOT_FOUND)
-        Trace(L"%6.0f %s OpenPrivateNamespace %s\n%s\n", TickMs(), L"CProxySecManager::OrvPOpenNamespace", name,
-              ErrorText(error));
-    return nullptr;
+    const bool hasNamespaces = UsePrivateNamespace();
+    DebugAssert(hasNamespaces, c_source, __LINE__);
+    return hasNamespaces ? OpenNamespaceWithin(m_functions, m_boundary, name) : nullptr;
 }
 
 bool CProxySecManager::OrvPCloseNamespace(HANDLE& handle) const noexcept
 {
-    if (!UsePrivateNamespace())
-    {
-        DebugAssert(false, c_source, __LINE__);
-        return false;
-    }
-    if (handle == nullptr || m_closePrivateNamespace == nullptr)
-        return false;
-    constexpr ULONG keepNamespace = 0;
-    if (EntryPointAs<decltype(ClosePrivateNamespace)>(m_closePrivateNamespace)(handle, keepNamespace) == FALSE)
-    {
-        Trace(L"%6.0f %s ClosePrivateNamespace\n%s\n", TickMs(), L"CProxySecManager::OrvPCloseNamespace",
-              ErrorText(GetLastError()));
-        DebugAssert(false, c_source, __LINE__);
-        return false;
-    }
-    handle = nullptr;
-    return true;
+    const bool hasNamespaces = UsePrivateNamespace();
+    DebugAssert(hasNamespaces, c_source, __LINE__);
+    return hasNamespaces && CloseNamespaceHandle(m_functions, handle);
 }
 
 bool CProxySecManager::OrvPEnablePrivilege(const wchar_t* name) const noexcept
 {
-    constexpr const wchar_t* function = L"CProxySecManager::OrvPEnablePrivilege";
-    const UniqueHandle token = OpenPrivilegeToken(GetCurrentProcess(), function);
-    if (!token)
-        return false;
-    TOKEN_PRIVILEGES privileges{};
-    privileges.PrivilegeCount = 1;
-    privileges.Privileges[0].Attributes = SE_PRIVILEGE_ENABLED;
-    if (!LookUpPrivilege(name, privileges.Privileges[0].Luid, function))
-        return false;
-    // That a privilege is not held is deliberately no failure: the last error after a success is not examined.
-    if (AdjustTokenPrivileges(token.Get(), FALSE, &privileges, sizeof privileges, nullptr, nullptr) == FALSE)
-    {
-        Trace(L"%6.0f %s AdjustTokenPrivileges() failed for %s, Error:-\n%s\n", TickMs(), function, name,
-              ErrorText(GetLastError()));
-        return false;
-    }
-    return true;
+    return EnablePrivilege(name);
 }
 
 uint32_t CProxySecManager::OrvPHasPrivilege(HANDLE process, const wchar_t* name) const noexcept
 {
-    constexpr const wchar_t* function = L"CProxySecManager::OrvPHasPrivilege";
-    if (process == nullptr)
-    {
-        DebugAssert(false, c_source, __LINE__);
-        return c_privilegeUnknown;
-    }
-    const UniqueHandle token = OpenPrivilegeToken(process, function);
-    if (!token)
-        return c_privilegeUnknown;
-    PRIVILEGE_SET privileges{};
-    privileges.PrivilegeCount = 1;
-    privileges.Control = PRIVILEGE_SET_ALL_NECESSARY;
-    if (!LookUpPrivilege(name, privileges.Privilege[0].Luid, function))
-        return c_privilegeUnknown;
-    // Deliberately without a check against the token in between: the answer is 0.
-    return (privileges.Privilege[0].Attributes & SE_PRIVILEGE_ENABLED) != 0 ? 1 : 0;
+    return HasPrivilege(process, name);
 }
 
 void CProxySecManager::DetectWine() noexcept
@@ -376,68 +223,28 @@ bool CProxySecManager::LoadStandardFunctions() noexcept
     m_advApi32 = LoadLibraryW(L"AdvAPI32");
     m_version = LoadLibraryW(L"Version");
 
-    m_ntQueryInformationProcess = LookUpEntryPoint(m_ntdll, "NtQueryInformationProcess");
+    m_functions.LookUpNativeFunctions(m_ntdll);
     DetectWine();
+    m_functions.LookUpAccountFunctions(m_advApi32);
+    DebugAssert(m_functions.lookupAccountSidW != nullptr && m_functions.lookupAccountNameW != nullptr, c_source,
+                __LINE__);
+    m_functions.LookUpVersionFunctions(m_version);
 
-    m_isWellKnownSid = LookUpEntryPoint(m_advApi32, "IsWellKnownSid");
-    m_lookupAccountSidW = LookUpEntryPoint(m_advApi32, "LookupAccountSidW");
-    m_lookupAccountNameW = LookUpEntryPoint(m_advApi32, "LookupAccountNameW");
-    DebugAssert(m_lookupAccountSidW != nullptr && m_lookupAccountNameW != nullptr, c_source, __LINE__);
-
-    m_verQueryValueW = LookUpEntryPoint(m_version, "VerQueryValueW");
-    m_getFileVersionInfoSizeW = LookUpEntryPoint(m_version, "GetFileVersionInfoSizeW");
-    m_getFileVersionInfoW = LookUpEntryPoint(m_version, "GetFileVersionInfoW");
-
-    if (m_isWellKnownSid != nullptr && m_lookupAccountSidW != nullptr)
+    if (m_functions.HasAccountFunctions())
         return true;
-    // An entry point of a library that is freed is none.
-    m_ntQueryInformationProcess = nullptr;
-    m_isWellKnownSid = nullptr;
-    m_lookupAccountSidW = nullptr;
-    m_lookupAccountNameW = nullptr;
+    // A function of a library that is freed is none.
+    m_functions.ForgetNativeFunctions();
+    m_functions.ForgetAccountFunctions();
     Unload(m_ntdll);
     Unload(m_advApi32);
     return false;
 }
 
-void CProxySecManager::LookUpNamespaceFunctions() noexcept
-{
-    m_isWow64Process = LookUpEntryPoint(m_kernel32, "IsWow64Process");
-    m_queryFullProcessImageNameW = LookUpEntryPoint(m_kernel32, "QueryFullProcessImageNameW");
-    m_createPrivateNamespaceW = LookUpEntryPoint(m_kernel32, "CreatePrivateNamespaceW");
-    const std::pair<EntryPoint&, const char*> further[] = {
-        {m_openPrivateNamespaceW, "OpenPrivateNamespaceW"},
-        {m_closePrivateNamespace, "ClosePrivateNamespace"},
-        {m_createBoundaryDescriptorW, "CreateBoundaryDescriptorW"},
-        {m_deleteBoundaryDescriptor, "DeleteBoundaryDescriptor"},
-    };
-    bool found = m_isWow64Process != nullptr && m_queryFullProcessImageNameW != nullptr &&
-                 m_createPrivateNamespaceW != nullptr;
-    for (const auto* entry = std::begin(further); found && entry != std::end(further); ++entry)
-    {
-        entry->first = LookUpEntryPoint(m_kernel32, entry->second);
-        found = entry->first != nullptr;
-    }
-}
-
-bool CProxySecManager::HasNamespaceFunctions() const noexcept
-{
-    return m_createPrivateNamespaceW != nullptr && m_openPrivateNamespaceW != nullptr &&
-           m_closePrivateNamespace != nullptr && m_createBoundaryDescriptorW != nullptr &&
-           m_deleteBoundaryDescriptor != nullptr;
-}
-
 void CProxySecManager::JoinNamespace() noexcept
 {
-    constexpr const wchar_t* function = L"CProxySecManager::LoadVistaFunctions";
-    // No SID is added to the boundary: whoever knows the two names may join.
-    m_boundary = EntryPointAs<decltype(CreateBoundaryDescriptorW)>(m_createBoundaryDescriptorW)(c_boundaryName, 0);
+    m_boundary = CreateNamespaceBoundary(m_functions);
     if (m_boundary == nullptr)
-    {
-        DebugAssert(false, c_source, __LINE__);
-        Trace(L"%6.0f %s CreateBoundaryDescriptor\n%s\n", TickMs(), function, ErrorText(GetLastError()));
         return;
-    }
     m_namespace = OrvPOpenNamespace(c_namespaceName);
     if (m_namespace != nullptr)
         return;
@@ -445,7 +252,8 @@ void CProxySecManager::JoinNamespace() noexcept
     if (m_namespace != nullptr)
         m_namespaceCreatedHere = 1;
     else
-        Trace(L"%6.0f %s OrvPCreateNamespace\n%s\n", TickMs(), function, ErrorText(GetLastError()));
+        Trace(L"%6.0f %s OrvPCreateNamespace\n%s\n", TickMs(), L"CProxySecManager::LoadVistaFunctions",
+              ErrorText(GetLastError()));
 }
 
 bool CProxySecManager::LoadVistaFunctions() noexcept
@@ -459,8 +267,8 @@ bool CProxySecManager::LoadVistaFunctions() noexcept
         return false;
     m_kernel32 = LoadLibraryW(L"Kernel32");
     DebugAssert(m_kernel32 != nullptr, c_source, __LINE__);
-    LookUpNamespaceFunctions();
-    if (HasNamespaceFunctions())
+    m_functions.LookUpKernelFunctions(m_kernel32);
+    if (m_functions.HasNamespaceFunctions())
         JoinNamespace();
     if (m_namespace != nullptr)
         return true;
@@ -468,4 +276,75 @@ bool CProxySecManager::LoadVistaFunctions() noexcept
     Trace(L"%6.0f %s %s\n", TickMs(), L"CProxySecManager::LoadVistaFunctions",
           L"Failed to create Security namespace!!!!!!!!!!!!!\n");
     return false;
+}
+
+CProxySecManager::CProcess* CProxySecManager::OpenProcessObject(uint32_t processId) const noexcept
+{
+    // Not granted for every process: without it the parameters stay unknown, the rest does not.
+    constexpr DWORD accessForParameters = READ_CONTROL | PROCESS_VM_READ;
+    const DWORD access = UsePrivateNamespace() ? PROCESS_QUERY_LIMITED_INFORMATION : PROCESS_QUERY_INFORMATION;
+    UniqueHandle process(OpenProcess(access | accessForParameters, FALSE, processId));
+    if (!process)
+        process.Reset(OpenProcess(access, FALSE, processId));
+    if (!process)
+        return nullptr;
+    DWORD exitCode = 0;
+    const bool known = GetExitCodeProcess(process.Get(), &exitCode) != FALSE;
+    DebugAssert(known, c_source, __LINE__);
+    if (!known || exitCode != STILL_ACTIVE)
+        return nullptr;
+    std::unique_ptr<CProcess> object(new (std::nothrow) CProcess(m_functions, processId, std::move(process)));
+    if (object == nullptr)
+        return nullptr;
+    const bool hasUser = (object->GetFlags() & c_processUserFound) != 0;
+    return hasUser || s_allowNoUser ? object.release() : nullptr;
+}
+
+CProxySecManager::CProcess* CProxySecManager::GetCurrentProcessObject() noexcept
+{
+    if (!m_functions.HasAccountFunctions())
+        return nullptr;
+    if (m_currentProcess == nullptr)
+        m_currentProcess.reset(OpenProcessObject(GetCurrentProcessId()));
+    return m_currentProcess.get();
+}
+
+uint32_t CProxySecManager::IsRunAsAdmin(HANDLE process) const noexcept
+{
+    return GetAdministratorBits(m_functions, process);
+}
+
+uint32_t CProxySecManager::GetArchitecture(const wchar_t* path) const noexcept
+{
+    return ReadImageArchitecture(path);
+}
+
+bool CProxySecManager::IsProcessAService(uint32_t processId) const noexcept
+{
+    return IsRunningService(processId);
+}
+
+uint32_t CProxySecManager::GetProcessIdOfHandle(HANDLE process) const noexcept
+{
+    return QueryProcessId(process);
+}
+
+TString CProxySecManager::GetImageName(HANDLE process) const noexcept
+{
+    return QueryImageName(m_functions, process);
+}
+
+bool CProxySecManager::Is64BitProcess(HANDLE process) const noexcept
+{
+    return IsNative64BitProcess(m_functions, process);
+}
+
+bool CProxySecManager::IsWellKnown(PSID sid, uint32_t type) const noexcept
+{
+    return IsWellKnownType(m_functions, sid, type);
+}
+
+bool CProxySecManager::IsAdminSid(PSID sid) const noexcept
+{
+    return IsAdministratorSid(m_functions, sid);
 }

@@ -1,33 +1,17 @@
 #pragma once
 
-#include "OrvProfiler/foundation/EntryPoint.h"
 #include "OrvProfiler/foundation/TString.h"
 #include "OrvProfiler/foundation/WinTypes.h"
+#include "OrvProfiler/security/Administrators.h"
+#include "OrvProfiler/security/ImageArchitecture.h"
+#include "OrvProfiler/security/PrivateNamespace.h"
+#include "OrvProfiler/security/ProxyProcess.h"
+#include "OrvProfiler/security/SessionId.h"
+#include "OrvProfiler/security/SystemFunctionTable.h"
+#include "OrvProfiler/security/WindowsVersion.h"
 
 #include <cstdint>
 #include <memory>
-
-// The private namespace in which all shared kernel objects live, and the boundary descriptor that guards it. Every
-// process that is to see the same objects uses the same two names.
-constexpr const wchar_t* c_namespaceName = L"OrvP";
-constexpr const wchar_t* c_boundaryName = L"Zeph";
-
-// Session ids that are none: a process that has no session, and a session that could not be found out.
-constexpr uint32_t c_sessionNone = 0xFFFFFFFF;
-constexpr uint32_t c_sessionFailed = 0xFFFFFFFE;
-
-// 10 on Windows 10 or later, 8 on 6.2 and 6.3, 7 on 6.1, 6 on 6.0, 5 on anything older. A program whose manifest does
-// not name the later systems is told at most 8 by the system.
-uint64_t GetWindowsVersion() noexcept;
-
-// The bits of IsRunAsAdmin.
-constexpr uint32_t c_adminBuiltInGroup = 1;
-constexpr uint32_t c_adminAccount = 2;
-constexpr uint32_t c_adminDomainGroup = 4;
-
-// The answers of GetArchitecture, beside 32 and 64.
-constexpr uint32_t c_architectureUnreadable = 0;
-constexpr uint32_t c_architectureUnknown = 0xFFFFFFFF;
 
 // The one place where kernel objects that two processes share (events, mutexes, file mappings) are named, created and
 // opened, where system functions that older systems lack are looked up, and where questions about processes, accounts
@@ -45,8 +29,8 @@ constexpr uint32_t c_architectureUnknown = 0xFFFFFFFF;
 class CProxySecManager
 {
 public:
-    class CAccount; // a user or a group, see ProxyProcess.h
-    class CProcess; // a running process, see ProxyProcess.h
+    using CAccount = ::CAccount; // a user or a group, see ProxyProcess.h
+    using CProcess = ::CProcess; // a running process, see ProxyProcess.h
 
     // Finds out the system's version, enables the debug privilege if the account has it, looks up the entry points
     // and opens, or as the first process creates, the private namespace.
@@ -164,10 +148,8 @@ public:
     uint32_t RunningUnderWine() const noexcept { return m_runningUnderWine; }
 
 private:
-    friend class CVersionRecord;
+    friend const SystemFunctionTable& GetSystemFunctions() noexcept;
 
-    void LookUpNamespaceFunctions() noexcept;
-    bool HasNamespaceFunctions() const noexcept;
     void DetectWine() noexcept;
     void JoinNamespace() noexcept;
 
@@ -179,26 +161,10 @@ private:
     HMODULE m_advApi32 = nullptr;
     HANDLE m_namespace = nullptr;
     HANDLE m_boundary = nullptr;
-    EntryPoint m_verQueryValueW = nullptr;
-    EntryPoint m_getFileVersionInfoSizeW = nullptr;
-    EntryPoint m_getFileVersionInfoW = nullptr;
-    EntryPoint m_createPrivateNamespaceW = nullptr;
-    EntryPoint m_openPrivateNamespaceW = nullptr;
-    EntryPoint m_closePrivateNamespace = nullptr;
-    EntryPoint m_createBoundaryDescriptorW = nullptr;
-    EntryPoint m_deleteBoundaryDescriptor = nullptr;
-    EntryPoint m_queryFullProcessImageNameW = nullptr;
-    EntryPoint m_isWow64Process = nullptr;
-    EntryPoint m_ntQueryInformationProcess = nullptr;
-    EntryPoint m_isWellKnownSid = nullptr;
-    EntryPoint m_lookupAccountSidW = nullptr;
-    EntryPoint m_lookupAccountNameW = nullptr;
+    SystemFunctionTable m_functions;
     std::unique_ptr<CProcess> m_currentProcess;
     uint32_t m_runningUnderWine = 0;
 };
 
 // The one manager. Defined with the other static objects of the process, see StaticObjects.cpp.
 extern CProxySecManager g_SecManager;
-
-// The nested classes, which need the manager declared first, whichever of the two headers a source file includes.
-#include "OrvProfiler/security/ProxyProcess.h" // IWYU pragma: export

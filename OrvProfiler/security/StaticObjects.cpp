@@ -6,3 +6,8 @@
 // since its state is constant-initialised and never destroyed. Whatever uses one of them links all of them.
 CProxySecManager g_SecManager;
 CNetDrives g_NetDrives;
+
+const SystemFunctionTable& GetSystemFunctions() noexcept
+{
+    return g_SecManager.m_functions;
+}

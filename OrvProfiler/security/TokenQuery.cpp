@@ -1,6 +1,7 @@
 #include "OrvProfiler/security/TokenQuery.h"
 
 #include "OrvProfiler/foundation/Trace.h"
+#include "OrvProfiler/security/SessionId.h"
 
 #include <windows.h>
 
@@ -38,6 +39,16 @@ Block QueryToken(HANDLE token, TOKEN_INFORMATION_CLASS informationClass, const w
     return nullptr;
 }
 } // namespace
+
+bool QueryTokenSession(HANDLE token, uint32_t& session) noexcept
+{
+    DWORD size = 0;
+    if (GetTokenInformation(token, TokenSessionId, &session, sizeof session, &size) != FALSE)
+        return true;
+    const bool hasNone = GetLastError() == ERROR_INVALID_FUNCTION;
+    session = hasNone ? c_sessionNone : c_sessionFailed;
+    return hasNone;
+}
 
 TokenUserQuery::TokenUserQuery(HANDLE token, const wchar_t* function) noexcept
     : m_block(QueryToken<TOKEN_USER>(token, TokenUser, function))

@@ -2,11 +2,17 @@
 
 #include "OrvProfiler/foundation/WinTypes.h"
 
+#include <cstdint>
 #include <memory>
 
-// What a token says of its user and its groups, read at construction. The token needs query access. A failure leaves
-// the object empty and writes one trace line that names the reporting function. The SIDs are the object's.
+// What a token says of its session, its user and its groups. The token needs query access. Any thread.
 
+// Stores the token's session: c_sessionNone when the system knows no sessions, c_sessionFailed on failure. False on
+// failure, with the reason in the thread's last error. Nothing is traced.
+bool QueryTokenSession(HANDLE token, uint32_t& session) noexcept;
+
+// The token's user and, below, its groups are read at construction. A failure leaves the object empty and writes one
+// trace line that names the reporting function. The SIDs are the object's.
 class TokenUserQuery
 {
 public:

@@ -1,7 +1,7 @@
 #include "OrvProfiler/security/VersionRecord.h"
 
 #include "OrvProfiler/foundation/Trace.h"
-#include "OrvProfiler/security/ProxySecurity.h"
+#include "OrvProfiler/security/SystemFunctionTable.h"
 
 #include <windows.h>
 
@@ -38,18 +38,18 @@ CVersionRecord::CVersionRecord(const wchar_t* path) noexcept
 
 bool CVersionRecord::ReadBlock(const wchar_t* path) noexcept
 {
-    const CProxySecManager& manager = g_SecManager;
-    if (path == nullptr || manager.m_getFileVersionInfoSizeW == nullptr || manager.m_getFileVersionInfoW == nullptr)
+    const SystemFunctionTable& functions = GetSystemFunctions();
+    if (path == nullptr || functions.getFileVersionInfoSizeW == nullptr || functions.getFileVersionInfoW == nullptr)
         return false;
     DWORD ignored = 0;
     const DWORD size =
-        EntryPointAs<decltype(GetFileVersionInfoSizeW)>(manager.m_getFileVersionInfoSizeW)(path, &ignored);
+        EntryPointAs<decltype(GetFileVersionInfoSizeW)>(functions.getFileVersionInfoSizeW)(path, &ignored);
     if (size == 0)
         return false;
     std::unique_ptr<unsigned char[]> block(new (std::nothrow) unsigned char[size]);
     if (block == nullptr)
         return false;
-    if (EntryPointAs<decltype(GetFileVersionInfoW)>(manager.m_getFileVersionInfoW)(path, 0, size, block.get()) ==
+    if (EntryPointAs<decltype(GetFileVersionInfoW)>(functions.getFileVersionInfoW)(path, 0, size, block.get()) ==
         FALSE)
         return false;
     m_block = std::move(block);
@@ -60,7 +60,7 @@ bool CVersionRecord::ReadBlock(const wchar_t* path) noexcept
 template <class Element>
 const Element* CVersionRecord::FindValue(const wchar_t* name, uint32_t& count) const noexcept
 {
-    const EntryPoint query = g_SecManager.m_verQueryValueW;
+    const EntryPoint query = GetSystemFunctions().verQueryValueW;
     void* value = nullptr;
     UINT size = 0;
     if (query == nullptr ||

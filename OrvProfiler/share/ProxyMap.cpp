@@ -2,6 +2,7 @@
 
 #include "OrvProfiler/foundation/DebugAssert.h"
 #include "OrvProfiler/foundation/Trace.h"
+#include "OrvProfiler/security/OpenToAll.h"
 #include "OrvProfiler/security/ProxySecurity.h"
 
 #include <windows.h>
@@ -97,11 +98,9 @@ void CProxyMap::CreateMapping(uint64_t size, const wchar_t* fileName)
     if (fileName != nullptr)
         m_hFile = CreateFileW(fileName, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                               CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    SECURITY_ATTRIBUTES attributes{};
-    SECURITY_DESCRIPTOR descriptor{};
-    g_SecManager.OrvPCreateACL(&attributes, &descriptor);
+    OpenToAll openToAll;
     const uint32_t session = g_SecManager.GetSessionForProcess(m_id);
-    m_hMap = g_SecManager.OrvPCreateFileMapping(session, m_hFile, &attributes, PAGE_READWRITE,
+    m_hMap = g_SecManager.OrvPCreateFileMapping(session, m_hFile, openToAll.Get(), PAGE_READWRITE,
                                                 static_cast<uint32_t>(size >> 32), static_cast<uint32_t>(size),
                                                 KernelName());
     if (m_hMap != nullptr)

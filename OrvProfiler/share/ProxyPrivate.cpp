@@ -3,7 +3,7 @@
 #include "OrvProfiler/foundation/DebugAssert.h"
 #include "OrvProfiler/foundation/Trace.h"
 #include "OrvProfiler/security/ProxySecurity.h"
-#include "OrvProfiler/share/ShareValues.h"
+#include "OrvProfiler/share/TextField.h"
 
 #include <windows.h>
 

@@ -3,7 +3,8 @@
 #include "OrvProfiler/foundation/DebugAssert.h"
 #include "OrvProfiler/foundation/Trace.h"
 #include "OrvProfiler/security/ProxySecurity.h"
-#include "OrvProfiler/share/ShareBytes.h"
+#include "OrvProfiler/share/MappedMemory.h"
+#include "OrvProfiler/share/ThreadTable.h"
 
 #include <windows.h>
 
@@ -136,4 +137,105 @@ void CProxyShare::Unlock(uint32_t index)
         return;
     const bool unlocked = m_mutex[index]->Unlock();
     DebugAssert(unlocked, c_source, 640);
+}
+
+void CProxyShare::TraceThread(const wchar_t* function, int32_t tindex) const
+{
+    const ThreadSlot& slot = m_pShare->threads[tindex];
+    // A copy with a NUL of its own: the client may have left a name without one, and tracing must not raise.
+    wchar_t name[sizeof slot.name / sizeof *slot.name + 1]{};
+    CopyBytes(name, slot.name, sizeof slot.name);
+    Trace(L"%6.0f %s Thread name(%s) id(%#8.8x) tindex (%d)\n", TickMs(), function, name, slot.threadId, tindex);
+    Trace(L"%6.0f %s Thread count now %d\n", TickMs(), function, m_pShare->threadCount);
+}
+
+// fill(threads, index) makes the free slot of that index the thread's.
+template <class Fill>
+bool CProxyShare::AddThreadWith(int32_t* tindex, const Fill& fill)
+{
+    if (m_pShare == nullptr)
+        return false;
+    const Guard guard(*this, c_threadLock);
+    const ThreadTable threads(*m_pShare);
+    const int32_t index = threads.FindFree();
+    if (index == ThreadTable::c_noThread)
+        return false;
+    *tindex = index;
+    fill(threads, index);
+    threads.AddToOrder(index);
+    TraceThread(L"CProxyShare::AddThread", index);
+    return true;
+}
+
+bool CProxyShare::AddThread(int32_t* tindex, const ThreadSlot& record)
+{
+    return AddThreadWith(tindex,
+                         [&record](const ThreadTable& threads, int32_t index) { threads.Fill(index, record); });
+}
+
+bool CProxyShare::AddThread(int32_t* tindex, uint32_t threadId, const wchar_t* detail, const wchar_t* name)
+{
+    return AddThreadWith(
+        tindex, [=](const ThreadTable& threads, int32_t index) { threads.Fill(index, threadId, detail, name); });
+}
+
+bool CProxyShare::RemoveThread(int32_t tindex, bool assertIfInvalid)
+{
+    if (m_pShare == nullptr)
+        return false;
+    const Guard guard(*this, c_threadLock);
+    const ThreadTable threads(*m_pShare);
+    if (threads.Find(tindex) == nullptr)
+    {
+        DebugAssert(!assertIfInvalid, c_source, 509);
+        return false;
+    }
+    threads.Clear(tindex);
+    threads.RemoveFromOrder(tindex);
+    TraceThread(L"CProxyShare::RemoveThread", tindex);
+    return true;
+}
+
+bool CProxyShare::SetAllThreadsState(uint32_t state)
+{
+    if (m_pShare == nullptr)
+        return false;
+    const Guard guard(*this, c_threadLock);
+    ThreadTable(*m_pShare).SetStates(state);
+    Trace(L"%6.0f %s %s\n", TickMs(), L"CProxyShare::SetAllThreadsState", L"all threads running\n");
+    return true;
+}
+
+bool CProxyShare::Record(int32_t tindex, uint32_t recordMode)
+{
+    if (m_pShare == nullptr)
+        return false;
+    const Guard guard(*this, c_shareLock);
+    if (tindex >= 0 && tindex < ThreadTable(*m_pShare).GetCount())
+    {
+        Trace(L"%6.0f %s tindex(%d) RecordMode(%s)\n", TickMs(), L"CProxyShare::Record", tindex,
+              RecordModeName(recordMode));
+        m_pShare->threads[tindex].recordMode = recordMode;
+    }
+    return true;
+}
+
+ThreadSlot* CProxyShare::GetThread(int32_t tindex) const
+{
+    return m_pShare != nullptr ? ThreadTable(*m_pShare).Find(tindex) : nullptr;
+}
+
+ThreadBlockEntry* CProxyShare::GetThreadEntry(int32_t tindex, int32_t entryIndex) const
+{
+    return m_pShare != nullptr ? ThreadTable(*m_pShare).FindEntry(tindex, entryIndex) : nullptr;
+}
+
+int32_t CProxyShare::AddToOrder(int32_t tindex)
+{
+    return m_pShare != nullptr ? ThreadTable(*m_pShare).AddToOrder(tindex) : 0;
+}
+
+int32_t CProxyShare::RemoveFromOrder(int32_t tindex)
+{
+    return m_pShare != nullptr ? ThreadTable(*m_pShare).RemoveFromOrder(tindex) : 0;
 }

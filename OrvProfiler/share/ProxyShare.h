@@ -1,10 +1,13 @@
 #pragma once
 
 #include "OrvProfiler/objects/ProxyAccess.h"
+#include "OrvProfiler/share/CodePageText.h"
+#include "OrvProfiler/share/PackedIds.h"
 #include "OrvProfiler/share/ProxyMap.h"
 #include "OrvProfiler/share/ProxyPrivate.h"
 #include "OrvProfiler/share/ShareLayout.h"
-#include "OrvProfiler/share/ShareValues.h"
+#include "OrvProfiler/share/TextField.h"
+#include "OrvProfiler/share/ValueNames.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -91,9 +94,6 @@ private:
 
     template <class Fill>
     bool AddThreadWith(int32_t* tindex, const Fill& fill);
-    int32_t FindFreeThread() const;
-    // The thread count as far as it can be believed: 0 to 128.
-    int32_t ThreadCount() const;
     void TraceThread(const wchar_t* function, int32_t tindex) const;
 
     // An optional output file, closed with the share; nothing here opens one.

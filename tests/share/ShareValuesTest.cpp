@@ -1,5 +1,7 @@
-#include "OrvProfiler/share/ShareValues.h"
-
+#include "OrvProfiler/share/CodePageText.h"
+#include "OrvProfiler/share/PackedIds.h"
+#include "OrvProfiler/share/TextField.h"
+#include "OrvProfiler/share/ValueNames.h"
 #include "tests/support/faults/AllocationProbe.h"
 #include "tests/support/faults/PageEdge.h"
 #include "tests/support/faults/SystemCall.h"

@@ -1,4 +1,4 @@
-#include "OrvProfiler/share/ShareBytes.h"
+#include "OrvProfiler/share/MappedMemory.h"
 
 #include <cstring>
 
