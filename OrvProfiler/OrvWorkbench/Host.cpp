@@ -3,6 +3,7 @@
 #include "OrvProfiler/foundation/Trace.h"
 #include "OrvProfiler/OrvWorkbench/CrashFilter.h"
 #include "OrvProfiler/OrvWorkbench/RuntimeHost.h"
+#include "OrvProfiler/protocol/TraceLines.h"
 #include "OrvProfiler/share/ProxyShare.h"
 
 #include <iterator>
@@ -13,42 +14,6 @@ HWND g_hZephWnd = nullptr;
 
 namespace
 {
-constexpr DWORD c_heartbeatMs = 10000;
-
-constexpr const wchar_t* c_runtimeVersion = L"v2.0.50727";
-constexpr const wchar_t* c_runtimeFlavour = L"svr"; // the server garbage collector
-constexpr DWORD c_singleDomain = 2;                 // STARTUP_LOADER_OPTIMIZATION_SINGLE_DOMAIN
-constexpr CLSID c_runtimeHostClass = {0x90F1A06E, 0x7712, 0x4762, {0x86, 0xB5, 0x7A, 0x5E, 0xBA, 0x6B, 0xDB, 0x02}};
-constexpr IID c_runtimeHostInterface = {0x90F1A06C, 0x7712, 0x4762, {0x86, 0xB5, 0x7A, 0x5E, 0xBA, 0x6B, 0xDB, 0x02}};
-
-constexpr const wchar_t* c_resultNames[] = {
-    L"ActionEventUnknown", L"ActionInvokeFail", L"ActionLoadAssemblyFail", L"ActionCreateTypeFail",
-    L"ActionFail",         L"ActionSuccess",    L"ActionLoadedAssemblyOk", L"ActionAssemblyExists",
-    L"ActionCreatedType",  L"ActionTypeExists", L"ActionInvokedOk",        L"ActionAssemblyNotFound",
-    L"ActionTypeNotFound", L"Exception",
-};
-
-// What the workbench does for a command event.
-struct Command
-{
-    const wchar_t* lineFormat;
-    const wchar_t* method;
-    bool takesText;
-    bool breaksAfter;
-};
-
-// Indexed by the event. The stop event has no method.
-constexpr Command c_commands[c_workbenchCommandCount] = {
-    {nullptr, nullptr, false, false},
-    {L"%6.0f %s Command is Load: %s\n", c_methodLoadAssembly, true, false},
-    {L"%6.0f %s Command is Create: %s\n", c_methodCreateType, true, true},
-    {L"%6.0f %s Command is Invoke: %s\n", c_methodInvoke, true, true},
-    {L"%6.0f %s Command is Delete: %s\n", c_methodDelete, true, false},
-    {L"%6.0f %s Command is Reset: %s\n", c_methodReset, false, false},
-    {L"%6.0f %s Command is Get: %s\n", c_methodGetProperty, true, true},
-    {L"%6.0f %s Command is Set: %s\n", c_methodSetProperty, true, true},
-};
-
 void TraceText(const wchar_t* function, const wchar_t* text) noexcept
 {
     Trace(L"%6.0f %s %s\n", TickMs(), function, text);
@@ -74,22 +39,22 @@ TString ReadCommandText()
 // What follows the main loop, however it ended.
 void End()
 {
-    TraceText(L"CHost::Run", L"WorkBench Exiting\n");
+    TraceText(c_traceMainLoop, L"WorkBench Exiting\n");
     SendMessageW(g_hZephWnd, WM_WORKBENCH_EXITING, 0, 0);
 }
 
 void EndAfterException()
 {
-    TraceText(L"CHost::Run", L"WorkBench Exception in main loop\n");
+    TraceText(c_traceMainLoop, L"WorkBench Exception in main loop\n");
     End();
 }
 } // namespace
 
 const wchar_t* ActionResultName(int32_t result) noexcept
 {
-    if (result < 0 || result >= static_cast<int32_t>(std::size(c_resultNames)))
+    if (result < 0 || result >= static_cast<int32_t>(std::size(c_actionResultNames)))
         return FormatSlot(L"unknown result %d", result);
-    return c_resultNames[result];
+    return c_actionResultNames[result];
 }
 
 CHost::CHost(uint32_t processId, const wchar_t* assemblyPath, const wchar_t* typeName)
@@ -115,7 +80,7 @@ void CHost::BindRuntime()
     constexpr const wchar_t* function = L"CHost::CHost";
     TraceText(function, L"Executing CorBindToRuntimeEx");
     void* host = nullptr;
-    m_hr = CorBindToRuntimeEx(c_runtimeVersion, c_runtimeFlavour, c_singleDomain, c_runtimeHostClass,
+    m_hr = CorBindToRuntimeEx(c_runtimeVersion, c_runtimeFlavour, c_runtimeSingleDomain, c_runtimeHostClass,
                               c_runtimeHostInterface, &host);
     m_pRuntimeHost = static_cast<ICLRRuntimeHost*>(host);
     if (SUCCEEDED(m_hr) && m_pRuntimeHost != nullptr)
@@ -193,7 +158,7 @@ bool CHost::Init()
 
 int CHost::Run()
 {
-    constexpr const wchar_t* function = L"CHost::Run";
+    constexpr const wchar_t* function = c_traceMainLoop;
     if (!Init())
         return 0;
     g_hZephWnd = g_pShare->GetClientWindow();
@@ -229,10 +194,10 @@ void CHost::ServeCommands()
 // Waits for one command and carries it out. False when the loop is to end.
 bool CHost::ServeNext()
 {
-    constexpr const wchar_t* function = L"CHost::Run";
-    TraceText(function, L"Sleeping\n");
+    constexpr const wchar_t* function = c_traceMainLoop;
+    Trace(L"%6.0f %s %s\n\n", TickMs(), function, c_traceOfWait);
     uint32_t index = 0;
-    switch (m_pEvents != nullptr ? m_pEvents->Wait(&index, c_workbenchCommandCount, c_heartbeatMs)
+    switch (m_pEvents != nullptr ? m_pEvents->Wait(&index, c_workbenchCommandCount, c_traceHeartbeatMs)
                                  : CWBEvent::c_waitError)
     {
     case CWBEvent::c_waitError:
@@ -268,33 +233,33 @@ void CHost::CarryOut(uint32_t index)
 
 int32_t CHost::Dispatch(uint32_t index, const TString& text)
 {
-    constexpr const wchar_t* function = L"CHost::Run";
-    if (index >= c_workbenchCommandCount || c_commands[index].method == nullptr)
+    constexpr const wchar_t* function = c_traceMainLoop;
+    if (index >= c_workbenchCommandCount || c_workbenchCommands[index].method == nullptr)
     {
         Trace(L"%6.0f %s unknown event, command is: %s\n", TickMs(), function, text.GetBuffer());
         return ActionEventUnknown;
     }
-    const Command& command = c_commands[index];
-    Trace(command.lineFormat, TickMs(), function, text.GetBuffer());
+    const WorkbenchCommand& command = c_workbenchCommands[index];
+    Trace(L"%6.0f %s %s%s: %s\n", TickMs(), function, c_traceOfCommand, command.name, text.GetBuffer());
     const int32_t result = Execute(command.method, command.takesText ? text.GetBuffer() : L"");
     // Deliberately between the call and its response: the client sees the success of the breakpoint first.
-    if (command.breaksAfter)
+    if (command.passesBreakpoint)
         Breakpoint();
     return result;
 }
 
 void CHost::Report(int32_t result)
 {
-    constexpr const wchar_t* function = L"CHost::Run";
+    constexpr const wchar_t* function = c_traceMainLoop;
     const wchar_t* const name = ActionResultName(result);
     if (result < ActionSuccess)
     {
-        Trace(L"%6.0f %s command failed, result = %s\n", TickMs(), function, name);
+        Trace(L"%6.0f %s %sresult = %s\n", TickMs(), function, c_traceOfFailure, name);
         Respond(c_responseFailed);
     }
     else
     {
-        Trace(L"%6.0f %s command succeeded, result = %s\n", TickMs(), function, name);
+        Trace(L"%6.0f %s %sresult = %s\n", TickMs(), function, c_traceOfSuccess, name);
         Respond(c_responseSuccess);
     }
 }
