@@ -1,11 +1,13 @@
 #include "client/Runner.h"
 
-#include "client/console/Console.h"
+#include "client/console/ConsoleCodePageGuard.h"
+#include "client/console/InterruptEvent.h"
+#include "client/input/CommandHelp.h"
 #include "client/input/LineSource.h"
 #include "client/log/DebugOutput.h"
 #include "client/log/LogFollower.h"
-#include "client/log/TraceLog.h"
 #include "client/process/RunningWorkbench.h"
+#include "client/process/StartTime.h"
 #include "client/reports/Hints.h"
 #include "client/session/Session.h"
 
@@ -55,9 +57,9 @@ Command ParseLine(const ScriptLine& line)
     {
         return ParseCommand(line.text);
     }
-    catch (const ClientError& error)
+    catch (const SessionError& error)
     {
-        throw ClientError(error.Status(), At(line.where, error.Message()));
+        throw SessionError(error.Failure(), At(line.where, error.Message()));
     }
 }
 
@@ -132,16 +134,25 @@ private:
         {
             step();
         }
+        catch (const SessionError& error)
+        {
+            TellError(ClientError(error));
+        }
         catch (const ClientError& error)
         {
-            m_stepStatus = error.Status();
-            m_report.OnError(error, HintsFor(error.Status()));
+            TellError(error);
         }
         if (m_status == ExitStatus::Success)
             m_status = m_stepStatus;
         if (!m_session.IsRunning())
             EndRun();
         return GoesOnAfter(m_stepStatus);
+    }
+
+    void TellError(const ClientError& error)
+    {
+        m_stepStatus = error.Status();
+        m_report.OnError(error, HintsFor(error.Status()));
     }
 
     bool GoesOnAfter(ExitStatus status) const noexcept
@@ -184,12 +195,12 @@ private:
         m_session.Start(m_options.program);
         m_isInRun = true;
         m_report.OnStarted(m_session.WorkbenchId(), m_session.ClientId(), false);
-        std::optional<ClientError> failure;
+        std::optional<SessionError> failure;
         try
         {
             m_report.OnReady(m_session.AwaitReady());
         }
-        catch (const ClientError& error)
+        catch (const SessionError& error)
         {
             failure = error;
         }

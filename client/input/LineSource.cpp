@@ -1,8 +1,9 @@
 #include "client/input/LineSource.h"
 
-#include "client/base/ClientError.h"
+#include "client/base/SystemFailure.h"
 #include "client/base/Text.h"
-#include "client/console/Console.h"
+#include "client/console/ClientError.h"
+#include "client/console/IsConsole.h"
 #include "OrvProfiler/foundation/UniqueHandle.h"
 
 #include <windows.h>

@@ -5,13 +5,12 @@
 
 #include <memory>
 #include <string>
-#include <vector>
 
 // A pipe that catches what another process prints, without ever blocking the reader. One thread uses it.
 class OutputPipe
 {
 public:
-    // Throws ClientError.
+    // Throws SessionError.
     OutputPipe();
     ~OutputPipe();
     OutputPipe(const OutputPipe&) = delete;
@@ -37,20 +36,4 @@ private:
     UniqueHandle m_readEnd;
     UniqueHandle m_writeEnd;
     std::unique_ptr<Read> m_read;
-};
-
-// Cuts a stream of bytes into lines of text. A line ends with LF or CR LF.
-class LineCutter
-{
-public:
-    // Takes bytes; returns the lines that are complete, without their ends.
-    std::vector<std::wstring> Feed(const std::string& bytes);
-    // The last line, which has no end; empty when there is none.
-    std::wstring TakeRest();
-
-private:
-    std::wstring Decode(std::string line);
-
-    std::string m_rest;
-    bool m_isAtStart = true;
 };

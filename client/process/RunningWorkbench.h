@@ -11,6 +11,6 @@ struct RunningWorkbench
     uint32_t clientId;
 };
 
-// Finds out the client id of a running workbench from its command line, unless it is given. Throws ClientError when
+// Finds out the client id of a running workbench from its command line, unless it is given. Throws SessionError when
 // there is no such process, or it is no workbench.
 RunningWorkbench FindWorkbench(uint32_t processId, std::optional<uint32_t> clientId);

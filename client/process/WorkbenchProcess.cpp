@@ -1,7 +1,8 @@
 #include "client/process/WorkbenchProcess.h"
 
-#include "client/base/ClientError.h"
-#include "OrvProfiler/foundation/Trace.h"
+#include "client/base/SessionError.h"
+#include "client/base/SystemFailure.h"
+#include "OrvProfiler/protocol/WorkbenchCommandLine.h"
 
 #include <windows.h>
 
@@ -21,8 +22,8 @@ UniqueHandle MakeKillJob()
     if (job && SetInformationJobObject(job.Get(), JobObjectExtendedLimitInformation, &limits, sizeof limits) != FALSE)
         return job;
     const DWORD error = GetLastError();
-    throw ClientError(ExitStatus::WorkbenchLost,
-                      SystemFailure(L"the job that ties the workbench to this client cannot be made", error));
+    throw SessionError(SessionFailure::NoWorkbench,
+                       SystemFailure(L"the job that ties the workbench to this client cannot be made", error));
 }
 
 // Lets a new process inherit the given handles and no others.
@@ -40,8 +41,8 @@ public:
                                       nullptr, nullptr) == FALSE)
         {
             const DWORD error = GetLastError();
-            throw ClientError(ExitStatus::WorkbenchLost,
-                              SystemFailure(L"the handles of the workbench cannot be chosen", error));
+            throw SessionError(SessionFailure::NoWorkbench,
+                               SystemFailure(L"the handles of the workbench cannot be chosen", error));
         }
     }
     ~InheritList() { DeleteProcThreadAttributeList(m_list); }
@@ -86,7 +87,7 @@ WorkbenchProcess WorkbenchProcess::Start(const std::wstring& program, uint32_t c
     startup.StartupInfo.hStdError = output;
     startup.lpAttributeList = inheritList.Get();
 
-    std::wstring commandLine = L"\"" + program + L"\" workbench " + FormatSlot(L"%x", clientId);
+    std::wstring commandLine = WorkbenchCommandLine(program, clientId);
     const std::wstring folder = FolderOf(program);
     PROCESS_INFORMATION process{};
     // Suspended until it is in the job. In a process group of its own Ctrl-C does not end it: this client stops it.
@@ -95,7 +96,7 @@ WorkbenchProcess WorkbenchProcess::Start(const std::wstring& program, uint32_t c
                        folder.c_str(), &startup.StartupInfo, &process) == FALSE)
     {
         const DWORD error = GetLastError();
-        throw ClientError(ExitStatus::WorkbenchLost, SystemFailure(program + L" cannot be started", error));
+        throw SessionError(SessionFailure::NoWorkbench, SystemFailure(program + L" cannot be started", error));
     }
     workbench.m_process.Reset(process.hProcess);
     workbench.m_id = process.dwProcessId;
@@ -104,8 +105,8 @@ WorkbenchProcess WorkbenchProcess::Start(const std::wstring& program, uint32_t c
     {
         const DWORD error = GetLastError();
         TerminateProcess(process.hProcess, c_exitKilled);
-        throw ClientError(ExitStatus::WorkbenchLost,
-                          SystemFailure(L"the workbench cannot be tied to this client", error));
+        throw SessionError(SessionFailure::NoWorkbench,
+                           SystemFailure(L"the workbench cannot be tied to this client", error));
     }
     ResumeThread(process.hThread);
     return workbench;
@@ -117,8 +118,8 @@ WorkbenchProcess WorkbenchProcess::Attach(uint32_t processId)
     workbench.m_process.Reset(OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId));
     const DWORD error = GetLastError();
     if (!workbench.m_process)
-        throw ClientError(ExitStatus::WorkbenchLost,
-                          SystemFailure(L"process " + std::to_wstring(processId) + L" cannot be opened", error));
+        throw SessionError(SessionFailure::NoWorkbench,
+                           SystemFailure(L"process " + std::to_wstring(processId) + L" cannot be opened", error));
     workbench.m_id = processId;
     return workbench;
 }

@@ -11,12 +11,12 @@
 class WorkbenchProcess
 {
 public:
-    // Starts the program with "workbench <clientId in hexadecimal>", in the program's own folder, with its standard
+    // Starts the program as the workbench of a client, in the program's own folder, with its standard
     // output and error going to the given inheritable handle and without standard input. Ctrl-C does not reach it.
-    // Throws ClientError.
+    // Throws SessionError.
     static WorkbenchProcess Start(const std::wstring& program, uint32_t clientId, HANDLE output);
 
-    // Takes a process that someone else started. Throws ClientError.
+    // Takes a process that someone else started. Throws SessionError.
     static WorkbenchProcess Attach(uint32_t processId);
 
     // Signalled when the process has ended.

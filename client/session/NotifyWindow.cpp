@@ -1,7 +1,8 @@
 #include "client/session/NotifyWindow.h"
 
-#include "client/base/ClientError.h"
-#include "OrvProfiler/OrvWorkbench/Host.h"
+#include "client/base/SessionError.h"
+#include "client/base/SystemFailure.h"
+#include "OrvProfiler/protocol/WorkbenchMessages.h"
 
 #include <windows.h>
 
@@ -47,7 +48,8 @@ NotifyWindow::NotifyWindow(Handler handler) : m_handler(std::move(handler))
                                nullptr);
     const DWORD error = GetLastError();
     if (m_window == nullptr)
-        throw ClientError(ExitStatus::WorkbenchLost, SystemFailure(L"the notification window cannot be made", error));
+        throw SessionError(SessionFailure::NoWorkbench,
+                           SystemFailure(L"the notification window cannot be made", error));
     SetWindowLongPtrW(m_window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(&m_handler));
 }
 

@@ -12,7 +12,7 @@ class NotifyWindow
 public:
     using Handler = std::function<void(uint32_t message)>;
 
-    // Every message of the workbench's goes to the handler and is then answered with 1. Throws ClientError.
+    // Every message of the workbench's goes to the handler and is then answered with 1. Throws SessionError.
     explicit NotifyWindow(Handler handler);
     ~NotifyWindow();
     NotifyWindow(const NotifyWindow&) = delete;

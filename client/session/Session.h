@@ -1,13 +1,14 @@
 #pragma once
 
+#include "client/process/LineCutter.h"
 #include "client/process/OutputPipe.h"
-#include "client/process/RunningWorkbench.h"
 #include "client/process/WorkbenchProcess.h"
 #include "client/session/Command.h"
 #include "client/session/NotifyWindow.h"
 #include "OrvProfiler/foundation/PerfTimer.h"
 #include "OrvProfiler/foundation/UniqueHandle.h"
 #include "OrvProfiler/objects/WBEvent.h"
+#include "OrvProfiler/protocol/WorkbenchEvents.h"
 #include "OrvProfiler/share/ProxyShare.h"
 
 #include <cstdint>
@@ -90,22 +91,22 @@ class Session
 {
 public:
     // clientId keys the session: the id of this process to start a workbench, of another to attach to its. interrupt
-    // is an event that, once set, ends every wait. It and the observer must outlive the session. Throws ClientError.
+    // is an event that, once set, ends every wait. It and the observer must outlive the session. Throws SessionError.
     Session(uint32_t clientId, const TimeLimits& limits, SessionObserver& observer, HANDLE interrupt);
     // Ends a workbench that was started here and still runs, at once.
     ~Session();
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    // Starts a workbench, when none is running. Throws ClientError.
+    // Starts a workbench, when none is running. Throws SessionError.
     void Start(const std::wstring& program);
     // Waits until the workbench that was started is ready; returns the time since its start in milliseconds. Throws
-    // ClientError when it did not become ready in time (it is ended then), ended before, or the interrupt was set.
+    // SessionError when it did not become ready in time (it is ended then), ended before, or the interrupt was set.
     double AwaitReady();
-    // Takes a workbench that somebody else started, whose client id is this session's. Throws ClientError.
+    // Takes a workbench that somebody else started, whose client id is this session's. Throws SessionError.
     void Attach(uint32_t workbenchId);
 
-    // Posts a command and waits for its final response. Throws ClientError when no workbench is running. After a
+    // Posts a command and waits for its final response. Throws SessionError when no workbench is running. After a
     // time-out the session has ended, and with it a workbench that was started here.
     CommandResult Execute(const Command& command);
     // Asks a workbench that was started here to stop and waits until it has ended. When that takes too long the
@@ -175,7 +176,7 @@ private:
     const HANDLE m_interrupt;
     CProxyShare m_share;
     CWBEvent m_events;
-    UniqueHandle m_responses[c_workbenchEventCount - c_responseSuccess];
+    UniqueHandle m_responses[c_workbenchResponseCount];
     NotifyWindow m_window;
     std::unique_ptr<OutputPipe> m_output;
     LineCutter m_lines;
