@@ -14,11 +14,6 @@ HWND g_hZephWnd = nullptr;
 
 namespace
 {
-void TraceText(const wchar_t* function, const wchar_t* text) noexcept
-{
-    Trace(L"%6.0f %s %s\n", TickMs(), function, text);
-}
-
 // The command text as the client left it; without a NUL it ends with the control block. Each unit is read once, so
 // that a client that goes on writing cannot move the end.
 TString ReadCommandText()
@@ -93,7 +88,7 @@ void CHost::BindRuntime()
     const DWORD error = GetLastError();
     TraceText(function, L"Failed to Loaded Runtime");
     // "#s" where "%s" would print the text is deliberate: the line shows these two characters.
-    Trace(L"%6.0f %s #s\n", TickMs(), function, ErrorText(error));
+    TraceLine(L"%6.0f %s #s\n", function, ErrorText(error));
 }
 
 // A runtime that was never bound counts as one that cannot be called.
@@ -110,7 +105,7 @@ int32_t CHost::Execute(const wchar_t* methodName, const wchar_t* argument)
     m_hr = CallManaged(methodName, argument, returnValue);
     if (FAILED(m_hr))
     {
-        Trace(L"%6.0f %s ExecuteInDefaultAppDomain failed\n", TickMs(), L"CHost::Execute");
+        TraceLine(L"%6.0f %s ExecuteInDefaultAppDomain failed\n", L"CHost::Execute");
         return ActionFail;
     }
     return static_cast<int32_t>(returnValue);
@@ -122,7 +117,7 @@ int32_t CHost::Breakpoint()
     TraceText(function, L"Workbench breakpoint\n");
     TraceText(function, L"setting response ok\n");
     Respond(c_responseSuccess);
-    Trace(L"%6.0f %s Sending IDLE state to HWND %p\n", TickMs(), function, g_hZephWnd);
+    TraceLine(L"%6.0f %s Sending IDLE state to HWND %p\n", function, g_hZephWnd);
     if (SendMessageW(g_hZephWnd, WM_WORKBENCH_IDLE, 0, 0) == 0)
     {
         const DWORD error = GetLastError();
@@ -145,7 +140,7 @@ bool CHost::Init()
         if (g_pShare == nullptr)
             g_pShare = new CProxyShare;
         if (g_pShare->Create(g_sharePid))
-            Trace(L"%6.0f %s Opened share for pid = %x\n", TickMs(), function, g_sharePid);
+            TraceLine(L"%6.0f %s Opened share for pid = %x\n", function, g_sharePid);
         else
             TraceText(function, L"Failed to open share\n");
     }
@@ -162,7 +157,7 @@ int CHost::Run()
     if (!Init())
         return 0;
     g_hZephWnd = g_pShare->GetClientWindow();
-    Trace(L"%6.0f %s Zeph window is %p\n", TickMs(), function, g_hZephWnd);
+    TraceLine(L"%6.0f %s Zeph window is %p\n", function, g_hZephWnd);
     if (g_hZephWnd == nullptr)
     {
         TraceText(function, L"Zeph Window handle for notifications is NULL cant go on\n");
@@ -195,7 +190,7 @@ void CHost::ServeCommands()
 bool CHost::ServeNext()
 {
     constexpr const wchar_t* function = c_traceMainLoop;
-    Trace(L"%6.0f %s %s\n\n", TickMs(), function, c_traceOfWait);
+    TraceLine(L"%6.0f %s %s\n\n", function, c_traceOfWait);
     uint32_t index = 0;
     switch (m_pEvents != nullptr ? m_pEvents->Wait(&index, c_workbenchCommandCount, c_traceHeartbeatMs)
                                  : CWBEvent::c_waitError)
@@ -236,11 +231,11 @@ int32_t CHost::Dispatch(uint32_t index, const TString& text)
     constexpr const wchar_t* function = c_traceMainLoop;
     if (index >= c_workbenchCommandCount || c_workbenchCommands[index].method == nullptr)
     {
-        Trace(L"%6.0f %s unknown event, command is: %s\n", TickMs(), function, text.GetBuffer());
+        TraceLine(L"%6.0f %s unknown event, command is: %s\n", function, text.GetBuffer());
         return ActionEventUnknown;
     }
     const WorkbenchCommand& command = c_workbenchCommands[index];
-    Trace(L"%6.0f %s %s%s: %s\n", TickMs(), function, c_traceOfCommand, command.name, text.GetBuffer());
+    TraceLine(L"%6.0f %s %s%s: %s\n", function, c_traceOfCommand, command.name, text.GetBuffer());
     const int32_t result = Execute(command.method, command.takesText ? text.GetBuffer() : L"");
     // Deliberately between the call and its response: the client sees the success of the breakpoint first.
     if (command.passesBreakpoint)
@@ -254,12 +249,12 @@ void CHost::Report(int32_t result)
     const wchar_t* const name = ActionResultName(result);
     if (result < ActionSuccess)
     {
-        Trace(L"%6.0f %s %sresult = %s\n", TickMs(), function, c_traceOfFailure, name);
+        TraceLine(L"%6.0f %s %sresult = %s\n", function, c_traceOfFailure, name);
         Respond(c_responseFailed);
     }
     else
     {
-        Trace(L"%6.0f %s %sresult = %s\n", TickMs(), function, c_traceOfSuccess, name);
+        TraceLine(L"%6.0f %s %sresult = %s\n", function, c_traceOfSuccess, name);
         Respond(c_responseSuccess);
     }
 }

@@ -21,7 +21,7 @@ extern "C" int wmain(int argc, wchar_t** argv)
 
     CHost host(processId, assemblyPath, c_dispatcherType);
     for (int i = 0; i < argc; ++i)
-        Trace(L"%6.0f %s  arg %d = %s\n", TickMs(), L"wmain", i, argv[i]);
+        TraceLine(L"%6.0f %s  arg %d = %s\n", L"wmain", i, argv[i]);
     // The outcome deliberately has no effect: whatever the mode word, the workbench does the same.
     static_cast<void>(mode.Equals(c_workbenchModeWord, false));
     host.Run();

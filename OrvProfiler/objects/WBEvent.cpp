@@ -6,14 +6,6 @@
 
 #include <windows.h>
 
-namespace
-{
-void TraceText(const wchar_t* function, const wchar_t* text) noexcept
-{
-    Trace(L"%6.0f %s %s\n", TickMs(), function, text);
-}
-} // namespace
-
 CWBEvent::CWBEvent(uint32_t processId) noexcept
 {
     for (uint32_t i = 0; i < c_workbenchEventCount; ++i)
@@ -44,7 +36,7 @@ uint32_t CWBEvent::Set(uint32_t index) noexcept
     }
     if (SetEvent(m_handles[index]) != FALSE)
         return 1;
-    Trace(L"%6.0f %s Failed to set event %s\n", TickMs(), function, c_workbenchEventNames[index]);
+    TraceLine(L"%6.0f %s Failed to set event %s\n", function, c_workbenchEventNames[index]);
     return 0;
 }
 
@@ -58,7 +50,7 @@ uint32_t CWBEvent::Reset(uint32_t index) noexcept
     }
     if (ResetEvent(m_handles[index]) != FALSE)
         return 1;
-    Trace(L"%6.0f %s Failed to reset event %s\n", TickMs(), function, c_workbenchEventNames[index]);
+    TraceLine(L"%6.0f %s Failed to reset event %s\n", function, c_workbenchEventNames[index]);
     return 0;
 }
 
@@ -91,7 +83,7 @@ uint32_t CWBEvent::Wait(uint32_t* index, uint32_t count, uint32_t timeoutMs) noe
     {
         // The events are manual-reset: whoever was woken resets what woke it.
         Reset(result);
-        Trace(L"%6.0f %s Event is %s\n", TickMs(), function, c_workbenchEventNames[result]);
+        TraceLine(L"%6.0f %s Event is %s\n", function, c_workbenchEventNames[result]);
         return c_waitEvent;
     }
     if (result >= WAIT_ABANDONED_0 && result < WAIT_ABANDONED_0 + count)
