@@ -58,6 +58,6 @@ private:
     uint32_t Block(const wchar_t* function, uint32_t first, uint32_t count, uint32_t timeoutMs) noexcept;
 
     std::atomic<bool> m_waiting{false};
-    // Owned; null where the creation failed.
+    // Owned; null where the creation failed. Plain handles in a row, as the system waits for them.
     HANDLE m_handles[c_workbenchEventCount]{};
 };

@@ -23,7 +23,7 @@ public:
     DebugOutput(const DebugOutput&) = delete;
     DebugOutput& operator=(const DebugOutput&) = delete;
 
-    bool IsListening() const noexcept { return m_view != nullptr; }
+    bool IsListening() const noexcept { return static_cast<bool>(m_view); }
 
 private:
     struct Buffer;
@@ -37,6 +37,6 @@ private:
     UniqueHandle m_isFree;
     UniqueHandle m_isFilled;
     UniqueHandle m_stop;
-    const Buffer* m_view = nullptr;
+    UniqueView m_view;
     std::thread m_thread;
 };

@@ -26,6 +26,13 @@ UniqueHandle MakeKillJob()
                        SystemFailure(L"the job that ties the workbench to this client cannot be made", error));
 }
 
+struct AttributeListTraits
+{
+    using Handle = LPPROC_THREAD_ATTRIBUTE_LIST;
+    static constexpr Handle None() noexcept { return nullptr; }
+    static void Close(Handle list) noexcept { DeleteProcThreadAttributeList(list); }
+};
+
 // Lets a new process inherit the given handles and no others.
 class InheritList
 {
@@ -35,25 +42,24 @@ public:
         SIZE_T size = 0;
         InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
         m_memory = std::make_unique<char[]>(size);
-        m_list = reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(m_memory.get());
-        if (InitializeProcThreadAttributeList(m_list, 1, 0, &size) == FALSE ||
-            UpdateProcThreadAttribute(m_list, 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, handles, count * sizeof *handles,
-                                      nullptr, nullptr) == FALSE)
+        const auto list = reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(m_memory.get());
+        if (InitializeProcThreadAttributeList(list, 1, 0, &size) != FALSE)
+            m_list.Reset(list);
+        if (!m_list || UpdateProcThreadAttribute(list, 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, handles,
+                                                 count * sizeof *handles, nullptr, nullptr) == FALSE)
         {
             const DWORD error = GetLastError();
             throw SessionError(SessionFailure::NoWorkbench,
                                SystemFailure(L"the handles of the workbench cannot be chosen", error));
         }
     }
-    ~InheritList() { DeleteProcThreadAttributeList(m_list); }
-    InheritList(const InheritList&) = delete;
-    InheritList& operator=(const InheritList&) = delete;
 
-    LPPROC_THREAD_ATTRIBUTE_LIST Get() const noexcept { return m_list; }
+    LPPROC_THREAD_ATTRIBUTE_LIST Get() const noexcept { return m_list.Get(); }
 
 private:
     std::unique_ptr<char[]> m_memory;
-    LPPROC_THREAD_ATTRIBUTE_LIST m_list = nullptr;
+    // Lies in the memory.
+    BasicUniqueHandle<AttributeListTraits> m_list;
 };
 
 UniqueHandle OpenNothing()
@@ -68,7 +74,6 @@ std::wstring FolderOf(const std::wstring& program)
     const size_t end = program.find_last_of(L"\\/");
     return end == std::wstring::npos ? std::wstring(L".") : program.substr(0, end + 1);
 }
-
 } // namespace
 
 WorkbenchProcess WorkbenchProcess::Start(const std::wstring& program, uint32_t clientId, HANDLE output)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OrvProfiler/foundation/UniqueHandle.h"
 #include "OrvProfiler/foundation/WinTypes.h"
 
 #include <cstdint>
@@ -14,16 +15,23 @@ public:
 
     // Every message of the workbench's goes to the handler and is then answered with 1. Throws SessionError.
     explicit NotifyWindow(Handler handler);
-    ~NotifyWindow();
     NotifyWindow(const NotifyWindow&) = delete;
     NotifyWindow& operator=(const NotifyWindow&) = delete;
 
-    HWND Handle() const noexcept { return m_window; }
+    HWND Handle() const noexcept { return m_window.Get(); }
 
     // Handles the messages that have arrived; does not wait.
     void Pump();
 
 private:
+    struct WindowTraits
+    {
+        using Handle = HWND;
+        static constexpr Handle None() noexcept { return nullptr; }
+        static void Close(Handle window) noexcept;
+    };
+
+    // The window knows its address.
     Handler m_handler;
-    HWND m_window = nullptr;
+    BasicUniqueHandle<WindowTraits> m_window;
 };
