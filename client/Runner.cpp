@@ -19,7 +19,7 @@
 
 namespace
 {
-// Words that are for the client itself.
+// Words that the client itself obeys; all others are commands for the workbench.
 enum class LocalWord
 {
     None,
@@ -63,7 +63,7 @@ Command ParseLine(const ScriptLine& line)
     }
 }
 
-// Lines that are there already are looked at before anything is started: a script with a bad line is not begun.
+// Checks all lines before anything is started, so that a script with a bad line is not begun.
 std::unique_ptr<LineSource> CheckedLines(std::vector<ScriptLine> lines)
 {
     for (const ScriptLine& line : lines)
@@ -159,7 +159,7 @@ private:
     {
         if (status == ExitStatus::Success)
             return true;
-        // Without a workbench the rest of a script is no use; a user can start another one.
+        // Without a workbench the rest of a script is of no use; at a prompt the user can start another one.
         return status != ExitStatus::Interrupted && m_options.keepsGoing &&
                (m_options.isInteractive || m_session.IsRunning());
     }
@@ -168,7 +168,7 @@ private:
     {
         if (!m_isInRun || (status != ExitStatus::WorkbenchLost && status != ExitStatus::TimedOut))
             return {};
-        // One that was ended here has an exit code that tells nothing.
+        // The exit code of a workbench that this client has ended tells nothing.
         const bool endedItself = status == ExitStatus::WorkbenchLost;
         return HintsAfterLoss(m_running ? std::wstring() : m_options.program,
                               endedItself ? m_session.WorkbenchExitCode() : std::nullopt,
@@ -219,7 +219,7 @@ private:
         if (m_options.followsLog)
             m_follower = std::make_unique<LogFollower>([this](const std::wstring& line) { m_report.OnLogLine(line); },
                                                        readsFile);
-        // It slows every process that prints to the debugger: only where it is needed.
+        // A listener slows every process that prints to the debugger: only where it is needed.
         if (!m_running && (m_follower == nullptr || readsFile))
             return;
         m_debugOutput = std::make_unique<DebugOutput>([this](uint32_t processId, const std::string& text) {
@@ -311,7 +311,7 @@ private:
         const CommandResult result = m_session.Stop();
         if (result.outcome == Outcome::TimedOut)
             throw ClientError(ExitStatus::TimedOut, L"the workbench did not stop in time and was ended");
-        // Late responses to an interrupted command are none of its faults.
+        // After an interrupt, late responses to the command are no fault of the workbench.
         if (!result.deviation.empty() && !IsInterrupted())
             throw ClientError(ExitStatus::Deviation, result.deviation);
     }
@@ -332,7 +332,7 @@ private:
     InterruptEvent m_interrupt;
     Session m_session;
     std::unique_ptr<LogFollower> m_follower;
-    // Feeds the session and the follower: goes first.
+    // Calls the session and the follower from its thread, so it is destroyed before them.
     std::unique_ptr<DebugOutput> m_debugOutput;
     bool m_isInRun = false;
     bool m_isOver = false;

@@ -64,10 +64,13 @@ CHost::CHost(uint32_t processId, const wchar_t* assemblyPath, const wchar_t* typ
 CHost::~CHost()
 {
     TraceClose();
-    if (m_pRuntimeHost != nullptr)
-        m_pRuntimeHost->Release();
-    m_pRuntimeHost = nullptr;
+    m_runtimeHost.Reset();
     m_pEvents.reset();
+}
+
+void CHost::RuntimeHostTraits::Close(Handle host) noexcept
+{
+    host->Release();
 }
 
 void CHost::BindRuntime()
@@ -77,9 +80,9 @@ void CHost::BindRuntime()
     void* host = nullptr;
     m_hr = CorBindToRuntimeEx(c_runtimeVersion, c_runtimeFlavour, c_runtimeSingleDomain, c_runtimeHostClass,
                               c_runtimeHostInterface, &host);
-    m_pRuntimeHost = static_cast<ICLRRuntimeHost*>(host);
-    if (SUCCEEDED(m_hr) && m_pRuntimeHost != nullptr)
-        m_hr = m_pRuntimeHost->Start();
+    m_runtimeHost.Reset(static_cast<ICLRRuntimeHost*>(host));
+    if (SUCCEEDED(m_hr) && m_runtimeHost)
+        m_hr = m_runtimeHost.Get()->Start();
     if (SUCCEEDED(m_hr))
     {
         TraceText(function, L"Loaded Runtime");
@@ -94,9 +97,10 @@ void CHost::BindRuntime()
 // A runtime that was never bound counts as one that cannot be called.
 HRESULT CHost::CallManaged(const wchar_t* methodName, const wchar_t* argument, DWORD& returnValue)
 {
-    if (m_pRuntimeHost == nullptr)
+    if (!m_runtimeHost)
         return E_POINTER;
-    return m_pRuntimeHost->ExecuteInDefaultAppDomain(m_assemblyPath, m_typeName, methodName, argument, &returnValue);
+    return m_runtimeHost.Get()->ExecuteInDefaultAppDomain(m_assemblyPath, m_typeName, methodName, argument,
+                                                          &returnValue);
 }
 
 int32_t CHost::Execute(const wchar_t* methodName, const wchar_t* argument)

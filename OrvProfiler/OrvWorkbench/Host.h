@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OrvProfiler/foundation/TString.h"
+#include "OrvProfiler/foundation/UniqueHandle.h"
 #include "OrvProfiler/foundation/WinTypes.h"
 #include "OrvProfiler/objects/WBEvent.h"
 #include "OrvProfiler/protocol/ActionResult.h"
@@ -14,8 +15,8 @@
 
 struct ICLRRuntimeHost;
 
-// The name that the log prints for a result; a placeholder with the number for a value outside 0 to 13, which is a
-// formatting slot's text.
+// The name that the log prints for a result. For a value outside 0 to 13, a text with the number, which is a
+// formatting slot's (Trace.h).
 const wchar_t* ActionResultName(int32_t result) noexcept;
 
 // The body of the workbench: hosts the managed runtime, and serves the commands of one client. The runtime is bound
@@ -23,10 +24,10 @@ const wchar_t* ActionResultName(int32_t result) noexcept;
 class CHost
 {
 public:
-    // Creates or opens the workbench events of the client process id, then binds and starts the runtime. Never fails
-    // outward: a failure is traced, and every call of the dispatcher then fails; without memory for the events every
-    // wait does. The texts are copied: the managed assembly's file name, handed to the runtime as it stands, and the
-    // dispatcher type's full name.
+    // Creates or opens the workbench events of the client process id, then binds and starts the runtime. The texts
+    // are copied: the managed assembly's file name, handed to the runtime as it stands, and the dispatcher type's
+    // full name. A runtime that cannot be had is traced, and every call of the dispatcher then fails; without memory
+    // for the events every wait does.
     CHost(uint32_t processId, const wchar_t* assemblyPath, const wchar_t* typeName);
     // Closes the trace log file before it releases the runtime: what is traced afterwards reaches the debugger only.
     virtual ~CHost();
@@ -39,8 +40,8 @@ public:
 
     // Serves the client: tells its window that the workbench is ready, carries out commands until the stop event, a
     // failed or abandoned wait, or an exception, and tells the window that the workbench exits. Returns 1 then; 0 at
-    // once when there is no share or the client left no window in it. After a Windows exception that the compiler's
-    // catch-all does not take, it does all that too, but ends the process instead of returning.
+    // once when there is no share or the client left no window in it. After a Windows exception that catch (...) does
+    // not take, it does all that too, but ends the process instead of returning.
     int Run();
 
     // Calls a static method of the dispatcher type with one string. Returns the method's result, or ActionFail, with
@@ -61,8 +62,15 @@ private:
     void Report(int32_t result);
     void Respond(uint32_t response);
 
-    // Owned, one reference; null until bound.
-    ICLRRuntimeHost* m_pRuntimeHost = nullptr;
+    struct RuntimeHostTraits
+    {
+        using Handle = ICLRRuntimeHost*;
+        static constexpr Handle None() noexcept { return nullptr; }
+        static void Close(Handle host) noexcept;
+    };
+
+    // One reference; none until bound.
+    BasicUniqueHandle<RuntimeHostTraits> m_runtimeHost;
     // The status of the last runtime call.
     HRESULT m_hr = 0;
     TString m_assemblyPath;

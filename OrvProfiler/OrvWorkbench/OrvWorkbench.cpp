@@ -7,9 +7,8 @@
 // Called by the C runtime, which declares it nowhere.
 extern "C" int wmain(int argc, wchar_t** argv);
 
-// OrvWorkBench64 <mode word> <client process id, hexadecimal>
-// The client starts the workbench with these arguments; further ones are only logged. Exits with 0 when arguments are
-// missing, having done nothing, and with 1 in every other case.
+// The entry of OrvWorkBench64, which its client starts (WorkbenchCommandLine.h; docs/orvworkbench64.md). Does nothing
+// when arguments are missing; further ones are only logged.
 extern "C" int wmain(int argc, wchar_t** argv)
 {
     if (argc < c_workbenchArgumentCount)
@@ -22,7 +21,7 @@ extern "C" int wmain(int argc, wchar_t** argv)
     CHost host(processId, assemblyPath, c_dispatcherType);
     for (int i = 0; i < argc; ++i)
         TraceLine(L"%6.0f %s  arg %d = %s\n", L"wmain", i, argv[i]);
-    // The outcome deliberately has no effect: whatever the mode word, the workbench does the same.
+    // Deliberately without effect: whatever the mode word, the workbench does the same.
     static_cast<void>(mode.Equals(c_workbenchModeWord, false));
     host.Run();
     return c_exitCode;

@@ -1,6 +1,7 @@
 #pragma once
 
-// Puts the console's output code page back at its end: managed code sets it, and it outlives the program.
+// Restores the console's output code page when it is destroyed: managed code in the workbench may change it, and the
+// change would outlive both programs.
 class ConsoleCodePageGuard
 {
 public:

@@ -5,9 +5,9 @@
 #include <mutex>
 #include <string_view>
 
-// One of the process's standard streams for text: a console shows it as it is, files and pipes get UTF-8. Any thread;
-// the text of one call stays together and has been handed over when the call returns. A reader that is gone is no
-// failure.
+// One of the process's standard streams, for text: a console shows it as it is, files and pipes get UTF-8. Any
+// thread. The text of one call is not mixed with another's, and has been written when the call returns. A failure to
+// write, as when the reader of a pipe has gone, is not told.
 class TextStream
 {
 public:

@@ -24,7 +24,7 @@ DebugOutput::DebugOutput(Receiver receiver) : m_receiver(std::move(receiver))
     if (MakeObjects())
         m_thread = std::thread([this] { Listen(); });
     else
-        m_mapping.Reset(); // who prints must not find it
+        m_mapping.Reset(); // while it is there, a process that prints waits for its listener
 }
 
 DebugOutput::~DebugOutput()

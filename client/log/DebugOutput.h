@@ -13,12 +13,12 @@
 class DebugOutput
 {
 public:
-    // Gets each printed text with the id of the process that printed it, on a thread of this object's own.
+    // Gets each printed text with the id of the process that printed it. Called on a thread of this object's own.
     using Receiver = std::function<void(uint32_t processId, const std::string& text)>;
 
     // Listens from now on, unless another program already does.
     explicit DebugOutput(Receiver receiver);
-    // What was printed before has been received when it returns.
+    // All that was printed before has been received when it returns.
     ~DebugOutput();
     DebugOutput(const DebugOutput&) = delete;
     DebugOutput& operator=(const DebugOutput&) = delete;

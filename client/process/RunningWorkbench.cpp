@@ -16,7 +16,7 @@ namespace
 {
 std::wstring CommandLineOf(uint32_t processId)
 {
-    // The workbench of another account may be driven as well.
+    // A workbench may run under another account, whose name this process may not be allowed to ask.
     CProxySecManager::s_allowNoUser = true;
     const std::unique_ptr<CProxySecManager::CProcess> process(g_SecManager.OpenProcessObject(processId));
     if (process == nullptr)

@@ -19,11 +19,12 @@ public:
     // Takes a process that someone else started. Throws SessionError.
     static WorkbenchProcess Attach(uint32_t processId);
 
-    // Signalled when the process has ended.
+    // Owned here, and signalled when the process has ended. Null before there was one.
     HANDLE Handle() const noexcept { return m_process.Get(); }
+    // 0 before there was a process.
     uint32_t Id() const noexcept { return m_id; }
     bool HasEnded() const noexcept;
-    // Of a process that has ended.
+    // Only of a process that has ended.
     uint32_t ExitCode() const noexcept;
     // Ends a process that was started here, with everything that it started, and waits until it is gone. Leaves any
     // other alone.

@@ -343,7 +343,7 @@ void Session::WaitForNews(uint32_t timeoutMs, std::initializer_list<HANDLE> othe
 
 void Session::TakeNews()
 {
-    // Asked first: what the workbench left behind is then complete.
+    // Asked first: what is taken below is then all that an ended workbench has left.
     const bool hasEnded = m_isRunning && m_process.HasEnded();
     TakeOutput();
     TakeResponses();
@@ -362,7 +362,7 @@ void Session::TakeOutput()
         m_observer.OnHappening({Happening::Kind::Output, std::move(line)});
 }
 
-// A line that has no end yet is shown too: what comes next is something else.
+// Also shows a line that has no end yet, because something other than output comes next.
 void Session::TakeOutputRest()
 {
     TakeOutput();
@@ -456,8 +456,8 @@ void Session::Deviate(const wchar_t* text)
         m_pending->deviation = text;
 }
 
-// The workbench does not answer any more. One that somebody else started is out of step with this session: its late
-// responses would pass for those of the next command.
+// The workbench did not answer in time. Its late responses would be taken for those of the next command, so there is
+// no next one, whether or not this session may end the process.
 void Session::GiveUp()
 {
     m_process.Kill();
