@@ -2,7 +2,7 @@
 // real runtime's.
 
 #include "tests/support/processes/ChildProcess.h"
-#include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/worlds/FreshNames.h"
 
 #include <windows.h>
 

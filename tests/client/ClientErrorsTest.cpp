@@ -12,10 +12,11 @@
 #include "OrvProfiler/foundation/UniqueHandle.h"
 #include "OrvProfiler/security/ProxySecurity.h"
 #include "tests/client/ClientFailure.h"
+#include "tests/support/faults/CallRecorder.h"
+#include "tests/support/faults/HeldResources.h"
 #include "tests/support/faults/LeakCheck.h"
-#include "tests/support/faults/SystemCall.h"
 #include "tests/support/processes/ClientRun.h"
-#include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/worlds/FreshNames.h"
 
 #include <windows.h>
 
@@ -68,7 +69,7 @@ TEST(ClientErrors, SystemsTextAndNumberAreTold)
 
 TEST(ClientErrors, WindowThatCannotBeMade)
 {
-    const SystemCall<decltype(CreateWindowExW)> create("CreateWindowExW", ERROR_NOT_ENOUGH_MEMORY);
+    const FailingCall<decltype(CreateWindowExW)> create("CreateWindowExW", ERROR_NOT_ENOUGH_MEMORY);
     const auto failure = FailureOf([] { NotifyWindow([](uint32_t) {}); });
     EXPECT_THAT(failure.first, StartsWith(L"the notification window cannot be made: "));
     EXPECT_THAT(failure.first, HasSubstr(L"(error 8)"));
@@ -105,7 +106,7 @@ TEST(ClientErrors, PipeThatCannotBeReadHasEnded)
     OutputPipe pipe;
     DWORD written = 0;
     WriteFile(pipe.WriteEnd(), "x", 1, &written, nullptr);
-    const SystemCall<decltype(GetOverlappedResult)> result("GetOverlappedResult", ERROR_BROKEN_PIPE);
+    const FailingCall<decltype(GetOverlappedResult)> result("GetOverlappedResult", ERROR_BROKEN_PIPE);
     EXPECT_EQ("", pipe.Take());
     EXPECT_FALSE(pipe.IsOpen());
 }
@@ -113,22 +114,22 @@ TEST(ClientErrors, PipeThatCannotBeReadHasEnded)
 TEST(ClientErrors, WorkbenchIsNotStartedWithoutItsJob)
 {
     {
-        const SystemCall<decltype(CreateJobObjectW)> create("CreateJobObjectW", ERROR_NOT_ENOUGH_MEMORY);
+        const FailingCall<decltype(CreateJobObjectW)> create("CreateJobObjectW", ERROR_NOT_ENOUGH_MEMORY);
         EXPECT_THAT(FailureOfStart(), StartsWith(L"the job that ties the workbench to this client cannot be made: "));
     }
-    const SystemCall<decltype(SetInformationJobObject)> set("SetInformationJobObject", ERROR_INVALID_PARAMETER);
+    const FailingCall<decltype(SetInformationJobObject)> set("SetInformationJobObject", ERROR_INVALID_PARAMETER);
     EXPECT_THAT(FailureOfStart(), HasSubstr(L"(error 87)"));
 }
 
 TEST(ClientErrors, WorkbenchIsNotStartedWithoutChoiceOfItsHandles)
 {
-    const SystemCall<decltype(UpdateProcThreadAttribute)> update("UpdateProcThreadAttribute", ERROR_NOT_SUPPORTED);
+    const FailingCall<decltype(UpdateProcThreadAttribute)> update("UpdateProcThreadAttribute", ERROR_NOT_SUPPORTED);
     EXPECT_THAT(FailureOfStart(), StartsWith(L"the handles of the workbench cannot be chosen: "));
 }
 
 TEST(ClientErrors, WorkbenchThatCannotBeStarted)
 {
-    const SystemCall<decltype(CreateProcessW)> create("CreateProcessW", ERROR_BAD_EXE_FORMAT);
+    const FailingCall<decltype(CreateProcessW)> create("CreateProcessW", ERROR_BAD_EXE_FORMAT);
     const std::wstring failure = FailureOfStart();
     EXPECT_THAT(failure, StartsWith(FakeProgram() + L" cannot be started: "));
     EXPECT_THAT(failure, HasSubstr(L"(error 193)"));
@@ -152,7 +153,7 @@ TEST(ClientErrors, WorkbenchThatCannotBeTiedIsEndedAgain)
 
 TEST(ClientErrors, ProcessThatCannotBeOpened)
 {
-    const SystemCall<decltype(OpenProcess)> open("OpenProcess", ERROR_ACCESS_DENIED);
+    const FailingCall<decltype(OpenProcess)> open("OpenProcess", ERROR_ACCESS_DENIED);
     const auto failure = FailureOf([] { WorkbenchProcess::Attach(GetCurrentProcessId()); });
     EXPECT_THAT(failure.first, HasSubstr(L" cannot be opened: "));
     EXPECT_EQ(3, failure.second);
@@ -161,7 +162,7 @@ TEST(ClientErrors, ProcessThatCannotBeOpened)
 
 TEST(ClientErrors, ClientIdThatIsGivenIsNotLookedUp)
 {
-    const SystemCall<decltype(OpenProcess)> open("OpenProcess", ERROR_ACCESS_DENIED);
+    const FailingCall<decltype(OpenProcess)> open("OpenProcess", ERROR_ACCESS_DENIED);
     const RunningWorkbench found = FindWorkbench(0x1234, 0xABC);
     EXPECT_EQ(0x1234U, found.processId);
     EXPECT_EQ(0xABCU, found.clientId);
@@ -180,7 +181,7 @@ protected:
 
 TEST_F(ClientSessionErrors, EventsThatCannotBeOpened)
 {
-    const SystemCall<decltype(OpenEventW)> open("OpenEventW", ERROR_ACCESS_DENIED);
+    const FailingCall<decltype(OpenEventW)> open("OpenEventW", ERROR_ACCESS_DENIED);
     const auto failure = FailureOf([&] { Session(FreshId(), m_limits, m_observer, m_interrupt.Get()); });
     EXPECT_THAT(failure.first, StartsWith(L"the workbench's events cannot be opened: "));
     EXPECT_EQ(3, failure.second);
@@ -189,7 +190,7 @@ TEST_F(ClientSessionErrors, EventsThatCannotBeOpened)
 TEST_F(ClientSessionErrors, ShareThatCannotBeMade)
 {
     Session session(FreshId(), m_limits, m_observer, m_interrupt.Get());
-    const SystemCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_NOT_ENOUGH_MEMORY);
+    const FailingCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_NOT_ENOUGH_MEMORY);
     const auto failure = FailureOf([&] { session.Start(FakeProgram()); });
     EXPECT_EQ(L"the share cannot be made; the debugger output tells why", failure.first);
     EXPECT_EQ(3, failure.second);
@@ -296,10 +297,10 @@ TEST(ClientLogErrors, AttachedFollowerShowsNothingOld)
 TEST(ClientLogErrors, ListenerWithoutItsObjectsDoesNotListen)
 {
     {
-        const SystemCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_ACCESS_DENIED);
+        const FailingCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_ACCESS_DENIED);
         EXPECT_FALSE(DebugOutput([](uint32_t, const std::string&) {}).IsListening());
     }
-    const SystemCall<decltype(CreateEventW)> create("CreateEventW", ERROR_ACCESS_DENIED);
+    const FailingCall<decltype(CreateEventW)> create("CreateEventW", ERROR_ACCESS_DENIED);
     const DebugOutput output([](uint32_t, const std::string&) {});
     EXPECT_FALSE(output.IsListening());
     // Whoever prints finds no half of a listener. Another test's process may just have opened what was there.

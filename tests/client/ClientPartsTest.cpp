@@ -9,8 +9,8 @@
 #include "client/session/NotifyWindow.h"
 #include "OrvProfiler/foundation/UniqueHandle.h"
 #include "tests/client/ClientFailure.h"
-#include "tests/support/worlds/SystemProbe.h"
-#include "tests/support/worlds/TestFile.h"
+#include "tests/support/faults/HeldResources.h"
+#include "tests/support/worlds/TemporaryFile.h"
 
 #include <windows.h>
 
@@ -242,7 +242,7 @@ TEST(ClientNotifyWindow, LeavesOtherMessagesAlone)
 
 TEST(ClientScriptFile, LinesCarryTheirPlace)
 {
-    const TestFile file("one\r\n\ntwo", L"x.orv");
+    const TemporaryFile file("one\r\n\ntwo", L"x.orv");
     const std::vector<ScriptLine> lines = ReadScript(file.Path());
     ASSERT_EQ(3U, lines.size());
     EXPECT_EQ(L"one", lines[0].text);
@@ -253,11 +253,11 @@ TEST(ClientScriptFile, LinesCarryTheirPlace)
 
 TEST(ClientScriptFile, EncodingIsToldByTheMark)
 {
-    const TestFile plain("\xE6\x97\xA5\n");
+    const TemporaryFile plain("\xE6\x97\xA5\n");
     EXPECT_EQ(L"\x65E5", ReadScript(plain.Path()).at(0).text);
-    const TestFile marked("\xEF\xBB\xBF\xE6\x97\xA5\n");
+    const TemporaryFile marked("\xEF\xBB\xBF\xE6\x97\xA5\n");
     EXPECT_EQ(L"\x65E5", ReadScript(marked.Path()).at(0).text);
-    const TestFile wide(std::string("\xFF\xFE\xE5\x65\r\0\n\0x\0", 10));
+    const TemporaryFile wide(std::string("\xFF\xFE\xE5\x65\r\0\n\0x\0", 10));
     const std::vector<ScriptLine> lines = ReadScript(wide.Path());
     ASSERT_EQ(2U, lines.size());
     EXPECT_EQ(L"\x65E5", lines[0].text);
@@ -266,7 +266,7 @@ TEST(ClientScriptFile, EncodingIsToldByTheMark)
 
 TEST(ClientScriptFile, EmptyFileHasNoLines)
 {
-    const TestFile file("");
+    const TemporaryFile file("");
     EXPECT_THAT(ReadScript(file.Path()), IsEmpty());
 }
 
@@ -276,7 +276,7 @@ TEST(ClientScriptFile, OtherBytesAreRefused)
                                                                            "a",
                                                                            3)})
     {
-        const TestFile file(bytes, L"x.orv");
+        const TemporaryFile file(bytes, L"x.orv");
         const auto failure = FailureOf([&] { ReadScript(file.Path()); });
         EXPECT_THAT(failure.first, HasSubstr(L"x.orv is neither UTF-8 nor UTF-16 text"));
         EXPECT_EQ(2, failure.second);
@@ -314,7 +314,7 @@ TEST(ClientHintTexts, ExitCodesAreExplained)
 
 TEST(ClientHintTexts, MissingDispatcherIsNamedAndAPresentOneIsNot)
 {
-    const TestFile dispatcher("", L"Program.dll");
+    const TemporaryFile dispatcher("", L"Program.dll");
     const std::wstring path = dispatcher.Path();
     const std::wstring folder = path.substr(0, path.find_last_of(L'\\') + 1);
     for (const std::wstring& hint : HintsAfterLoss(folder + L"Program.exe", std::nullopt, 0))

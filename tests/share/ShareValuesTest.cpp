@@ -1,8 +1,8 @@
 #include "OrvProfiler/share/ShareValues.h"
 
 #include "tests/support/faults/AllocationProbe.h"
+#include "tests/support/faults/CallRecorder.h"
 #include "tests/support/faults/PageEdge.h"
-#include "tests/support/faults/SystemCall.h"
 
 #include <windows.h>
 
@@ -220,8 +220,8 @@ TEST(ShareValues, ConversionsTakeRoomForTheTextAndItsNul)
 
 TEST(ShareValues, ConversionsAskTheSystemForNothingSpecial)
 {
-    const SystemCall<decltype(MultiByteToWideChar)> toWide("MultiByteToWideChar");
-    const SystemCall<decltype(WideCharToMultiByte)> toNarrow("WideCharToMultiByte");
+    const CallRecorder<decltype(MultiByteToWideChar)> toWide("MultiByteToWideChar");
+    const CallRecorder<decltype(WideCharToMultiByte)> toNarrow("WideCharToMultiByte");
     wchar_t* wide = nullptr;
     char* narrow = nullptr;
     EXPECT_EQ(1, ToWide("a", 1, &wide, c_latin1));
@@ -241,8 +241,8 @@ TEST(ShareValues, ConversionsAskTheSystemForNothingSpecial)
 
 TEST(ShareValues, WhatCannotBeMeasuredIsNotConverted)
 {
-    const SystemCall<decltype(MultiByteToWideChar)> toWide("MultiByteToWideChar", ERROR_INVALID_FLAGS);
-    const SystemCall<decltype(WideCharToMultiByte)> toNarrow("WideCharToMultiByte", ERROR_INVALID_FLAGS);
+    const FailingCall<decltype(MultiByteToWideChar)> toWide("MultiByteToWideChar", ERROR_INVALID_FLAGS);
+    const FailingCall<decltype(WideCharToMultiByte)> toNarrow("WideCharToMultiByte", ERROR_INVALID_FLAGS);
     wchar_t* wide = nullptr;
     char* narrow = nullptr;
     EXPECT_EQ(0, ToWide("a", 1, &wide, c_latin1));

@@ -1,12 +1,12 @@
-#include "tests/support/worlds/TestFile.h"
+#include "tests/support/worlds/TemporaryFile.h"
 
-#include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/worlds/FreshNames.h"
 
 #include <windows.h>
 
 #include <stdexcept>
 
-TestFile::TestFile(const std::string& content, const wchar_t* name)
+TemporaryFile::TemporaryFile(const std::string& content, const wchar_t* name)
     : m_folder(FreshFolder()), m_path(m_folder + L"\\" + name)
 {
     HANDLE const file = CreateFileW(m_path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr);
@@ -17,7 +17,7 @@ TestFile::TestFile(const std::string& content, const wchar_t* name)
         throw std::runtime_error("a test file cannot be written");
 }
 
-TestFile::~TestFile()
+TemporaryFile::~TemporaryFile()
 {
     DeleteFileW(m_path.c_str());
     RemoveDirectoryW(m_folder.c_str());

@@ -3,14 +3,14 @@
 #include <string>
 
 // A file with the given content in a folder of its own below the user's temporary folder; both go with this object.
-class TestFile
+class TemporaryFile
 {
 public:
     // Throws std::runtime_error when the file cannot be made.
-    explicit TestFile(const std::string& content, const wchar_t* name = L"file.bin");
-    ~TestFile();
-    TestFile(const TestFile&) = delete;
-    TestFile& operator=(const TestFile&) = delete;
+    explicit TemporaryFile(const std::string& content, const wchar_t* name = L"file.bin");
+    ~TemporaryFile();
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
 
     const wchar_t* Path() const noexcept { return m_path.c_str(); }
 

@@ -1,7 +1,7 @@
-#include "tests/support/processes/TestWorkbench.h"
+#include "tests/support/processes/WorkbenchProcess.h"
 
 #include "tests/support/contract/LogFile.h"
-#include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/worlds/FreshNames.h"
 
 #include <windows.h>
 
@@ -79,7 +79,7 @@ EnvironmentVariable::~EnvironmentVariable()
     SetEnvironmentVariableW(m_name, nullptr);
 }
 
-bool TestWorkbench::Has(WorkbenchRuntime runtime)
+bool WorkbenchProcess::Has(WorkbenchRuntime runtime)
 {
     const std::wstring library = HostingLibrary(runtime);
     if (!library.empty() && !Exists(library))
@@ -87,12 +87,12 @@ bool TestWorkbench::Has(WorkbenchRuntime runtime)
     return runtime != WorkbenchRuntime::Managed || Exists(BuildFolder(L"bin") + L"\\OrvWorkBench64.dll");
 }
 
-std::wstring TestWorkbench::BuiltProgram()
+std::wstring WorkbenchProcess::BuiltProgram()
 {
     return BuildFolder(L"bin") + L"\\OrvWorkBench64.exe";
 }
 
-TestWorkbench::TestWorkbench(WorkbenchRuntime runtime)
+WorkbenchProcess::WorkbenchProcess(WorkbenchRuntime runtime)
     : m_folder(FreshFolder()), m_recordPath(L"ORV_SCRIPT_LOG", m_folder + L"\\record.txt")
 {
     const std::wstring bin = BuildFolder(L"bin");
@@ -111,39 +111,39 @@ TestWorkbench::TestWorkbench(WorkbenchRuntime runtime)
     DeleteFileW(c_logPath);
 }
 
-TestWorkbench::~TestWorkbench()
+WorkbenchProcess::~WorkbenchProcess()
 {
     m_process.reset();
     RemoveFolder(m_folder);
 }
 
-void TestWorkbench::Start(const std::wstring& arguments)
+void WorkbenchProcess::Start(const std::wstring& arguments)
 {
     StartWithCommandLine(L"\"" + ProgramPath() + L"\" " + arguments);
 }
 
-void TestWorkbench::StartWithCommandLine(const std::wstring& commandLine)
+void WorkbenchProcess::StartWithCommandLine(const std::wstring& commandLine)
 {
     m_process.reset();
     m_process.emplace(ChildProcess::Start(ProgramPath(), commandLine, m_folder.c_str()));
 }
 
-bool TestWorkbench::HasLog()
+bool WorkbenchProcess::HasLog()
 {
     return Exists(c_logPath);
 }
 
-std::string TestWorkbench::LogBytes()
+std::string WorkbenchProcess::LogBytes()
 {
     return FileBytes(c_logPath);
 }
 
-std::vector<std::wstring> TestWorkbench::Log()
+std::vector<std::wstring> WorkbenchProcess::Log()
 {
     return LogLines(LogBytes());
 }
 
-void TestWorkbench::WaitForLogLine(const std::wstring& line)
+void WorkbenchProcess::WaitForLogLine(const std::wstring& line)
 {
     for (const ULONGLONG end = GetTickCount64() + c_timeoutMs; GetTickCount64() < end; Sleep(5))
     {
@@ -155,7 +155,7 @@ void TestWorkbench::WaitForLogLine(const std::wstring& line)
     throw std::runtime_error("a line of the log did not come");
 }
 
-std::vector<std::string> TestWorkbench::Record() const
+std::vector<std::string> WorkbenchProcess::Record() const
 {
     std::vector<std::string> lines;
     const std::wstring path = m_folder + L"\\record.txt";
