@@ -1,8 +1,9 @@
 #include "tests/OrvWorkbench/HostFixture.h"
 
 #include "OrvProfiler/foundation/Trace.h"
-#include "OrvProfiler/security/ProxySecurity.h"
+#include "OrvProfiler/foundation/UniqueHandle.h"
 #include "OrvProfiler/share/ProxyShare.h"
+#include "tests/support/contract/Contract.h"
 #include "tests/support/faults/AllocationProbe.h"
 
 #include <algorithm>
@@ -10,26 +11,13 @@
 #include <cstring>
 #include <stdexcept>
 
+using contract::Hex;
+using contract::KernelName;
+
 namespace
 {
-constexpr const wchar_t* c_eventNames[] = {
-    L"EV_STOP",    L"EV_LOAD",   L"EV_CREATE",     L"EV_INVOKE",       L"EV_DELETE",       L"EV_RESET",
-    L"EV_SUCCESS", L"EV_FAILED", L"EV_BREAKPOINT", L"EV_PROPERTY_GET", L"EV_PROPERTY_SET",
-};
-constexpr size_t c_shareBytes = 116197744;
-constexpr size_t c_windowOffset = 117552;
-constexpr size_t c_textOffset = 118604;
-
 // The test whose host runs; the stand-ins are plain functions.
-Host* g_test = nullptr;
-
-std::wstring Hex(uint64_t value, unsigned digits)
-{
-    std::wstring text;
-    for (; value != 0 || text.size() < digits; value >>= 4)
-        text.insert(text.begin(), L"0123456789abcdef"[value & 15]);
-    return text;
-}
+CHostWithStandIns* g_test = nullptr;
 
 std::wstring Text(const wchar_t* text)
 {
@@ -103,38 +91,8 @@ namespace
 RuntimeStandIn g_runtime;
 } // namespace
 
-ClientView::ClientView(uint32_t id)
-    : m_mapping(CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, static_cast<DWORD>(c_shareBytes),
-                                   g_SecManager.BuildObjectName(0xFFFFFFFF, (L"OrvProfiler" + Hex(id, 8)).c_str())))
-{
-    m_bytes = static_cast<uint8_t*>(MapViewOfFile(m_mapping, FILE_MAP_ALL_ACCESS, 0, 0, 0));
-    if (m_bytes == nullptr)
-        throw std::runtime_error("the client's share cannot be made");
-}
-
-ClientView::~ClientView()
-{
-    UnmapViewOfFile(m_bytes);
-    CloseHandle(m_mapping);
-}
-
-void ClientView::SetWindow(uint64_t window)
-{
-    std::memcpy(m_bytes + c_windowOffset, &window, sizeof window);
-}
-
-void ClientView::SetText(const std::wstring& text)
-{
-    std::memcpy(Text(), text.c_str(), (text.size() + 1) * sizeof(wchar_t));
-}
-
-wchar_t* ClientView::Text() const noexcept
-{
-    return reinterpret_cast<wchar_t*>(m_bytes + c_textOffset);
-}
-
-Host::Host()
-    : m_hexId(Hex(GetCurrentProcessId(), 1)), m_shareName(L"OrvProfiler" + Hex(GetCurrentProcessId(), 8)),
+CHostWithStandIns::CHostWithStandIns()
+    : m_hexId(Hex(GetCurrentProcessId())), m_shareName(contract::ShareName(GetCurrentProcessId())),
       m_method([](const ManagedCall&, DWORD* returnValue) {
           *returnValue = 5;
           return S_OK;
@@ -145,7 +103,7 @@ Host::Host()
     g_test = this;
 }
 
-Host::~Host()
+CHostWithStandIns::~CHostWithStandIns()
 {
     delete g_pShare;
     g_sharePid = 0;
@@ -153,35 +111,35 @@ Host::~Host()
     g_test = nullptr;
 }
 
-HRESULT WINAPI Host::Bind(LPCWSTR version, LPCWSTR flavour, DWORD flags, REFCLSID classId, REFIID interfaceId,
-                          LPVOID* host)
+HRESULT WINAPI CHostWithStandIns::Bind(LPCWSTR version, LPCWSTR flavour, DWORD flags, REFCLSID classId,
+                                       REFIID interfaceId, LPVOID* host)
 {
     const AllocationProbe::Unwatched unwatched;
-    Note(L"runtime bind " + Text(version) + L" " + Text(flavour) + L" " + Hex(flags, 1) + L" " + GuidText(classId) +
+    Note(L"runtime bind " + Text(version) + L" " + Text(flavour) + L" " + Hex(flags) + L" " + GuidText(classId) +
          L" " + GuidText(interfaceId));
     *host = g_test->m_bindGivesHost ? static_cast<ICLRRuntimeHost*>(&g_runtime) : nullptr;
     SetLastError(ERROR_FILE_NOT_FOUND);
     return g_test->m_bindStatus;
 }
 
-BOOL WINAPI Host::Post(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+BOOL WINAPI CHostWithStandIns::Post(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
 {
     const AllocationProbe::Unwatched unwatched;
-    Note(L"window posted " + Hex(reinterpret_cast<uintptr_t>(window), 1) + L" " + Hex(message, 1) + L" " +
-         Hex(wParam, 1) + L" " + Hex(static_cast<uint64_t>(lParam), 1));
+    Note(L"window posted " + Hex(reinterpret_cast<uintptr_t>(window)) + L" " + Hex(message) + L" " + Hex(wParam) +
+         L" " + Hex(static_cast<uint64_t>(lParam)));
     return g_test->m_sendAnswer != 0 ? TRUE : FALSE;
 }
 
-LRESULT WINAPI Host::Send(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+LRESULT WINAPI CHostWithStandIns::Send(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
 {
     const AllocationProbe::Unwatched unwatched;
-    Note(L"window sent " + Hex(reinterpret_cast<uintptr_t>(window), 1) + L" " + Hex(message, 1) + L" " +
-         Hex(wParam, 1) + L" " + Hex(static_cast<uint64_t>(lParam), 1));
+    Note(L"window sent " + Hex(reinterpret_cast<uintptr_t>(window)) + L" " + Hex(message) + L" " + Hex(wParam) +
+         L" " + Hex(static_cast<uint64_t>(lParam)));
     SetLastError(g_test->m_sendError);
     return g_test->m_sendAnswer;
 }
 
-DWORD WINAPI Host::WaitForEvents(DWORD count, const HANDLE* handles, BOOL all, DWORD timeoutMs)
+DWORD WINAPI CHostWithStandIns::WaitForEvents(DWORD count, const HANDLE* handles, BOOL all, DWORD timeoutMs)
 {
     const AllocationProbe::Unwatched unwatched;
     const bool complete = std::none_of(handles, handles + count, [](HANDLE handle) { return handle == nullptr; });
@@ -199,91 +157,53 @@ DWORD WINAPI Host::WaitForEvents(DWORD count, const HANDLE* handles, BOOL all, D
     return wait.result;
 }
 
-void Host::ClientIsThere()
+void CHostWithStandIns::ClientIsThere()
 {
-    m_client = std::make_unique<ClientView>(m_id);
-    m_client->SetWindow(c_window);
+    m_client = std::make_unique<ClientShare>(m_id);
+    m_client->StoreWindow(c_window);
 }
 
-bool Host::TakeSignal(unsigned slot) const
+bool CHostWithStandIns::TakeSignal(unsigned slot) const
 {
-    HANDLE const event = OpenEventW(EVENT_ALL_ACCESS, FALSE, KernelName(c_eventNames[slot] + m_hexId).c_str());
-    if (event == nullptr)
+    const UniqueHandle event(OpenEventW(EVENT_ALL_ACCESS, FALSE, EventKernelName(slot).c_str()));
+    if (!event)
         throw std::runtime_error("there is no such event");
-    const bool signalled = WaitForSingleObject(event, 0) == WAIT_OBJECT_0;
-    ResetEvent(event);
-    CloseHandle(event);
+    const bool signalled = WaitForSingleObject(event.Get(), 0) == WAIT_OBJECT_0;
+    ResetEvent(event.Get());
     return signalled;
 }
 
-bool Host::EventExists(unsigned slot) const
+std::wstring CHostWithStandIns::EventKernelName(unsigned slot) const
 {
-    HANDLE const event = OpenEventW(SYNCHRONIZE, FALSE, KernelName(c_eventNames[slot] + m_hexId).c_str());
-    if (event != nullptr)
-        CloseHandle(event);
-    return event != nullptr;
+    return KernelName(contract::EventName(slot, m_id));
 }
 
-std::wstring Host::KernelName(const std::wstring& name)
+CHostWithStandIns::Lines CHostWithStandIns::ConstructionLines() const
 {
-    return (g_SecManager.UsePrivateNamespace() ? L"OrvP\\" : L"Local\\") + name;
-}
-
-Host::Lines Host::ConstructionLines() const
-{
-    Lines lines;
-    for (const wchar_t* name : c_eventNames)
-        lines.push_back(L"CProxySecManager::OrvPCreateEvent CreateEvent " + KernelName(name + m_hexId) +
-                        L" succeeded \n");
+    Lines lines = contract::EventLines(KernelName(L""), m_hexId);
     lines.push_back(L"CHost::CHost Executing CorBindToRuntimeEx\n");
     lines.push_back(L"runtime bind v2.0.50727 svr 2 90f1a06e-7712-4762-86b57a5eba6bdb02 "
                     L"90f1a06c-7712-4762-86b57a5eba6bdb02\n");
     return lines;
 }
 
-Host::Lines Host::OpenedShareLines() const
+CHostWithStandIns::Lines CHostWithStandIns::OpenedShareLines() const
 {
-    Lines lines{
-        L"CProxyShare::Create Size of Share is 116197744 bytes\n",
-        L"CProxyMap::OpenMap Open Map Name: " + m_shareName + L"\n",
-    };
-    for (unsigned i = 0; i < 7; ++i)
-        lines.push_back(L"CProxySecManager::OrvPCreateMutex Create Mutex " +
-                        KernelName(m_shareName + L"_" + std::to_wstring(i)) + L"\n");
-    lines.push_back(L"CHost::Init Opened share for pid = " + m_hexId + L"\n");
-    return lines;
+    return contract::OpenedShareLines(m_shareName, KernelName(m_shareName), m_hexId);
 }
 
-Host::Lines Host::CreatedShareLines() const
+CHostWithStandIns::Lines CHostWithStandIns::CreatedShareLines() const
 {
-    const Lines created{
-        L"CProxySecManager::OrvPOpenFileMapping Failed with <error 2>\n",
-        L"CProxyMap::OpenMap Open returned: <error 2>\n",
-        L"CProxySecManager::OrvPCreateFileMapping Create Named File Map: " + KernelName(m_shareName) + L"\n",
-        L"CProxyMap::Create created share " + m_shareName + L" successfully \n",
-    };
+    const Lines created{contract::c_openMappingFailedLine, contract::c_openMapFailedLine,
+                        contract::MappingCreatedLine(KernelName(m_shareName)), contract::MapCreatedLine(m_shareName)};
     Lines lines = OpenedShareLines();
     lines.insert(lines.begin() + 2, created.begin(), created.end());
     return lines;
 }
 
-Host::Lines Host::WaitLines(const wchar_t* eventName)
+CHostWithStandIns::Lines CHostWithStandIns::StopLines()
 {
-    return {L"CHost::Run Sleeping\n\n", L"CWBEvent::Wait Waiting\n\n",
-            L"CWBEvent::Wait Event is " + std::wstring(eventName) + L"\n"};
-}
-
-Host::Lines Host::StopLines()
-{
-    return Join(
-        {WaitLines(L"EV_STOP"),
+    return contract::Join(
+        {contract::WaitLines(L"EV_STOP"),
          {L"CHost::Run Stopping\n\n", L"CHost::Run WorkBench Exiting\n\n", L"window sent 12345678 83eb 0 0\n"}});
-}
-
-Host::Lines Host::Join(std::initializer_list<Lines> parts)
-{
-    Lines all;
-    for (const Lines& part : parts)
-        all.insert(all.end(), part.begin(), part.end());
-    return all;
 }

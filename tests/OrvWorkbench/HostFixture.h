@@ -2,9 +2,11 @@
 
 #include "OrvProfiler/OrvWorkbench/Host.h"
 #include "OrvProfiler/OrvWorkbench/RuntimeHost.h"
-#include "tests/support/contract/ErrorTexts.h"
 #include "tests/support/contract/TraceCapture.h"
+#include "tests/support/contract/TraceLines.h"
 #include "tests/support/faults/ImportRedirect.h"
+#include "tests/support/worlds/ErrorTextStandIn.h"
+#include "tests/support/worlds/ForeignMapping.h"
 
 #include <windows.h>
 
@@ -23,29 +25,9 @@ struct ManagedCall
     std::wstring argument;
 };
 
-// The share as a client sees it: the bytes alone, at the offsets that both processes agreed on.
-class ClientView
-{
-public:
-    // Creates the share of that process id.
-    explicit ClientView(uint32_t id);
-    ~ClientView();
-    ClientView(const ClientView&) = delete;
-    ClientView& operator=(const ClientView&) = delete;
-
-    void SetWindow(uint64_t window);
-    void SetText(const std::wstring& text); // with its NUL
-    wchar_t* Text() const noexcept;
-    uint8_t* Bytes() const noexcept { return m_bytes; }
-
-private:
-    HANDLE m_mapping;
-    uint8_t* m_bytes = nullptr;
-};
-
 // A CHost of this process around a runtime, a window and waits that the test stands in for. What the host does to
 // them becomes a line of the trace, so that the trace tells the order of everything ("runtime ...", "window ...").
-class Host : public testing::Test
+class CHostWithStandIns : public testing::Test
 {
 protected:
     // The name of the assembly that every host here is given.
@@ -53,11 +35,11 @@ protected:
     static constexpr const wchar_t* c_type = L"OrvWorkBench.CInvoke";
     static constexpr uint64_t c_window = 0x12345678;
 
-    using Lines = std::vector<std::wstring>;
+    using Lines = contract::Lines;
     using Method = std::function<HRESULT(const ManagedCall& call, DWORD* returnValue)>;
 
-    Host();
-    ~Host() override;
+    CHostWithStandIns();
+    ~CHostWithStandIns() override;
 
     // A client that has made the share and stored its window.
     void ClientIsThere();
@@ -73,25 +55,20 @@ protected:
 
     // Whether the event of a slot is signalled; clears it.
     bool TakeSignal(unsigned slot) const;
-    bool EventExists(unsigned slot) const;
+    std::wstring EventKernelName(unsigned slot) const;
 
     // The lines of the constructor, up to and with the binding, and after a binding and start that succeed.
     Lines ConstructionLines() const;
     // The lines of Init when the client has made the share, and when it has not.
     Lines OpenedShareLines() const;
     Lines CreatedShareLines() const;
-    // The lines of one wait that ends with that slot's event.
-    static Lines WaitLines(const wchar_t* eventName);
     static Lines StopLines();
-    static Lines Join(std::initializer_list<Lines> parts);
-    // The kernel name of an object of this session.
-    static std::wstring KernelName(const std::wstring& name);
 
     const uint32_t m_id = GetCurrentProcessId();
     const std::wstring m_hexId;
     const std::wstring m_shareName;
     TraceCapture m_trace;
-    ErrorTexts m_errorTexts;
+    ErrorTextStandIn m_errorTexts;
 
     HRESULT m_bindStatus = S_OK;
     bool m_bindGivesHost = true;
@@ -119,12 +96,12 @@ private:
     static DWORD WINAPI WaitForEvents(DWORD count, const HANDLE* handles, BOOL all, DWORD timeoutMs);
 
     std::deque<ScriptedWait> m_waits;
-    std::unique_ptr<ClientView> m_client;
+    std::unique_ptr<ClientShare> m_client;
     Redirect<decltype(CorBindToRuntimeEx)> m_bind;
     Redirect<decltype(PostMessageW)> m_post;
     Redirect<decltype(SendMessageW)> m_send;
     Redirect<decltype(WaitForMultipleObjects)> m_wait;
 
 protected:
-    ClientView& Client() { return *m_client; }
+    ClientShare& Client() { return *m_client; }
 };

@@ -1,7 +1,7 @@
 #include "OrvProfiler/foundation/Trace.h"
 #include "tests/OrvWorkbench/HostFixture.h"
 #include "tests/support/contract/LogFile.h"
-#include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/worlds/FreshNames.h"
 
 #include <cstdio>
 #include <stdexcept>
@@ -44,10 +44,10 @@ int Flush(FILE* file)
     return EOF;
 }
 
-class HostLog : public Host, public testing::WithParamInterface<FullDisk>
+class CHostOnAFullDisk : public CHostWithStandIns, public testing::WithParamInterface<FullDisk>
 {
 protected:
-    HostLog()
+    CHostOnAFullDisk()
         : m_folder(FreshFolder()), m_path(m_folder + L"\\full.log"), m_write("fputws", Write),
           m_flush("fflush", Flush)
     {
@@ -57,7 +57,7 @@ protected:
         g_way = GetParam();
         g_lost.clear();
     }
-    ~HostLog() override
+    ~CHostOnAFullDisk() override
     {
         DeleteFileW(m_path.c_str());
         RemoveDirectoryW(m_folder.c_str());
@@ -100,10 +100,10 @@ private:
 };
 } // namespace
 
-TEST_P(HostLog, LosesOnlyWhatTheFullDiskDidNotTakeAndEveryCommandIsServed)
+TEST_P(CHostOnAFullDisk, LosesOnlyWhatTheFullDiskDidNotTakeAndEveryCommandIsServed)
 {
     ClientIsThere();
-    Client().SetText(L"text");
+    Client().WriteText(L"text");
     TraceOpen(m_path.c_str());
     size_t linesBefore = 0;
     std::wstring released;
@@ -135,6 +135,6 @@ TEST_P(HostLog, LosesOnlyWhatTheFullDiskDidNotTakeAndEveryCommandIsServed)
     EXPECT_TRUE(expected == released) << "complete when the log is closed";
 }
 
-INSTANTIATE_TEST_SUITE_P(When, HostLog,
+INSTANTIATE_TEST_SUITE_P(When, CHostOnAFullDisk,
                          testing::Values(FullDisk::WriteFails, FullDisk::WriteRaises, FullDisk::FlushFails,
                                          FullDisk::FlushRaises));

@@ -1,15 +1,23 @@
 #include "OrvProfiler/share/ProxyShare.h"
 #include "tests/OrvWorkbench/HostFixture.h"
+#include "tests/support/contract/Contract.h"
+#include "tests/support/contract/TraceLines.h"
 #include "tests/support/faults/AllocationProbe.h"
+#include "tests/support/faults/CallRecorder.h"
+#include "tests/support/faults/HeldResources.h"
 #include "tests/support/faults/PageFault.h"
-#include "tests/support/faults/SystemCall.h"
-#include "tests/support/worlds/SystemProbe.h"
 
 #include <atomic>
+#include <cstring>
 #include <optional>
 #include <stdexcept>
 #include <thread>
 
+using contract::c_textUnits;
+using contract::Command;
+using contract::Join;
+using contract::KernelName;
+using contract::WaitLines;
 using testing::Contains;
 using testing::Each;
 using testing::ElementsAre;
@@ -21,36 +29,14 @@ using testing::Not;
 
 namespace
 {
-constexpr size_t c_greatestText = 35226; // units, without a NUL
 constexpr DWORD c_abandoned = 128;
 constexpr DWORD c_timeout = 258;
 constexpr DWORD c_failed = 0xFFFFFFFF;
 
-// What a command does: its event, its line up to the text, its method, and whether the breakpoint step follows.
-struct CommandCase
-{
-    unsigned slot;
-    const wchar_t* eventName;
-    const wchar_t* line;
-    const wchar_t* method;
-    bool takesText;
-    bool breaks;
-};
-
-constexpr CommandCase c_commandCases[] = {
-    {1, L"EV_LOAD", L"CHost::Run Command is Load: ", L"LoadAssembly", true, false},
-    {2, L"EV_CREATE", L"CHost::Run Command is Create: ", L"CreateType", true, true},
-    {3, L"EV_INVOKE", L"CHost::Run Command is Invoke: ", L"Invoke", true, true},
-    {4, L"EV_DELETE", L"CHost::Run Command is Delete: ", L"Delete", true, false},
-    {5, L"EV_RESET", L"CHost::Run Command is Reset: ", L"Reset", false, false},
-    {6, L"EV_SUCCESS", L"CHost::Run Command is Get: ", L"GetProperty", true, true},
-    {7, L"EV_FAILED", L"CHost::Run Command is Set: ", L"SetProperty", true, true},
-};
-
-class HostLoop : public Host
+class CHostRun : public CHostWithStandIns
 {
 protected:
-    HostLoop() { ClientIsThere(); }
+    CHostRun() { ClientIsThere(); }
 
     // The lines from the start of Run to the ready message.
     Lines ReadyLines() const
@@ -68,11 +54,12 @@ protected:
                 L"runtime OrvBreakPoint \"\"\n",
                 L"CHost::Breakpoint breakpointed workbench ok\n\n"};
     }
-    static Lines CommandLines(const CommandCase& command, const wchar_t* text, const wchar_t* outcome)
+    static Lines CommandLines(const Command& command, const wchar_t* text, const wchar_t* outcome)
     {
+        const std::wstring method(command.method, command.method + std::strlen(command.method));
         return Join({WaitLines(command.eventName),
-                     {command.line + std::wstring(text) + L"\n", L"runtime " + std::wstring(command.method) + L" \"" +
-                                                                     (command.takesText ? text : L"") + L"\"\n"},
+                     {L"CHost::Run Command is " + std::wstring(command.word) + L": " + text + L"\n",
+                      L"runtime " + method + L" \"" + (command.takesText ? text : L"") + L"\"\n"},
                      command.breaks ? BreakpointLines() : Lines{},
                      {outcome}});
     }
@@ -87,20 +74,20 @@ protected:
 
 } // namespace
 
-TEST_F(Host, OpensTheShareThatTheClientMade)
+TEST_F(CHostWithStandIns, OpensTheShareThatTheClientMade)
 {
     ClientIsThere();
-    Client().SetText(L"text");
+    Client().WriteText(L"text");
     CHost host(m_id, c_assembly, c_type);
     m_trace.Clear();
     EXPECT_TRUE(host.Init());
     EXPECT_THAT(m_trace.Lines(), ElementsAreArray(OpenedShareLines()));
     ASSERT_NE(nullptr, g_pShare);
     EXPECT_FALSE(g_pShare->IsCreated());
-    EXPECT_STREQ(L"text", Client().Text());
+    EXPECT_STREQ(L"text", Client().TextField());
 }
 
-TEST_F(Host, CreatesTheShareWhenThereIsNone)
+TEST_F(CHostWithStandIns, CreatesTheShareWhenThereIsNone)
 {
     CHost host(m_id, c_assembly, c_type);
     m_trace.Clear();
@@ -110,7 +97,7 @@ TEST_F(Host, CreatesTheShareWhenThereIsNone)
     EXPECT_TRUE(g_pShare->IsCreated());
 }
 
-TEST_F(Host, KeepsTheShareObjectThatTheProcessHas)
+TEST_F(CHostWithStandIns, KeepsTheShareObjectThatTheProcessHas)
 {
     ClientIsThere();
     CHost host(m_id, c_assembly, c_type);
@@ -122,7 +109,7 @@ TEST_F(Host, KeepsTheShareObjectThatTheProcessHas)
     EXPECT_THAT(m_trace.Lines(), ElementsAreArray(OpenedShareLines()));
 }
 
-TEST_F(Host, LeavesTheShareToTheProcess)
+TEST_F(CHostWithStandIns, LeavesTheShareToTheProcess)
 {
     ClientIsThere();
     {
@@ -133,25 +120,22 @@ TEST_F(Host, LeavesTheShareToTheProcess)
     EXPECT_NE(nullptr, g_pShare->GetControl());
 }
 
-TEST_F(Host, SucceedsAlsoWithoutAShare)
+TEST_F(CHostWithStandIns, SucceedsAlsoWithoutAShare)
 {
-    const SystemCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_NOT_ENOUGH_MEMORY);
+    const FailingCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_NOT_ENOUGH_MEMORY);
     CHost host(m_id, c_assembly, c_type);
     m_trace.Clear();
     EXPECT_TRUE(host.Init());
     EXPECT_THAT(m_trace.Lines(),
-                ElementsAre(L"CProxyShare::Create Size of Share is 116197744 bytes\n",
-                            L"CProxyMap::OpenMap Open Map Name: " + m_shareName + L"\n",
-                            L"CProxySecManager::OrvPOpenFileMapping Failed with <error 2>\n",
-                            L"CProxyMap::OpenMap Open returned: <error 2>\n",
-                            L"CProxySecManager::OrvPCreateFileMapping Create Named File Map: " +
-                                KernelName(m_shareName) + L"\n",
+                ElementsAre(contract::c_shareSizeLine, contract::OpenMapLine(m_shareName),
+                            contract::c_openMappingFailedLine, contract::c_openMapFailedLine,
+                            contract::MappingCreatedLine(KernelName(m_shareName)),
                             L"CProxySecManager::OrvPCreateFileMapping Failed with <error 8>\n",
                             L"CProxyMap::Create create share " + m_shareName + L" failed\n<error 8>\n",
                             L"CHost::Init Failed to open share\n\n"));
 }
 
-TEST_F(Host, DoesNotRunWithoutMemoryForTheShareObject)
+TEST_F(CHostWithStandIns, DoesNotRunWithoutMemoryForTheShareObject)
 {
     CHost host(m_id, c_assembly, c_type);
     m_trace.Clear();
@@ -172,7 +156,7 @@ TEST_F(Host, DoesNotRunWithoutMemoryForTheShareObject)
     EXPECT_FALSE(TakeSignal(9));
 }
 
-TEST_F(Host, DoesNotRunWhenOpeningTheShareThrows)
+TEST_F(CHostWithStandIns, DoesNotRunWhenOpeningTheShareThrows)
 {
     ClientIsThere();
     CHost host(m_id, c_assembly, c_type);
@@ -186,7 +170,7 @@ TEST_F(Host, DoesNotRunWhenOpeningTheShareThrows)
     EXPECT_THAT(m_trace.Lines(), Not(Contains(testing::StartsWith(L"window"))));
 }
 
-TEST_F(Host, DoesNotRunWithoutTheClientsWindow)
+TEST_F(CHostWithStandIns, DoesNotRunWithoutTheClientsWindow)
 {
     CHost host(m_id, c_assembly, c_type);
     m_trace.Clear();
@@ -200,9 +184,9 @@ TEST_F(Host, DoesNotRunWithoutTheClientsWindow)
     EXPECT_EQ(nullptr, g_hZephWnd);
 }
 
-TEST_F(Host, DoesNotRunWithoutAShare)
+TEST_F(CHostWithStandIns, DoesNotRunWithoutAShare)
 {
-    const SystemCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_NOT_ENOUGH_MEMORY);
+    const FailingCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_NOT_ENOUGH_MEMORY);
     CHost host(m_id, c_assembly, c_type);
     m_trace.Clear();
     EXPECT_EQ(0, host.Run());
@@ -214,10 +198,10 @@ TEST_F(Host, DoesNotRunWithoutAShare)
     EXPECT_TRUE(TakeSignal(9));
 }
 
-TEST_F(Host, ReadsTheWindowAsAWhole64BitHandle)
+TEST_F(CHostWithStandIns, ReadsTheWindowAsAWhole64BitHandle)
 {
     ClientIsThere();
-    Client().SetWindow(0xFEDCBA9876543210);
+    Client().StoreWindow(0xFEDCBA9876543210);
     CHost host(m_id, c_assembly, c_type);
     EXPECT_EQ(1, host.Run());
     EXPECT_EQ(0xFEDCBA9876543210, reinterpret_cast<uintptr_t>(g_hZephWnd));
@@ -226,14 +210,14 @@ TEST_F(Host, ReadsTheWindowAsAWhole64BitHandle)
     EXPECT_THAT(m_trace.Lines(), Contains(L"window sent fedcba9876543210 83eb 0 0\n"));
 }
 
-TEST_F(HostLoop, IsReadyBeforeTheFirstWaitAndEndsWithAStop)
+TEST_F(CHostRun, IsReadyBeforeTheFirstWaitAndEndsWithAStop)
 {
     EXPECT_EQ(1, Serve());
     EXPECT_THAT(m_trace.Lines(), ElementsAreArray(Join({ReadyLines(), StopLines(), {L"runtime release\n"}})));
     EXPECT_THAT(m_calls, IsEmpty());
 }
 
-TEST_F(HostLoop, AnswersNoStop)
+TEST_F(CHostRun, AnswersNoStop)
 {
     CHost host(m_id, c_assembly, c_type);
     EXPECT_EQ(1, host.Run());
@@ -242,7 +226,7 @@ TEST_F(HostLoop, AnswersNoStop)
     EXPECT_FALSE(TakeSignal(10));
 }
 
-TEST_F(HostLoop, DoesNotCareWhatTheWindowAnswersToReadyAndExiting)
+TEST_F(CHostRun, DoesNotCareWhatTheWindowAnswersToReadyAndExiting)
 {
     m_sendAnswer = 0;
     m_sendError = 1400;
@@ -250,10 +234,10 @@ TEST_F(HostLoop, DoesNotCareWhatTheWindowAnswersToReadyAndExiting)
     EXPECT_THAT(m_trace.Lines(), ElementsAreArray(Join({ReadyLines(), StopLines(), {L"runtime release\n"}})));
 }
 
-TEST_F(HostLoop, CarriesOutEachCommand)
+TEST_F(CHostRun, CarriesOutEachCommand)
 {
-    Client().SetText(L"the text");
-    for (const CommandCase& command : c_commandCases)
+    Client().WriteText(L"the text");
+    for (const Command& command : contract::c_commands)
     {
         SCOPED_TRACE(testing::PrintToString(std::wstring(command.eventName)));
         bool responded = false;
@@ -270,14 +254,14 @@ TEST_F(HostLoop, CarriesOutEachCommand)
     }
 }
 
-TEST_F(HostLoop, ReportsEachCommandThatFails)
+TEST_F(CHostRun, ReportsEachCommandThatFails)
 {
-    Client().SetText(L"the text");
+    Client().WriteText(L"the text");
     m_method = [](const ManagedCall&, DWORD* returnValue) {
         *returnValue = 1;
         return S_OK;
     };
-    for (const CommandCase& command : c_commandCases)
+    for (const Command& command : contract::c_commands)
     {
         SCOPED_TRACE(testing::PrintToString(std::wstring(command.eventName)));
         bool responded = false;
@@ -299,9 +283,9 @@ TEST_F(HostLoop, ReportsEachCommandThatFails)
     }
 }
 
-TEST_F(HostLoop, ReportsACallThatTheRuntimeRefusesAsFailed)
+TEST_F(CHostRun, ReportsACallThatTheRuntimeRefusesAsFailed)
 {
-    Client().SetText(L"x");
+    Client().WriteText(L"x");
     m_method = [](const ManagedCall& call, DWORD* returnValue) {
         *returnValue = 5;
         return call.method == L"OrvBreakPoint" ? S_OK : E_FAIL;
@@ -322,7 +306,7 @@ TEST_F(HostLoop, ReportsACallThatTheRuntimeRefusesAsFailed)
     EXPECT_TRUE(responded);
 }
 
-TEST_F(HostLoop, SplitsResultsBetweenFourAndFive)
+TEST_F(CHostRun, SplitsResultsBetweenFourAndFive)
 {
     struct Case
     {
@@ -366,9 +350,9 @@ TEST_F(HostLoop, SplitsResultsBetweenFourAndFive)
     }
 }
 
-TEST_F(HostLoop, PassesNothingToResetWhateverTheTextIs)
+TEST_F(CHostRun, PassesNothingToResetWhateverTheTextIs)
 {
-    Client().SetText(L"left over");
+    Client().WriteText(L"left over");
     NextWait(5);
     Serve();
     ASSERT_EQ(1U, m_calls.size());
@@ -376,7 +360,7 @@ TEST_F(HostLoop, PassesNothingToResetWhateverTheTextIs)
     EXPECT_THAT(m_trace.Lines(), Contains(L"CHost::Run Command is Reset: left over\n"));
 }
 
-TEST_F(HostLoop, TakesTheTextAsItIs)
+TEST_F(CHostRun, TakesTheTextAsItIs)
 {
     const std::wstring texts[] = {
         L"", L" ", L"%s%s%s%n %d 100% %%", L"a\tb\r\nc", L"\"quoted\" \\ back", L"\x20AC\x4E2D\xD83D\xDE00 \xD800",
@@ -384,7 +368,7 @@ TEST_F(HostLoop, TakesTheTextAsItIs)
     for (const std::wstring& text : texts)
     {
         m_calls.clear();
-        Client().SetText(text);
+        Client().WriteText(text);
         NextWait(1);
         Serve();
         ASSERT_EQ(1U, m_calls.size());
@@ -393,26 +377,26 @@ TEST_F(HostLoop, TakesTheTextAsItIs)
     }
 }
 
-TEST_F(HostLoop, ReadsAnUnterminatedTextUpToTheEndOfTheControlBlock)
+TEST_F(CHostRun, ReadsAnUnterminatedTextUpToTheEndOfTheControlBlock)
 {
-    std::fill_n(Client().Text(), c_greatestText, L'a');
-    std::fill_n(Client().Text() + c_greatestText, 1000, L'b');
+    std::fill_n(Client().TextField(), c_textUnits, L'a');
+    std::fill_n(Client().TextField() + c_textUnits, 1000, L'b');
     NextWait(1);
     Serve();
     ASSERT_EQ(1U, m_calls.size());
-    EXPECT_EQ(std::wstring(c_greatestText, L'a'), m_calls[0].argument);
+    EXPECT_EQ(std::wstring(c_textUnits, L'a'), m_calls[0].argument);
 
     m_calls.clear();
-    Client().Text()[c_greatestText - 1] = L'\0';
+    Client().TextField()[c_textUnits - 1] = L'\0';
     NextWait(1);
     Serve();
-    EXPECT_EQ(std::wstring(c_greatestText - 1, L'a'), m_calls.at(0).argument);
+    EXPECT_EQ(std::wstring(c_textUnits - 1, L'a'), m_calls.at(0).argument);
 }
 
-TEST_F(HostLoop, CutsTheLineOfALongTextButNotTheArgument)
+TEST_F(CHostRun, CutsTheLineOfALongTextButNotTheArgument)
 {
     const std::wstring text(2000, L'x');
-    Client().SetText(text);
+    Client().WriteText(text);
     NextWait(1);
     Serve();
     EXPECT_EQ(text, m_calls.at(0).argument);
@@ -425,23 +409,23 @@ TEST_F(HostLoop, CutsTheLineOfALongTextButNotTheArgument)
     EXPECT_THAT(cut, ElementsAre(1024));
 }
 
-TEST_F(HostLoop, ReadsTheTextOfEachCommandAnew)
+TEST_F(CHostRun, ReadsTheTextOfEachCommandAnew)
 {
-    Client().SetText(L"first");
+    Client().WriteText(L"first");
     NextWait(1);
-    NextWait(4, [this] { Client().SetText(L"2nd"); });
+    NextWait(4, [this] { Client().WriteText(L"2nd"); });
     Serve();
     ASSERT_EQ(2U, m_calls.size());
     EXPECT_EQ(L"first", m_calls[0].argument);
     EXPECT_EQ(L"2nd", m_calls[1].argument);
 }
 
-TEST_F(HostLoop, KeepsTheArgumentWhenTheClientChangesTheTextDuringTheCall)
+TEST_F(CHostRun, KeepsTheArgumentWhenTheClientChangesTheTextDuringTheCall)
 {
-    Client().SetText(L"before");
+    Client().WriteText(L"before");
     std::wstring seen;
     m_method = [&](const ManagedCall& call, DWORD* returnValue) {
-        Client().SetText(L"afterwards");
+        Client().WriteText(L"afterwards");
         seen = call.argument;
         *returnValue = 5;
         return S_OK;
@@ -452,18 +436,18 @@ TEST_F(HostLoop, KeepsTheArgumentWhenTheClientChangesTheTextDuringTheCall)
     EXPECT_THAT(m_trace.Lines(), Contains(L"CHost::Run Command is Load: before\n"));
 }
 
-TEST_F(HostLoop, StaysWithinTheTextWhileTheClientWritesIt)
+TEST_F(CHostRun, StaysWithinTheTextWhileTheClientWritesIt)
 {
     constexpr int commands = 60;
-    std::fill_n(Client().Text(), c_greatestText, L'a');
-    std::fill_n(Client().Text() + c_greatestText, 1000, L'z');
+    std::fill_n(Client().TextField(), c_textUnits, L'a');
+    std::fill_n(Client().TextField() + c_textUnits, 1000, L'z');
     std::atomic<bool> stop{false};
     std::thread writer([&] {
-        volatile wchar_t* const text = Client().Text();
+        volatile wchar_t* const text = Client().TextField();
         while (!stop)
         {
             // The end comes and goes at several places.
-            for (const size_t end : {size_t{10}, c_greatestText / 2, c_greatestText - 1})
+            for (const size_t end : {size_t{10}, c_textUnits / 2, c_textUnits - 1})
             {
                 text[end] = L'\0';
                 for (size_t i = 0; i < 100; ++i)
@@ -480,12 +464,12 @@ TEST_F(HostLoop, StaysWithinTheTextWhileTheClientWritesIt)
     ASSERT_EQ(static_cast<size_t>(commands), m_calls.size());
     for (const ManagedCall& call : m_calls)
     {
-        EXPECT_LE(call.argument.size(), c_greatestText);
+        EXPECT_LE(call.argument.size(), c_textUnits);
         EXPECT_EQ(std::wstring::npos, call.argument.find_first_not_of(L"ab"));
     }
 }
 
-TEST_F(HostLoop, WaitsOnAfterATimeOut)
+TEST_F(CHostRun, WaitsOnAfterATimeOut)
 {
     NextWait(c_timeout);
     NextWait(c_timeout);
@@ -496,7 +480,7 @@ TEST_F(HostLoop, WaitsOnAfterATimeOut)
                 ElementsAreArray(Join({ReadyLines(), heartbeat, heartbeat, StopLines(), {L"runtime release\n"}})));
 }
 
-TEST_F(HostLoop, EndsWhenTheWaitFails)
+TEST_F(CHostRun, EndsWhenTheWaitFails)
 {
     NextWait(c_failed);
     CHost host(m_id, c_assembly, c_type);
@@ -512,7 +496,7 @@ TEST_F(HostLoop, EndsWhenTheWaitFails)
     EXPECT_FALSE(TakeSignal(8));
 }
 
-TEST_F(HostLoop, EndsWhenACommandEventIsMissing)
+TEST_F(CHostRun, EndsWhenACommandEventIsMissing)
 {
     // The fourth event is the invoke command's.
     static int s_created;
@@ -529,7 +513,7 @@ TEST_F(HostLoop, EndsWhenACommandEventIsMissing)
     EXPECT_TRUE(TakeSignal(9));
 }
 
-TEST_F(HostLoop, EndsWhenAnEventIsAbandoned)
+TEST_F(CHostRun, EndsWhenAnEventIsAbandoned)
 {
     for (const DWORD slot : {0UL, 3UL, 7UL})
     {
@@ -549,7 +533,7 @@ TEST_F(HostLoop, EndsWhenAnEventIsAbandoned)
     EXPECT_THAT(m_calls, IsEmpty());
 }
 
-TEST_F(HostLoop, EndsWithoutAResponseWhenACallThrows)
+TEST_F(CHostRun, EndsWithoutAResponseWhenACallThrows)
 {
     const Method throwers[] = {
         [](const ManagedCall&, DWORD*) -> HRESULT { throw std::runtime_error("on purpose"); },
@@ -558,7 +542,7 @@ TEST_F(HostLoop, EndsWithoutAResponseWhenACallThrows)
     for (const Method& thrower : throwers)
     {
         m_method = thrower;
-        Client().SetText(L"x");
+        Client().WriteText(L"x");
         NextWait(1);
         CHost host(m_id, c_assembly, c_type);
         m_trace.Clear();
@@ -576,7 +560,7 @@ TEST_F(HostLoop, EndsWithoutAResponseWhenACallThrows)
     EXPECT_EQ(2, m_releases);
 }
 
-TEST_F(HostLoop, EndsWhenTheBreakpointThrows)
+TEST_F(CHostRun, EndsWhenTheBreakpointThrows)
 {
     m_method = [](const ManagedCall& call, DWORD* returnValue) -> HRESULT {
         if (call.method == L"OrvBreakPoint")
@@ -598,7 +582,7 @@ TEST_F(HostLoop, EndsWhenTheBreakpointThrows)
     EXPECT_FALSE(TakeSignal(9));
 }
 
-TEST_F(HostLoop, EndsWhenTheTextCannotBeRead)
+TEST_F(CHostRun, EndsWhenTheTextCannotBeRead)
 {
     std::optional<UnreadablePage> page;
     NextWait(1, [&] { page.emplace(g_pShare->GetControl()->commandText); });
@@ -615,32 +599,32 @@ TEST_F(HostLoop, EndsWhenTheTextCannotBeRead)
     EXPECT_FALSE(TakeSignal(9));
 }
 
-TEST_F(HostLoop, CarriesOnWhenAResponseCannotBeSignalled)
+TEST_F(CHostRun, CarriesOnWhenAResponseCannotBeSignalled)
 {
     NextWait(1);
     CHost host(m_id, c_assembly, c_type);
     m_trace.Clear();
-    const SystemCall<decltype(SetEvent)> setEvent("SetEvent", ERROR_INVALID_HANDLE);
+    const FailingCall<decltype(SetEvent)> setEvent("SetEvent", ERROR_INVALID_HANDLE);
     EXPECT_EQ(1, host.Run());
     EXPECT_THAT(m_trace.Lines(),
-                ElementsAreArray(Join(
-                    {ReadyLines(),
-                     CommandLines(c_commandCases[0], L"", L"CHost::Run command succeeded, result = ActionSuccess\n"),
-                     {L"CWBEvent::Set Failed to set event EV_BREAKPOINT\n"},
-                     StopLines()})));
+                ElementsAreArray(Join({ReadyLines(),
+                                       CommandLines(contract::c_commands[0], L"",
+                                                    L"CHost::Run command succeeded, result = ActionSuccess\n"),
+                                       {L"CWBEvent::Set Failed to set event EV_BREAKPOINT\n"},
+                                       StopLines()})));
 }
 
-TEST_F(HostLoop, ServesWithoutARuntime)
+TEST_F(CHostRun, ServesWithoutARuntime)
 {
     m_bindStatus = E_FAIL;
     m_bindGivesHost = false;
-    Client().SetText(L"x");
-    for (const CommandCase& command : c_commandCases)
+    Client().WriteText(L"x");
+    for (const Command& command : contract::c_commands)
         NextWait(command.slot);
     EXPECT_EQ(1, Serve());
     EXPECT_THAT(m_calls, IsEmpty());
     Lines expected = ReadyLines();
-    for (const CommandCase& command : c_commandCases)
+    for (const Command& command : contract::c_commands)
     {
         Lines lines = CommandLines(command, L"x", L"CHost::Run command failed, result = ActionFail\n");
         // The call is refused before it reaches a runtime, and so is the breakpoint's.
@@ -655,7 +639,7 @@ TEST_F(HostLoop, ServesWithoutARuntime)
     EXPECT_THAT(m_trace.Lines(), ElementsAreArray(Join({expected, StopLines()})));
 }
 
-TEST_F(HostLoop, LosesNoHandleOverManyCommands)
+TEST_F(CHostRun, LosesNoHandleOverManyCommands)
 {
     CHost host(m_id, c_assembly, c_type);
     EXPECT_EQ(1, host.Run());

@@ -1,12 +1,18 @@
 #include "OrvProfiler/foundation/Trace.h"
 #include "tests/OrvWorkbench/HostFixture.h"
+#include "tests/support/contract/Contract.h"
 #include "tests/support/contract/LogFile.h"
-#include "tests/support/faults/SystemCall.h"
-#include "tests/support/worlds/SystemProbe.h"
-#include "tests/support/worlds/TestFile.h"
+#include "tests/support/contract/TraceLines.h"
+#include "tests/support/faults/CallRecorder.h"
+#include "tests/support/faults/HeldResources.h"
+#include "tests/support/worlds/FreshNames.h"
+#include "tests/support/worlds/NamedObjects.h"
+#include "tests/support/worlds/TemporaryFile.h"
 
 #include <iterator>
 
+using contract::Join;
+using contract::KernelName;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
@@ -74,25 +80,24 @@ TEST(WorkbenchMessages, HaveTheNumbersOfTheClient)
     EXPECT_EQ(0x83EBU, WM_WORKBENCH_EXITING);
 }
 
-TEST_F(Host, MakesItsEventsThenBindsAndStartsTheRuntime)
+TEST_F(CHostWithStandIns, MakesItsEventsThenBindsAndStartsTheRuntime)
 {
     const CHost host(m_id, c_assembly, c_type);
     EXPECT_THAT(m_trace.Lines(), ElementsAreArray(Join(
                                      {ConstructionLines(), {L"runtime start\n", L"CHost::CHost Loaded Runtime\n"}})));
     EXPECT_EQ(m_id, g_sharePid);
-    for (unsigned slot = 0; slot < 11; ++slot)
+    for (unsigned slot = 0; slot < contract::c_eventCount; ++slot)
         EXPECT_FALSE(TakeSignal(slot)) << slot;
 }
 
-TEST_F(Host, KeysItsEventsByTheWholeId)
+TEST_F(CHostWithStandIns, KeysItsEventsByTheWholeId)
 {
     const CHost host(0xFFFFFFFF, c_assembly, c_type);
-    EXPECT_EQ(L"CProxySecManager::OrvPCreateEvent CreateEvent " + KernelName(L"EV_STOPffffffff") + L" succeeded \n",
-              m_trace.Lines().at(0));
+    EXPECT_EQ(contract::EventCreatedLine(KernelName(L"EV_STOPffffffff")), m_trace.Lines().at(0));
     EXPECT_EQ(0xFFFFFFFF, g_sharePid);
 }
 
-TEST_F(Host, GoesOnWithoutARuntimeThatCannotBeBound)
+TEST_F(CHostWithStandIns, GoesOnWithoutARuntimeThatCannotBeBound)
 {
     m_bindStatus = Status(0x80131700);
     m_bindGivesHost = false;
@@ -109,7 +114,7 @@ TEST_F(Host, GoesOnWithoutARuntimeThatCannotBeBound)
     EXPECT_EQ(0, m_releases);
 }
 
-TEST_F(Host, KeepsButDoesNotStartARuntimeThatCameWithAFailingBind)
+TEST_F(CHostWithStandIns, KeepsButDoesNotStartARuntimeThatCameWithAFailingBind)
 {
     m_bindStatus = E_FAIL;
     {
@@ -121,7 +126,7 @@ TEST_F(Host, KeepsButDoesNotStartARuntimeThatCameWithAFailingBind)
     EXPECT_EQ(1, m_releases);
 }
 
-TEST_F(Host, TakesAnyStatusThatIsNotNegativeForSuccess)
+TEST_F(CHostWithStandIns, TakesAnyStatusThatIsNotNegativeForSuccess)
 {
     m_bindStatus = S_FALSE;
     m_startStatus = S_FALSE;
@@ -135,7 +140,7 @@ TEST_F(Host, TakesAnyStatusThatIsNotNegativeForSuccess)
     EXPECT_EQ(9, host.Execute(L"CreateType", L""));
 }
 
-TEST_F(Host, ToleratesABindThatSucceedsWithoutARuntime)
+TEST_F(CHostWithStandIns, ToleratesABindThatSucceedsWithoutARuntime)
 {
     m_bindGivesHost = false;
     {
@@ -150,7 +155,7 @@ TEST_F(Host, ToleratesABindThatSucceedsWithoutARuntime)
     EXPECT_EQ(0, m_releases);
 }
 
-TEST_F(Host, StillAsksARuntimeThatDidNotStart)
+TEST_F(CHostWithStandIns, StillAsksARuntimeThatDidNotStart)
 {
     m_startStatus = E_NOTIMPL;
     {
@@ -164,9 +169,9 @@ TEST_F(Host, StillAsksARuntimeThatDidNotStart)
     EXPECT_EQ(1, m_releases);
 }
 
-TEST_F(Host, GoesOnWithoutEventsThatCannotBeCreated)
+TEST_F(CHostWithStandIns, GoesOnWithoutEventsThatCannotBeCreated)
 {
-    const SystemCall<decltype(CreateEventW)> createEvent("CreateEventW", ERROR_NOT_ENOUGH_MEMORY);
+    const FailingCall<decltype(CreateEventW)> createEvent("CreateEventW", ERROR_NOT_ENOUGH_MEMORY);
     CHost host(m_id, c_assembly, c_type);
     EXPECT_EQ(11U, createEvent.Calls().size());
     EXPECT_EQ(L"CProxySecManager::OrvPCreateEvent CreateEvent " + KernelName(L"EV_STOP" + m_hexId) +
@@ -176,7 +181,7 @@ TEST_F(Host, GoesOnWithoutEventsThatCannotBeCreated)
     EXPECT_EQ(5, host.Execute(L"Delete", L"text"));
 }
 
-TEST_F(Host, KeepsCopiesOfItsTexts)
+TEST_F(CHostWithStandIns, KeepsCopiesOfItsTexts)
 {
     wchar_t assembly[] = L"Some.dll";
     wchar_t type[] = L"OrvWorkBench.CInvoke";
@@ -187,7 +192,7 @@ TEST_F(Host, KeepsCopiesOfItsTexts)
     EXPECT_EQ(L"OrvWorkBench.CInvoke", m_calls.at(0).type);
 }
 
-TEST_F(Host, CallsAManagedMethodWithTheTextAsItStands)
+TEST_F(CHostWithStandIns, CallsAManagedMethodWithTheTextAsItStands)
 {
     CHost host(m_id, c_assembly, c_type);
     const std::wstring longText(40000, L'x');
@@ -204,7 +209,7 @@ TEST_F(Host, CallsAManagedMethodWithTheTextAsItStands)
     }
 }
 
-TEST_F(Host, ReturnsTheManagedResultAsASignedNumber)
+TEST_F(CHostWithStandIns, ReturnsTheManagedResultAsASignedNumber)
 {
     CHost host(m_id, c_assembly, c_type);
     m_trace.Clear();
@@ -230,7 +235,7 @@ TEST_F(Host, ReturnsTheManagedResultAsASignedNumber)
     EXPECT_EQ(std::size(results), m_trace.Lines().size()) << "the calls themselves, and no line of the host's";
 }
 
-TEST_F(Host, CountsAMethodThatLeavesTheResultAloneAsZero)
+TEST_F(CHostWithStandIns, CountsAMethodThatLeavesTheResultAloneAsZero)
 {
     CHost host(m_id, c_assembly, c_type);
     DWORD before = 99;
@@ -242,7 +247,7 @@ TEST_F(Host, CountsAMethodThatLeavesTheResultAloneAsZero)
     EXPECT_EQ(0U, before);
 }
 
-TEST_F(Host, CountsACallThatTheRuntimeRefusesAsFailed)
+TEST_F(CHostWithStandIns, CountsACallThatTheRuntimeRefusesAsFailed)
 {
     CHost host(m_id, c_assembly, c_type);
     const unsigned long statuses[] = {0x80131023, 0x80004003, 0x80131513, 0x80070002, 0x8007000B,
@@ -260,7 +265,7 @@ TEST_F(Host, CountsACallThatTheRuntimeRefusesAsFailed)
     }
 }
 
-TEST_F(Host, SignalsSuccessThenTellsTheWindowThenEntersTheBreakpoint)
+TEST_F(CHostWithStandIns, SignalsSuccessThenTellsTheWindowThenEntersTheBreakpoint)
 {
     CHost host(m_id, c_assembly, c_type);
     g_hZephWnd = reinterpret_cast<HWND>(c_window);
@@ -281,11 +286,11 @@ TEST_F(Host, SignalsSuccessThenTellsTheWindowThenEntersTheBreakpoint)
     EXPECT_TRUE(signalled);
     EXPECT_EQ(L"Some.dll", m_calls.at(0).assembly);
     EXPECT_EQ(L"OrvWorkBench.CInvoke", m_calls.at(0).type);
-    for (unsigned slot = 0; slot < 11; ++slot)
+    for (unsigned slot = 0; slot < contract::c_eventCount; ++slot)
         EXPECT_FALSE(TakeSignal(slot)) << slot;
 }
 
-TEST_F(Host, ReportsAnIdleMessageAnsweredWithZeroAndGoesOn)
+TEST_F(CHostWithStandIns, ReportsAnIdleMessageAnsweredWithZeroAndGoesOn)
 {
     CHost host(m_id, c_assembly, c_type);
     g_hZephWnd = reinterpret_cast<HWND>(c_window);
@@ -306,7 +311,7 @@ TEST_F(Host, ReportsAnIdleMessageAnsweredWithZeroAndGoesOn)
     }
 }
 
-TEST_F(Host, HandsTheRuntimeAReturnValueOfZero)
+TEST_F(CHostWithStandIns, HandsTheRuntimeAReturnValueOfZero)
 {
     std::vector<DWORD> values;
     m_method = [&](const ManagedCall&, DWORD* returnValue) {
@@ -319,7 +324,7 @@ TEST_F(Host, HandsTheRuntimeAReturnValueOfZero)
     EXPECT_THAT(values, ElementsAre(0U, 0U));
 }
 
-TEST_F(Host, ReportsABreakpointThatTheRuntimeRefuses)
+TEST_F(CHostWithStandIns, ReportsABreakpointThatTheRuntimeRefuses)
 {
     CHost host(m_id, c_assembly, c_type);
     m_method = [](const ManagedCall&, DWORD* returnValue) {
@@ -330,12 +335,12 @@ TEST_F(Host, ReportsABreakpointThatTheRuntimeRefuses)
     EXPECT_EQ(L"CHost::Breakpoint breakpointed workbench failed\n\n", m_trace.Lines().back());
 }
 
-TEST_F(Host, EntersTheBreakpointAlsoWhenSuccessCannotBeSignalled)
+TEST_F(CHostWithStandIns, EntersTheBreakpointAlsoWhenSuccessCannotBeSignalled)
 {
     CHost host(m_id, c_assembly, c_type);
     g_hZephWnd = reinterpret_cast<HWND>(c_window);
     m_trace.Clear();
-    const SystemCall<decltype(SetEvent)> setEvent("SetEvent", ERROR_INVALID_HANDLE);
+    const FailingCall<decltype(SetEvent)> setEvent("SetEvent", ERROR_INVALID_HANDLE);
     EXPECT_EQ(5, host.Breakpoint());
     EXPECT_EQ(1U, setEvent.Calls().size());
     EXPECT_THAT(m_trace.Lines(),
@@ -347,12 +352,12 @@ TEST_F(Host, EntersTheBreakpointAlsoWhenSuccessCannotBeSignalled)
                             L"runtime OrvBreakPoint \"\"\n", L"CHost::Breakpoint breakpointed workbench ok\n\n"));
 }
 
-TEST_F(Host, ClosesTheLogThenReleasesTheRuntimeThenClosesItsEvents)
+TEST_F(CHostWithStandIns, ClosesTheLogThenReleasesTheRuntimeThenClosesItsEvents)
 {
     const ScratchFolder folder;
     const std::wstring path = folder.Path() + L"\\host.log";
     bool eventsExisted = false;
-    m_release = [&] { eventsExisted = EventExists(0) && EventExists(10); };
+    m_release = [&] { eventsExisted = EventExists(EventKernelName(0)) && EventExists(EventKernelName(10)); };
     TraceOpen(path.c_str());
     {
         const CHost host(m_id, c_assembly, c_type);
@@ -361,13 +366,13 @@ TEST_F(Host, ClosesTheLogThenReleasesTheRuntimeThenClosesItsEvents)
     EXPECT_THAT(m_trace.Lines(), ElementsAre(L"runtime release\n"));
     EXPECT_EQ(L"CHost::CHost Loaded Runtime", LogLines(FileBytes(path)).back());
     EXPECT_TRUE(eventsExisted);
-    for (unsigned slot = 0; slot < 11; ++slot)
-        EXPECT_FALSE(EventExists(slot)) << slot;
+    for (unsigned slot = 0; slot < contract::c_eventCount; ++slot)
+        EXPECT_FALSE(EventExists(EventKernelName(slot))) << slot;
     EXPECT_EQ(1, m_releases);
     EXPECT_NE(FALSE, DeleteFileW(path.c_str())) << "the log is closed";
 }
 
-TEST_F(Host, LeavesNoHandleOpen)
+TEST_F(CHostWithStandIns, LeavesNoHandleOpen)
 {
     const unsigned before = OpenHandleCount();
     {
@@ -377,7 +382,7 @@ TEST_F(Host, LeavesNoHandleOpen)
     EXPECT_EQ(before, OpenHandleCount());
 }
 
-TEST_F(Host, IsDestroyedThroughItsOwnType)
+TEST_F(CHostWithStandIns, IsDestroyedThroughItsOwnType)
 {
     struct Derived : CHost
     {

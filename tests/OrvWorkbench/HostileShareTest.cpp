@@ -1,11 +1,12 @@
 #include "OrvProfiler/foundation/Trace.h"
 #include "OrvProfiler/share/ProxyShare.h"
 #include "tests/OrvWorkbench/HostFixture.h"
+#include "tests/support/contract/Contract.h"
 #include "tests/support/contract/LogFile.h"
-#include "tests/support/faults/FuzzRounds.h"
-#include "tests/support/worlds/ShareSupport.h"
-#include "tests/support/worlds/SystemProbe.h"
-#include "tests/support/worlds/TestFile.h"
+#include "tests/support/faults/FuzzSource.h"
+#include "tests/support/worlds/ForeignMapping.h"
+#include "tests/support/worlds/FreshNames.h"
+#include "tests/support/worlds/TemporaryFile.h"
 
 #include <algorithm>
 #include <atomic>
@@ -17,6 +18,17 @@
 #include <stdexcept>
 #include <thread>
 
+using contract::c_controlBytes;
+using contract::c_controlOffset;
+using contract::c_shareBytes;
+using contract::c_textUnits;
+using contract::c_threadBlockBytes;
+using contract::c_threadBlocksOffset;
+using contract::c_threadCountOffset;
+using contract::c_threadOrderOffset;
+using contract::c_threadSlotBytes;
+using contract::c_threadSlotsOffset;
+using contract::Command;
 using testing::ElementsAreArray;
 
 // Whatever another process leaves in the memory that is shared with it, or goes on writing there, every operation has
@@ -25,19 +37,8 @@ using testing::ElementsAreArray;
 
 namespace
 {
-constexpr size_t c_controlOffset = 117536;
-constexpr size_t c_controlBytes = 71520;
-constexpr size_t c_textOffset = 118604;
-constexpr size_t c_greatestText = 35226; // units, without a NUL
-constexpr size_t c_countOffset = 0x254F70;
-constexpr size_t c_orderOffset = 0x254F74;
-constexpr size_t c_slotsOffset = 0x255178;
-constexpr size_t c_slotBytes = 1736;
-constexpr size_t c_blocksOffset = 0x28B578;
-constexpr size_t c_blockBytes = 882696;
-constexpr size_t c_tableBytes = c_blocksOffset - c_countOffset;
+constexpr size_t c_tableBytes = c_threadBlocksOffset - c_threadCountOffset;
 constexpr size_t c_lastOffset = 0x6E4B978;
-constexpr size_t c_shareBytes = 116197744;
 constexpr size_t c_privateHeaderBytes = 18376;
 
 // Where the product maps a block of that size: alone, with nothing mapped around it.
@@ -111,7 +112,7 @@ std::string SeedText(unsigned round)
 
 std::wstring Digits(uint32_t id)
 {
-    return (id != 0 ? L"0x" : L"") + HexId(id);
+    return (id != 0 ? L"0x" : L"") + contract::PaddedHex(id);
 }
 
 // What the thread table ought to become, computed from its bytes alone. A count below 0 counts as 0, one above 128 as
@@ -134,7 +135,7 @@ public:
         const int32_t index = Free();
         if (index == c_slots || Believed() == c_slots)
             return false;
-        std::memset(Slot(index), 0, c_slotBytes);
+        std::memset(Slot(index), 0, c_threadSlotBytes);
         Write(Slot(index), id);
         Write<uint32_t>(Slot(index) + 152, 0x110);
         PutText(Slot(index) + 160, name);
@@ -146,7 +147,7 @@ public:
         const int32_t index = Free();
         if (index == c_slots || Believed() == c_slots)
             return false;
-        std::memcpy(Slot(index), record, c_slotBytes);
+        std::memcpy(Slot(index), record, c_threadSlotBytes);
         Write<uint32_t>(Slot(index) + 152, Read<uint32_t>(record + 152) | 0x110);
         return Added(tindex, index);
     }
@@ -154,7 +155,7 @@ public:
     {
         if (!InUse(tindex))
             return false;
-        std::memset(Slot(tindex), 0, c_slotBytes);
+        std::memset(Slot(tindex), 0, c_threadSlotBytes);
         RemoveFromOrder(tindex);
         TraceThread(L"CProxyShare::RemoveThread", tindex);
         return true;
@@ -200,7 +201,8 @@ private:
     unsigned char* Order(int32_t place) { return m_bytes.data() + 4 + 4 * place; }
     unsigned char* Slot(int32_t tindex)
     {
-        return m_bytes.data() + (c_slotsOffset - c_countOffset) + c_slotBytes * static_cast<size_t>(tindex);
+        return m_bytes.data() + (c_threadSlotsOffset - c_threadCountOffset) +
+               c_threadSlotBytes * static_cast<size_t>(tindex);
     }
     int32_t Free()
     {
@@ -246,10 +248,10 @@ protected:
     }
 
     unsigned char* Theirs(size_t offset) const { return m_foreign.Bytes() + offset; }
-    unsigned char* Table() const { return Theirs(c_countOffset); }
+    unsigned char* Table() const { return Theirs(c_threadCountOffset); }
     unsigned char* Block(int32_t tindex) const
     {
-        return Theirs(c_blocksOffset + c_blockBytes * static_cast<size_t>(tindex));
+        return Theirs(c_threadBlocksOffset + c_threadBlockBytes * static_cast<size_t>(tindex));
     }
     // An address of the test's view, seen in the product's.
     const void* Ours(const void* theirs) const
@@ -262,7 +264,7 @@ protected:
 
     const uint32_t m_id = FreshId();
     TraceCapture m_trace;
-    ForeignMapping m_foreign;
+    ClientShare m_foreign;
     LonelyViews m_views;
     CProxyShare m_share;
 
@@ -278,11 +280,11 @@ void HostileShare::FillTable(FuzzSource& source)
     source.Fill(Table(), c_tableBytes);
     Write(Table(), source.Number());
     for (size_t place = 0; place < 128; ++place)
-        Write(Theirs(c_orderOffset + 4 * place), source.Number());
+        Write(Theirs(c_threadOrderOffset + 4 * place), source.Number());
     const uint32_t freeOnes = source.Below(4); // none, all, or some
     for (size_t slot = 0; slot < 128; ++slot)
     {
-        unsigned char* const bytes = Theirs(c_slotsOffset + c_slotBytes * slot);
+        unsigned char* const bytes = Theirs(c_threadSlotsOffset + c_threadSlotBytes * slot);
         if (freeOnes == 1 || (freeOnes > 1 && source.OneIn(freeOnes)))
             Write<uint32_t>(bytes, 0);
         else if (Read<uint32_t>(bytes) == 0)
@@ -328,7 +330,7 @@ void HostileShare::Remove(FuzzSource& source, TableModel& model)
     {
         // The block goes, its neighbours stay: before the first one the table, which is compared as a whole.
         std::memset(Block(tindex), 0x5A, 8);
-        std::memset(Block(tindex) + c_blockBytes - 8, 0x5A, 16);
+        std::memset(Block(tindex) + c_threadBlockBytes - 8, 0x5A, 16);
         if (tindex > 0)
             std::memset(Block(tindex) - 8, 0x5A, 8);
     }
@@ -336,8 +338,8 @@ void HostileShare::Remove(FuzzSource& source, TableModel& model)
     if (!inUse)
         return;
     EXPECT_EQ(0U, Read<uint64_t>(Block(tindex)));
-    EXPECT_EQ(0U, Read<uint64_t>(Block(tindex) + c_blockBytes - 8));
-    EXPECT_EQ(0x5A5A5A5A5A5A5A5AU, Read<uint64_t>(Block(tindex) + c_blockBytes));
+    EXPECT_EQ(0U, Read<uint64_t>(Block(tindex) + c_threadBlockBytes - 8));
+    EXPECT_EQ(0x5A5A5A5A5A5A5A5AU, Read<uint64_t>(Block(tindex) + c_threadBlockBytes));
     if (tindex > 0)
     {
         EXPECT_EQ(0x5A5A5A5A5A5A5A5AU, Read<uint64_t>(Block(tindex) - 8));
@@ -349,7 +351,8 @@ void HostileShare::LookUp(FuzzSource& source, TableModel& model)
     const int32_t tindex = source.Number();
     const int32_t entry = source.Number();
     const ThreadSlot* const slot = m_share.GetThread(tindex);
-    const unsigned char* const theirSlot = Theirs(c_slotsOffset) + static_cast<ptrdiff_t>(c_slotBytes) * tindex;
+    const unsigned char* const theirSlot =
+        Theirs(c_threadSlotsOffset) + static_cast<ptrdiff_t>(c_threadSlotBytes) * tindex;
     EXPECT_EQ(model.InUse(tindex) ? Ours(theirSlot) : nullptr, slot);
     const bool isBlock = tindex >= 0 && tindex < 128;
     const bool isEntry = isBlock && entry >= 0 && entry < 256 && entry < Read<int32_t>(Block(tindex) + 4);
@@ -410,7 +413,7 @@ protected:
     // The block's whole size.
     void Make(size_t sizeBytes)
     {
-        m_foreign.emplace(L"Local\\Hostile" + HexId(m_id), sizeBytes, PAGE_READWRITE);
+        m_foreign.emplace(contract::LocalName(L"Hostile" + contract::PaddedHex(m_id)), sizeBytes, PAGE_READWRITE);
         m_views.emplace(sizeBytes);
     }
 
@@ -421,19 +424,8 @@ protected:
     CProxyPrivate m_private{L"Hostile"};
 };
 
-struct CommandWord
-{
-    DWORD slot;
-    const wchar_t* word;
-    bool takesText;
-};
-constexpr CommandWord c_words[] = {
-    {1, L"Load", true},   {2, L"Create", true}, {3, L"Invoke", true}, {4, L"Delete", true},
-    {5, L"Reset", false}, {6, L"Get", true},    {7, L"Set", true},
-};
-
 // The host around a stand-in runtime, served by a client that writes what it likes.
-class HostileClient : public Host
+class HostileClient : public CHostWithStandIns
 {
 protected:
     // In one run of the host.
@@ -473,20 +465,20 @@ protected:
     {
         FuzzSource source(seed);
         source.Fill(Client().Bytes() + c_controlOffset, c_controlBytes + 64);
-        wchar_t* const field = Client().Text();
-        const size_t length = source.OneIn(4) ? c_greatestText + 20 : source.Below(3000);
+        wchar_t* const field = Client().TextField();
+        const size_t length = source.OneIn(4) ? c_textUnits + 20 : source.Below(3000);
         std::memcpy(field, source.Text(length).data(), length * sizeof(wchar_t));
         field[length] = L'\0';
-        Client().SetWindow(c_window); // read once for each run
+        Client().StoreWindow(c_window); // read once for each run
     }
     // The text of a field: up to its NUL or to the end of the control block.
     std::wstring TextOfField()
     {
-        const wchar_t* const text = Client().Text();
-        return std::wstring(text, std::find(text, text + c_greatestText, L'\0'));
+        const wchar_t* const text = Client().TextField();
+        return std::wstring(text, std::find(text, text + c_textUnits, L'\0'));
     }
 
-    void ExpectServed(const std::vector<std::pair<CommandWord, std::wstring>>& expected) const
+    void ExpectServed(const std::vector<std::pair<Command, std::wstring>>& expected) const
     {
         std::vector<std::wstring> arguments;
         for (const ManagedCall& call : m_calls)
@@ -604,10 +596,10 @@ TEST_F(HostileShare, ThreadTableMayChangeWhileItIsUsed)
             for (int i = 0; i < 64; ++i)
             {
                 const uint32_t slot = source.Below(128);
-                Write(Theirs(c_orderOffset) + 4 * slot, source.Number());
-                Write(Theirs(c_slotsOffset) + c_slotBytes * slot, source.Below(2));
+                Write(Theirs(c_threadOrderOffset) + 4 * slot, source.Number());
+                Write(Theirs(c_threadSlotsOffset) + c_threadSlotBytes * slot, source.Below(2));
                 Write(Block(static_cast<int32_t>(slot)) + 4, source.Number());
-                source.Fill(Theirs(c_slotsOffset) + c_slotBytes * slot + 160, 530);
+                source.Fill(Theirs(c_threadSlotsOffset) + c_threadSlotBytes * slot + 160, 530);
             }
         }
     });
@@ -729,12 +721,12 @@ TEST_F(HostileClient, TextsOfAnyBytesArriveAsTheyAre)
     for (unsigned round = 0; round < rounds && !HasFailure(); round += c_commandsAtOnce)
     {
         SCOPED_TRACE(SeedText(round));
-        std::vector<std::pair<CommandWord, std::wstring>> expected;
+        std::vector<std::pair<Command, std::wstring>> expected;
         for (unsigned i = round; i < std::min(rounds, round + c_commandsAtOnce); ++i)
         {
-            NextWait(c_words[i % 7].slot, [this, &expected, i] {
+            NextWait(contract::c_commands[i % 7].slot, [this, &expected, i] {
                 FillControl(FuzzSeed(i));
-                expected.emplace_back(c_words[i % 7], TextOfField());
+                expected.emplace_back(contract::c_commands[i % 7], TextOfField());
             });
         }
         Serve();
@@ -744,8 +736,8 @@ TEST_F(HostileClient, TextsOfAnyBytesArriveAsTheyAre)
 
 TEST_F(HostileClient, TextsOf70000BytesArriveWhole)
 {
-    std::vector<std::pair<CommandWord, std::wstring>> expected;
-    for (const CommandWord& command : c_words)
+    std::vector<std::pair<Command, std::wstring>> expected;
+    for (const Command& command : contract::c_commands)
     {
         for (const wchar_t* const pattern : {L"%s", L"%n", L"\xD800", L"\xDC00x", L"\r\n"})
         {
@@ -754,7 +746,7 @@ TEST_F(HostileClient, TextsOf70000BytesArriveWhole)
                 text += pattern;
             text.resize(35000);
             expected.emplace_back(command, text);
-            NextWait(command.slot, [this, text] { Client().SetText(text); });
+            NextWait(command.slot, [this, text] { Client().WriteText(text); });
         }
     }
     Serve();
@@ -772,7 +764,7 @@ TEST_F(HostileClient, EveryTextReachesTheLogFileAsText)
         L"\xFFFF\xFFFF what the C runtime takes for its end \xFFFF",
     };
     for (const std::wstring& text : texts)
-        NextWait(1, [this, text] { Client().SetText(text); });
+        NextWait(1, [this, text] { Client().WriteText(text); });
     Serve(); // closes the log
     const std::vector<std::wstring> lines = LogLines(FileBytes(path));
     for (const std::wstring& text : texts)
@@ -787,7 +779,7 @@ TEST_F(HostileClient, AnyWindowHandleIsUsedAsItStands)
 {
     for (const uint64_t window : {uint64_t{1}, uint64_t{0xFFFFFFFF}, uint64_t{0x8000000000000000}, ~uint64_t{0}})
     {
-        Client().SetWindow(window);
+        Client().StoreWindow(window);
         NextWait(3);
         Serve();
         EXPECT_EQ(2U, m_calls.size());
@@ -797,15 +789,15 @@ TEST_F(HostileClient, AnyWindowHandleIsUsedAsItStands)
 
 TEST_F(HostileClient, ServesWhileEveryByteOfTheControlBlockChanges)
 {
-    std::fill_n(Client().Text(), c_greatestText, L'a');
-    std::fill_n(Client().Text() + c_greatestText, 1000, L'z');
+    std::fill_n(Client().TextField(), c_textUnits, L'a');
+    std::fill_n(Client().TextField() + c_textUnits, 1000, L'z');
     std::atomic<bool> stop{false};
     std::thread writer([&] {
         FuzzSource source(12);
-        volatile wchar_t* const text = Client().Text();
+        volatile wchar_t* const text = Client().TextField();
         while (!stop)
         {
-            for (uint32_t i = source.Below(64); i < c_greatestText; i += 1 + source.Below(256))
+            for (uint32_t i = source.Below(64); i < c_textUnits; i += 1 + source.Below(256))
                 text[i] = source.OneIn(512) ? L'\0' : static_cast<wchar_t>(L'a' + source.Below(25));
         }
     });
@@ -813,12 +805,12 @@ TEST_F(HostileClient, ServesWhileEveryByteOfTheControlBlockChanges)
     for (unsigned round = 0; round < rounds; ++round)
     {
         for (unsigned i = 0; i < c_commandsAtOnce; ++i)
-            NextWait(c_words[i % 7].slot);
+            NextWait(contract::c_commands[i % 7].slot);
         Serve();
         EXPECT_EQ(c_commandsAtOnce, CommandLines().size());
         for (const ManagedCall& call : m_calls)
         {
-            EXPECT_LE(call.argument.size(), c_greatestText);
+            EXPECT_LE(call.argument.size(), c_textUnits);
             EXPECT_EQ(std::wstring::npos, call.argument.find(L'z'));
         }
     }

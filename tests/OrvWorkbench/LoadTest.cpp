@@ -1,8 +1,9 @@
 #include "OrvProfiler/foundation/UniqueHandle.h"
-#include "OrvProfiler/security/ProxySecurity.h"
-#include "tests/support/processes/TestClient.h"
-#include "tests/support/processes/TestWorkbench.h"
-#include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/contract/Contract.h"
+#include "tests/support/processes/InProcessClient.h"
+#include "tests/support/processes/WorkbenchProcess.h"
+#include "tests/support/worlds/ForeignMapping.h"
+#include "tests/support/worlds/FreshNames.h"
 
 #include <windows.h>
 
@@ -11,12 +12,14 @@
 #include <array>
 #include <atomic>
 #include <cstdlib>
-#include <cstring>
 #include <deque>
 #include <gtest/gtest.h>
 #include <memory>
 #include <stdexcept>
 #include <thread>
+
+using contract::c_failed;
+using contract::c_success;
 
 // Many sessions side by side, each a workbench of its own with a client's thread in this process, all of them busy.
 // A client here is a mapping, events and a window, without the library's share: a process has one of those only.
@@ -26,30 +29,8 @@
 namespace
 {
 constexpr DWORD c_timeoutMs = 60000;
-constexpr unsigned c_idle = 0x8407;
-constexpr unsigned c_exiting = 0x83EB;
 constexpr unsigned c_firstCommands = 100;
 constexpr size_t c_allowedBytes = 65536;
-constexpr size_t c_windowOffset = 117552;
-constexpr size_t c_textOffset = 118604;
-constexpr const wchar_t* c_eventNames[] = {
-    L"EV_STOP",  L"EV_LOAD",    L"EV_CREATE", L"EV_INVOKE",     L"EV_DELETE",
-    L"EV_RESET", L"EV_SUCCESS", L"EV_FAILED", L"EV_BREAKPOINT", L"EV_PROPERTY_GET",
-};
-constexpr unsigned c_success = 8;
-constexpr unsigned c_failed = 9;
-
-struct CommandKind
-{
-    const char* method;
-    bool takesText;
-    bool breaks;
-};
-constexpr CommandKind c_kinds[] = {
-    {nullptr, false, false}, {"LoadAssembly", true, false}, {"CreateType", true, true},  {"Invoke", true, true},
-    {"Delete", true, false}, {"Reset", false, false},       {"GetProperty", true, true}, {"SetProperty", true, true},
-};
-
 unsigned FromEnvironment(const char* name, unsigned usual)
 {
     const char* const text = std::getenv(name);
@@ -106,37 +87,24 @@ Held HeldBy(HANDLE process)
     return {HandleCountOf(process), PrivateBytesOf(process), memory.WorkingSetSize};
 }
 
-class Session
+class BusySession
 {
 public:
-    explicit Session(unsigned number)
-        : m_number(number), m_id(FreshId() & 0x7FFFFFFF),
-          m_mapping(g_SecManager.OrvPCreateFileMapping(c_sessionNone, INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE,
-                                                       0, 116197744, (L"OrvProfiler" + HexId(m_id)).c_str())),
-          m_view(static_cast<uint8_t*>(MapViewOfFile(m_mapping.Get(), FILE_MAP_WRITE, 0, 0, 0))),
+    explicit BusySession(unsigned number)
+        : m_number(number), m_id(FreshId() & 0x7FFFFFFF), m_share(m_id),
           m_idleSeen(CreateEventW(nullptr, FALSE, FALSE, nullptr)),
           m_readySeen(CreateEventW(nullptr, FALSE, FALSE, nullptr)), m_workbench(WorkbenchRuntime::Scripted)
     {
-        if (m_view == nullptr)
-            throw std::runtime_error("no share");
-        for (const wchar_t* const name : c_eventNames)
+        for (unsigned slot = 0; slot < contract::c_eventCount; ++slot)
         {
-            const std::wstring kernelName = TestClient::KernelName(name + TestClient::HexId(m_id));
+            const std::wstring kernelName = contract::KernelName(contract::EventName(slot, m_id));
             m_events.emplace_back(CreateEventW(nullptr, TRUE, FALSE, kernelName.c_str()));
         }
         m_window = std::make_unique<NotificationWindow>(
             [this](unsigned message, uint64_t, int64_t, bool) { return OnMessage(message); });
-        *reinterpret_cast<uint64_t*>(m_view + c_windowOffset) = m_window->Handle();
-        m_workbench.Start(L"workbench " + TestClient::HexId(m_id));
+        m_share.StoreWindow(m_window->Handle());
+        m_workbench.Start(L"workbench " + contract::Hex(m_id));
     }
-    ~Session()
-    {
-        m_window.reset();
-        UnmapViewOfFile(m_view);
-    }
-    Session(const Session&) = delete;
-    Session& operator=(const Session&) = delete;
-
     void AwaitReady() const { Await(m_readySeen.Get()); }
 
     // The commands of a run, one after the other; the first of them measured. Stops at the first that goes wrong.
@@ -202,7 +170,7 @@ private:
 
     int64_t OnMessage(unsigned message)
     {
-        if (message == c_idle)
+        if (message == contract::c_idleMessage)
         {
             // The breakpoint's success has come, and no outcome yet.
             m_idleWasRight = IsSignalled(c_success) && !IsSignalled(c_failed);
@@ -210,7 +178,7 @@ private:
             ++m_idles;
             SetEvent(m_idleSeen.Get());
         }
-        else if (message == c_exiting)
+        else if (message == contract::c_exitingMessage)
             ++m_exits;
         else
             SetEvent(m_readySeen.Get());
@@ -229,16 +197,16 @@ private:
     void Carry(unsigned i)
     {
         const unsigned slot = 1 + (i * 5 + m_number) % 7;
-        const CommandKind& kind = c_kinds[slot];
+        const contract::Command& command = contract::c_commands[slot - 1];
         const int result = static_cast<int>((i * 3 + m_number) % 14);
         const std::wstring text = TextOf(i, result);
-        std::memcpy(m_view + c_textOffset, text.c_str(), (text.size() + 1) * sizeof(wchar_t));
-        const std::string argument = kind.takesText ? std::string(text.begin(), text.end()) : "";
-        Expect(kind.method, argument);
+        m_share.WriteText(text);
+        const std::string argument = command.takesText ? std::string(text.begin(), text.end()) : "";
+        Expect(command.method, argument);
         if (IsSignalled(c_success) || IsSignalled(c_failed))
             throw std::runtime_error("a response too many before command " + std::to_string(i));
         SetEvent(m_events[slot].Get());
-        if (kind.breaks)
+        if (command.breaks)
         {
             ++m_expectedIdles;
             Expect("OrvBreakPoint", "");
@@ -246,7 +214,7 @@ private:
             if (!m_idleWasRight)
                 throw std::runtime_error("an idle message without its success at command " + std::to_string(i));
         }
-        AwaitResponse(i, kind.takesText && result < 5 ? c_failed : c_success);
+        AwaitResponse(i, command.takesText && result < 5 ? c_failed : c_success);
     }
 
     void AwaitResponse(unsigned i, unsigned expected)
@@ -267,13 +235,11 @@ private:
 
     const unsigned m_number;
     const uint32_t m_id;
-    UniqueHandle m_mapping;
-    uint8_t* m_view;
+    ClientShare m_share;
     std::vector<UniqueHandle> m_events;
     UniqueHandle m_idleSeen;
     UniqueHandle m_readySeen;
-    std::unique_ptr<NotificationWindow> m_window;
-    TestWorkbench m_workbench;
+    WorkbenchProcess m_workbench;
     std::atomic<bool> m_idleWasRight{false};
     std::atomic<unsigned> m_idles{0};
     std::atomic<unsigned> m_exits{0};
@@ -282,6 +248,8 @@ private:
     Held m_early{};
     Held m_late{};
     std::string m_failure;
+    // Last: its thread uses the others.
+    std::unique_ptr<NotificationWindow> m_window;
 };
 } // namespace
 
@@ -289,17 +257,17 @@ TEST(Load, SessionsSideBySideLoseMixAndKeepNothing)
 {
     const unsigned sessionCount = FromEnvironment("ORV_LOAD_SESSIONS", 20);
     const unsigned commands = FromEnvironment("ORV_LOAD_COMMANDS", 1000);
-    std::deque<Session> sessions;
+    std::deque<BusySession> sessions;
     for (unsigned number = 0; number < sessionCount; ++number)
         sessions.emplace_back(number);
-    for (const Session& session : sessions)
+    for (const BusySession& session : sessions)
         session.AwaitReady();
     std::vector<std::thread> clients;
-    for (Session& session : sessions)
+    for (BusySession& session : sessions)
         clients.emplace_back([&session, commands] { session.Serve(commands); });
     for (std::thread& client : clients)
         client.join();
-    for (Session& session : sessions)
+    for (BusySession& session : sessions)
     {
         session.Stop();
         session.Tell();

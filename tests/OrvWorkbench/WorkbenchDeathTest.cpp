@@ -1,8 +1,11 @@
 #include "tests/OrvWorkbench/WorkbenchFixture.h"
-#include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/contract/Contract.h"
+#include "tests/support/worlds/FreshNames.h"
+#include "tests/support/worlds/NamedObjects.h"
 
 #include <windows.h>
 
+using contract::Join;
 using testing::ElementsAreArray;
 
 // A client that dies, a workbench that dies, and a log that cannot be had. The workbench holds its events and the
@@ -17,7 +20,7 @@ namespace
 //   take T     the same, and takes the breakpoint's response
 ORV_CHILD_ROLE(ClientToBeKilled)
 {
-    TestClient client;
+    InProcessClient client;
     client.MakeShareAndWindow();
     const std::wstring task = arguments.size() > 1 ? arguments[1] : L"";
     if (task == L"lock")
@@ -65,7 +68,7 @@ private:
     bool m_moved = false;
 };
 
-class WorkbenchDeath : public Workbench
+class WorkbenchDeath : public OrvWorkBench64
 {
 protected:
     // Starts a client with a task and a workbench for it, and waits until the task is done.
@@ -78,9 +81,9 @@ protected:
         ready.Wait();
         return client;
     }
-    void StartFor(const TestClient& client) { Process().Start(L"workbench " + client.HexId()); }
+    void StartFor(const InProcessClient& client) { Process().Start(L"workbench " + client.HexId()); }
 
-    Lines StartLinesFor(const TestClient& client)
+    Lines StartLinesFor(const InProcessClient& client)
     {
         return Join({EventLines(client.HexId()),
                      LoadedLines(),
@@ -90,7 +93,8 @@ protected:
                      {WindowLine(client.StoredWindow())}});
     }
     // An invoke whose idle message found no window any more.
-    static Lines InvokeWithoutWindow(const TestClient& client, const std::wstring& text, const std::wstring& outcome)
+    static Lines InvokeWithoutWindow(const InProcessClient& client, const std::wstring& text,
+                                     const std::wstring& outcome)
     {
         Lines lines = CommandLines(3, text, outcome, client.StoredWindow());
         const Lines gone = Join(
@@ -115,7 +119,7 @@ TEST_F(WorkbenchDeath, WaitsOnWhenTheClientDiesBeforeAnyCommand)
     Prepare(WorkbenchRuntime::Scripted);
     std::optional<ChildProcess> client(StartClient({}));
     const uint32_t id = client->Id();
-    Process().Start(L"workbench " + TestClient::HexId(id));
+    Process().Start(L"workbench " + contract::Hex(id));
     Process().WaitForLogLine(L"CWBEvent::Wait Waiting");
     client->Kill();
     client.reset();
@@ -123,7 +127,7 @@ TEST_F(WorkbenchDeath, WaitsOnWhenTheClientDiesBeforeAnyCommand)
     Process().WaitForLogLine(L"CHost::Run Timeout");
     EXPECT_TRUE(Process().IsRunning());
 
-    TestClient heir(id);
+    InProcessClient heir(id);
     heir.MakeShare();
     EXPECT_NE(0U, heir.StoredWindow()) << "the share is the dead client's";
     EXPECT_EQ(8U, (heir.WriteText(L"result=6"), heir.Signal(1), heir.WaitForResponse()));
@@ -136,7 +140,7 @@ TEST_F(WorkbenchDeath, FinishesTheCommandDuringWhichTheClientDies)
 {
     Prepare(WorkbenchRuntime::Scripted);
     const ChildProcess client = StartClient({L"invoke", L"delay=700;result=10"});
-    TestClient heir(client.Id());
+    InProcessClient heir(client.Id());
     heir.MakeShare();
     StartFor(heir);
     Process().WaitForLogLine(L"CHost::Run Command is Invoke: delay=700;result=10");
@@ -162,7 +166,7 @@ TEST_F(WorkbenchDeath, FinishesTheCommandBetweenWhoseResponsesTheClientDies)
     const Meeting ready(name);
     const ChildProcess client = ChildProcess::StartRole(L"ClientToBeKilled", {name, L"take", L"result=1"});
     // The client is told nothing of a workbench's start before its share is there.
-    TestClient heir(client.Id());
+    InProcessClient heir(client.Id());
     for (int i = 0; i < 600 && !heir.IsSignalled(3); ++i)
         Sleep(50);
     heir.MakeShare();
@@ -183,7 +187,7 @@ TEST_F(WorkbenchDeath, KeepsTheResponseThatTheClientDidNotLiveToTake)
 {
     Prepare(WorkbenchRuntime::Scripted);
     const ChildProcess client = StartClient({L"invoke", L"result=2"});
-    TestClient heir(client.Id());
+    InProcessClient heir(client.Id());
     heir.MakeShare();
     StartFor(heir);
     Process().WaitForLogLine(L"CHost::Run command failed, result = ActionLoadAssemblyFail");
@@ -206,14 +210,13 @@ TEST_P(WorkbenchMutexDeath, OfTheClientHoldsUpNobody)
     const uint32_t index = GetParam();
     Prepare(WorkbenchRuntime::Scripted);
     const ChildProcess client = StartClient({L"lock", std::to_wstring(index)});
-    TestClient heir(client.Id());
+    InProcessClient heir(client.Id());
     heir.MakeShare();
     // The workbench starts and serves while the mutex is held, and afterwards.
     StartFor(heir);
     EXPECT_EQ(8U, (heir.WriteText(L"held"), heir.Signal(1), heir.WaitForResponse()));
-    const UniqueHandle mutex(OpenMutexW(
-        SYNCHRONIZE, FALSE, TestClient::KernelName(heir.ShareName() + L"_" + std::to_wstring(index)).c_str()));
-    EXPECT_EQ(258U, WaitForSingleObject(mutex.Get(), 0)) << "the client holds it";
+    EXPECT_EQ(MutexState::Held, MutexStateOf(contract::KernelName(contract::ShareMutexName(heir.Id(), index))))
+        << "by the client";
     client.Kill();
     EXPECT_EQ(8U, (heir.WriteText(L"left"), heir.Signal(1), heir.WaitForResponse()));
     // The mutex that the dead client left is taken over, and can be used as before.
@@ -321,10 +324,10 @@ TEST_F(WorkbenchDeath, TheLogIsWrittenWhileAReaderHasItOpen)
 {
     m_client.MakeShareAndWindow();
     Prepare(WorkbenchRuntime::Scripted);
-    PutFile(TestWorkbench::c_logPath, "the log of an earlier run, longer than nothing");
-    const UniqueHandle reader =
-        UniqueHandle::FromFile(CreateFileW(TestWorkbench::c_logPath, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                           nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    PutFile(WorkbenchProcess::c_logPath, "the log of an earlier run, longer than nothing");
+    const UniqueHandle reader = UniqueHandle::FromFile(CreateFileW(WorkbenchProcess::c_logPath, GENERIC_READ,
+                                                                   FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                                                   OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     ASSERT_TRUE(reader);
     Start();
     m_client.WaitForMessages(1);
@@ -358,11 +361,11 @@ TEST_F(WorkbenchDeath, AReadOnlyLogStaysAndTheWorkbenchServes)
 {
     m_client.MakeShareAndWindow();
     Prepare(WorkbenchRuntime::Scripted);
-    PutFile(TestWorkbench::c_logPath, "kept");
-    ASSERT_TRUE(SetFileAttributesW(TestWorkbench::c_logPath, FILE_ATTRIBUTE_READONLY));
+    PutFile(WorkbenchProcess::c_logPath, "kept");
+    ASSERT_TRUE(SetFileAttributesW(WorkbenchProcess::c_logPath, FILE_ATTRIBUTE_READONLY));
     // Wine makes it a permission of the file, which holds back every user but root.
     const bool isWritable = static_cast<bool>(
-        UniqueHandle::FromFile(CreateFileW(TestWorkbench::c_logPath, GENERIC_WRITE,
+        UniqueHandle::FromFile(CreateFileW(WorkbenchProcess::c_logPath, GENERIC_WRITE,
                                            FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr)));
     Start();
     m_client.WaitForMessages(1);
@@ -384,11 +387,11 @@ TEST_F(WorkbenchDeath, AFolderInTheLogsPlaceStaysAndTheWorkbenchServes)
 {
     m_client.MakeShareAndWindow();
     Prepare(WorkbenchRuntime::Scripted);
-    ASSERT_TRUE(CreateDirectoryW(TestWorkbench::c_logPath, nullptr));
+    ASSERT_TRUE(CreateDirectoryW(WorkbenchProcess::c_logPath, nullptr));
     Start();
     m_client.WaitForMessages(1);
     EXPECT_EQ(8U, m_client.Carry(3, L"x"));
     Stop();
-    EXPECT_TRUE(RemoveDirectoryW(TestWorkbench::c_logPath)) << "still an empty folder";
+    EXPECT_TRUE(RemoveDirectoryW(WorkbenchProcess::c_logPath)) << "still an empty folder";
     EXPECT_THAT(Process().Record(), ElementsAreArray(RecordOf({CallWithBreakpoint("Invoke", "x")})));
 }

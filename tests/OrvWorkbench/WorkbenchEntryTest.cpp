@@ -1,9 +1,11 @@
 #include "tests/OrvWorkbench/WorkbenchFixture.h"
+#include "tests/support/contract/Contract.h"
 #include "tests/support/contract/LogFile.h"
 #include "tests/support/contract/TraceCapture.h"
 
 #include <windows.h>
 
+using contract::Join;
 using testing::Contains;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
@@ -31,7 +33,7 @@ void PutFile(const wchar_t* path, const std::string& bytes)
 std::vector<std::wstring> LinesWith(const std::wstring& head)
 {
     std::vector<std::wstring> found;
-    for (const std::wstring& line : TestWorkbench::Log())
+    for (const std::wstring& line : WorkbenchProcess::Log())
     {
         if (line.compare(0, head.size(), head) == 0)
             found.push_back(line);
@@ -40,7 +42,7 @@ std::vector<std::wstring> LinesWith(const std::wstring& head)
 }
 } // namespace
 
-TEST_F(Workbench, DoesNothingWhenArgumentsAreMissing)
+TEST_F(OrvWorkBench64, DoesNothingWhenArgumentsAreMissing)
 {
     Prepare(WorkbenchRuntime::Scripted);
     for (const wchar_t* arguments : {L"", L"workbench", L"\"workbench 1a2b\""})
@@ -52,16 +54,16 @@ TEST_F(Workbench, DoesNothingWhenArgumentsAreMissing)
     EXPECT_THAT(Process().Record(), IsEmpty());
 }
 
-TEST_F(Workbench, LeavesTheLogOfAnEarlierRunAloneWhenArgumentsAreMissing)
+TEST_F(OrvWorkBench64, LeavesTheLogOfAnEarlierRunAloneWhenArgumentsAreMissing)
 {
     Prepare(WorkbenchRuntime::Scripted);
-    PutFile(TestWorkbench::c_logPath, "an earlier run");
+    PutFile(WorkbenchProcess::c_logPath, "an earlier run");
     Process().Start(L"workbench");
     EXPECT_EQ(0U, Process().WaitForExit());
     EXPECT_EQ("an earlier run", Process().LogBytes());
 }
 
-TEST_F(Workbench, RunsWithThreeArgumentsWhateverTheModeWord)
+TEST_F(OrvWorkBench64, RunsWithThreeArgumentsWhateverTheModeWord)
 {
     m_client.MakeShareAndWindow();
     Prepare(WorkbenchRuntime::Scripted);
@@ -79,7 +81,7 @@ TEST_F(Workbench, RunsWithThreeArgumentsWhateverTheModeWord)
     }
 }
 
-TEST_F(Workbench, ReadsTheIdAsHexadecimal)
+TEST_F(OrvWorkBench64, ReadsTheIdAsHexadecimal)
 {
     const IdCase cases[] = {
         {L"1a2b", 0x1A2B},
@@ -101,7 +103,7 @@ TEST_F(Workbench, ReadsTheIdAsHexadecimal)
     for (const IdCase& one : cases)
     {
         SCOPED_TRACE(testing::PrintToString(std::wstring(one.argument)));
-        TestClient client(one.id);
+        InProcessClient client(one.id);
         client.MakeShare();
         Process().Start(L"workbench " + std::wstring(one.argument));
         EXPECT_EQ(1U, Process().WaitForExit());
@@ -113,24 +115,18 @@ TEST_F(Workbench, ReadsTheIdAsHexadecimal)
     }
 }
 
-TEST_F(Workbench, NamesItsEventsAndItsShareAfterTheId)
+TEST_F(OrvWorkBench64, NamesItsEventsAndItsShareAfterTheId)
 {
-    TestClient client(0x1A2B);
+    InProcessClient client(0x1A2B);
     client.MakeShare();
     Prepare(WorkbenchRuntime::Scripted);
     Process().Start(L"workbench 1a2b");
     EXPECT_EQ(1U, Process().WaitForExit());
-    Lines events;
-    for (const wchar_t* name :
-         {L"EV_STOP1a2b", L"EV_LOAD1a2b", L"EV_CREATE1a2b", L"EV_INVOKE1a2b", L"EV_DELETE1a2b", L"EV_RESET1a2b",
-          L"EV_SUCCESS1a2b", L"EV_FAILED1a2b", L"EV_BREAKPOINT1a2b", L"EV_PROPERTY_GET1a2b", L"EV_PROPERTY_SET1a2b"})
-        events.push_back(L"CProxySecManager::OrvPCreateEvent CreateEvent " + TestClient::KernelName(name) +
-                         L" succeeded ");
-    EXPECT_THAT(LinesWith(L"CProxySecManager::OrvPCreateEvent "), ElementsAreArray(events));
+    EXPECT_THAT(LinesWith(L"CProxySecManager::OrvPCreateEvent "), ElementsAreArray(EventLines(L"1a2b")));
     EXPECT_THAT(Process().Log(), Contains(L"CProxyMap::OpenMap Open Map Name: OrvProfiler00001a2b"));
 }
 
-TEST_F(Workbench, LogsFurtherArgumentsAndDoesNothingElseWithThem)
+TEST_F(OrvWorkBench64, LogsFurtherArgumentsAndDoesNothingElseWithThem)
 {
     m_client.MakeShareAndWindow();
     Prepare(WorkbenchRuntime::Scripted);
@@ -150,7 +146,7 @@ TEST_F(Workbench, LogsFurtherArgumentsAndDoesNothingElseWithThem)
     EXPECT_TRUE(LogIs(expected));
 }
 
-TEST_F(Workbench, NamesTheAssemblyAfterItsOwnNameOnTheCommandLine)
+TEST_F(OrvWorkBench64, NamesTheAssemblyAfterItsOwnNameOnTheCommandLine)
 {
     const std::pair<const wchar_t*, const char*> cases[] = {
         {L"OrvWorkBench64.exe", "OrvWorkBench64.dll"},
@@ -174,7 +170,7 @@ TEST_F(Workbench, NamesTheAssemblyAfterItsOwnNameOnTheCommandLine)
     }
 }
 
-TEST_F(Workbench, WritesItsLogAsUtf16WithByteOrderMarkAndDosLineEnds)
+TEST_F(OrvWorkBench64, WritesItsLogAsUtf16WithByteOrderMarkAndDosLineEnds)
 {
     StartServing(WorkbenchRuntime::Scripted);
     EXPECT_EQ(8U, m_client.Carry(1, L"\x20AC"));
@@ -201,23 +197,23 @@ TEST_F(Workbench, WritesItsLogAsUtf16WithByteOrderMarkAndDosLineEnds)
     EXPECT_EQ(L"", line);
 }
 
-TEST_F(Workbench, TruncatesTheLogOfAnEarlierRun)
+TEST_F(OrvWorkBench64, TruncatesTheLogOfAnEarlierRun)
 {
     m_client.MakeShareAndWindow();
     Prepare(WorkbenchRuntime::Scripted);
-    PutFile(TestWorkbench::c_logPath, std::string(1000000, 'x'));
+    PutFile(WorkbenchProcess::c_logPath, std::string(1000000, 'x'));
     Start();
     m_client.WaitForMessages(1);
     Stop();
     EXPECT_TRUE(LogIs(Join({StartLines(), StopLines()})));
 }
 
-TEST_F(Workbench, HasEachLineInTheLogAtOnce)
+TEST_F(OrvWorkBench64, HasEachLineInTheLogAtOnce)
 {
     // The workbench waits for the window's answer: what it has logged so far must be in the file, without any delay.
     std::vector<Lines> seen;
     m_client.WhenIdle([&] {
-        seen.push_back(TestWorkbench::Log());
+        seen.push_back(WorkbenchProcess::Log());
         m_client.Clear(8);
     });
     StartServing(WorkbenchRuntime::Scripted);
@@ -232,14 +228,14 @@ TEST_F(Workbench, HasEachLineInTheLogAtOnce)
     EXPECT_THAT(seen[1], ElementsAreArray(second.begin(), second.end() - afterIdle));
 }
 
-TEST_F(Workbench, ServesAlsoWhenItsLogCannotBeOpened)
+TEST_F(OrvWorkBench64, ServesAlsoWhenItsLogCannotBeOpened)
 {
     m_client.MakeShareAndWindow();
     Prepare(WorkbenchRuntime::Scripted);
-    PutFile(TestWorkbench::c_logPath, "locked");
+    PutFile(WorkbenchProcess::c_logPath, "locked");
     {
         const UniqueHandle locked =
-            UniqueHandle::FromFile(CreateFileW(TestWorkbench::c_logPath, GENERIC_READ, FILE_SHARE_READ, nullptr,
+            UniqueHandle::FromFile(CreateFileW(WorkbenchProcess::c_logPath, GENERIC_READ, FILE_SHARE_READ, nullptr,
                                                OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
         Start();
         m_client.WaitForMessages(1);

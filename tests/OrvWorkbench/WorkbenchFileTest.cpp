@@ -1,5 +1,5 @@
 #include "tests/support/contract/LogFile.h"
-#include "tests/support/processes/TestWorkbench.h"
+#include "tests/support/processes/WorkbenchProcess.h"
 
 #include <windows.h>
 
@@ -24,7 +24,7 @@ public:
     ProgramFile(const ProgramFile&) = delete;
     ProgramFile& operator=(const ProgramFile&) = delete;
 
-    static std::wstring Path() { return TestWorkbench::BuiltProgram(); }
+    static std::wstring Path() { return WorkbenchProcess::BuiltProgram(); }
 
     // A resource's bytes; nothing when there is none.
     std::string Resource(const wchar_t* name, const wchar_t* type) const

@@ -1,27 +1,19 @@
 #include "tests/OrvWorkbench/WorkbenchFixture.h"
 
+#include "tests/support/contract/Contract.h"
+
 #include <windows.h>
 
 #include <algorithm>
 #include <ostream>
 
-const CommandCase c_commandCases[7] = {
-    {1, L"EV_LOAD", L"Load", "LoadAssembly", true, false}, {2, L"EV_CREATE", L"Create", "CreateType", true, true},
-    {3, L"EV_INVOKE", L"Invoke", "Invoke", true, true},    {4, L"EV_DELETE", L"Delete", "Delete", true, false},
-    {5, L"EV_RESET", L"Reset", "Reset", false, false},     {6, L"EV_SUCCESS", L"Get", "GetProperty", true, true},
-    {7, L"EV_FAILED", L"Set", "SetProperty", true, true},
-};
+using contract::InLogFile;
+using contract::Join;
+using contract::KernelName;
+using contract::PointerText;
 
 namespace
 {
-std::wstring PointerText(uint64_t value)
-{
-    std::wstring text;
-    for (int shift = 60; shift >= 0; shift -= 4)
-        text += L"0123456789ABCDEF"[value >> shift & 15];
-    return text;
-}
-
 bool StandsFor(const std::wstring& expected, const std::wstring& anyText, const std::wstring& line)
 {
     const size_t prefix = expected.size() - std::min(expected.size(), anyText.size());
@@ -31,11 +23,6 @@ bool StandsFor(const std::wstring& expected, const std::wstring& anyText, const 
 }
 } // namespace
 
-void PrintTo(const CommandCase& command, std::ostream* stream)
-{
-    *stream << command.method;
-}
-
 void PrintTo(const WindowMessage& message, std::ostream* stream)
 {
     *stream << std::hex << message.message << std::dec << (message.sent ? " sent" : " posted") << " ("
@@ -43,7 +30,7 @@ void PrintTo(const WindowMessage& message, std::ostream* stream)
             << (message.failed ? ", failed signalled" : "");
 }
 
-void Workbench::StartServing(WorkbenchRuntime runtime)
+void OrvWorkBench64::StartServing(WorkbenchRuntime runtime)
 {
     m_client.MakeShareAndWindow();
     Prepare(runtime);
@@ -51,65 +38,44 @@ void Workbench::StartServing(WorkbenchRuntime runtime)
     m_client.WaitForMessages(1);
 }
 
-void Workbench::Stop()
+void OrvWorkBench64::Stop()
 {
     m_client.Stop();
     EXPECT_EQ(1U, m_process->WaitForExit());
 }
 
-Workbench::Lines Workbench::Join(std::initializer_list<Lines> parts)
+OrvWorkBench64::Lines OrvWorkBench64::EventLines(const std::wstring& hexId)
 {
-    Lines all;
-    for (const Lines& part : parts)
-        all.insert(all.end(), part.begin(), part.end());
-    return all;
+    return InLogFile(contract::EventLines(KernelName(L""), hexId));
 }
 
-Workbench::Lines Workbench::EventLines(const std::wstring& hexId)
-{
-    Lines lines;
-    for (const wchar_t* name :
-         {L"EV_STOP", L"EV_LOAD", L"EV_CREATE", L"EV_INVOKE", L"EV_DELETE", L"EV_RESET", L"EV_SUCCESS", L"EV_FAILED",
-          L"EV_BREAKPOINT", L"EV_PROPERTY_GET", L"EV_PROPERTY_SET"})
-        lines.push_back(L"CProxySecManager::OrvPCreateEvent CreateEvent " + TestClient::KernelName(name + hexId) +
-                        L" succeeded ");
-    return lines;
-}
-
-Workbench::Lines Workbench::LoadedLines()
+OrvWorkBench64::Lines OrvWorkBench64::LoadedLines()
 {
     return {L"CHost::CHost Executing CorBindToRuntimeEx", L"CHost::CHost Loaded Runtime"};
 }
 
-Workbench::Lines Workbench::ArgumentLines() const
+OrvWorkBench64::Lines OrvWorkBench64::ArgumentLines() const
 {
     return {L"wmain  arg 0 = " + m_process->ProgramPath(), L"wmain  arg 1 = workbench",
             L"wmain  arg 2 = " + m_client.HexId()};
 }
 
-Workbench::Lines Workbench::OpenedShareLines(const std::wstring& shareName, const std::wstring& hexId)
+OrvWorkBench64::Lines OrvWorkBench64::OpenedShareLines(const std::wstring& shareName, const std::wstring& hexId)
 {
-    return Join(
-        {{L"CProxyShare::Create Size of Share is 116197744 bytes", L"CProxyMap::OpenMap Open Map Name: " + shareName},
-         MutexLines(shareName),
-         {L"CHost::Init Opened share for pid = " + hexId}});
+    return InLogFile(contract::OpenedShareLines(shareName, KernelName(shareName), hexId));
 }
 
-Workbench::Lines Workbench::MutexLines(const std::wstring& shareName)
+OrvWorkBench64::Lines OrvWorkBench64::MutexLines(const std::wstring& shareName)
 {
-    Lines lines;
-    for (const wchar_t* index : {L"_0", L"_1", L"_2", L"_3", L"_4", L"_5", L"_6"})
-        lines.push_back(L"CProxySecManager::OrvPCreateMutex Create Mutex " +
-                        TestClient::KernelName(shareName + index));
-    return lines;
+    return InLogFile(contract::ShareMutexLines(KernelName(shareName)));
 }
 
-std::wstring Workbench::WindowLine(uint64_t window)
+std::wstring OrvWorkBench64::WindowLine(uint64_t window)
 {
     return L"CHost::Run Zeph window is " + PointerText(window);
 }
 
-Workbench::Lines Workbench::StartLines() const
+OrvWorkBench64::Lines OrvWorkBench64::StartLines() const
 {
     return Join({EventLines(m_client.HexId()),
                  LoadedLines(),
@@ -118,12 +84,12 @@ Workbench::Lines Workbench::StartLines() const
                  {WindowLine(m_client.Window())}});
 }
 
-Workbench::Lines Workbench::WaitLines(const std::wstring& eventName)
+OrvWorkBench64::Lines OrvWorkBench64::WaitLines(const std::wstring& eventName)
 {
-    return {L"CHost::Run Sleeping", L"", L"CWBEvent::Wait Waiting", L"", L"CWBEvent::Wait Event is " + eventName};
+    return InLogFile(contract::WaitLines(eventName));
 }
 
-Workbench::Lines Workbench::BreakpointLines(uint64_t window)
+OrvWorkBench64::Lines OrvWorkBench64::BreakpointLines(uint64_t window)
 {
     return {L"CHost::Breakpoint Workbench breakpoint",
             L"",
@@ -136,27 +102,27 @@ Workbench::Lines Workbench::BreakpointLines(uint64_t window)
             L""};
 }
 
-Workbench::Lines Workbench::CommandLines(unsigned slot, const std::wstring& text, const std::wstring& outcome,
-                                         uint64_t window)
+OrvWorkBench64::Lines OrvWorkBench64::CommandLines(unsigned slot, const std::wstring& text,
+                                                   const std::wstring& outcome, uint64_t window)
 {
-    const CommandCase& command = c_commandCases[slot - 1];
+    const contract::Command& command = contract::c_commands[slot - 1];
     return Join({WaitLines(command.eventName),
                  {L"CHost::Run Command is " + std::wstring(command.word) + L": " + text},
                  command.breaks ? BreakpointLines(window) : Lines{},
                  {L"CHost::Run command " + outcome}});
 }
 
-Workbench::Lines Workbench::StopLines()
+OrvWorkBench64::Lines OrvWorkBench64::StopLines()
 {
     return Join({WaitLines(L"EV_STOP"), {L"CHost::Run Stopping", L""}, ExitLines()});
 }
 
-Workbench::Lines Workbench::ExitLines()
+OrvWorkBench64::Lines OrvWorkBench64::ExitLines()
 {
     return {L"CHost::Run WorkBench Exiting", L""};
 }
 
-Workbench::Lines Workbench::SystemText(unsigned error)
+OrvWorkBench64::Lines OrvWorkBench64::SystemText(unsigned error)
 {
     wchar_t text[1024]{};
     FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, error, 0, text, 1024,
@@ -167,9 +133,9 @@ Workbench::Lines Workbench::SystemText(unsigned error)
     return {line, L""};
 }
 
-testing::AssertionResult Workbench::LogIs(const Lines& expected)
+testing::AssertionResult OrvWorkBench64::LogIs(const Lines& expected)
 {
-    const Lines log = TestWorkbench::Log();
+    const Lines log = WorkbenchProcess::Log();
     for (size_t i = 0; i < std::max(expected.size(), log.size()); ++i)
     {
         const std::wstring wanted = i < expected.size() ? expected[i] : L"(the end)";
@@ -183,7 +149,7 @@ testing::AssertionResult Workbench::LogIs(const Lines& expected)
     return testing::AssertionSuccess();
 }
 
-Workbench::Record Workbench::RecordOf(std::initializer_list<Record> calls)
+OrvWorkBench64::Record OrvWorkBench64::RecordOf(std::initializer_list<Record> calls)
 {
     Record record{
         "bind version=\"v2.0.50727\" flavour=\"svr\" flags=2 class={90F1A06E-7712-4762-86B5-7A5EBA6BDB02} "
@@ -196,13 +162,13 @@ Workbench::Record Workbench::RecordOf(std::initializer_list<Record> calls)
     return record;
 }
 
-Workbench::Record Workbench::Call(const std::string& method, const std::string& argument)
+OrvWorkBench64::Record OrvWorkBench64::Call(const std::string& method, const std::string& argument)
 {
     return {"execute assembly=\"OrvWorkBench64.dll\" type=\"OrvWorkBench.CInvoke\" method=\"" + method +
             "\" argument=\"" + argument + "\""};
 }
 
-Workbench::Record Workbench::CallWithBreakpoint(const std::string& method, const std::string& argument)
+OrvWorkBench64::Record OrvWorkBench64::CallWithBreakpoint(const std::string& method, const std::string& argument)
 {
     return {Call(method, argument)[0], Call("OrvBreakPoint", "")[0]};
 }

@@ -1,7 +1,9 @@
 #pragma once
 
-#include "tests/support/processes/TestClient.h"
-#include "tests/support/processes/TestWorkbench.h"
+#include "tests/support/contract/Contract.h"
+#include "tests/support/contract/TraceLines.h"
+#include "tests/support/processes/InProcessClient.h"
+#include "tests/support/processes/WorkbenchProcess.h"
 
 #include <gmock/gmock.h>
 #include <initializer_list>
@@ -11,10 +13,10 @@
 
 // A client in this process and the real workbench in another. What the workbench logs is compared line by line with
 // the whole transcript, times aside.
-class Workbench : public testing::Test
+class OrvWorkBench64 : public testing::Test
 {
 protected:
-    using Lines = std::vector<std::wstring>;
+    using Lines = contract::Lines;
     using Record = std::vector<std::string>;
 
     // A line that ends with this stands for the same line with any text of the system's in its place: for last errors
@@ -29,9 +31,8 @@ protected:
     void Start() { m_process->Start(L"workbench " + m_client.HexId()); }
     // Stops it and waits for its end.
     void Stop();
-    TestWorkbench& Process() { return *m_process; }
+    WorkbenchProcess& Process() { return *m_process; }
 
-    static Lines Join(std::initializer_list<Lines> parts);
     // The transcript of a start by the client of this test: events, runtime, arguments, share and window.
     Lines StartLines() const;
     // Its parts.
@@ -64,24 +65,11 @@ protected:
     static Record Call(const std::string& method, const std::string& argument);
     static Record CallWithBreakpoint(const std::string& method, const std::string& argument);
 
-    TestClient m_client;
+    InProcessClient m_client;
 
 private:
-    std::optional<TestWorkbench> m_process;
+    std::optional<WorkbenchProcess> m_process;
 };
 
-// What a command event makes of the workbench.
-struct CommandCase
-{
-    unsigned slot;
-    const wchar_t* eventName;
-    const wchar_t* word;
-    const char* method;
-    bool takesText;
-    bool breaks;
-};
-extern const CommandCase c_commandCases[7];
-
-// For failures and for the names of tests, which must not carry addresses.
-void PrintTo(const CommandCase& command, std::ostream* stream);
+// For failures.
 void PrintTo(const WindowMessage& message, std::ostream* stream);

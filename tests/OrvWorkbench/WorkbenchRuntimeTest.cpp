@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+using contract::Command;
+using contract::Join;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
 
@@ -17,12 +19,12 @@ struct Step
     const wchar_t* outcome;
 };
 
-class ManagedWorkbench : public Workbench
+class ManagedWorkbench : public OrvWorkBench64
 {
 protected:
     void SetUp() override
     {
-        if (!TestWorkbench::Has(WorkbenchRuntime::Managed))
+        if (!WorkbenchProcess::Has(WorkbenchRuntime::Managed))
             GTEST_SKIP() << "the managed side or the bridge to a runtime is not built";
     }
 
@@ -42,7 +44,7 @@ protected:
     }
 };
 
-class WorkbenchWithoutRuntime : public Workbench
+class WorkbenchWithoutRuntime : public OrvWorkBench64
 {
 protected:
     // The lines of a start whose bind or start failed.
@@ -58,7 +60,7 @@ protected:
     {
         Lines lines = CommandLines(slot, L"x", L"failed, result = ActionFail");
         lines.insert(lines.begin() + 6, L"CHost::Execute ExecuteInDefaultAppDomain failed");
-        if (c_commandCases[slot - 1].breaks)
+        if (contract::c_commands[slot - 1].breaks)
             lines[lines.size() - 3] = L"CHost::Breakpoint breakpointed workbench failed";
         return lines;
     }
@@ -66,7 +68,7 @@ protected:
     Lines AskInVain()
     {
         Lines lines;
-        for (const CommandCase& command : c_commandCases)
+        for (const Command& command : contract::c_commands)
         {
             EXPECT_EQ(9U, m_client.Carry(command.slot, L"x"));
             lines = Join({lines, RefusedLines(command.slot)});
@@ -119,7 +121,7 @@ TEST_F(ManagedWorkbench, FailsEveryCommandWithoutItsDispatcher)
 {
     StartServing(WorkbenchRuntime::NoDispatcher);
     Lines expected = StartLines();
-    for (const CommandCase& command : c_commandCases)
+    for (const Command& command : contract::c_commands)
     {
         EXPECT_EQ(9U, m_client.Carry(command.slot, L"x"));
         Lines lines = CommandLines(command.slot, L"x", L"failed, result = ActionFail");
@@ -184,7 +186,7 @@ TEST_F(WorkbenchWithoutRuntime, TakesAnyStatusThatIsNotNegativeForSuccess)
     EXPECT_TRUE(LogIs(Join({StartLines(), StopLines()})));
 }
 
-TEST_F(Workbench, ReportsABreakpointThatTheRuntimeRefuses)
+TEST_F(OrvWorkBench64, ReportsABreakpointThatTheRuntimeRefuses)
 {
     const EnvironmentVariable breakpoint(L"ORV_SCRIPT_BREAKPOINT", L"0x80131513");
     StartServing(WorkbenchRuntime::Scripted);

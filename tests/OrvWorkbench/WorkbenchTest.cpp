@@ -1,8 +1,14 @@
 #include "tests/OrvWorkbench/WorkbenchFixture.h"
-#include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/contract/Contract.h"
+#include "tests/support/worlds/FreshNames.h"
 
 #include <windows.h>
 
+using contract::c_exitingMessage;
+using contract::c_idleMessage;
+using contract::c_readyMessage;
+using contract::Command;
+using contract::Join;
 using testing::_;
 using testing::AllOf;
 using testing::Contains;
@@ -16,10 +22,6 @@ using testing::UnorderedElementsAre;
 
 namespace
 {
-constexpr unsigned c_ready = 0x83F0;
-constexpr unsigned c_idle = 0x8407;
-constexpr unsigned c_exiting = 0x83EB;
-
 // A message with zero parameters, and the responses that were signalled when it came.
 auto Posted(unsigned message, bool success, bool failed)
 {
@@ -34,7 +36,7 @@ auto Sent(unsigned message, bool success, bool failed)
 // A client that has stored its window and then serves nothing.
 ORV_CHILD_ROLE(ClientThatDies)
 {
-    TestClient client;
+    InProcessClient client;
     client.MakeShareAndWindow();
     Meeting(arguments.at(0)).Signal();
     Sleep(INFINITE);
@@ -44,7 +46,7 @@ ORV_CHILD_ROLE(ClientThatDies)
 // A client that is stuck in its window procedure.
 ORV_CHILD_ROLE(ClientThatHangs)
 {
-    TestClient client;
+    InProcessClient client;
     const std::wstring reached = arguments.at(1);
     client.WhenIdle([&] {
         Meeting(reached).Signal();
@@ -56,11 +58,11 @@ ORV_CHILD_ROLE(ClientThatHangs)
     return 0;
 }
 
-class WorkbenchCommand : public Workbench, public testing::WithParamInterface<CommandCase>
+class WorkbenchCommand : public OrvWorkBench64, public testing::WithParamInterface<Command>
 {
 };
 
-std::string CaseName(const testing::TestParamInfo<CommandCase>& info)
+std::string CaseName(const testing::TestParamInfo<Command>& info)
 {
     return info.param.method;
 }
@@ -73,44 +75,44 @@ struct ResultCase
 };
 } // namespace
 
-TEST_F(Workbench, StartsWithTheClientsShareAndStops)
+TEST_F(OrvWorkBench64, StartsWithTheClientsShareAndStops)
 {
     StartServing(WorkbenchRuntime::Scripted);
     EXPECT_TRUE(Process().IsRunning());
     Stop();
     EXPECT_TRUE(LogIs(Join({StartLines(), StopLines()})));
     EXPECT_THAT(Process().Record(), ElementsAreArray(RecordOf({})));
-    EXPECT_THAT(m_client.Messages(), ElementsAre(Posted(c_ready, false, false), Sent(c_exiting, false, false)));
+    EXPECT_THAT(m_client.Messages(),
+                ElementsAre(Posted(c_readyMessage, false, false), Sent(c_exitingMessage, false, false)));
     EXPECT_FALSE(m_client.IsSignalled(8)) << "a stop is not answered";
     EXPECT_FALSE(m_client.IsSignalled(9));
     EXPECT_FALSE(m_client.IsSignalled(10));
     EXPECT_FALSE(m_client.IsSignalled(0)) << "the waiter resets what woke it";
 }
 
-TEST_F(Workbench, EndsWithoutAClientsShare)
+TEST_F(OrvWorkBench64, EndsWithoutAClientsShare)
 {
     Prepare(WorkbenchRuntime::Scripted);
     Start();
     EXPECT_EQ(1U, Process().WaitForExit());
     const std::wstring share = m_client.ShareName();
-    EXPECT_TRUE(LogIs(Join(
-        {EventLines(m_client.HexId()),
-         LoadedLines(),
-         ArgumentLines(),
-         {L"CProxyShare::Create Size of Share is 116197744 bytes", L"CProxyMap::OpenMap Open Map Name: " + share},
-         {L"CProxySecManager::OrvPOpenFileMapping Failed with " + SystemText(2)[0], L""},
-         {L"CProxyMap::OpenMap Open returned: " + SystemText(2)[0], L""},
-         {L"CProxySecManager::OrvPCreateFileMapping Create Named File Map: " + TestClient::KernelName(share),
-          L"CProxyMap::Create created share " + share + L" successfully "},
-         MutexLines(share),
-         {L"CHost::Init Opened share for pid = " + m_client.HexId(), WindowLine(0),
-          L"CHost::Run Zeph Window handle for notifications is NULL cant go on", L""}})));
+    EXPECT_TRUE(LogIs(Join({EventLines(m_client.HexId()),
+                            LoadedLines(),
+                            ArgumentLines(),
+                            contract::InLogFile({contract::c_shareSizeLine, contract::OpenMapLine(share)}),
+                            {L"CProxySecManager::OrvPOpenFileMapping Failed with " + SystemText(2)[0], L""},
+                            {L"CProxyMap::OpenMap Open returned: " + SystemText(2)[0], L""},
+                            contract::InLogFile({contract::MappingCreatedLine(contract::KernelName(share)),
+                                                 contract::MapCreatedLine(share)}),
+                            MutexLines(share),
+                            {L"CHost::Init Opened share for pid = " + m_client.HexId(), WindowLine(0),
+                             L"CHost::Run Zeph Window handle for notifications is NULL cant go on", L""}})));
     EXPECT_THAT(Process().Record(), ElementsAreArray(RecordOf({})));
     EXPECT_TRUE(m_client.IsSignalled(9));
     EXPECT_FALSE(m_client.IsSignalled(8));
 }
 
-TEST_F(Workbench, EndsWithoutAWindow)
+TEST_F(OrvWorkBench64, EndsWithoutAWindow)
 {
     m_client.MakeShare();
     m_client.WriteText(L"kept");
@@ -128,9 +130,9 @@ TEST_F(Workbench, EndsWithoutAWindow)
     EXPECT_STREQ(L"kept", m_client.TextField()) << "an existing share stays as it is";
 }
 
-TEST_F(Workbench, ServesAClientOfAnIdThatIsNoProcess)
+TEST_F(OrvWorkBench64, ServesAClientOfAnIdThatIsNoProcess)
 {
-    TestClient client(FreshId() & 0x7FFFFFFF); // no greater id can be put on the command line
+    InProcessClient client(FreshId() & 0x7FFFFFFF); // no greater id can be put on the command line
     client.MakeShareAndWindow();
     Prepare(WorkbenchRuntime::Scripted);
     Process().Start(L"workbench " + client.HexId());
@@ -143,9 +145,9 @@ TEST_F(Workbench, ServesAClientOfAnIdThatIsNoProcess)
                             LoadedLines(),
                             {L"wmain  arg 0 = " + Process().ProgramPath(), L"wmain  arg 1 = workbench",
                              L"wmain  arg 2 = " + client.HexId()},
-                            {L"CProxyShare::Create Size of Share is 116197744 bytes"},
+                            contract::InLogFile({contract::c_shareSizeLine}),
                             noProcess,
-                            {L"CProxyMap::OpenMap Open Map Name: " + client.ShareName()},
+                            contract::InLogFile({contract::OpenMapLine(client.ShareName())}),
                             noProcess,
                             MutexLines(client.ShareName()),
                             {L"CHost::Init Opened share for pid = " + client.HexId(), WindowLine(client.Window())},
@@ -155,7 +157,7 @@ TEST_F(Workbench, ServesAClientOfAnIdThatIsNoProcess)
 
 TEST_P(WorkbenchCommand, IsCarriedOutAndReported)
 {
-    const CommandCase& command = GetParam();
+    const Command& command = GetParam();
     std::optional<EnvironmentVariable> reset(std::in_place, L"ORV_SCRIPT_RESET", L"result=10");
     StartServing(WorkbenchRuntime::Scripted);
     EXPECT_EQ(8U, m_client.Carry(command.slot, L"result=10; first"));
@@ -168,10 +170,12 @@ TEST_P(WorkbenchCommand, IsCarriedOutAndReported)
                 ElementsAreArray(RecordOf({command.breaks ? CallWithBreakpoint(command.method, argument)
                                                           : Call(command.method, argument)})));
     if (command.breaks)
-        EXPECT_THAT(m_client.Messages(), ElementsAre(Posted(c_ready, false, false), Sent(c_idle, true, false),
-                                                     Sent(c_exiting, false, false)));
+        EXPECT_THAT(m_client.Messages(),
+                    ElementsAre(Posted(c_readyMessage, false, false), Sent(c_idleMessage, true, false),
+                                Sent(c_exitingMessage, false, false)));
     else
-        EXPECT_THAT(m_client.Messages(), ElementsAre(Posted(c_ready, false, false), Sent(c_exiting, false, false)));
+        EXPECT_THAT(m_client.Messages(),
+                    ElementsAre(Posted(c_readyMessage, false, false), Sent(c_exitingMessage, false, false)));
     EXPECT_FALSE(m_client.IsSignalled(command.slot));
     EXPECT_FALSE(m_client.IsSignalled(8)) << "two responses at most";
     EXPECT_FALSE(m_client.IsSignalled(9));
@@ -180,7 +184,7 @@ TEST_P(WorkbenchCommand, IsCarriedOutAndReported)
 
 TEST_P(WorkbenchCommand, IsReportedWhenItFails)
 {
-    const CommandCase& command = GetParam();
+    const Command& command = GetParam();
     const EnvironmentVariable reset(L"ORV_SCRIPT_RESET", L"result=3");
     StartServing(WorkbenchRuntime::Scripted);
     EXPECT_EQ(9U, m_client.Carry(command.slot, L"result=3"));
@@ -197,7 +201,7 @@ TEST_P(WorkbenchCommand, IsReportedWhenItFails)
 
 TEST_P(WorkbenchCommand, FailsWhenTheRuntimeRefusesTheCall)
 {
-    const CommandCase& command = GetParam();
+    const Command& command = GetParam();
     const EnvironmentVariable reset(L"ORV_SCRIPT_RESET", L"0x80131513");
     const EnvironmentVariable breakpoint(L"ORV_SCRIPT_BREAKPOINT", L"0x80131513");
     StartServing(WorkbenchRuntime::Scripted);
@@ -210,9 +214,9 @@ TEST_P(WorkbenchCommand, FailsWhenTheRuntimeRefusesTheCall)
     EXPECT_TRUE(LogIs(Join({StartLines(), lines, StopLines()})));
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, WorkbenchCommand, testing::ValuesIn(c_commandCases), CaseName);
+INSTANTIATE_TEST_SUITE_P(Each, WorkbenchCommand, testing::ValuesIn(contract::c_commands), CaseName);
 
-TEST_F(Workbench, ServesAWholeSession)
+TEST_F(OrvWorkBench64, ServesAWholeSession)
 {
     StartServing(WorkbenchRuntime::Scripted);
     EXPECT_EQ(8U, m_client.Carry(1, L"result=6; My.dll"));
@@ -240,12 +244,13 @@ TEST_F(Workbench, ServesAWholeSession)
                      CallWithBreakpoint("Invoke", "result=1; a.M()"),
                      CallWithBreakpoint("Invoke", "result=10; a.N()"), Call("Delete", "a"), Call("Reset", "")})));
     EXPECT_THAT(m_client.Messages(),
-                ElementsAre(Posted(c_ready, false, false), Sent(c_idle, true, false), Sent(c_idle, true, false),
-                            Sent(c_idle, true, false), Sent(c_idle, true, false), Sent(c_idle, true, false),
-                            Sent(c_exiting, false, false)));
+                ElementsAre(Posted(c_readyMessage, false, false), Sent(c_idleMessage, true, false),
+                            Sent(c_idleMessage, true, false), Sent(c_idleMessage, true, false),
+                            Sent(c_idleMessage, true, false), Sent(c_idleMessage, true, false),
+                            Sent(c_exitingMessage, false, false)));
 }
 
-TEST_F(Workbench, SplitsResultsBetweenFourAndFive)
+TEST_F(OrvWorkBench64, SplitsResultsBetweenFourAndFive)
 {
     const ResultCase cases[] = {
         {L"result=0", 9, L"failed, result = ActionEventUnknown"},
@@ -270,7 +275,7 @@ TEST_F(Workbench, SplitsResultsBetweenFourAndFive)
     EXPECT_TRUE(LogIs(Join({expected, StopLines()})));
 }
 
-TEST_F(Workbench, SignalsSuccessAtTheBreakpointAndTheOutcomeAfterwards)
+TEST_F(OrvWorkBench64, SignalsSuccessAtTheBreakpointAndTheOutcomeAfterwards)
 {
     const Meeting answer(FreshName(L"answer"));
     m_client.WhenIdle([&] { answer.Wait(); });
@@ -296,7 +301,7 @@ TEST_F(Workbench, SignalsSuccessAtTheBreakpointAndTheOutcomeAfterwards)
     EXPECT_EQ(3U, m_client.Messages().size());
 }
 
-TEST_F(Workbench, LeavesTheBreakpointsSuccessToAClientThatDoesNotTakeIt)
+TEST_F(OrvWorkBench64, LeavesTheBreakpointsSuccessToAClientThatDoesNotTakeIt)
 {
     m_client.WhenIdle({});
     StartServing(WorkbenchRuntime::Scripted);
@@ -306,10 +311,11 @@ TEST_F(Workbench, LeavesTheBreakpointsSuccessToAClientThatDoesNotTakeIt)
     Process().WaitForLogLine(L"CHost::Run command failed, result = ActionLoadAssemblyFail");
     Stop();
     EXPECT_THAT(m_client.Messages(),
-                ElementsAre(Posted(c_ready, false, false), Sent(c_idle, true, false), Sent(c_exiting, true, true)));
+                ElementsAre(Posted(c_readyMessage, false, false), Sent(c_idleMessage, true, false),
+                            Sent(c_exitingMessage, true, true)));
 }
 
-TEST_F(Workbench, ReportsAWindowThatAnswersIdleWithZero)
+TEST_F(OrvWorkBench64, ReportsAWindowThatAnswersIdleWithZero)
 {
     StartServing(WorkbenchRuntime::Scripted);
     m_client.AnswerIdleWith(0);
@@ -327,7 +333,7 @@ TEST_F(Workbench, ReportsAWindowThatAnswersIdleWithZero)
                                                                CallWithBreakpoint("Invoke", "one")})));
 }
 
-TEST_F(Workbench, WritesAHeartbeatAfterTenSecondsWithoutACommand)
+TEST_F(OrvWorkBench64, WritesAHeartbeatAfterTenSecondsWithoutACommand)
 {
     StartServing(WorkbenchRuntime::Scripted);
     Process().WaitForLogLine(L"CHost::Run Timeout");
@@ -341,7 +347,7 @@ TEST_F(Workbench, WritesAHeartbeatAfterTenSecondsWithoutACommand)
                             StopLines()})));
 }
 
-TEST_F(Workbench, StopsBeforeAPendingLoad)
+TEST_F(OrvWorkBench64, StopsBeforeAPendingLoad)
 {
     m_client.MakeShareAndWindow();
     m_client.Signal(1);
@@ -355,7 +361,7 @@ TEST_F(Workbench, StopsBeforeAPendingLoad)
     EXPECT_FALSE(m_client.IsSignalled(0));
 }
 
-TEST_F(Workbench, TakesThePendingCommandsFromTheLowestSlotOn)
+TEST_F(OrvWorkBench64, TakesThePendingCommandsFromTheLowestSlotOn)
 {
     m_client.MakeShareAndWindow();
     m_client.WriteText(L"x");
@@ -372,7 +378,7 @@ TEST_F(Workbench, TakesThePendingCommandsFromTheLowestSlotOn)
                                            CallWithBreakpoint("SetProperty", "x")})));
 }
 
-TEST_F(Workbench, EndsWithoutAResponseWhenAnExceptionReachesTheLoop)
+TEST_F(OrvWorkBench64, EndsWithoutAResponseWhenAnExceptionReachesTheLoop)
 {
     StartServing(WorkbenchRuntime::Scripted);
     m_client.WriteText(L"throw");
@@ -384,13 +390,14 @@ TEST_F(Workbench, EndsWithoutAResponseWhenAnExceptionReachesTheLoop)
                     {L"CHost::Run Command is Load: throw", L"CHost::Run WorkBench Exception in main loop", L""},
                     ExitLines()})));
     EXPECT_THAT(Process().Record(), ElementsAreArray(RecordOf({Call("LoadAssembly", "throw")})));
-    EXPECT_THAT(m_client.Messages(), ElementsAre(Posted(c_ready, false, false), Sent(c_exiting, false, false)));
+    EXPECT_THAT(m_client.Messages(),
+                ElementsAre(Posted(c_readyMessage, false, false), Sent(c_exitingMessage, false, false)));
     EXPECT_FALSE(m_client.IsSignalled(8));
     EXPECT_FALSE(m_client.IsSignalled(9));
 }
 
 // An access violation in what the runtime calls, for example.
-TEST_F(Workbench, EndsInTheSameWayWhenAWindowsExceptionReachesTheLoop)
+TEST_F(OrvWorkBench64, EndsInTheSameWayWhenAWindowsExceptionReachesTheLoop)
 {
     StartServing(WorkbenchRuntime::Scripted);
     m_client.WriteText(L"raise=0xC0000005");
@@ -401,12 +408,13 @@ TEST_F(Workbench, EndsInTheSameWayWhenAWindowsExceptionReachesTheLoop)
               WaitLines(L"EV_LOAD"),
               {L"CHost::Run Command is Load: raise=0xC0000005", L"CHost::Run WorkBench Exception in main loop", L""},
               ExitLines()})));
-    EXPECT_THAT(m_client.Messages(), ElementsAre(Posted(c_ready, false, false), Sent(c_exiting, false, false)));
+    EXPECT_THAT(m_client.Messages(),
+                ElementsAre(Posted(c_readyMessage, false, false), Sent(c_exitingMessage, false, false)));
     EXPECT_FALSE(m_client.IsSignalled(8));
     EXPECT_FALSE(m_client.IsSignalled(9));
 }
 
-TEST_F(Workbench, EndsWhenAnExceptionLeavesTheBreakpoint)
+TEST_F(OrvWorkBench64, EndsWhenAnExceptionLeavesTheBreakpoint)
 {
     const EnvironmentVariable breakpoint(L"ORV_SCRIPT_BREAKPOINT", L"throw");
     StartServing(WorkbenchRuntime::Scripted);
@@ -422,23 +430,24 @@ TEST_F(Workbench, EndsWhenAnExceptionLeavesTheBreakpoint)
                             {L"CHost::Run WorkBench Exception in main loop", L""},
                             ExitLines()})));
     EXPECT_THAT(m_client.Messages(),
-                ElementsAre(Posted(c_ready, false, false), Sent(c_idle, true, false), Sent(c_exiting, false, false)));
+                ElementsAre(Posted(c_readyMessage, false, false), Sent(c_idleMessage, true, false),
+                            Sent(c_exitingMessage, false, false)));
 }
 
-TEST_F(Workbench, EndsWhenTheNameOfACommandEventIsTaken)
+TEST_F(OrvWorkBench64, EndsWhenTheNameOfACommandEventIsTaken)
 {
     // An object of another kind under the load event's name: neither side has that event.
     const uint32_t id = FreshId() & 0x7FFFFFFF;
-    const std::wstring hexId = TestClient::HexId(id);
-    const UniqueHandle taken(CreateMutexW(nullptr, FALSE, TestClient::KernelName(L"EV_LOAD" + hexId).c_str()));
-    TestClient client(id);
+    const std::wstring hexId = contract::Hex(id);
+    const UniqueHandle taken(CreateMutexW(nullptr, FALSE, contract::KernelName(contract::EventName(1, id)).c_str()));
+    InProcessClient client(id);
     client.MakeShareAndWindow();
     Prepare(WorkbenchRuntime::Scripted);
     Process().Start(L"workbench " + hexId);
     EXPECT_EQ(1U, Process().WaitForExit());
     Lines events = EventLines(hexId);
-    events[1] =
-        L"CProxySecManager::OrvPCreateEvent CreateEvent " + TestClient::KernelName(L"EV_LOAD" + hexId) + L" Failed";
+    events[1] = L"CProxySecManager::OrvPCreateEvent CreateEvent " + contract::KernelName(contract::EventName(1, id)) +
+                L" Failed";
     events.insert(events.begin() + 2, {SystemText(6)[0], L""});
     const Lines log = Process().Log();
     ASSERT_LE(events.size() + 9, log.size());
@@ -449,12 +458,12 @@ TEST_F(Workbench, EndsWhenTheNameOfACommandEventIsTaken)
                             L""));
     // The workbench does not wait for the client here: the response may be there before the posted message is
     // handled, and a sent message overtakes it.
-    EXPECT_THAT(client.WaitForMessages(2),
-                UnorderedElementsAre(FieldsAre(c_ready, 0U, 0, false, _, _), Sent(c_exiting, false, true)));
+    EXPECT_THAT(client.WaitForMessages(2), UnorderedElementsAre(FieldsAre(c_readyMessage, 0U, 0, false, _, _),
+                                                                Sent(c_exitingMessage, false, true)));
     EXPECT_EQ(9U, client.WaitForResponse());
 }
 
-TEST_F(Workbench, PassesTextsAsTheyAre)
+TEST_F(OrvWorkBench64, PassesTextsAsTheyAre)
 {
     StartServing(WorkbenchRuntime::Scripted);
     EXPECT_EQ(8U, m_client.Carry(1, L""));
@@ -474,29 +483,29 @@ TEST_F(Workbench, PassesTextsAsTheyAre)
                                            Call("LoadAssembly", "two\\nlines")})));
 }
 
-TEST_F(Workbench, ReadsATextWithoutAnEndUpToTheEndOfItsField)
+TEST_F(OrvWorkBench64, ReadsATextWithoutAnEndUpToTheEndOfItsField)
 {
-    constexpr size_t fieldUnits = 35226;
     StartServing(WorkbenchRuntime::Scripted);
-    std::fill_n(m_client.TextField(), fieldUnits, L'a');
-    m_client.TextField()[fieldUnits] = L'b'; // the client's own data
+    std::fill_n(m_client.TextField(), contract::c_textUnits, L'a');
+    m_client.TextField()[contract::c_textUnits] = L'b'; // the client's own data
     m_client.Signal(1);
     EXPECT_EQ(8U, m_client.WaitForResponse());
     Stop();
-    EXPECT_THAT(Process().Record(), ElementsAreArray(RecordOf({Call("LoadAssembly", std::string(fieldUnits, 'a'))})));
+    EXPECT_THAT(Process().Record(),
+                ElementsAreArray(RecordOf({Call("LoadAssembly", std::string(contract::c_textUnits, 'a'))})));
     // The line is cut, its end with it.
     EXPECT_THAT(Process().Log(),
                 Contains(AllOf(testing::StartsWith(L"CHost::Run Command is Load: " + std::wstring(900, L'a')),
                                testing::EndsWith(L" CHost::Run command succeeded, result = ActionSuccess"))));
 }
 
-TEST_F(Workbench, GoesOnWhenTheClientIsGone)
+TEST_F(OrvWorkBench64, GoesOnWhenTheClientIsGone)
 {
     const std::wstring name = FreshName(L"dies");
     const Meeting ready(name);
     const ChildProcess dying = ChildProcess::StartRole(L"ClientThatDies", {name});
     ready.Wait();
-    TestClient heir(dying.Id());
+    InProcessClient heir(dying.Id());
     heir.MakeShare();
     Prepare(WorkbenchRuntime::Scripted);
     Process().Start(L"workbench " + heir.HexId());
@@ -524,7 +533,7 @@ TEST_F(Workbench, GoesOnWhenTheClientIsGone)
     EXPECT_THAT(Process().Record(), ElementsAreArray(RecordOf({CallWithBreakpoint("Invoke", "result=10")})));
 }
 
-TEST_F(Workbench, GoesOnWhenTheClientDiesWhileItHandlesTheIdleMessage)
+TEST_F(OrvWorkBench64, GoesOnWhenTheClientDiesWhileItHandlesTheIdleMessage)
 {
     const std::wstring readyName = FreshName(L"hangs");
     const std::wstring reachedName = FreshName(L"reached");
@@ -532,7 +541,7 @@ TEST_F(Workbench, GoesOnWhenTheClientDiesWhileItHandlesTheIdleMessage)
     const Meeting reached(reachedName);
     const ChildProcess hanging = ChildProcess::StartRole(L"ClientThatHangs", {readyName, reachedName});
     ready.Wait();
-    TestClient heir(hanging.Id());
+    InProcessClient heir(hanging.Id());
     heir.MakeShare();
     Prepare(WorkbenchRuntime::Scripted);
     Process().Start(L"workbench " + heir.HexId());

@@ -2,8 +2,8 @@
 // real runtime's.
 
 #include "tests/support/processes/ChildProcess.h"
-#include "tests/support/worlds/SystemProbe.h"
-#include "tests/support/worlds/TestFile.h"
+#include "tests/support/worlds/FreshNames.h"
+#include "tests/support/worlds/TemporaryFile.h"
 
 #include <windows.h>
 

@@ -5,7 +5,7 @@
 #include "OrvProfiler/share/ProxyShare.h"
 #include "tests/support/processes/ChildProcess.h"
 #include "tests/support/processes/ClientRun.h"
-#include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/worlds/FreshNames.h"
 
 #include <windows.h>
 

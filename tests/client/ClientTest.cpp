@@ -6,8 +6,8 @@
 #include "OrvProfiler/share/ProxyShare.h"
 #include "tests/support/processes/ChildProcess.h"
 #include "tests/support/processes/ClientRun.h"
-#include "tests/support/worlds/SystemProbe.h"
-#include "tests/support/worlds/TestFile.h"
+#include "tests/support/worlds/FreshNames.h"
+#include "tests/support/worlds/TemporaryFile.h"
 
 #include <windows.h>
 
@@ -112,7 +112,7 @@ public:
     }
 
 private:
-    TestFile m_file;
+    TemporaryFile m_file;
 };
 } // namespace
 
@@ -120,18 +120,18 @@ private:
 
 TEST(ClientScript, EveryCommandIsPostedAnsweredAndShown)
 {
-    const TestFile script("# a comment\n"
-                          "load print=loading; result=6\n"
-                          "\n"
-                          "   # another comment\n"
-                          "create print=creating; result=8\r\n"
-                          "get result=5\n"
-                          "set print=one\n"
-                          "\tinvoke print=two; result=10\n"
-                          "DELETE print=three\n"
-                          "reset print=not looked at\n"
-                          "stop",
-                          L"golden.orv");
+    const TemporaryFile script("# a comment\n"
+                               "load print=loading; result=6\n"
+                               "\n"
+                               "   # another comment\n"
+                               "create print=creating; result=8\r\n"
+                               "get result=5\n"
+                               "set print=one\n"
+                               "\tinvoke print=two; result=10\n"
+                               "DELETE print=three\n"
+                               "reset print=not looked at\n"
+                               "stop",
+                               L"golden.orv");
     const Result result = Finish(Scripted({L"--script", script.Path()}));
     EXPECT_EQ("workbench # started, client id #\n"
               "    message ready\n"
@@ -222,7 +222,7 @@ TEST(ClientScript, ResultsBelowFiveFailAfterTheBreakpoint)
 
 TEST(ClientScript, WithABadLineIsNotBegun)
 {
-    const TestFile script("load x\nlaod y\n", L"bad.orv");
+    const TemporaryFile script("load x\nlaod y\n", L"bad.orv");
     const Result result = Finish(Scripted({L"-s", script.Path()}));
     EXPECT_EQ("", result.output);
     EXPECT_THAT(result.errors,
@@ -310,7 +310,7 @@ TEST(ClientText, GreatestLengthIsServedAndOneMoreIsRefused)
 
 TEST(ClientText, TooLongTextOfAFileIsRefusedBeforeTheStart)
 {
-    const TestFile script("load " + std::string(c_textLimit + 1, 'x'), L"long.orv");
+    const TemporaryFile script("load " + std::string(c_textLimit + 1, 'x'), L"long.orv");
     const Result result = Finish(Scripted({L"-s", script.Path()}));
     EXPECT_EQ("", result.output);
     EXPECT_THAT(result.errors, HasSubstr("long.orv:1: the command text has 35226 characters, at most 35225 fit"));

@@ -1,7 +1,8 @@
 #include "tests/faults/FaultScenario.h"
 
-#include "tests/support/worlds/ShareSupport.h"
-#include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/contract/Contract.h"
+#include "tests/support/faults/HeldResources.h"
+#include "tests/support/worlds/NamedObjects.h"
 
 #include <windows.h>
 
@@ -113,25 +114,6 @@ std::string Shown(const FaultLines& lines)
     return text;
 }
 
-DWORD WINAPI TryMutex(void* mutex)
-{
-    const DWORD result = WaitForSingleObject(mutex, c_longestHoldMs);
-    if (result != WAIT_OBJECT_0 && result != WAIT_ABANDONED)
-        return 1;
-    ReleaseMutex(mutex);
-    return 0;
-}
-
-bool IsHeld(HANDLE mutex)
-{
-    HANDLE const thread = CreateThread(nullptr, 0, TryMutex, mutex, 0, nullptr);
-    DWORD held = 1;
-    WaitForSingleObject(thread, INFINITE);
-    GetExitCodeThread(thread, &held);
-    CloseHandle(thread);
-    return held != 0;
-}
-
 void Write(const std::wstring& text)
 {
     OutputDebugStringW((L"     0 " + text).c_str());
@@ -169,12 +151,15 @@ void Note(const wchar_t* what, const wchar_t* value)
 void NoteIfHeld(const std::wstring& kernelName)
 {
     const TestsOwn own;
-    HANDLE const mutex = OpenMutexW(SYNCHRONIZE | MUTEX_MODIFY_STATE, FALSE, kernelName.c_str());
-    if (mutex == nullptr)
-        return;
-    if (IsHeld(mutex))
+    if (MutexStateOf(kernelName, c_longestHoldMs) == MutexState::Held)
         Write(c_held + kernelName);
-    CloseHandle(mutex);
+}
+
+void NoteHeldShareMutexes(const std::wstring& shareName)
+{
+    const TestsOwn own;
+    for (unsigned i = 0; i < contract::c_shareMutexCount; ++i)
+        NoteIfHeld(contract::KernelName(shareName + L"_" + std::to_wstring(i)));
 }
 
 FaultScenario::FaultScenario(TraceCapture& trace, std::function<void()> body,

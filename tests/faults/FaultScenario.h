@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/support/contract/TraceCapture.h"
+#include "tests/support/contract/TraceLines.h"
 #include "tests/support/faults/AllocationProbe.h"
 #include "tests/support/faults/SystemFaults.h"
 
@@ -12,16 +13,18 @@
 #include <utility>
 #include <vector>
 
-// What the product does when any one call of any system function fails, told by a table.
+// Tables that say what the product does when a system call fails.
 //
-// A scenario is a piece of the product's work that a test can run again and again. Its transcript is what it traces,
-// and what its steps answer (Note). With a call failing, the transcript changes, and a row of the table says how.
+// A scenario is a piece of the product's work that a test can run again and again. Its transcript is what the product
+// traces and what the steps answer (Note). It is run once for each system call in it, with that call failing; a row
+// of the table says how the transcript then differs from that of a run in which nothing fails.
 
-using FaultLines = std::vector<std::wstring>;
+using FaultLines = contract::Lines;
 
-// The calls first to last of a function, the first of the scenario being 1, and what changes in the transcript when
-// one of them fails: "-" and a line that is missing then, "+" and a line that is new, in the transcript's order. No
-// line means that nothing changes.
+// What changes when one of the calls first to last of a function fails; the scenario's first call of it is 1. A
+// change is
+// "-" and a line that is missing, or "+" and a line that is new, in the transcript's order. An empty list means that
+// nothing changes.
 struct FaultRow
 {
     std::string function;
@@ -31,15 +34,15 @@ struct FaultRow
 };
 using FaultTable = std::vector<FaultRow>;
 
-// For rows: lines that are missing, lines that are new, and lists one behind the other.
+// For rows: lines that are missing, lines that are new, and one list behind another.
 FaultLines Without(std::initializer_list<FaultLines> parts);
 FaultLines With(std::initializer_list<FaultLines> parts);
 FaultLines operator+(FaultLines first, const FaultLines& second);
 
-// As the last of a row: to the last call that there is.
+// As the last call of a row: all that there are.
 constexpr unsigned c_lastCall = 0xFFFFFFFF;
 
-// What a scenario does while one of these lives is the test's own: neither its calls nor its memory count.
+// While one of these lives, a scenario's calls and allocations are the test's own: they do not count and do not fail.
 struct TestsOwn
 {
     SystemFaults::Paused paused;
@@ -50,29 +53,33 @@ struct TestsOwn
 void Note(const wchar_t* what, int64_t value);
 void Note(const wchar_t* what, const wchar_t* value);
 
-// Adds a line "= held name" when a thread holds the mutex of that kernel name, if there is one, and keeps it.
+// Adds a line "= held name" when a thread holds the mutex of that kernel name and does not let go of it.
 void NoteIfHeld(const std::wstring& kernelName);
+// The same for the mutexes of a share of that name.
+void NoteHeldShareMutexes(const std::wstring& shareName);
 
 class FaultScenario
 {
 public:
-    // From here on, functions that are looked up at run time can be made to fail; make the manager anew if need be.
-    // body runs the scenario once and releases everything that it takes; what it raises is a line "= raised what".
-    // In the transcript each first text is replaced by its second one, in their order. The capture is emptied by each
-    // run.
+    // body runs the scenario once and releases everything that it takes. An exception that leaves it becomes the line
+    // "= raised" and its text. texts are pairs: in the transcript each first text is replaced by the second, in the
+    // pairs' order. Each run empties the capture.
+    // A function that the product looks up with GetProcAddress can fail only if it is looked up after this: the
+    // security manager does so when it is made, so make it anew where that matters.
     FaultScenario(TraceCapture& trace, std::function<void()> body,
                   std::vector<std::pair<std::wstring, std::wstring>> texts = {});
 
     // Runs the scenario once for each call of each function that it reaches, with that call failing. Expects that
     // the transcript changes as the table says, that each call has one row and each row a call, and that no run
-    // leaves a handle, a view, a block or a damaged heap, or gives anything back twice.
+    // leaves a handle, a view, a block or a damaged heap behind, or releases anything twice.
     void ExpectForEachCall(const FaultTable& table);
 
-    // Runs the scenario with its first request for memory failing, then with its second, and so on. Expects that the
-    // transcript changes in one of the given ways each time, that each way is seen, and that nothing is lost. Of a
-    // run that an exception ends, what did not come to pass is shown as one line, "= raised what after: last line".
+    // Runs the scenario with its first memory allocation failing, then with its second, and so on. Expects that each
+    // run changes the transcript in one of the given ways, that each way occurs, and that nothing is lost. When an
+    // exception ends a run early, the lines that are missing for that reason are left out: one line stands for them,
+    // "= raised", the exception's text, "after:" and the last line before it.
     void ExpectForEachRequest(const std::vector<FaultLines>& ways);
-    // The same with all requests from the n-th on failing.
+    // The same with all allocations from the n-th on failing.
     void ExpectFromEachRequest(const std::vector<FaultLines>& ways);
 
 private:
@@ -106,5 +113,5 @@ FaultTable ProxyEventFaults();
 FaultTable ProcessQueryFaults();
 FaultTable FileFaults();
 FaultTable TextFaults();
-// The functions with a row of their own kind, see SystemFaultOnceTest.cpp.
+// The functions that have their rows in SystemFaultOnceTest.cpp, in a table of another kind.
 std::set<std::string> FunctionsAskedOnce();

@@ -2,9 +2,10 @@
 #include "OrvProfiler/objects/ProxyEvent.h"
 #include "OrvProfiler/security/ProxySecurity.h"
 #include "tests/faults/FaultScenario.h"
-#include "tests/support/contract/ErrorTexts.h"
+#include "tests/support/contract/Contract.h"
 #include "tests/support/faults/ImportRedirect.h"
-#include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/worlds/ErrorTextStandIn.h"
+#include "tests/support/worlds/FreshNames.h"
 
 #include <windows.h>
 
@@ -194,15 +195,15 @@ FaultTable ProxyEventFaults()
     return table;
 }
 
-class ProxyEvents : public testing::Test
+class SystemFaultsInProxyEvents : public testing::Test
 {
 protected:
-    ProxyEvents()
+    SystemFaultsInProxyEvents()
         : m_window(CreateWindowExW(0, L"STATIC", L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr))
     {
         EXPECT_NE(m_window, nullptr);
     }
-    ~ProxyEvents() override { DestroyWindow(m_window); }
+    ~SystemFaultsInProxyEvents() override { DestroyWindow(m_window); }
 
     void Use() const
     {
@@ -222,28 +223,28 @@ protected:
     }
 
     TraceCapture m_trace;
-    ErrorTexts m_errors;
+    ErrorTextStandIn m_errors;
     const unsigned m_id = GetCurrentProcessId();
     const std::wstring m_mutex = FreshName(L"OrvFaultMutex");
-    const std::wstring m_kernelMutex = g_SecManager.BuildObjectName(0xFFFFFFFF, m_mutex.c_str());
-    const std::wstring m_event = L"Event7_" + HexId(m_id);
+    const std::wstring m_kernelMutex = contract::KernelName(m_mutex);
+    const std::wstring m_event = L"Event7_" + contract::PaddedHex(m_id);
     HWND m_window;
     Redirect<decltype(MsgWaitForMultipleObjectsEx)> m_wait{"MsgWaitForMultipleObjectsEx", Respond};
     FaultScenario m_scenario{m_trace,
                              [this] { Use(); },
-                             {{g_SecManager.BuildObjectName(0xFFFFFFFF, L""), L"{ns}"},
-                              {HexId(m_id), L"{id}"},
+                             {{contract::KernelName(L""), L"{ns}"},
+                              {contract::PaddedHex(m_id), L"{id}"},
                               {L"OrvPReady" + std::to_wstring(m_id), L"OrvPReady{id}"},
                               {m_mutex, L"{mutex}"}}};
 };
 
-TEST_F(ProxyEvents, BearAnyCallThatFails)
+TEST_F(SystemFaultsInProxyEvents, AnyCallMayFail)
 {
     m_scenario.ExpectForEachCall(ProxyEventFaults());
 }
 
 // A mask of events that cannot be had raises.
-TEST_F(ProxyEvents, BearAnyRequestForMemoryThatFails)
+TEST_F(SystemFaultsInProxyEvents, AnyRequestForMemoryMayFail)
 {
     m_scenario.ExpectForEachRequest({{},
                                      {L"= raised std::bad_alloc after: (nothing)"},
@@ -252,7 +253,7 @@ TEST_F(ProxyEvents, BearAnyRequestForMemoryThatFails)
                                      {L"= raised std::bad_alloc after: = Unlock 1"}});
 }
 
-TEST_F(ProxyEvents, BearTheEndOfMemory)
+TEST_F(SystemFaultsInProxyEvents, MemoryMayEnd)
 {
     m_scenario.ExpectFromEachRequest(
         {{L"= raised std::bad_alloc after: (nothing)"},

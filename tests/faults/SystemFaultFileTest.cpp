@@ -4,9 +4,9 @@
 #include "OrvProfiler/share/CodePageText.h"
 #include "OrvProfiler/share/ProxyMap.h"
 #include "tests/faults/FaultScenario.h"
-#include "tests/support/contract/ErrorTexts.h"
+#include "tests/support/worlds/ErrorTextStandIn.h"
+#include "tests/support/worlds/FreshNames.h"
 #include "tests/support/worlds/NamespaceWorld.h"
-#include "tests/support/worlds/SystemProbe.h"
 
 #include <windows.h>
 
@@ -163,10 +163,10 @@ FaultTable FileFaults()
     };
 }
 
-TEST(Files, BearAnyCallThatFails)
+TEST(SystemFaultsInFiles, AnyCallMayFail)
 {
     TraceCapture trace;
-    const ErrorTexts errors;
+    const ErrorTextStandIn errors;
     const Folder folder;
     const std::wstring file = folder.Path(L"\\one.txt");
     const std::wstring sub = folder.Path(L"\\sub");
@@ -225,10 +225,10 @@ FaultTable TextFaults()
     };
 }
 
-TEST(Texts, BearAnyCallThatFails)
+TEST(SystemFaultsInTexts, AnyCallMayFail)
 {
     TraceCapture trace;
-    const ErrorTexts errors;
+    const ErrorTextStandIn errors;
     SetEnvironmentVariableW(L"ORV_FAULT", L"value");
     HMODULE const program = GetModuleHandleW(nullptr);
     FaultScenario scenario(trace, [&] {

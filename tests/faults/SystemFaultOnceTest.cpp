@@ -103,7 +103,7 @@ std::set<std::string> FunctionsAskedOnce()
     return functions;
 }
 
-TEST(AskedOnce, BearsAnyCallThatFails)
+TEST(SystemFaultsInWhatIsAskedOnce, AnyCallMayFail)
 {
     for (const OnceRow& row : c_rows)
     {

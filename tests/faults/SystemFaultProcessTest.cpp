@@ -3,11 +3,11 @@
 #include "OrvProfiler/security/ProxySecurity.h"
 #include "OrvProfiler/security/VersionRecord.h"
 #include "tests/faults/FaultScenario.h"
-#include "tests/support/contract/ErrorTexts.h"
 #include "tests/support/processes/ChildProcess.h"
+#include "tests/support/worlds/ErrorTextStandIn.h"
+#include "tests/support/worlds/FreshNames.h"
 #include "tests/support/worlds/NamespaceWorld.h"
 #include "tests/support/worlds/RebuiltManager.h"
-#include "tests/support/worlds/SystemProbe.h"
 #include "tests/support/worlds/TokenStandIn.h"
 
 #include <windows.h>
@@ -225,10 +225,10 @@ FaultTable ProcessQueryFaults()
     };
 }
 
-class ProcessQueries : public testing::Test
+class SystemFaultsInProcessQueries : public testing::Test
 {
 protected:
-    ProcessQueries()
+    SystemFaultsInProcessQueries()
     {
         Meeting(m_ready).Wait();
         m_token.AnswerGroups({{MakeSid(1, {0}), 7}, {MakeSid(5, {32, 544}), 7}});
@@ -254,7 +254,7 @@ protected:
     }
 
     TraceCapture m_trace;
-    ErrorTexts m_errors;
+    ErrorTextStandIn m_errors;
     const std::wstring m_ready = FreshName(L"ready");
     const ChildProcess m_child = ChildProcess::StartRole(L"Sit", {m_ready});
     RebuiltManager m_manager;
@@ -264,12 +264,12 @@ protected:
     FaultScenario m_scenario{m_trace, [this] { Ask(); }, {{OwnPath(), L"{program}"}}};
 };
 
-TEST_F(ProcessQueries, BearAnyCallThatFails)
+TEST_F(SystemFaultsInProcessQueries, AnyCallMayFail)
 {
     m_scenario.ExpectForEachCall(ProcessQueryFaults());
 }
 
-TEST_F(ProcessQueries, BearAnyRequestForMemoryThatFails)
+TEST_F(SystemFaultsInProcessQueries, AnyRequestForMemoryMayFail)
 {
     m_scenario.ExpectForEachRequest({
         {},

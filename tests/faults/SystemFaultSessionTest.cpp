@@ -2,8 +2,11 @@
 #include "OrvProfiler/share/ProxyShare.h"
 #include "tests/faults/FaultScenario.h"
 #include "tests/OrvWorkbench/HostFixture.h"
+#include "tests/support/contract/Contract.h"
 #include "tests/support/contract/LogFile.h"
-#include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/contract/TraceLines.h"
+#include "tests/support/worlds/FreshNames.h"
+#include "tests/support/worlds/NamedObjects.h"
 
 #include <windows.h>
 
@@ -20,13 +23,6 @@ extern "C" int WorkbenchMain(int argc, wchar_t** argv);
 
 namespace
 {
-constexpr const wchar_t* c_eventNames[] = {
-    L"EV_STOP",    L"EV_LOAD",   L"EV_CREATE",     L"EV_INVOKE",       L"EV_DELETE",       L"EV_RESET",
-    L"EV_SUCCESS", L"EV_FAILED", L"EV_BREAKPOINT", L"EV_PROPERTY_GET", L"EV_PROPERTY_SET",
-};
-constexpr unsigned c_successResponse = 8;
-constexpr unsigned c_failedResponse = 9;
-
 // Where the program's log goes in a test.
 std::wstring g_logPath;
 decltype(&_wfopen_s) g_realOpen = nullptr;
@@ -37,16 +33,8 @@ errno_t OpenLog(FILE** file, const wchar_t*, const wchar_t* mode)
 }
 
 // The parts of a transcript, as far as rows speak of them.
-const FaultLines c_mutexes = {
-    L"CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_0\n",
-    L"CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_1\n",
-    L"CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_2\n",
-    L"CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_3\n",
-    L"CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_4\n",
-    L"CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_5\n",
-    L"CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_6\n",
-    L"CHost::Init Opened share for pid = {id}\n",
-};
+const FaultLines c_mutexes =
+    contract::ShareMutexLines(L"{ns}{share}") + FaultLines{L"CHost::Init Opened share for pid = {id}\n"};
 const FaultLines c_ready = {L"CHost::Run Zeph window is 0000000012345678\n", L"window posted 12345678 83f0 0 0\n"};
 const FaultLines c_wait = {L"CHost::Run Sleeping\n\n", L"CWBEvent::Wait Waiting\n\n"};
 const FaultLines c_load = {L"CWBEvent::Wait Event is EV_LOAD\n", L"CHost::Run Command is Load: {text}\n",
@@ -80,11 +68,7 @@ const FaultLines c_nullInvoke = {L"-CHost::Run Command is Invoke: {text}\n", L"-
 
 FaultLines EventLines()
 {
-    FaultLines lines;
-    for (const wchar_t* name : c_eventNames)
-        lines.push_back(L"CProxySecManager::OrvPCreateEvent CreateEvent {ns}" + std::wstring(name) +
-                        L"{id} succeeded \n");
-    return lines;
+    return contract::EventLines(L"{ns}", L"{id}");
 }
 
 // What a run that waits and then goes through inLoop does when one request for memory fails: nothing, since strings
@@ -96,8 +80,7 @@ std::vector<FaultLines> WaysWithoutMemory(const FaultLines& inLoop)
         ways.push_back({L"-" + c_mutexes[i]});
     ways.push_back(Without({EventLines(), {c_wait.back()}, inLoop}) +
                    FaultLines{L"+CHost::Run error in event management so  exiting\n\n"});
-    const FaultLines open = {L"CProxyShare::Create Size of Share is 116197744 bytes\n",
-                             L"CProxyMap::OpenMap Open Map Name: {share}\n"};
+    const FaultLines open = {contract::c_shareSizeLine, contract::OpenMapLine(L"{share}")};
     ways.push_back(Without({open, c_mutexes, c_ready, c_wait, inLoop, c_exit}));
     return ways;
 }
@@ -142,18 +125,18 @@ FaultTable StartRows(const FaultLines& served, const FaultLines& missingEvent)
         {"PostMessageW", 1, 1, {L"-window posted 12345678 83f0 0 0\n"}},
     };
     // Without a command event no wait succeeds. The tenth and the eleventh event are not needed here.
-    for (unsigned n = 1; n <= std::size(c_eventNames); ++n)
+    for (unsigned n = 1; n <= contract::c_eventCount; ++n)
     {
-        const std::wstring line =
-            L"CProxySecManager::OrvPCreateEvent CreateEvent {ns}" + std::wstring(c_eventNames[n - 1]) + L"{id} ";
+        const std::wstring line = L"CProxySecManager::OrvPCreateEvent CreateEvent {ns}" +
+                                  std::wstring(contract::c_eventNames[n - 1]) + L"{id} ";
         const FaultLines changes = {L"-" + line + L"succeeded \n", L"+" + line + L"Failed\n<error 1450>\n"};
-        if (n != c_successResponse + 1)
+        if (n != contract::c_success + 1)
             table.push_back({"CreateEventW", n, n, n <= 8 ? changes + missingEvent : changes});
     }
     return table;
 }
 
-class FaultyHost : public Host
+class FaultyHost : public CHostWithStandIns
 {
 protected:
     FaultyHost()
@@ -171,9 +154,9 @@ protected:
     void NoteResponses() const
     {
         const TestsOwn own;
-        for (const unsigned slot : {c_successResponse, c_failedResponse})
+        for (const unsigned slot : {contract::c_success, contract::c_failed})
         {
-            if (EventExists(slot) && TakeSignal(slot))
+            if (EventExists(EventKernelName(slot)) && TakeSignal(slot))
                 Note(L"response", slot);
         }
     }
@@ -185,20 +168,14 @@ protected:
                 Note(L"call of", (call.assembly + L" " + call.type).c_str());
         }
     }
-    void NoteHeldMutexes() const
-    {
-        const TestsOwn own;
-        for (unsigned i = 0; i < 7; ++i)
-            NoteIfHeld(KernelName(m_shareName + L"_" + std::to_wstring(i)));
-    }
     void ClientIsReady()
     {
         const TestsOwn own;
         ForgetWaits();
         m_calls.clear();
         // A share that is made anew is zeroed, the client's too.
-        Client().SetWindow(c_window);
-        Client().SetText(m_text);
+        Client().StoreWindow(c_window);
+        Client().WriteText(m_text);
     }
     // One load, one invoke, then the stop.
     void ScriptCommands()
@@ -212,7 +189,7 @@ protected:
     void EndShare()
     {
         NoteStrangeAssemblies();
-        NoteHeldMutexes();
+        NoteHeldShareMutexes(m_shareName);
         delete g_pShare;
     }
 
@@ -251,12 +228,12 @@ protected:
 
     std::vector<std::pair<std::wstring, std::wstring>> Texts() const
     {
-        std::vector<std::pair<std::wstring, std::wstring>> texts = {{KernelName(L""), L"{ns}"},
+        std::vector<std::pair<std::wstring, std::wstring>> texts = {{contract::KernelName(L""), L"{ns}"},
                                                                     {m_shareName, L"{share}"},
                                                                     {m_text, L"{text}"},
-                                                                    {HexId(m_id), L"{id}"},
+                                                                    {contract::PaddedHex(m_id), L"{id}"},
                                                                     {L"pid = " + m_hexId, L"pid = {id}"}};
-        for (const wchar_t* name : c_eventNames)
+        for (const wchar_t* name : contract::c_eventNames)
             texts.emplace_back(name + m_hexId, name + std::wstring(L"{id}"));
         return texts;
     }
@@ -321,7 +298,7 @@ FaultTable SessionFaults()
     return table;
 }
 
-class Session : public FaultyHost
+class SystemFaultsInASession : public FaultyHost
 {
 protected:
     void Serve()
@@ -339,12 +316,12 @@ protected:
     FaultScenario m_scenario{m_trace, [this] { Serve(); }, Texts()};
 };
 
-TEST_F(Session, BearsAnyCallThatFails)
+TEST_F(SystemFaultsInASession, AnyCallMayFail)
 {
     m_scenario.ExpectForEachCall(SessionFaults());
 }
 
-TEST_F(Session, BearsAnyRequestForMemoryThatFails)
+TEST_F(SystemFaultsInASession, AnyRequestForMemoryMayFail)
 {
     const FaultLines inLoop = c_load + c_wait + c_success + c_invoke + c_wait + c_success + c_stop;
     std::vector<FaultLines> ways = WaysWithoutMemory(inLoop);
@@ -356,10 +333,10 @@ TEST_F(Session, BearsAnyRequestForMemoryThatFails)
 
 // In the order in which they come: without events and share, without the share, without its name, without its
 // mutexes from some index on, without the texts.
-TEST_F(Session, BearsTheEndOfMemory)
+TEST_F(SystemFaultsInASession, MemoryMayEnd)
 {
-    const FaultLines size = {L"CProxyShare::Create Size of Share is 116197744 bytes\n"};
-    const FaultLines name = {L"CProxyMap::OpenMap Open Map Name: {share}\n"};
+    const FaultLines size = {contract::c_shareSizeLine};
+    const FaultLines name = {contract::OpenMapLine(L"{share}")};
     const FaultLines served = c_ready + c_wait + c_load + c_wait + c_success + c_invoke + c_wait + c_success +
                               c_stop + c_exit + FaultLines{L"= Run 1"};
     std::vector<FaultLines> ways;
@@ -406,15 +383,15 @@ FaultTable WorkbenchFaults()
     return table;
 }
 
-class Workbench : public FaultyHost
+class SystemFaultsInTheProgram : public FaultyHost
 {
 protected:
-    Workbench()
+    SystemFaultsInTheProgram()
     {
         g_logPath = m_folder + L"\\OrvWorkBench.log";
         g_realOpen = m_open.Real();
     }
-    ~Workbench() override { RemoveDirectoryW(m_folder.c_str()); }
+    ~SystemFaultsInTheProgram() override { RemoveDirectoryW(m_folder.c_str()); }
 
     void RunProgram()
     {
@@ -432,12 +409,12 @@ protected:
     FaultScenario m_scenario{m_trace, [this] { RunProgram(); }, Texts()};
 };
 
-TEST_F(Workbench, BearsAnyCallThatFails)
+TEST_F(SystemFaultsInTheProgram, AnyCallMayFail)
 {
     m_scenario.ExpectForEachCall(WorkbenchFaults());
 }
 
-TEST_F(Workbench, BearsAnyRequestForMemoryThatFails)
+TEST_F(SystemFaultsInTheProgram, AnyRequestForMemoryMayFail)
 {
     m_scenario.ExpectForEachRequest(WaysWithoutMemory(c_stop));
 }

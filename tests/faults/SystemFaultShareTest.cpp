@@ -2,9 +2,10 @@
 #include "OrvProfiler/share/ProxyPrivate.h"
 #include "OrvProfiler/share/ProxyShare.h"
 #include "tests/faults/FaultScenario.h"
-#include "tests/support/contract/ErrorTexts.h"
-#include "tests/support/worlds/ShareSupport.h"
-#include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/contract/Contract.h"
+#include "tests/support/worlds/ErrorTextStandIn.h"
+#include "tests/support/worlds/ForeignMapping.h"
+#include "tests/support/worlds/FreshNames.h"
 
 #include <windows.h>
 
@@ -17,27 +18,7 @@ namespace
 {
 using Texts = std::vector<std::pair<std::wstring, std::wstring>>;
 
-std::wstring KernelName(const std::wstring& name)
-{
-    return g_SecManager.BuildObjectName(0xFFFFFFFF, name.c_str());
-}
-
-void NoteHeldMutexes(const std::wstring& shareName)
-{
-    const TestsOwn own;
-    for (unsigned i = 0; i < 7; ++i)
-        NoteIfHeld(KernelName(shareName + L"_" + std::to_wstring(i)));
-}
-
-const FaultLines c_mutexes = {
-    L"CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_0\n",
-    L"CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_1\n",
-    L"CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_2\n",
-    L"CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_3\n",
-    L"CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_4\n",
-    L"CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_5\n",
-    L"CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_6\n",
-};
+const FaultLines c_mutexes = contract::ShareMutexLines(L"{ns}{share}");
 // What the thread table scenario does once it has a view.
 const FaultLines c_threadWork = {L"= Create 1",
                                  L"= mapped 1",
@@ -169,10 +150,10 @@ FaultTable ThreadTableFaults()
     return table;
 }
 
-class ThreadTable : public testing::Test
+class SystemFaultsInTheThreadTable : public testing::Test
 {
 protected:
-    ThreadTable()
+    SystemFaultsInTheThreadTable()
     {
         m_record.threadId = 7;
         m_record.name[0] = L'r';
@@ -191,50 +172,48 @@ protected:
         Note(L"SetAllThreadsState", share.SetAllThreadsState(0x20) ? 1 : 0);
         Note(L"Record", share.Record(1, 4) ? 1 : 0);
         Note(L"SetControl", share.SetControl(m_control) ? 1 : 0);
-        NoteHeldMutexes(m_name);
+        NoteHeldShareMutexes(m_name);
         Note(L"RemoveThread", share.RemoveThread(0, false) ? 1 : 0);
         Note(L"RemoveThread", share.RemoveThread(1, false) ? 1 : 0);
         Note(L"RemoveThread", share.RemoveThread(1, false) ? 1 : 0);
-        NoteHeldMutexes(m_name);
+        NoteHeldShareMutexes(m_name);
     }
 
     TraceCapture m_trace;
-    ErrorTexts m_errors;
+    ErrorTextStandIn m_errors;
     const unsigned m_id = GetCurrentProcessId();
-    const std::wstring m_name = L"OrvProfiler" + HexId(m_id);
-    ForeignMapping m_client{KernelName(m_name), ForeignMapping::c_shareSize, PAGE_READWRITE};
+    const std::wstring m_name = contract::ShareName(m_id);
+    ClientShare m_client{m_id};
     ThreadSlot m_record{};
-    unsigned char m_control[71520]{};
-    FaultScenario m_scenario{m_trace,
-                             [this] { ChangeThreads(); },
-                             {{KernelName(L""), L"{ns}"}, {m_name, L"{share}"}, {HexId(m_id), L"{id}"}}};
+    unsigned char m_control[contract::c_controlBytes]{};
+    FaultScenario m_scenario{
+        m_trace,
+        [this] { ChangeThreads(); },
+        {{contract::KernelName(L""), L"{ns}"}, {m_name, L"{share}"}, {contract::PaddedHex(m_id), L"{id}"}}};
 };
 
-TEST_F(ThreadTable, BearsAnyCallThatFails)
+TEST_F(SystemFaultsInTheThreadTable, AnyCallMayFail)
 {
     m_scenario.ExpectForEachCall(ThreadTableFaults());
 }
 
 // A mutex that cannot be had is missing alone.
-TEST_F(ThreadTable, BearsAnyRequestForMemoryThatFails)
+TEST_F(SystemFaultsInTheThreadTable, AnyRequestForMemoryMayFail)
 {
     std::vector<FaultLines> ways = {{}};
     for (unsigned i = 0; i < 7; ++i)
-        ways.push_back(
-            {L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_" + std::to_wstring(i) + L"\n"});
+        ways.push_back({L"-" + c_mutexes[i]});
     m_scenario.ExpectForEachRequest(ways);
 }
 
 // Without a name there is no share; later on, the mutexes from some index on are missing.
-TEST_F(ThreadTable, BearsTheEndOfMemory)
+TEST_F(SystemFaultsInTheThreadTable, MemoryMayEnd)
 {
     std::vector<FaultLines> ways = {{}};
     FaultLines missing;
     for (unsigned i = 7; i-- > 0;)
     {
-        missing =
-            Without({{L"CProxySecManager::OrvPCreateMutex Create Mutex {ns}{share}_" + std::to_wstring(i) + L"\n"}}) +
-            missing;
+        missing = FaultLines{L"-" + c_mutexes[i]} + missing;
         ways.push_back(missing);
     }
     for (const wchar_t* name : {L"(null)", L"(null){id}"})
@@ -317,7 +296,7 @@ FaultTable PrivateDataFaults()
     return table;
 }
 
-class PrivateData : public testing::Test
+class SystemFaultsInPrivateData : public testing::Test
 {
 protected:
     void CreateAndOpen()
@@ -337,22 +316,23 @@ protected:
     }
 
     TraceCapture m_trace;
-    ErrorTexts m_errors;
+    ErrorTextStandIn m_errors;
     const unsigned m_id = GetCurrentProcessId();
-    const std::wstring m_mutex = KernelName(L"AgentDataMutex");
+    const std::wstring m_mutex = contract::KernelName(L"AgentDataMutex");
     const std::wstring m_base = FreshName(L"OrvFault");
-    FaultScenario m_scenario{
-        m_trace,
-        [this] { CreateAndOpen(); },
-        {{KernelName(L""), L"{ns}"}, {m_base + HexId(m_id), L"{block}"}, {HexId(m_id), L"{id}"}}};
+    FaultScenario m_scenario{m_trace,
+                             [this] { CreateAndOpen(); },
+                             {{contract::KernelName(L""), L"{ns}"},
+                              {m_base + contract::PaddedHex(m_id), L"{block}"},
+                              {contract::PaddedHex(m_id), L"{id}"}}};
 };
 
-TEST_F(PrivateData, BearsAnyCallThatFails)
+TEST_F(SystemFaultsInPrivateData, AnyCallMayFail)
 {
     m_scenario.ExpectForEachCall(PrivateDataFaults());
 }
 
-TEST_F(PrivateData, BearsAnyRequestForMemoryThatFails)
+TEST_F(SystemFaultsInPrivateData, AnyRequestForMemoryMayFail)
 {
     m_scenario.ExpectForEachRequest({
         {},
@@ -360,7 +340,7 @@ TEST_F(PrivateData, BearsAnyRequestForMemoryThatFails)
     });
 }
 
-TEST_F(PrivateData, BearsTheEndOfMemory)
+TEST_F(SystemFaultsInPrivateData, MemoryMayEnd)
 {
     m_scenario.ExpectFromEachRequest({
         {},

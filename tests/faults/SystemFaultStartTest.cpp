@@ -2,7 +2,7 @@
 #include "OrvProfiler/security/ProxySecurity.h"
 #include "OrvProfiler/security/VersionRecord.h"
 #include "tests/faults/FaultScenario.h"
-#include "tests/support/contract/ErrorTexts.h"
+#include "tests/support/worlds/ErrorTextStandIn.h"
 #include "tests/support/worlds/NamespaceWorld.h"
 #include "tests/support/worlds/TokenStandIn.h"
 
@@ -153,11 +153,11 @@ FaultTable OldSystemStartFaults()
     return table;
 }
 
-class OldSystemStart : public testing::Test
+class SystemFaultsInAStartOnAnOldSystem : public testing::Test
 {
 protected:
     TraceCapture m_trace;
-    ErrorTexts m_errors;
+    ErrorTextStandIn m_errors;
     NoManager m_noManager;
     OldSystem m_system;
     FaultScenario m_scenario{m_trace, [] {
@@ -166,12 +166,12 @@ protected:
                              }};
 };
 
-TEST_F(OldSystemStart, BearsAnyCallThatFails)
+TEST_F(SystemFaultsInAStartOnAnOldSystem, AnyCallMayFail)
 {
     m_scenario.ExpectForEachCall(OldSystemStartFaults());
 }
 
-TEST_F(OldSystemStart, BearsAnyRequestForMemoryThatFails)
+TEST_F(SystemFaultsInAStartOnAnOldSystem, AnyRequestForMemoryMayFail)
 {
     m_scenario.ExpectForEachRequest(c_startWithoutMemory);
 }
@@ -240,11 +240,11 @@ FaultTable NamespaceStartFaults()
 }
 
 // The first manager makes the namespace, the second one finds it.
-class NamespaceStart : public testing::Test
+class SystemFaultsInAStartWithNamespaces : public testing::Test
 {
 protected:
     TraceCapture m_trace;
-    ErrorTexts m_errors;
+    ErrorTextStandIn m_errors;
     NoManager m_noManager;
     NamespaceWorld m_world;
     FaultScenario m_scenario{m_trace, [this] {
@@ -261,12 +261,12 @@ protected:
                              }};
 };
 
-TEST_F(NamespaceStart, BearsAnyCallThatFails)
+TEST_F(SystemFaultsInAStartWithNamespaces, AnyCallMayFail)
 {
     m_scenario.ExpectForEachCall(NamespaceStartFaults());
 }
 
-TEST_F(NamespaceStart, BearsAnyRequestForMemoryThatFails)
+TEST_F(SystemFaultsInAStartWithNamespaces, AnyRequestForMemoryMayFail)
 {
     m_scenario.ExpectForEachRequest(c_startWithoutMemory);
 }

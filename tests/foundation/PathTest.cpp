@@ -2,11 +2,12 @@
 
 #include "tests/support/contract/TraceCapture.h"
 #include "tests/support/faults/AllocationProbe.h"
+#include "tests/support/faults/CallRecorder.h"
+#include "tests/support/faults/HeldResources.h"
 #include "tests/support/faults/PageEdge.h"
-#include "tests/support/faults/SystemCall.h"
 #include "tests/support/processes/ChildProcess.h"
-#include "tests/support/worlds/SystemProbe.h"
-#include "tests/support/worlds/TestFile.h"
+#include "tests/support/worlds/FreshNames.h"
+#include "tests/support/worlds/TemporaryFile.h"
 
 #include <windows.h>
 
@@ -1489,18 +1490,18 @@ TEST(CPath, ATimeThatCannotBeConvertedStays)
     };
     EXPECT_FALSE(isUnconverted());
     {
-        const SystemCall<decltype(FileTimeToSystemTime)> call("FileTimeToSystemTime", ERROR_INVALID_PARAMETER);
+        const FailingCall<decltype(FileTimeToSystemTime)> call("FileTimeToSystemTime", ERROR_INVALID_PARAMETER);
         EXPECT_TRUE(isUnconverted());
         EXPECT_EQ(3U, call.Calls().size());
     }
     {
-        const SystemCall<decltype(SystemTimeToTzSpecificLocalTime)> call("SystemTimeToTzSpecificLocalTime",
-                                                                         ERROR_INVALID_PARAMETER);
+        const FailingCall<decltype(SystemTimeToTzSpecificLocalTime)> call("SystemTimeToTzSpecificLocalTime",
+                                                                          ERROR_INVALID_PARAMETER);
         EXPECT_TRUE(isUnconverted());
         EXPECT_EQ(3U, call.Calls().size());
     }
     {
-        const SystemCall<decltype(SystemTimeToFileTime)> call("SystemTimeToFileTime", ERROR_INVALID_PARAMETER);
+        const FailingCall<decltype(SystemTimeToFileTime)> call("SystemTimeToFileTime", ERROR_INVALID_PARAMETER);
         CPath path = Parsed(L"c:\\any");
         EXPECT_TRUE(path.Attributes());
         EXPECT_EQ(AttributeAnswers::data.ftCreationTime.dwLowDateTime, path.GetAttributeData().creation.low);

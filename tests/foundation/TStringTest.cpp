@@ -3,7 +3,7 @@
 #include "tests/support/contract/TraceCapture.h"
 #include "tests/support/faults/AllocationProbe.h"
 #include "tests/support/faults/PageEdge.h"
-#include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/worlds/FreshNames.h"
 
 #include <windows.h>
 

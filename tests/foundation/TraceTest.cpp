@@ -1,9 +1,10 @@
 #include "OrvProfiler/foundation/Trace.h"
 
 #include "tests/support/contract/TraceCapture.h"
+#include "tests/support/faults/HeldResources.h"
 #include "tests/support/faults/ImportRedirect.h"
 #include "tests/support/processes/ChildProcess.h"
-#include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/worlds/FreshNames.h"
 
 #include <windows.h>
 

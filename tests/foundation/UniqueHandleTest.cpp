@@ -1,7 +1,7 @@
 #include "OrvProfiler/foundation/UniqueHandle.h"
 
-#include "tests/support/faults/SystemCall.h"
-#include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/faults/CallRecorder.h"
+#include "tests/support/faults/HeldResources.h"
 
 #include <windows.h>
 
@@ -29,12 +29,11 @@ bool IsOpen(HANDLE handle)
     return GetHandleInformation(handle, &flags) != FALSE;
 }
 
-using CloseCall = SystemCall<decltype(CloseHandle)>;
 } // namespace
 
 TEST(UniqueHandle, IsEmptyAtFirstAndClosesNothing)
 {
-    const CloseCall closeHandle("CloseHandle");
+    const CallRecorder<decltype(CloseHandle)> closeHandle("CloseHandle");
     {
         const UniqueHandle handle;
         EXPECT_EQ(nullptr, handle.Get());
@@ -48,7 +47,7 @@ TEST(UniqueHandle, IsEmptyAtFirstAndClosesNothing)
 TEST(UniqueHandle, ClosesWhatItHoldsOnce)
 {
     const unsigned before = OpenHandleCount();
-    const CloseCall closeHandle("CloseHandle");
+    const CallRecorder<decltype(CloseHandle)> closeHandle("CloseHandle");
     HANDLE const event = NewEvent();
     {
         const UniqueHandle handle(event);
@@ -64,7 +63,7 @@ TEST(UniqueHandle, ClosesWhatItHoldsOnce)
 
 TEST(UniqueHandle, MovesItsHandleOut)
 {
-    const CloseCall closeHandle("CloseHandle");
+    const CallRecorder<decltype(CloseHandle)> closeHandle("CloseHandle");
     HANDLE const event = NewEvent();
     {
         UniqueHandle first(event);
@@ -78,7 +77,7 @@ TEST(UniqueHandle, MovesItsHandleOut)
 
 TEST(UniqueHandle, ClosesItsOwnHandleWhenAnotherIsMovedIn)
 {
-    const CloseCall closeHandle("CloseHandle");
+    const CallRecorder<decltype(CloseHandle)> closeHandle("CloseHandle");
     HANDLE const kept = NewEvent();
     HANDLE const dropped = NewEvent();
     {
@@ -106,7 +105,7 @@ TEST(UniqueHandle, SurvivesBeingMovedIntoItself)
 
 TEST(UniqueHandle, TakesAFileHandlesOwnNoneAsNone)
 {
-    const CloseCall closeHandle("CloseHandle");
+    const CallRecorder<decltype(CloseHandle)> closeHandle("CloseHandle");
     {
         const UniqueHandle none = UniqueHandle::FromFile(INVALID_HANDLE_VALUE);
         EXPECT_EQ(nullptr, none.Get());
@@ -124,7 +123,7 @@ TEST(UniqueHandle, TakesAFileHandlesOwnNoneAsNone)
 
 TEST(UniqueHandle, ReceivesAHandleAndClosesTheOneBefore)
 {
-    const CloseCall closeHandle("CloseHandle");
+    const CallRecorder<decltype(CloseHandle)> closeHandle("CloseHandle");
     HANDLE const first = NewEvent();
     HANDLE const second = NewEvent();
     {
@@ -171,9 +170,8 @@ TEST(UniqueHandle, ResetsToNothingAndToAnother)
 
 TEST(UniqueHandle, LeavesTheLastErrorAsItWas)
 {
-    CloseCall closeHandle("CloseHandle");
-    closeHandle.FailWith(ERROR_INVALID_HANDLE);
     HANDLE const event = NewEvent();
+    const FailingCall<decltype(CloseHandle)> closeHandle("CloseHandle", ERROR_INVALID_HANDLE);
     SetLastError(1234);
     {
         const UniqueHandle handle(event);

@@ -1,14 +1,18 @@
 #include "OrvProfiler/objects/ProxyAccess.h"
 
 #include "OrvProfiler/security/ProxySecurity.h"
-#include "tests/support/contract/ErrorTexts.h"
+#include "tests/support/contract/Contract.h"
 #include "tests/support/contract/TraceCapture.h"
+#include "tests/support/contract/TraceLines.h"
+#include "tests/support/faults/CallRecorder.h"
+#include "tests/support/faults/HeldResources.h"
 #include "tests/support/faults/LeakCheck.h"
-#include "tests/support/faults/SystemCall.h"
 #include "tests/support/processes/ChildProcess.h"
+#include "tests/support/worlds/ErrorTextStandIn.h"
+#include "tests/support/worlds/FreshNames.h"
 #include "tests/support/worlds/ManagerIn.h"
+#include "tests/support/worlds/NamedObjects.h"
 #include "tests/support/worlds/NamespaceWorld.h"
-#include "tests/support/worlds/SystemProbe.h"
 
 #include <windows.h>
 
@@ -25,42 +29,26 @@ namespace
 {
 constexpr uint32_t c_noSession = 0xFFFFFFFF;
 
-// What a thread other than the caller's finds: WAIT_OBJECT_0, WAIT_ABANDONED or WAIT_TIMEOUT; WAIT_FAILED when there
-// is no such mutex. It gives the mutex back.
-DWORD StateOf(const std::wstring& name)
+MutexState StateOf(const std::wstring& name)
 {
-    DWORD state = WAIT_FAILED;
-    std::thread([&] {
-        HANDLE const mutex = OpenMutexW(MUTEX_ALL_ACCESS, FALSE, (L"Local\\" + name).c_str());
-        if (mutex == nullptr)
-            return;
-        state = WaitForSingleObject(mutex, 0);
-        ReleaseMutex(mutex);
-        CloseHandle(mutex);
-    }).join();
-    return state;
+    return MutexStateOf(contract::LocalName(name));
 }
-
-constexpr DWORD c_free = WAIT_OBJECT_0;
-constexpr DWORD c_held = WAIT_TIMEOUT;
-constexpr DWORD c_abandoned = WAIT_ABANDONED;
-constexpr DWORD c_none = WAIT_FAILED;
 } // namespace
 
 TEST(CProxyAccess, CreatesAMutexThatIsNotHeldAndOpenToAll)
 {
     const std::wstring name = FreshName(L"access");
-    const SystemCall<decltype(CreateMutexW)> create("CreateMutexW");
+    const CallRecorder<decltype(CreateMutexW)> create("CreateMutexW");
     const TraceCapture trace;
     const CProxyAccess access(c_noSession, name.c_str());
-    EXPECT_THAT(trace.Lines(), ElementsAre(L"CProxySecManager::OrvPCreateMutex Create Mutex Local\\" + name + L"\n"));
+    EXPECT_THAT(trace.Lines(), ElementsAre(contract::MutexCreatedLine(contract::LocalName(name))));
     ASSERT_THAT(create.Calls(), testing::SizeIs(1));
     EXPECT_NE(nullptr, std::get<0>(create.Calls()[0]));
     EXPECT_EQ(FALSE, std::get<1>(create.Calls()[0]));
     EXPECT_NE(nullptr, access.GetHandle());
     EXPECT_TRUE(access.IsFirstInstance());
     EXPECT_TRUE(access.IsNotHeld());
-    EXPECT_EQ(c_free, StateOf(name));
+    EXPECT_EQ(MutexState::Free, StateOf(name));
 }
 
 TEST(CProxyAccess, OnlyTheFirstInstanceIsTheFirst)
@@ -73,7 +61,7 @@ TEST(CProxyAccess, OnlyTheFirstInstanceIsTheFirst)
     first.reset();
     EXPECT_FALSE(CProxyAccess(c_noSession, name.c_str()).IsFirstInstance()) << "the second one keeps the mutex alive";
     second.reset();
-    EXPECT_EQ(c_none, StateOf(name));
+    EXPECT_EQ(MutexState::Missing, StateOf(name));
     EXPECT_TRUE(CProxyAccess(c_noSession, name.c_str()).IsFirstInstance());
 }
 
@@ -90,7 +78,7 @@ TEST(CProxyAccess, CopiesItsName)
     const std::wstring kept = name;
     const CProxyAccess access(c_noSession, name.c_str());
     name.assign(name.size(), L'x');
-    EXPECT_EQ(c_free, StateOf(kept));
+    EXPECT_EQ(MutexState::Free, StateOf(kept));
 }
 
 TEST(CProxyAccess, LockHoldsAndUnlockReleases)
@@ -99,10 +87,10 @@ TEST(CProxyAccess, LockHoldsAndUnlockReleases)
     CProxyAccess access(c_noSession, name.c_str());
     EXPECT_TRUE(access.Lock(0));
     EXPECT_FALSE(access.IsNotHeld());
-    EXPECT_EQ(c_held, StateOf(name));
+    EXPECT_EQ(MutexState::Held, StateOf(name));
     EXPECT_TRUE(access.Unlock());
     EXPECT_TRUE(access.IsNotHeld());
-    EXPECT_EQ(c_free, StateOf(name));
+    EXPECT_EQ(MutexState::Free, StateOf(name));
     EXPECT_TRUE(access.Unlock()) << "nobody holds it";
     EXPECT_TRUE(access.Lock(INFINITE));
     EXPECT_TRUE(access.Unlock());
@@ -114,14 +102,14 @@ TEST(CProxyAccess, OneUnlockReleasesWhatWasLockedTwice)
     CProxyAccess access(c_noSession, name.c_str());
     EXPECT_TRUE(access.Lock(1000));
     {
-        const SystemCall<decltype(WaitForSingleObject)> wait("WaitForSingleObject");
+        const CallRecorder<decltype(WaitForSingleObject)> wait("WaitForSingleObject");
         EXPECT_TRUE(access.Lock(1000));
         EXPECT_TRUE(access.Lock(0));
         EXPECT_THAT(wait.Calls(), IsEmpty()) << "answered at once";
     }
     EXPECT_TRUE(access.Unlock());
     EXPECT_TRUE(access.IsNotHeld());
-    EXPECT_EQ(c_free, StateOf(name));
+    EXPECT_EQ(MutexState::Free, StateOf(name));
 }
 
 TEST(CProxyAccess, AnotherThreadWaitsItsTime)
@@ -144,7 +132,7 @@ TEST(CProxyAccess, AnotherThreadWaitsItsTime)
     EXPECT_TRUE(access.Unlock() || !access.IsNotHeld()) << "released, whoever holds it by now";
     waiter.join();
     EXPECT_TRUE(got);
-    EXPECT_EQ(c_free, StateOf(name));
+    EXPECT_EQ(MutexState::Free, StateOf(name));
 }
 
 TEST(CProxyAccess, AnotherThreadCannotUnlock)
@@ -152,7 +140,7 @@ TEST(CProxyAccess, AnotherThreadCannotUnlock)
     const std::wstring name = FreshName(L"access");
     CProxyAccess access(c_noSession, name.c_str());
     ASSERT_TRUE(access.Lock(0));
-    const SystemCall<decltype(ReleaseMutex)> release("ReleaseMutex");
+    const CallRecorder<decltype(ReleaseMutex)> release("ReleaseMutex");
     std::thread([&] { EXPECT_FALSE(access.Unlock()) << "its owner still holds it"; }).join();
     EXPECT_THAT(release.Calls(), IsEmpty());
     EXPECT_FALSE(access.IsNotHeld());
@@ -182,9 +170,9 @@ TEST(CProxyAccess, IsTakenOverFromAThreadThatDied)
     std::thread([&] { EXPECT_TRUE(other.Lock(0)); }).join();
     EXPECT_TRUE(access.Lock(0));
     EXPECT_FALSE(access.IsNotHeld());
-    EXPECT_EQ(c_held, StateOf(name));
+    EXPECT_EQ(MutexState::Held, StateOf(name));
     EXPECT_TRUE(access.Unlock());
-    EXPECT_EQ(c_free, StateOf(name));
+    EXPECT_EQ(MutexState::Free, StateOf(name));
 }
 
 ORV_CHILD_ROLE(HoldAccess)
@@ -215,7 +203,7 @@ TEST(CProxyAccess, IsTakenOverFromAProcessThatWasKilled)
     EXPECT_TRUE(access.Lock(30000));
     EXPECT_FALSE(access.IsNotHeld());
     EXPECT_TRUE(access.Unlock());
-    EXPECT_EQ(c_free, StateOf(name));
+    EXPECT_EQ(MutexState::Free, StateOf(name));
 }
 
 TEST(CProxyAccess, ADestroyedObjectReleasesWhatItsThreadHolds)
@@ -226,7 +214,7 @@ TEST(CProxyAccess, ADestroyedObjectReleasesWhatItsThreadHolds)
         CProxyAccess access(c_noSession, name.c_str());
         ASSERT_TRUE(access.Lock(0));
     }
-    EXPECT_EQ(c_free, StateOf(name)) << "released, not abandoned";
+    EXPECT_EQ(MutexState::Free, StateOf(name)) << "released, not abandoned";
 }
 
 TEST(CProxyAccess, ADestroyedObjectLeavesWhatAnotherThreadHolds)
@@ -237,17 +225,17 @@ TEST(CProxyAccess, ADestroyedObjectLeavesWhatAnotherThreadHolds)
         CProxyAccess access(c_noSession, name.c_str());
         std::thread([&] { EXPECT_TRUE(access.Lock(0)); }).join();
     }
-    EXPECT_EQ(c_abandoned, StateOf(name));
+    EXPECT_EQ(MutexState::Abandoned, StateOf(name));
 }
 
 TEST(CProxyAccess, WithoutAMutexLockFails)
 {
     const std::wstring name = FreshName(L"access");
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
-    const SystemCall<decltype(CreateMutexW)> create("CreateMutexW", ERROR_ACCESS_DENIED);
+    const FailingCall<decltype(CreateMutexW)> create("CreateMutexW", ERROR_ACCESS_DENIED);
     CProxyAccess access(c_noSession, name.c_str());
-    EXPECT_THAT(trace.Lines(), ElementsAre(L"CProxySecManager::OrvPCreateMutex Create Mutex Local\\" + name + L"\n",
+    EXPECT_THAT(trace.Lines(), ElementsAre(contract::MutexCreatedLine(contract::LocalName(name)),
                                            L"CProxySecManager::OrvPCreateMutex CreateMutex Failed <error 5>\n"));
     EXPECT_EQ(nullptr, access.GetHandle());
     EXPECT_TRUE(access.IsFirstInstance());
@@ -259,11 +247,11 @@ TEST(CProxyAccess, WithoutAMutexLockFails)
 TEST(CProxyAccess, ANameThatIsTakenByAnotherObjectGivesNoMutex)
 {
     const std::wstring name = FreshName(L"access");
-    HANDLE const event = CreateEventW(nullptr, TRUE, FALSE, (L"Local\\" + name).c_str());
-    const ErrorTexts texts;
+    HANDLE const event = CreateEventW(nullptr, TRUE, FALSE, contract::LocalName(name).c_str());
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     CProxyAccess access(c_noSession, name.c_str());
-    EXPECT_THAT(trace.Lines(), ElementsAre(L"CProxySecManager::OrvPCreateMutex Create Mutex Local\\" + name + L"\n",
+    EXPECT_THAT(trace.Lines(), ElementsAre(contract::MutexCreatedLine(contract::LocalName(name)),
                                            L"CProxySecManager::OrvPCreateMutex CreateMutex Failed <error 6>\n"));
     EXPECT_EQ(nullptr, access.GetHandle());
     EXPECT_FALSE(access.Lock(0));
@@ -272,8 +260,8 @@ TEST(CProxyAccess, ANameThatIsTakenByAnotherObjectGivesNoMutex)
 
 TEST(CProxyAccess, WithoutAnAccessListTheMutexIsMadeAllTheSame)
 {
-    const ErrorTexts texts;
-    const SystemCall<decltype(SetSecurityDescriptorDacl)> setDacl("SetSecurityDescriptorDacl", ERROR_INVALID_ACL);
+    const ErrorTextStandIn texts;
+    const FailingCall<decltype(SetSecurityDescriptorDacl)> setDacl("SetSecurityDescriptorDacl", ERROR_INVALID_ACL);
     const TraceCapture trace;
     CProxyAccess access(c_noSession, FreshName(L"access").c_str());
     ASSERT_THAT(trace.Lines(), testing::SizeIs(2));
@@ -299,12 +287,12 @@ TEST(CProxyAccess, AFailingReleaseLeavesNoOwner)
     CProxyAccess access(c_noSession, name.c_str());
     ASSERT_TRUE(access.Lock(0));
     {
-        const SystemCall<decltype(ReleaseMutex)> release("ReleaseMutex", ERROR_NOT_OWNER);
+        const FailingCall<decltype(ReleaseMutex)> release("ReleaseMutex", ERROR_NOT_OWNER);
         EXPECT_TRUE(access.Unlock());
     }
     EXPECT_TRUE(access.IsNotHeld());
     ReleaseMutex(access.GetHandle());
-    EXPECT_EQ(c_free, StateOf(name));
+    EXPECT_EQ(MutexState::Free, StateOf(name));
 }
 
 TEST(CProxyAccess, LeavesNoHandleOpen)
@@ -318,7 +306,7 @@ TEST(CProxyAccess, LeavesNoHandleOpen)
         access.Lock(0);
     }
     EXPECT_EQ(before, OpenHandleCount());
-    EXPECT_EQ(c_none, StateOf(name));
+    EXPECT_EQ(MutexState::Missing, StateOf(name));
 }
 
 TEST(CProxyAccess, LosesNoMemory)
@@ -424,8 +412,8 @@ TEST(CProxyAccess, WorksAcrossProcessesInThePrivateNamespace)
     const ManagerIn<NamespaceWorld> world;
     const TraceCapture trace;
     CProxyAccess access(7, name.c_str());
-    EXPECT_THAT(trace.Lines(), ElementsAre(L"CProxySecManager::OrvPCreateMutex Create Mutex OrvP\\" + name + L"\n"));
-    EXPECT_EQ(c_none, StateOf(name));
+    EXPECT_THAT(trace.Lines(), ElementsAre(contract::MutexCreatedLine(contract::NamespaceName(name))));
+    EXPECT_EQ(MutexState::Missing, StateOf(name));
     const ChildProcess child = ChildProcess::StartRole(L"HoldAccessInNamespace", {name, heldName});
     held.Wait();
     EXPECT_FALSE(access.Lock(0));
@@ -436,8 +424,8 @@ TEST(CProxyAccess, WorksAcrossProcessesInThePrivateNamespace)
 TEST(CProxyAccess, ItsNameCarriesTheSessionWithoutPrivateNamespaces)
 {
     const ManagerIn<WindowsWithoutNamespaces> world;
-    const ErrorTexts texts;
-    const SystemCall<decltype(CreateMutexW)> create("CreateMutexW", ERROR_PATH_NOT_FOUND);
+    const ErrorTextStandIn texts;
+    const FailingCall<decltype(CreateMutexW)> create("CreateMutexW", ERROR_PATH_NOT_FOUND);
     const TraceCapture trace;
     const CProxyAccess inSession(7, L"access");
     const CProxyAccess failed(0xFFFFFFFE, L"access");

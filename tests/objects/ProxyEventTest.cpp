@@ -1,14 +1,18 @@
 #include "OrvProfiler/objects/ProxyEvent.h"
 
-#include "tests/objects/EventSupport.h"
-#include "tests/support/contract/ErrorTexts.h"
+#include "tests/support/contract/Contract.h"
 #include "tests/support/contract/TraceCapture.h"
+#include "tests/support/contract/TraceLines.h"
+#include "tests/support/faults/CallRecorder.h"
+#include "tests/support/faults/HeldResources.h"
 #include "tests/support/faults/LeakCheck.h"
-#include "tests/support/faults/SystemCall.h"
 #include "tests/support/processes/ChildProcess.h"
+#include "tests/support/worlds/CreateEventStandIn.h"
+#include "tests/support/worlds/ErrorTextStandIn.h"
+#include "tests/support/worlds/FreshNames.h"
 #include "tests/support/worlds/ManagerIn.h"
+#include "tests/support/worlds/NamedObjects.h"
 #include "tests/support/worlds/NamespaceWorld.h"
-#include "tests/support/worlds/SystemProbe.h"
 
 #include <windows.h>
 
@@ -22,6 +26,7 @@
 #include <thread>
 #include <vector>
 
+using contract::c_noProcessLine;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
@@ -88,20 +93,13 @@ constexpr int32_t c_invalidNumbers[] = {0, 51, -1, 128, INT_MIN, INT_MAX};
 
 std::wstring ObjectName(int32_t number, uint32_t id)
 {
-    return L"Event" + std::to_wstring(number - 1) + L"_" + HexId(id);
+    return L"Event" + std::to_wstring(number - 1) + L"_" + contract::PaddedHex(id);
 }
 
 std::wstring KernelName(int32_t number, uint32_t id)
 {
-    return L"Local\\" + ObjectName(number, id);
+    return contract::LocalName(ObjectName(number, id));
 }
-
-std::wstring CreatedLine(const std::wstring& kernelName)
-{
-    return L"CProxySecManager::OrvPCreateEvent CreateEvent " + kernelName + L" succeeded \n";
-}
-
-constexpr const wchar_t* c_noProcessLine = L"CProxySecManager::GetSessionForProcess OpenProcess Failed\n<error 87>\n";
 
 // The numbers whose events are signalled.
 std::set<int32_t> Signalled(uint32_t id)
@@ -241,16 +239,16 @@ TEST(CProxyEvent, ServiceAndInstanceNamesAreFixed)
 TEST(CProxyEvent, CreatesFiftyManualResetEventsThatAreOpenToAll)
 {
     const uint32_t id = FreshId();
-    const ErrorTexts texts;
-    const CreatedEvents created;
+    const ErrorTextStandIn texts;
+    const CreateEventStandIn created;
     const TraceCapture trace;
     const CProxyEvent events(id);
     std::vector<std::wstring> lines{c_noProcessLine};
     for (int32_t number = 1; number <= 50; ++number)
-        lines.push_back(CreatedLine(KernelName(number, id)));
+        lines.push_back(contract::EventCreatedLine(KernelName(number, id)));
     EXPECT_THAT(trace.Lines(), ElementsAreArray(lines));
     ASSERT_THAT(created.Calls(), SizeIs(50));
-    for (const CreatedEvents::Call& call : created.Calls())
+    for (const CreateEventStandIn::Call& call : created.Calls())
     {
         EXPECT_TRUE(call.manualReset);
         EXPECT_FALSE(call.initialState);
@@ -264,14 +262,14 @@ TEST(CProxyEvent, FindsTheSessionOfALivingProcess)
     const TraceCapture trace;
     const CProxyEvent events(GetCurrentProcessId());
     ASSERT_THAT(trace.Lines(), SizeIs(50));
-    EXPECT_EQ(CreatedLine(KernelName(1, GetCurrentProcessId())), trace.Lines().front());
+    EXPECT_EQ(contract::EventCreatedLine(KernelName(1, GetCurrentProcessId())), trace.Lines().front());
 }
 
 TEST(CProxyEvent, CreationsThatFailAreTracedAndSkipped)
 {
     const uint32_t id = FreshId();
-    const ErrorTexts texts;
-    CreatedEvents created;
+    const ErrorTextStandIn texts;
+    CreateEventStandIn created;
     for (const int32_t number : {1, 30, 50})
         created.Fail(KernelName(number, id), ERROR_ACCESS_DENIED);
     TraceCapture trace;
@@ -281,7 +279,7 @@ TEST(CProxyEvent, CreationsThatFailAreTracedAndSkipped)
     {
         if (number != 1 && number != 30 && number != 50)
         {
-            lines.push_back(CreatedLine(KernelName(number, id)));
+            lines.push_back(contract::EventCreatedLine(KernelName(number, id)));
             continue;
         }
         lines.push_back(L"CProxySecManager::OrvPCreateEvent CreateEvent " + KernelName(number, id) +
@@ -312,9 +310,9 @@ TEST(CProxyEvent, CreationsThatFailAreTracedAndSkipped)
 TEST(CProxyEvent, WithoutAnAccessListTheEventsAreCreatedAllTheSame)
 {
     const uint32_t id = FreshId();
-    const ErrorTexts texts;
-    const SystemCall<decltype(InitializeSecurityDescriptor)> initialize("InitializeSecurityDescriptor",
-                                                                        ERROR_NOT_ENOUGH_MEMORY);
+    const ErrorTextStandIn texts;
+    const FailingCall<decltype(InitializeSecurityDescriptor)> initialize("InitializeSecurityDescriptor",
+                                                                         ERROR_NOT_ENOUGH_MEMORY);
     const TraceCapture trace;
     CProxyEvent events(id);
     ASSERT_THAT(trace.Lines(), SizeIs(52));
@@ -328,7 +326,7 @@ TEST(CProxyEvent, ConstructAgainMovesToAnotherSetAndLosesNothing)
     const TraceCapture trace;
     const uint32_t id = FreshId();
     const uint32_t otherId = FreshId();
-    CreatedEvents created;
+    CreateEventStandIn created;
     created.Fail(KernelName(20, id), ERROR_ACCESS_DENIED);
     const unsigned before = OpenHandleCount();
     {
@@ -340,7 +338,7 @@ TEST(CProxyEvent, ConstructAgainMovesToAnotherSetAndLosesNothing)
 
         events.Construct(otherId);
         EXPECT_EQ(before + 50, OpenHandleCount());
-        EXPECT_FALSE(Exists(KernelName(13, id)));
+        EXPECT_FALSE(EventExists(KernelName(13, id)));
         EXPECT_FALSE(events.ResponseWasOk()) << "nothing has come in the new set";
         EXPECT_FALSE(events.WaitForResponse(0));
         EXPECT_TRUE(events.Set(13));
@@ -348,7 +346,7 @@ TEST(CProxyEvent, ConstructAgainMovesToAnotherSetAndLosesNothing)
         EXPECT_TRUE(events.WaitForResponse(0));
     }
     EXPECT_EQ(before, OpenHandleCount());
-    EXPECT_FALSE(Exists(KernelName(1, otherId)));
+    EXPECT_FALSE(EventExists(KernelName(1, otherId)));
 }
 
 TEST(CProxyEvent, LosesNoMemory)
@@ -410,14 +408,14 @@ TEST(CProxyEvent, TheResponseOkIsResetBeforeTheOther)
     HANDLE ok = nullptr;
     HANDLE notOk = nullptr;
     {
-        const SystemCall<decltype(ResetEvent)> resetEvent("ResetEvent");
+        const CallRecorder<decltype(ResetEvent)> resetEvent("ResetEvent");
         events.Reset(13);
         events.Reset(12);
         ASSERT_THAT(resetEvent.Calls(), SizeIs(2));
         ok = std::get<0>(resetEvent.Calls()[0]);
         notOk = std::get<0>(resetEvent.Calls()[1]);
     }
-    const SystemCall<decltype(ResetEvent)> resetEvent("ResetEvent");
+    const CallRecorder<decltype(ResetEvent)> resetEvent("ResetEvent");
     events.Set(1);
     EXPECT_THAT(resetEvent.Calls(), ElementsAre(std::make_tuple(ok), std::make_tuple(notOk)));
 }
@@ -445,7 +443,7 @@ TEST(CProxyEvent, InvalidNumbersAreRefusedWithoutTouchingAnything)
 TEST(CProxyEvent, SetReportsAFailingCall)
 {
     CProxyEvent events(FreshId());
-    const SystemCall<decltype(SetEvent)> setEvent("SetEvent", ERROR_ACCESS_DENIED);
+    const FailingCall<decltype(SetEvent)> setEvent("SetEvent", ERROR_ACCESS_DENIED);
     const TraceCapture trace;
     EXPECT_FALSE(events.Set(7));
     EXPECT_FALSE(events.SetQuietly(7));
@@ -502,7 +500,7 @@ TEST(CProxyEvent, WaitReportsTheTimeOut)
 TEST(CProxyEvent, WaitIsRepeatedWhenItIsAbandoned)
 {
     const uint32_t id = FreshId();
-    CreatedEvents created;
+    CreateEventStandIn created;
     created.Give(KernelName(18, id), MakeAbandonedMutex());
     CProxyEvent events(id);
     const TraceCapture trace;
@@ -556,8 +554,8 @@ TEST(CProxyEvent, WaitForAnyIsEmptyAfterTheTime)
 TEST(CProxyEvent, WaitForAnyOfNothingOrOfAMissingEventIsEmptyAndTraced)
 {
     const uint32_t id = FreshId();
-    const ErrorTexts texts;
-    CreatedEvents created;
+    const ErrorTextStandIn texts;
+    CreateEventStandIn created;
     created.Fail(KernelName(9, id), ERROR_ACCESS_DENIED);
     CProxyEvent events(id);
     events.Set(8);
@@ -573,7 +571,7 @@ TEST(CProxyEvent, WaitForAnyOfNothingOrOfAMissingEventIsEmptyAndTraced)
 TEST(CProxyEvent, WaitForAnyOfAnAbandonedHandleIsEmpty)
 {
     const uint32_t id = FreshId();
-    CreatedEvents created;
+    CreateEventStandIn created;
     created.Give(KernelName(3, id), MakeAbandonedMutex());
     CProxyEvent events(id);
     EXPECT_TRUE(events.WaitForAny(SetOf({3, 7}), 0).IsEmpty());
@@ -585,7 +583,7 @@ TEST(CProxyEvent, DoWaitReportsTheIndexAndResetsNothing)
     HANDLE const abandoned = MakeAbandonedMutex();
     HANDLE const handles[] = {CreateEventW(nullptr, TRUE, FALSE, nullptr), CreateEventW(nullptr, TRUE, TRUE, nullptr),
                               abandoned};
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     EXPECT_EQ(1U, events.DoWait(3, handles, 1000));
     EXPECT_EQ(1U, events.DoWait(2, handles, 1000));
@@ -686,8 +684,8 @@ TEST(CProxyEvent, AWaitForMissingResponsesFails)
     for (const int32_t missing : {12, 13})
     {
         const uint32_t id = FreshId();
-        const ErrorTexts texts;
-        CreatedEvents created;
+        const ErrorTextStandIn texts;
+        CreateEventStandIn created;
         created.Fail(KernelName(missing, id), ERROR_ACCESS_DENIED);
         CProxyEvent events(id);
         const TraceCapture trace;
@@ -774,10 +772,10 @@ TEST(CProxyEvent, TakeFirstTakesTheLowestEvent)
 
 TEST(CProxyEvent, ReadyEventIsNamedInDecimal)
 {
-    const ErrorTexts texts;
-    CreatedEvents created;
+    const ErrorTextStandIn texts;
+    CreateEventStandIn created;
     created.Fail(L"Local\\OrvPReady4660", ERROR_ACCESS_DENIED);
-    const SystemCall<decltype(OpenProcess)> openProcess("OpenProcess", ERROR_INVALID_PARAMETER);
+    const FailingCall<decltype(OpenProcess)> openProcess("OpenProcess", ERROR_INVALID_PARAMETER);
     const TraceCapture trace;
     EXPECT_EQ(nullptr, CProxyEvent::ReadyEvent(0x1234));
     EXPECT_THAT(
@@ -793,16 +791,17 @@ TEST(CProxyEvent, ReadyEventIsNamedInDecimal)
 TEST(CProxyEvent, ReadyEventIsTheSameForEverybody)
 {
     const uint32_t id = GetCurrentProcessId();
+    const std::wstring readyName = contract::LocalName(L"OrvPReady" + std::to_wstring(id));
     HANDLE const first = CProxyEvent::ReadyEvent(id);
     HANDLE const second = CProxyEvent::ReadyEvent(id);
     ASSERT_TRUE(first != nullptr && second != nullptr);
-    EXPECT_FALSE(IsSignalled(L"Local\\OrvPReady" + std::to_wstring(id)));
+    EXPECT_FALSE(IsSignalled(readyName));
     SetEvent(first);
     EXPECT_EQ(DWORD{WAIT_OBJECT_0}, WaitForSingleObject(second, 0));
-    EXPECT_TRUE(IsSignalled(L"Local\\OrvPReady" + std::to_wstring(id)));
+    EXPECT_TRUE(IsSignalled(readyName));
     CloseHandle(first);
     CloseHandle(second);
-    EXPECT_FALSE(Exists(L"Local\\OrvPReady" + std::to_wstring(id)));
+    EXPECT_FALSE(EventExists(readyName));
 }
 
 // The wait that pumps messages.
@@ -955,7 +954,7 @@ TEST(CProxyEventPumpingWait, AnswersMessagesUntilTheResponseComes)
 // Without it a window sees keys, but no characters.
 TEST(CProxyEventPumpingWait, TranslatesEachMessageBeforeItIsDispatched)
 {
-    const SystemCall<decltype(TranslateMessage)> translate("TranslateMessage");
+    const CallRecorder<decltype(TranslateMessage)> translate("TranslateMessage");
     std::vector<size_t> translated;
     const TestWindow window([&] { translated.push_back(translate.Calls().size()); });
     CProxyEvent events(FreshId(), window.Get());
@@ -1079,7 +1078,7 @@ TEST(CProxyEventPumpingWait, AFailingWaitEndsItWithoutALine)
 TEST(CProxyEventPumpingWait, MissingResponsesMakeTheWaitFail)
 {
     const uint32_t id = FreshId();
-    CreatedEvents created;
+    CreateEventStandIn created;
     created.Fail(KernelName(12, id), ERROR_ACCESS_DENIED);
     created.Fail(KernelName(13, id), ERROR_ACCESS_DENIED);
     const TestWindow window;
@@ -1173,7 +1172,7 @@ void ExpectAConversation(uint32_t id, const wchar_t* role)
     const std::wstring readyName = FreshName(L"serving");
     const Meeting ready(readyName);
     CProxyEvent events(id);
-    const ChildProcess child = ChildProcess::StartRole(role, {HexId(id), readyName});
+    const ChildProcess child = ChildProcess::StartRole(role, {contract::PaddedHex(id), readyName});
     ready.Wait();
     for (int round = 0; round < 5; ++round)
     {
@@ -1210,10 +1209,10 @@ TEST(CProxyEvent, TwoProcessesTalkThroughThePrivateNamespace)
     const ManagerIn<NamespaceWorld> world;
     {
         const CProxyEvent events(id);
-        EXPECT_FALSE(Exists(KernelName(1, id)));
-        EXPECT_TRUE(Exists(L"OrvP\\" + ObjectName(50, id)));
+        EXPECT_FALSE(EventExists(KernelName(1, id)));
+        EXPECT_TRUE(EventExists(contract::NamespaceName(ObjectName(50, id))));
         HANDLE const ready = CProxyEvent::ReadyEvent(GetCurrentProcessId());
-        EXPECT_TRUE(Exists(L"OrvP\\OrvPReady" + std::to_wstring(GetCurrentProcessId())));
+        EXPECT_TRUE(EventExists(contract::NamespaceName(L"OrvPReady" + std::to_wstring(GetCurrentProcessId()))));
         CloseHandle(ready);
     }
     ExpectAConversation(id, L"ServeProxyEventsInNamespace");
@@ -1222,7 +1221,7 @@ TEST(CProxyEvent, TwoProcessesTalkThroughThePrivateNamespace)
 TEST(CProxyEvent, NamesCarryTheSessionOfTheProcessWithoutPrivateNamespaces)
 {
     const ManagerIn<WindowsWithoutNamespaces> world;
-    const CreatedEvents created;
+    const CreateEventStandIn created;
     const uint32_t id = FreshId();
     {
         const CProxyEvent ofNobody(id);
@@ -1231,7 +1230,7 @@ TEST(CProxyEvent, NamesCarryTheSessionOfTheProcessWithoutPrivateNamespaces)
     ASSERT_TRUE(ProcessIdToSessionId(GetCurrentProcessId(), &session) != FALSE);
     const CProxyEvent own(GetCurrentProcessId());
     ASSERT_THAT(created.Calls(), SizeIs(100));
-    EXPECT_EQ(L"Session\\-2\\Event0_" + HexId(id), created.Calls()[0].kernelName);
-    EXPECT_EQ(L"Session\\" + std::to_wstring(session) + L"\\Event49_" + HexId(GetCurrentProcessId()),
+    EXPECT_EQ(L"Session\\-2\\Event0_" + contract::PaddedHex(id), created.Calls()[0].kernelName);
+    EXPECT_EQ(L"Session\\" + std::to_wstring(session) + L"\\Event49_" + contract::PaddedHex(GetCurrentProcessId()),
               created.Calls()[99].kernelName);
 }

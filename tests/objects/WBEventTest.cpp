@@ -1,13 +1,17 @@
 #include "OrvProfiler/objects/WBEvent.h"
 
-#include "tests/objects/EventSupport.h"
-#include "tests/support/contract/ErrorTexts.h"
+#include "tests/support/contract/Contract.h"
 #include "tests/support/contract/TraceCapture.h"
-#include "tests/support/faults/SystemCall.h"
+#include "tests/support/contract/TraceLines.h"
+#include "tests/support/faults/CallRecorder.h"
+#include "tests/support/faults/HeldResources.h"
 #include "tests/support/processes/ChildProcess.h"
+#include "tests/support/worlds/CreateEventStandIn.h"
+#include "tests/support/worlds/ErrorTextStandIn.h"
+#include "tests/support/worlds/FreshNames.h"
 #include "tests/support/worlds/ManagerIn.h"
+#include "tests/support/worlds/NamedObjects.h"
 #include "tests/support/worlds/NamespaceWorld.h"
-#include "tests/support/worlds/SystemProbe.h"
 
 #include <windows.h>
 
@@ -27,18 +31,12 @@ using testing::SizeIs;
 
 namespace
 {
-// By index, as both processes know them.
-constexpr const wchar_t* c_names[] = {
-    L"EV_STOP",    L"EV_LOAD",   L"EV_CREATE",     L"EV_INVOKE",       L"EV_DELETE",       L"EV_RESET",
-    L"EV_SUCCESS", L"EV_FAILED", L"EV_BREAKPOINT", L"EV_PROPERTY_GET", L"EV_PROPERTY_SET",
-};
-
 // The number that an index the set does not have is filled with.
 constexpr uint32_t c_nothing = 0x5A5A5A5A;
 
 std::wstring KernelName(uint32_t index, uint32_t id)
 {
-    return L"Local\\" + std::wstring(c_names[index]) + ShortHexId(id);
+    return contract::LocalName(contract::EventName(index, id));
 }
 
 // The indices whose events are signalled.
@@ -51,15 +49,6 @@ std::set<uint32_t> Signalled(uint32_t id)
             signalled.insert(i);
     }
     return signalled;
-}
-
-std::vector<std::wstring> CreationLines(const std::wstring& prefix, uint32_t id)
-{
-    std::vector<std::wstring> lines;
-    for (const wchar_t* const name : c_names)
-        lines.push_back(L"CProxySecManager::OrvPCreateEvent CreateEvent " + prefix + name + ShortHexId(id) +
-                        L" succeeded \n");
-    return lines;
 }
 } // namespace
 
@@ -113,15 +102,16 @@ TEST(CWBEvent, IndicesAndRolesAreFixed)
 TEST(CWBEvent, CreatesElevenManualResetEventsInTheOrderOfTheTable)
 {
     const uint32_t id = FreshId();
-    const CreatedEvents created;
+    const CreateEventStandIn created;
     const TraceCapture trace;
     const CWBEvent events(id);
-    EXPECT_THAT(trace.Lines(), ElementsAreArray(CreationLines(L"Local\\", id))) << "no session is looked up";
+    EXPECT_THAT(trace.Lines(), ElementsAreArray(contract::EventLines(contract::LocalName(L""), contract::Hex(id))))
+        << "no session is looked up";
     EXPECT_FALSE(events.IsWaiting());
     ASSERT_THAT(created.Calls(), SizeIs(11));
     for (uint32_t i = 0; i < 11; ++i)
     {
-        const CreatedEvents::Call& call = created.Calls()[i];
+        const CreateEventStandIn::Call& call = created.Calls()[i];
         EXPECT_EQ(KernelName(i, id), call.kernelName);
         EXPECT_TRUE(call.manualReset);
         EXPECT_FALSE(call.initialState);
@@ -167,13 +157,13 @@ TEST(CWBEvent, FailingSystemCallsAreTracedWithTheTableName)
     CWBEvent events(FreshId());
     const TraceCapture trace;
     {
-        const SystemCall<decltype(SetEvent)> setEvent("SetEvent", ERROR_INVALID_HANDLE);
+        const FailingCall<decltype(SetEvent)> setEvent("SetEvent", ERROR_INVALID_HANDLE);
         EXPECT_EQ(0U, events.Set(0));
         EXPECT_EQ(0U, events.Set(6));
         EXPECT_EQ(0U, events.Set(10));
     }
     {
-        const SystemCall<decltype(ResetEvent)> resetEvent("ResetEvent", ERROR_INVALID_HANDLE);
+        const FailingCall<decltype(ResetEvent)> resetEvent("ResetEvent", ERROR_INVALID_HANDLE);
         EXPECT_EQ(0U, events.Reset(1));
         EXPECT_EQ(0U, events.Reset(9));
     }
@@ -187,12 +177,12 @@ TEST(CWBEvent, FailingSystemCallsAreTracedWithTheTableName)
 TEST(CWBEvent, ACreationThatFailsLeavesTheSlotEmptyAndGoesOn)
 {
     const uint32_t id = FreshId();
-    const ErrorTexts texts;
-    CreatedEvents created;
+    const ErrorTextStandIn texts;
+    CreateEventStandIn created;
     created.Fail(KernelName(3, id), ERROR_ACCESS_DENIED);
     TraceCapture trace;
     CWBEvent events(id);
-    std::vector<std::wstring> lines = CreationLines(L"Local\\", id);
+    std::vector<std::wstring> lines = contract::EventLines(contract::LocalName(L""), contract::Hex(id));
     lines[3] = L"CProxySecManager::OrvPCreateEvent CreateEvent " + KernelName(3, id) + L" Failed\n<error 5>\n";
     EXPECT_THAT(trace.Lines(), ElementsAreArray(lines));
 
@@ -224,15 +214,16 @@ TEST(CWBEvent, ResetAllGoesOnAfterAFailureAndReportsIt)
     for (const uint32_t missing : {0U, 5U, 10U})
     {
         const uint32_t id = FreshId();
-        CreatedEvents created;
+        CreateEventStandIn created;
         created.Fail(KernelName(missing, id), ERROR_ACCESS_DENIED);
         CWBEvent events(id);
         for (uint32_t i = 0; i < 11; ++i)
             events.Set(i);
         const TraceCapture trace;
         EXPECT_FALSE(events.ResetAll());
-        EXPECT_THAT(trace.Lines(), ElementsAre(L"CWBEvent::ResetAll \n", L"CWBEvent::Reset Failed to reset event " +
-                                                                             std::wstring(c_names[missing]) + L"\n"));
+        EXPECT_THAT(trace.Lines(),
+                    ElementsAre(L"CWBEvent::ResetAll \n", L"CWBEvent::Reset Failed to reset event " +
+                                                              std::wstring(contract::c_eventNames[missing]) + L"\n"));
         EXPECT_THAT(Signalled(id), IsEmpty());
     }
 }
@@ -248,8 +239,9 @@ TEST(CWBEvent, WaitReportsTheSlotAndHasResetIt)
         const TraceCapture trace;
         EXPECT_EQ(1U, events.Wait(&index, 11, 0));
         EXPECT_EQ(i, index);
-        EXPECT_THAT(trace.Lines(), ElementsAre(L"CWBEvent::Wait Waiting\n\n",
-                                               L"CWBEvent::Wait Event is " + std::wstring(c_names[i]) + L"\n"));
+        EXPECT_THAT(trace.Lines(),
+                    ElementsAre(L"CWBEvent::Wait Waiting\n\n",
+                                L"CWBEvent::Wait Event is " + std::wstring(contract::c_eventNames[i]) + L"\n"));
         EXPECT_THAT(Signalled(id), IsEmpty());
         EXPECT_FALSE(events.IsWaiting());
     }
@@ -300,7 +292,7 @@ TEST(CWBEvent, WaitReportsTheTimeOut)
 TEST(CWBEvent, WaitPassesItsArgumentsOn)
 {
     CWBEvent events(FreshId());
-    const SystemCall<decltype(WaitForMultipleObjects)> wait("WaitForMultipleObjects", ERROR_INVALID_PARAMETER);
+    const FailingCall<decltype(WaitForMultipleObjects)> wait("WaitForMultipleObjects", ERROR_INVALID_PARAMETER);
     uint32_t index = c_nothing;
     events.Wait(&index, 8, 10000);
     events.GetResponse(4000);
@@ -326,10 +318,10 @@ TEST(CWBEvent, WaitReportsAnAbandonedSlotAndDoesNotResetIt)
     for (const Row& row : {Row{3, 8}, Row{0, 1}, Row{7, 8}, Row{10, 11}})
     {
         const uint32_t id = FreshId();
-        CreatedEvents created;
+        CreateEventStandIn created;
         created.Give(KernelName(row.slot, id), MakeAbandonedMutex());
         CWBEvent events(id);
-        const SystemCall<decltype(ResetEvent)> resetEvent("ResetEvent");
+        const CallRecorder<decltype(ResetEvent)> resetEvent("ResetEvent");
         uint32_t index = c_nothing;
         const TraceCapture trace;
         EXPECT_EQ(2U, events.Wait(&index, row.count, 0)) << row.slot;
@@ -362,7 +354,7 @@ TEST(CWBEvent, AWaitResultThatIsNoSlotIsAnError)
 TEST(CWBEvent, ALowerSlotThatIsSignalledIsReportedBeforeAnAbandonedOne)
 {
     const uint32_t id = FreshId();
-    CreatedEvents created;
+    CreateEventStandIn created;
     created.Give(KernelName(3, id), MakeAbandonedMutex());
     CWBEvent events(id);
     events.Set(2);
@@ -390,7 +382,7 @@ TEST(CWBEvent, WaitReportsTheDeathOfTheProcessThatHeldASlot)
     const std::wstring mutexName = FreshName(L"held");
     const std::wstring heldName = FreshName(L"holding");
     const Meeting held(heldName);
-    CreatedEvents created;
+    CreateEventStandIn created;
     created.Give(KernelName(5, id), CreateMutexW(nullptr, FALSE, mutexName.c_str()));
     CWBEvent events(id);
     const ChildProcess child = ChildProcess::StartRole(L"HoldForWait", {mutexName, heldName});
@@ -405,7 +397,7 @@ TEST(CWBEvent, WaitReportsTheDeathOfTheProcessThatHeldASlot)
 TEST(CWBEvent, WaitOverAMissingSlotIsAnError)
 {
     const uint32_t id = FreshId();
-    CreatedEvents created;
+    CreateEventStandIn created;
     created.Fail(KernelName(4, id), ERROR_ACCESS_DENIED);
     CWBEvent events(id);
     events.Set(0);
@@ -449,7 +441,7 @@ TEST(CWBEvent, WaitReportsTheSlotEvenIfItCannotBeReset)
 {
     CWBEvent events(FreshId());
     events.Set(2);
-    const SystemCall<decltype(ResetEvent)> resetEvent("ResetEvent", ERROR_ACCESS_DENIED);
+    const FailingCall<decltype(ResetEvent)> resetEvent("ResetEvent", ERROR_ACCESS_DENIED);
     uint32_t index = c_nothing;
     const TraceCapture trace;
     EXPECT_EQ(1U, events.Wait(&index, 8, 0));
@@ -488,7 +480,7 @@ TEST(CWBEvent, GetResponseTracesBeforeItResets)
 {
     CWBEvent events(FreshId());
     events.Set(9);
-    const SystemCall<decltype(ResetEvent)> resetEvent("ResetEvent", ERROR_ACCESS_DENIED);
+    const FailingCall<decltype(ResetEvent)> resetEvent("ResetEvent", ERROR_ACCESS_DENIED);
     const TraceCapture trace;
     EXPECT_EQ(9U, events.GetResponse(0));
     EXPECT_THAT(trace.Lines(), ElementsAre(L"CWBEvent::GetResponse Waiting\n\n", L"CWBEvent::GetResponse Failed\n\n",
@@ -526,10 +518,10 @@ TEST(CWBEvent, GetResponseReportsAnAbandonedEvent)
     for (const uint32_t slot : {8U, 9U, 10U})
     {
         const uint32_t id = FreshId();
-        CreatedEvents created;
+        CreateEventStandIn created;
         created.Give(KernelName(slot, id), MakeAbandonedMutex());
         CWBEvent events(id);
-        const SystemCall<decltype(ResetEvent)> resetEvent("ResetEvent");
+        const CallRecorder<decltype(ResetEvent)> resetEvent("ResetEvent");
         const TraceCapture trace;
         EXPECT_EQ(0xFFFFFFFFU, events.GetResponse(0)) << slot;
         EXPECT_THAT(trace.Lines(),
@@ -545,7 +537,7 @@ TEST(CWBEvent, GetResponseOverAMissingSlotIsAnError)
     for (const uint32_t slot : {8U, 9U, 10U})
     {
         const uint32_t id = FreshId();
-        CreatedEvents created;
+        CreateEventStandIn created;
         created.Fail(KernelName(slot, id), ERROR_ACCESS_DENIED);
         CWBEvent events(id);
         const TraceCapture trace;
@@ -617,13 +609,13 @@ TEST(CWBEvent, EventsLiveAsLongAsAnyoneHoldsThem)
         EXPECT_EQ(4U, index);
     }
     for (uint32_t i = 0; i < 11; ++i)
-        EXPECT_FALSE(Exists(KernelName(i, id))) << i;
+        EXPECT_FALSE(EventExists(KernelName(i, id))) << i;
 }
 
 TEST(CWBEvent, ClosesEveryHandleMissingOnesIncluded)
 {
     const uint32_t id = FreshId();
-    CreatedEvents created;
+    CreateEventStandIn created;
     created.Fail(KernelName(0, id), ERROR_ACCESS_DENIED);
     created.Fail(KernelName(10, id), ERROR_ACCESS_DENIED);
     const TraceCapture trace;
@@ -661,7 +653,7 @@ void ExpectAConversation(uint32_t id, const wchar_t* role)
     const std::wstring readyName = FreshName(L"serving");
     const Meeting ready(readyName);
     CWBEvent events(id);
-    const ChildProcess child = ChildProcess::StartRole(role, {HexId(id), readyName});
+    const ChildProcess child = ChildProcess::StartRole(role, {contract::PaddedHex(id), readyName});
     ready.Wait();
     for (int round = 0; round < 50; ++round)
     {
@@ -696,8 +688,8 @@ TEST(CWBEvent, TwoProcessesTalkThroughThePrivateNamespace)
     const ManagerIn<NamespaceWorld> world;
     {
         const CWBEvent events(id);
-        EXPECT_FALSE(Exists(KernelName(0, id)));
-        EXPECT_TRUE(Exists(L"OrvP\\EV_PROPERTY_SET" + ShortHexId(id)));
+        EXPECT_FALSE(EventExists(KernelName(0, id)));
+        EXPECT_TRUE(EventExists(contract::NamespaceName(contract::EventName(10, id))));
     }
     ExpectAConversation(id, L"ServeCommandsInNamespace");
 }
@@ -708,5 +700,5 @@ TEST(CWBEvent, NamesHaveNoSessionWithoutPrivateNamespaces)
     const ManagerIn<WindowsWithoutNamespaces> world;
     const TraceCapture trace;
     const CWBEvent events(id);
-    EXPECT_THAT(trace.Lines(), ElementsAreArray(CreationLines(L"Local\\", id)));
+    EXPECT_THAT(trace.Lines(), ElementsAreArray(contract::EventLines(contract::LocalName(L""), contract::Hex(id))));
 }

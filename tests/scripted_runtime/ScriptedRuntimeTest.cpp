@@ -1,7 +1,7 @@
 // The stand-in for the runtime must itself be right: what it records, and each thing that a text makes it answer.
 
 #include "tests/support/processes/ChildProcess.h"
-#include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/worlds/FreshNames.h"
 
 #include <windows.h>
 

@@ -1,12 +1,13 @@
 #include "OrvProfiler/foundation/Trace.h"
 #include "OrvProfiler/security/ProxySecurity.h"
-#include "tests/support/contract/ErrorTexts.h"
 #include "tests/support/contract/TraceCapture.h"
-#include "tests/support/faults/SystemCall.h"
+#include "tests/support/faults/CallRecorder.h"
+#include "tests/support/faults/HeldResources.h"
 #include "tests/support/processes/ChildProcess.h"
+#include "tests/support/worlds/ErrorTextStandIn.h"
+#include "tests/support/worlds/FreshNames.h"
 #include "tests/support/worlds/NamespaceWorld.h"
-#include "tests/support/worlds/SystemProbe.h"
-#include "tests/support/worlds/TestFile.h"
+#include "tests/support/worlds/TemporaryFile.h"
 
 #include <windows.h>
 
@@ -25,11 +26,6 @@ using testing::StrEq;
 namespace
 {
 constexpr uint32_t c_noSession = 0xFFFFFFFF;
-
-using CreateEventCall = SystemCall<decltype(CreateEventW)>;
-using OpenCall = SystemCall<decltype(OpenEventW)>; // of events, mutexes and file mappings alike
-using CreateMutexCall = SystemCall<decltype(CreateMutexW)>;
-using CreateMappingCall = SystemCall<decltype(CreateFileMappingW)>;
 
 bool IsSet(HANDLE event)
 {
@@ -120,8 +116,8 @@ TEST(CProxySecManager, ReportsAnEventThatCannotBeCreated)
 {
     const unsigned before = OpenHandleCount();
     const std::wstring name = FreshName(L"event");
-    const CreateEventCall createEvent("CreateEventW", ERROR_NOT_ENOUGH_MEMORY);
-    const ErrorTexts texts;
+    const FailingCall<decltype(CreateEventW)> createEvent("CreateEventW", ERROR_NOT_ENOUGH_MEMORY);
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     SECURITY_ATTRIBUTES attributes{};
     EXPECT_EQ(nullptr, g_SecManager.OrvPCreateEvent(c_noSession, &attributes, true, false, name.c_str()));
@@ -138,7 +134,7 @@ TEST(CProxySecManager, ReportsANameThatBelongsToAnotherKindOfObject)
     HANDLE const mutex = g_SecManager.OrvPCreateMutex(c_noSession, nullptr, name.c_str());
     ASSERT_NE(nullptr, mutex);
     const unsigned before = OpenHandleCount();
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     EXPECT_EQ(nullptr, g_SecManager.OrvPCreateEvent(c_noSession, nullptr, true, false, name.c_str()));
     EXPECT_EQ(nullptr, g_SecManager.OrvPCreateFileMapping(c_noSession, INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE,
@@ -161,7 +157,7 @@ TEST(CProxySecManager, CreatesInTheSessionOnOlderSystems)
     ASSERT_NE(FALSE, ProcessIdToSessionId(GetCurrentProcessId(), &session));
     const std::wstring name = FreshName(L"event");
     const std::wstring kernelName = L"Session\\" + std::to_wstring(session) + L"\\" + name;
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     HANDLE const event = manager.OrvPCreateEvent(session, nullptr, true, false, name.c_str());
     ASSERT_NE(nullptr, event);
@@ -186,7 +182,7 @@ TEST(CProxySecManager, OpensAnEventWithoutTracing)
     EXPECT_EQ(2U, GetLastError());
     HANDLE const event = CreateEventW(nullptr, TRUE, FALSE, (L"Local\\" + name).c_str());
     {
-        const OpenCall openEvent("OpenEventW");
+        const CallRecorder<decltype(OpenEventW)> openEvent("OpenEventW");
         HANDLE const opened = g_SecManager.OrvPOpenEvent(c_noSession, EVENT_MODIFY_STATE, name.c_str());
         ASSERT_NE(nullptr, opened);
         EXPECT_THAT(openEvent.Calls(), ElementsAre(FieldsAre(2U, FALSE, _)));
@@ -197,7 +193,7 @@ TEST(CProxySecManager, OpensAnEventWithoutTracing)
         CloseHandle(opened);
     }
     {
-        const OpenCall openEvent("OpenEventW", ERROR_ACCESS_DENIED);
+        const FailingCall<decltype(OpenEventW)> openEvent("OpenEventW", ERROR_ACCESS_DENIED);
         EXPECT_EQ(nullptr, g_SecManager.OrvPOpenEvent(c_noSession, EVENT_ALL_ACCESS, name.c_str()));
         EXPECT_EQ(5U, GetLastError());
     }
@@ -209,7 +205,7 @@ TEST(CProxySecManager, OpensAnEventWithoutTracing)
 TEST(CProxySecManager, CreatesAMutexThatNobodyOwnsYet)
 {
     const std::wstring name = FreshName(L"mutex");
-    const CreateMutexCall createMutex("CreateMutexW");
+    const CallRecorder<decltype(CreateMutexW)> createMutex("CreateMutexW");
     const TraceCapture trace;
     HANDLE const mutex = g_SecManager.OrvPCreateMutex(c_noSession, nullptr, name.c_str());
     EXPECT_EQ(0U, GetLastError());
@@ -240,7 +236,7 @@ TEST(CProxySecManager, TracesAMutexBeforeItIsCreatedOrOpened)
         return nullptr;
     });
     const unsigned before = OpenHandleCount();
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     EXPECT_EQ(nullptr, g_SecManager.OrvPCreateMutex(c_noSession, nullptr, L"M"));
     EXPECT_EQ(5U, GetLastError());
@@ -259,8 +255,8 @@ TEST(CProxySecManager, OpensAMutexByItsFinishedName)
     const std::wstring name = FreshName(L"mutex");
     const std::wstring kernelName = L"Local\\" + name;
     HANDLE const mutex = g_SecManager.OrvPCreateMutex(c_noSession, nullptr, name.c_str());
-    const OpenCall openMutex("OpenMutexW");
-    const ErrorTexts texts;
+    const CallRecorder<decltype(OpenMutexW)> openMutex("OpenMutexW");
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     HANDLE const opened = g_SecManager.OrvPOpenMutex(kernelName.c_str(), SYNCHRONIZE);
     ASSERT_NE(nullptr, opened);
@@ -310,8 +306,8 @@ TEST(CProxySecManager, CreatesAFileMapping)
 TEST(CProxySecManager, PassesAFileMappingsArgumentsInTheirOrder)
 {
     const unsigned before = OpenHandleCount();
-    const CreateMappingCall createMapping("CreateFileMappingW", ERROR_DISK_FULL);
-    const ErrorTexts texts;
+    const FailingCall<decltype(CreateFileMappingW)> createMapping("CreateFileMappingW", ERROR_DISK_FULL);
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     HANDLE const file = reinterpret_cast<HANDLE>(intptr_t{0x1234});
     SECURITY_ATTRIBUTES attributes{};
@@ -333,7 +329,7 @@ TEST(CProxySecManager, TracesAFileMappingBeforeItIsCreated)
             SetLastError(ERROR_ACCESS_DENIED);
             return nullptr;
         });
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     EXPECT_EQ(nullptr, g_SecManager.OrvPCreateFileMapping(c_noSession, INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE,
                                                           0, 4096, L"F"));
@@ -362,7 +358,7 @@ TEST(CProxySecManager, PassesTheInheritFlagWhenItOpensAFileMapping)
     const std::wstring name = FreshName(L"map");
     HANDLE const mapping = g_SecManager.OrvPCreateFileMapping(c_noSession, INVALID_HANDLE_VALUE, nullptr,
                                                               PAGE_READWRITE, 0, 4096, name.c_str());
-    const OpenCall openMapping("OpenFileMappingW");
+    const CallRecorder<decltype(OpenFileMappingW)> openMapping("OpenFileMappingW");
     HANDLE const kept = g_SecManager.OrvPOpenFileMapping(c_noSession, FILE_MAP_READ, false, name.c_str());
     HANDLE const inherited = g_SecManager.OrvPOpenFileMapping(c_noSession, FILE_MAP_WRITE, true, name.c_str());
     EXPECT_THAT(openMapping.Calls(), ElementsAre(FieldsAre(4U, FALSE, _), FieldsAre(2U, TRUE, _)));
@@ -375,11 +371,11 @@ TEST(CProxySecManager, PassesTheInheritFlagWhenItOpensAFileMapping)
 TEST(CProxySecManager, ReportsAFileMappingThatCannotBeOpened)
 {
     const unsigned before = OpenHandleCount();
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     EXPECT_EQ(nullptr, g_SecManager.OrvPOpenFileMapping(c_noSession, FILE_MAP_READ, false, FreshName(L"m").c_str()));
     EXPECT_EQ(2U, GetLastError());
-    const OpenCall openMapping("OpenFileMappingW", ERROR_ACCESS_DENIED);
+    const FailingCall<decltype(OpenFileMappingW)> openMapping("OpenFileMappingW", ERROR_ACCESS_DENIED);
     EXPECT_EQ(nullptr, g_SecManager.OrvPOpenFileMapping(c_noSession, FILE_MAP_READ, false, L"m"));
     EXPECT_EQ(5U, GetLastError());
     EXPECT_THAT(trace.Lines(), ElementsAre(L"CProxySecManager::OrvPOpenFileMapping Failed with <error 2>\n",
@@ -389,9 +385,9 @@ TEST(CProxySecManager, ReportsAFileMappingThatCannotBeOpened)
 
 TEST(CProxySecManager, DoesNothingWithoutAName)
 {
-    const CreateEventCall createEvent("CreateEventW");
-    const CreateMutexCall createMutex("CreateMutexW");
-    const CreateMappingCall createMapping("CreateFileMappingW");
+    const CallRecorder<decltype(CreateEventW)> createEvent("CreateEventW");
+    const CallRecorder<decltype(CreateMutexW)> createMutex("CreateMutexW");
+    const CallRecorder<decltype(CreateFileMappingW)> createMapping("CreateFileMappingW");
     const auto useAll = [] {
         const TraceCapture trace;
         EXPECT_EQ(nullptr, g_SecManager.OrvPCreateEvent(1, nullptr, true, false, nullptr));
@@ -405,7 +401,7 @@ TEST(CProxySecManager, DoesNothingWithoutAName)
     };
     for (const char* const function : {"OpenEventW", "OpenMutexW", "OpenFileMappingW"})
     {
-        const OpenCall open(function);
+        const CallRecorder<decltype(OpenEventW)> open(function);
         useAll();
         EXPECT_THAT(open.Calls(), IsEmpty()) << function;
     }
@@ -416,7 +412,7 @@ TEST(CProxySecManager, DoesNothingWithoutAName)
 
 TEST(CProxySecManager, CutsALineWhoseNameFillsTheSlot)
 {
-    const CreateEventCall createEvent("CreateEventW", ERROR_FILENAME_EXCED_RANGE);
+    const FailingCall<decltype(CreateEventW)> createEvent("CreateEventW", ERROR_FILENAME_EXCED_RANGE);
     const TraceCapture trace;
     EXPECT_EQ(nullptr,
               g_SecManager.OrvPCreateEvent(c_noSession, nullptr, true, false, std::wstring(3000, L'n').c_str()));

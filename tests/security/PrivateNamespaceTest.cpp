@@ -1,10 +1,11 @@
 #include "OrvProfiler/security/ProxySecurity.h"
-#include "tests/support/contract/ErrorTexts.h"
 #include "tests/support/contract/TraceCapture.h"
-#include "tests/support/faults/SystemCall.h"
+#include "tests/support/faults/CallRecorder.h"
+#include "tests/support/faults/HeldResources.h"
 #include "tests/support/processes/ChildProcess.h"
+#include "tests/support/worlds/ErrorTextStandIn.h"
+#include "tests/support/worlds/FreshNames.h"
 #include "tests/support/worlds/NamespaceWorld.h"
-#include "tests/support/worlds/SystemProbe.h"
 
 #include <windows.h>
 
@@ -142,7 +143,7 @@ TEST(CProxySecManager, SharesTheNamespaceWithAnotherProcess)
     const Meeting joined(joinedName);
     const Meeting end(endName);
     const NamespaceWorld world;
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     {
         const CProxySecManager manager;
@@ -216,7 +217,7 @@ TEST(CProxySecManager, LooksUpTheNamespaceFunctionsOneAfterTheOther)
     for (const SystemVersion& version : {c_windowsVista, c_windows10})
     {
         NamespaceWorld world(NamespaceWorld::Entry::Own, version);
-        const SystemCall<decltype(LoadLibraryW)> load("LoadLibraryW");
+        const CallRecorder<decltype(LoadLibraryW)> load("LoadLibraryW");
         const CProxySecManager manager;
         EXPECT_THAT(NamespaceLookUps(world.Exports().Asked()), ElementsAreArray(c_lookedUp));
         ASSERT_EQ(4U, load.Calls().size());
@@ -280,7 +281,7 @@ TEST(CProxySecManager, ReportsABoundaryThatCannotBeCreated)
     NamespaceWorld world;
     world.Fail(L"CreateBoundaryDescriptorW", ERROR_NOT_ENOUGH_MEMORY);
     const unsigned before = OpenHandleCount();
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     {
         CProxySecManager manager;
@@ -300,7 +301,7 @@ TEST(CProxySecManager, CreatesTheNamespaceWhenItCannotBeOpened)
 {
     NamespaceWorld world;
     world.Fail(L"OpenPrivateNamespaceW", ERROR_ACCESS_DENIED);
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     const CProxySecManager manager;
     EXPECT_EQ(1U, manager.NamespaceCreatedHere());
@@ -313,7 +314,7 @@ TEST(CProxySecManager, ReportsANamespaceThatCannotBeCreated)
     NamespaceWorld world;
     world.Fail(L"CreatePrivateNamespaceW", ERROR_ACCESS_DENIED);
     const unsigned before = OpenHandleCount();
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     {
         const CProxySecManager manager;
@@ -335,7 +336,7 @@ TEST(CProxySecManager, HasNoNamespaceWhenAnotherProcessCreatesItInBetween)
     NamespaceWorld world;
     const CProxySecManager faster;
     world.Fail(L"OpenPrivateNamespaceW", ERROR_PATH_NOT_FOUND);
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     const CProxySecManager manager;
     EXPECT_EQ(0U, manager.NamespaceCreatedHere());
@@ -348,8 +349,8 @@ TEST(CProxySecManager, HasNoNamespaceWhenAnotherProcessCreatesItInBetween)
 TEST(CProxySecManager, ReportsANamespaceWithoutItsAccessList)
 {
     const NamespaceWorld world;
-    const SystemCall<decltype(InitializeSecurityDescriptor)> initialize("InitializeSecurityDescriptor", 1305);
-    const ErrorTexts texts;
+    const FailingCall<decltype(InitializeSecurityDescriptor)> initialize("InitializeSecurityDescriptor", 1305);
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     const CProxySecManager manager;
     EXPECT_THAT(world.Calls(), ElementsAre(L"CreateBoundaryDescriptorW Zeph 0", L"OpenPrivateNamespaceW Zeph OrvP"));
@@ -365,7 +366,7 @@ TEST(CProxySecManager, KeepsItsNamesWhenItHasNoNamespace)
     world.Fail(L"CreatePrivateNamespaceW", ERROR_ACCESS_DENIED);
     const CProxySecManager manager;
     const unsigned before = OpenHandleCount();
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     EXPECT_STREQ(L"OrvP\\E", manager.BuildObjectName(1, L"E"));
     EXPECT_EQ(nullptr, manager.OrvPCreateEvent(1, nullptr, true, false, L"E"));
@@ -393,7 +394,7 @@ TEST(CProxySecManager, OpensNoNamespaceThatNobodyCreated)
     const CProxySecManager manager;
     const std::wstring name = FreshName(L"space");
     const unsigned before = OpenHandleCount();
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     EXPECT_EQ(nullptr, manager.OrvPOpenNamespace(name.c_str()));
     EXPECT_THAT(trace.Lines(), IsEmpty());
@@ -417,7 +418,7 @@ TEST(CProxySecManager, CreatesOpensAndClosesNamespacesOfAnyName)
     const std::wstring name = FreshName(L"space");
     const unsigned before = OpenHandleCount();
     world.ClearCalls();
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     HANDLE created = manager.OrvPCreateNamespace(name.c_str());
     ASSERT_NE(nullptr, created);
@@ -461,7 +462,7 @@ TEST(CProxySecManager, ReportsANamespaceThatCannotBeClosed)
     const std::wstring name = FreshName(L"space");
     HANDLE const created = manager.OrvPCreateNamespace(name.c_str());
     world.Fail(L"ClosePrivateNamespace", ERROR_INVALID_HANDLE);
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     HANDLE handle = created;
     EXPECT_FALSE(manager.OrvPCloseNamespace(handle));
@@ -520,7 +521,7 @@ TEST(CProxySecManager, LeavesInAFixedOrder)
         L"ClosePrivateNamespace 0", L"DeleteBoundaryDescriptor Zeph", L"FreeLibrary Ntdll",
         L"FreeLibrary Kernel32",    L"FreeLibrary AdvAPI32",          L"FreeLibrary Version",
     };
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     {
         const CProxySecManager manager;

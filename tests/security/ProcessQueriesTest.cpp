@@ -1,12 +1,12 @@
 #include "OrvProfiler/security/ProxySecurity.h"
-#include "tests/support/contract/ErrorTexts.h"
 #include "tests/support/contract/TraceCapture.h"
+#include "tests/support/faults/CallRecorder.h"
 #include "tests/support/faults/LeakCheck.h"
-#include "tests/support/faults/SystemCall.h"
 #include "tests/support/processes/ChildProcess.h"
+#include "tests/support/worlds/ErrorTextStandIn.h"
+#include "tests/support/worlds/FreshNames.h"
 #include "tests/support/worlds/NamespaceWorld.h"
-#include "tests/support/worlds/SystemProbe.h"
-#include "tests/support/worlds/TestFile.h"
+#include "tests/support/worlds/TemporaryFile.h"
 #include "tests/support/worlds/TokenStandIn.h"
 
 #include <windows.h>
@@ -120,7 +120,7 @@ TEST(IsRunAsAdmin, AsksForTheTokenOfTheProcessToRead)
 {
     TokenStandIn token;
     token.AnswerGroups({});
-    SystemCall<decltype(OpenProcessToken)> openToken("OpenProcessToken");
+    CallRecorder<decltype(OpenProcessToken)> openToken("OpenProcessToken");
     HANDLE const process = GetCurrentProcess();
     EXPECT_EQ(g_SecManager.IsRunAsAdmin(process), 0U);
     ASSERT_EQ(openToken.Calls().size(), 1U);
@@ -135,7 +135,7 @@ TEST(IsRunAsAdmin, IsZeroWithoutIsWellKnownSid)
     const CProxySecManager manager;
     TokenStandIn token;
     token.AnswerGroups({{c_builtInAdministrators, 7}});
-    SystemCall<decltype(OpenProcessToken)> openToken("OpenProcessToken");
+    CallRecorder<decltype(OpenProcessToken)> openToken("OpenProcessToken");
     const TraceCapture trace;
     EXPECT_EQ(manager.IsRunAsAdmin(GetCurrentProcess()), 0U);
     EXPECT_THAT(openToken.Calls(), IsEmpty());
@@ -144,8 +144,8 @@ TEST(IsRunAsAdmin, IsZeroWithoutIsWellKnownSid)
 
 TEST(IsRunAsAdmin, IsZeroWithOneLineWhenTheTokenCannotBeOpened)
 {
-    const ErrorTexts texts;
-    SystemCall<decltype(OpenProcessToken)> openToken("OpenProcessToken", ERROR_ACCESS_DENIED);
+    const ErrorTextStandIn texts;
+    FailingCall<decltype(OpenProcessToken)> openToken("OpenProcessToken", ERROR_ACCESS_DENIED);
     const TraceCapture trace;
     EXPECT_EQ(g_SecManager.IsRunAsAdmin(GetCurrentProcess()), 0U);
     EXPECT_THAT(trace.Lines(), ElementsAre(L"CProxySecManager::IsRunAsAdmin <error 5>\n"));
@@ -153,7 +153,7 @@ TEST(IsRunAsAdmin, IsZeroWithOneLineWhenTheTokenCannotBeOpened)
 
 TEST(IsRunAsAdmin, IsZeroWithOneLineForNoProcess)
 {
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     EXPECT_EQ(g_SecManager.IsRunAsAdmin(nullptr), 0U);
     EXPECT_THAT(trace.Lines(), ElementsAre(L"CProxySecManager::IsRunAsAdmin <error 6>\n"));
@@ -161,7 +161,7 @@ TEST(IsRunAsAdmin, IsZeroWithOneLineForNoProcess)
 
 TEST(IsRunAsAdmin, IsZeroWithOneLineWhenTheGroupsCannotBeRead)
 {
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     for (const bool atSize : {true, false})
     {
         TokenStandIn token;
@@ -240,7 +240,7 @@ std::string ImageBytes(unsigned short magic, const std::string& firstWord = "MZ"
 
 uint32_t ArchitectureOf(const std::string& content)
 {
-    const TestFile file(content);
+    const TemporaryFile file(content);
     return g_SecManager.GetArchitecture(file.Path());
 }
 } // namespace
@@ -292,8 +292,8 @@ TEST(GetArchitecture, IsZeroWhenTheHeaderLiesOutsideTheFile)
 
 TEST(GetArchitecture, IsZeroWithOneLineForAFileThatCannotBeOpened)
 {
-    const ErrorTexts texts;
-    const TestFile file("x");
+    const ErrorTextStandIn texts;
+    const TemporaryFile file("x");
     const std::wstring missing = std::wstring(file.Path()) + L".missing";
     {
         const TraceCapture trace;
@@ -311,8 +311,8 @@ TEST(GetArchitecture, IsZeroWithOneLineForAFileThatCannotBeOpened)
 
 TEST(GetArchitecture, OpensTheFileToReadAndLetsOthersReadIt)
 {
-    const TestFile file(ImageBytes(0x10B));
-    SystemCall<decltype(CreateFileW)> createFile("CreateFileW");
+    const TemporaryFile file(ImageBytes(0x10B));
+    CallRecorder<decltype(CreateFileW)> createFile("CreateFileW");
     EXPECT_EQ(g_SecManager.GetArchitecture(file.Path()), 32U);
     ASSERT_EQ(createFile.Calls().size(), 1U);
     EXPECT_STREQ(std::get<0>(createFile.Calls()[0]), file.Path());
@@ -323,8 +323,8 @@ TEST(GetArchitecture, OpensTheFileToReadAndLetsOthersReadIt)
 
 TEST(GetArchitecture, IsZeroWhenTheSeekFails)
 {
-    const TestFile file(ImageBytes(0x10B));
-    SystemCall<decltype(SetFilePointerEx)> seek("SetFilePointerEx", ERROR_NEGATIVE_SEEK);
+    const TemporaryFile file(ImageBytes(0x10B));
+    FailingCall<decltype(SetFilePointerEx)> seek("SetFilePointerEx", ERROR_NEGATIVE_SEEK);
     const TraceCapture trace;
     EXPECT_EQ(g_SecManager.GetArchitecture(file.Path()), 0U);
     EXPECT_EQ(seek.Calls().size(), 1U);
@@ -350,7 +350,7 @@ BOOL WINAPI ReadUntilFailure(HANDLE file, void* buffer, DWORD size, DWORD* read,
 
 TEST(GetArchitecture, IsZeroWhenAnyOfItsFourReadsFails)
 {
-    const TestFile file(ImageBytes(0x10B));
+    const TemporaryFile file(ImageBytes(0x10B));
     Redirect<decltype(ReadFile)> redirect("ReadFile", ReadUntilFailure);
     g_readFile = &redirect;
     for (unsigned successes = 0; successes <= 4; ++successes)
@@ -504,8 +504,8 @@ TEST(IsProcessAService, LooksThroughTheActiveServices)
 
 TEST(IsProcessAService, IsFalseWhenTheServicesCannotBeOpened)
 {
-    SystemCall<decltype(OpenSCManagerW)> open("OpenSCManagerW", ERROR_ACCESS_DENIED);
-    SystemCall<decltype(CloseServiceHandle)> close("CloseServiceHandle");
+    FailingCall<decltype(OpenSCManagerW)> open("OpenSCManagerW", ERROR_ACCESS_DENIED);
+    CallRecorder<decltype(CloseServiceHandle)> close("CloseServiceHandle");
     EXPECT_FALSE(g_SecManager.IsProcessAService(SomeServiceProcess()));
     const size_t closedByTheTest = 1;
     EXPECT_EQ(close.Calls().size(), closedByTheTest);

@@ -1,14 +1,15 @@
 #include "OrvProfiler/foundation/Path.h"
 #include "OrvProfiler/security/ProxySecurity.h"
-#include "tests/support/contract/ErrorTexts.h"
 #include "tests/support/contract/TraceCapture.h"
+#include "tests/support/faults/CallRecorder.h"
+#include "tests/support/faults/HeldResources.h"
 #include "tests/support/faults/LeakCheck.h"
-#include "tests/support/faults/SystemCall.h"
 #include "tests/support/processes/ChildProcess.h"
+#include "tests/support/worlds/ErrorTextStandIn.h"
+#include "tests/support/worlds/FreshNames.h"
 #include "tests/support/worlds/NamespaceWorld.h"
 #include "tests/support/worlds/RebuiltManager.h"
-#include "tests/support/worlds/SystemProbe.h"
-#include "tests/support/worlds/TestFile.h"
+#include "tests/support/worlds/TemporaryFile.h"
 #include "tests/support/worlds/TokenStandIn.h"
 
 #include <windows.h>
@@ -336,14 +337,14 @@ TEST(CProcess, OpensWithTheAccessOfTheSystem)
 {
     const unsigned nobody = FreshId();
     {
-        SystemCall<decltype(OpenProcess)> openProcess("OpenProcess");
+        CallRecorder<decltype(OpenProcess)> openProcess("OpenProcess");
         EXPECT_EQ(Open(nobody), nullptr);
         EXPECT_THAT(openProcess.Calls(), ElementsAre(std::make_tuple(DWORD{0x20410}, FALSE, DWORD{nobody}),
                                                      std::make_tuple(DWORD{0x400}, FALSE, DWORD{nobody})));
     }
     ModernSystem modern;
     const CProxySecManager manager;
-    SystemCall<decltype(OpenProcess)> openProcess("OpenProcess");
+    CallRecorder<decltype(OpenProcess)> openProcess("OpenProcess");
     EXPECT_EQ(manager.OpenProcessObject(nobody), nullptr);
     EXPECT_THAT(openProcess.Calls(), ElementsAre(std::make_tuple(DWORD{0x21010}, FALSE, DWORD{nobody}),
                                                  std::make_tuple(DWORD{0x1000}, FALSE, DWORD{nobody})));
@@ -364,7 +365,7 @@ TEST(CProcess, IsReadWithLimitedAccessOnAModernSystem)
 TEST(CProcess, IsNoneForAProcessThatMayNotBeOpened)
 {
     const SittingProcess sitting;
-    SystemCall<decltype(OpenProcess)> openProcess("OpenProcess", ERROR_ACCESS_DENIED);
+    FailingCall<decltype(OpenProcess)> openProcess("OpenProcess", ERROR_ACCESS_DENIED);
     const TraceCapture trace;
     EXPECT_EQ(Open(sitting.Id()), nullptr);
     EXPECT_EQ(openProcess.Calls().size(), 2U);
@@ -624,7 +625,7 @@ TEST(CProcess, AsksForArchitectureAndVersionOnce)
     const Process process = Open(sitting.Id());
     ASSERT_NE(process, nullptr);
     {
-        SystemCall<decltype(CreateFileW)> createFile("CreateFileW");
+        CallRecorder<decltype(CreateFileW)> createFile("CreateFileW");
         EXPECT_EQ(process->GetArchitecture(), 64U);
         EXPECT_EQ(process->GetArchitecture(), 64U);
         EXPECT_EQ(createFile.Calls().size(), 1U);
@@ -640,7 +641,7 @@ TEST(CProcess, AFailedAnswerAboutTheArchitectureIsKeptToo)
     const Process process = Open(sitting.Id());
     ASSERT_NE(process, nullptr);
     {
-        SystemCall<decltype(CreateFileW)> createFile("CreateFileW", ERROR_ACCESS_DENIED);
+        FailingCall<decltype(CreateFileW)> createFile("CreateFileW", ERROR_ACCESS_DENIED);
         EXPECT_EQ(process->GetArchitecture(), 0U);
     }
     EXPECT_EQ(process->GetArchitecture(), 0U);
@@ -649,7 +650,7 @@ TEST(CProcess, AFailedAnswerAboutTheArchitectureIsKeptToo)
 TEST(CProcess, WithAnImageThatIsNoneHasArchitectureZero)
 {
     const SittingProcess sitting;
-    const TestFile text("no image at all, but long enough for a header: 0123456789 0123456789");
+    const TemporaryFile text("no image at all, but long enough for a header: 0123456789 0123456789");
     RemoteMemory memory;
     const std::wstring path = text.Path();
     memory.PutText(c_imagePathAt, At(0x1000), static_cast<USHORT>(path.size() * 2), 0);
@@ -664,9 +665,9 @@ TEST(CProcess, WithAnImageThatIsNoneHasArchitectureZero)
 TEST(CProcess, WithoutATokenIsNoneUnlessProcessesWithoutUserAreAllowed)
 {
     const SittingProcess sitting;
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
-    SystemCall<decltype(OpenProcessToken)> openToken("OpenProcessToken", ERROR_ACCESS_DENIED);
+    FailingCall<decltype(OpenProcessToken)> openToken("OpenProcessToken", ERROR_ACCESS_DENIED);
     EXPECT_EQ(Open(sitting.Id()), nullptr);
     EXPECT_THAT(trace.Lines(), ElementsAre(L"CProxySecManager::CProcess::CProcess <error 5>\n"));
     ASSERT_EQ(openToken.Calls().size(), 1U);
@@ -708,7 +709,7 @@ TEST(CProcess, WhoseSessionCannotBeReadKeepsTheFailureValue)
 TEST(CProcess, WhoseUserCannotBeReadIsNoneUnlessThatIsAllowed)
 {
     const SittingProcess sitting;
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     TokenStandIn token;
     token.AnswerGroups({{c_everyone, 7}});
     token.FailAnswer(TokenUser, ERROR_ACCESS_DENIED);
@@ -780,7 +781,7 @@ TEST(CProcessGetUser, IsTheAccountOfTheToken)
 TEST(CProcessGetUser, FailsWithOneLineWhateverTheQueryAnswers)
 {
     const Token token;
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const struct
     {
         bool atSize;
@@ -812,7 +813,7 @@ TEST(CProcessGetUser, FailsWithOneLineWhateverTheQueryAnswers)
 
 TEST(CProcessGetUser, OfNoTokenIsNone)
 {
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     EXPECT_EQ(CProcess::GetUser(nullptr), nullptr);
     EXPECT_THAT(trace.Lines(), ElementsAre(L"CProxySecManager::CProcess::GetUser <error 6>\n"));
@@ -821,7 +822,7 @@ TEST(CProcessGetUser, OfNoTokenIsNone)
 TEST(CProcessGetUser, OfATokenWithoutQueryAccessIsNone)
 {
     const Token token(GetCurrentProcess(), TOKEN_DUPLICATE);
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     EXPECT_EQ(CProcess::GetUser(token.Get()), nullptr);
     EXPECT_THAT(trace.Lines(), ElementsAre(L"CProxySecManager::CProcess::GetUser <error 5>\n"));
@@ -830,7 +831,7 @@ TEST(CProcessGetUser, OfATokenWithoutQueryAccessIsNone)
 TEST(TokenAnswers, ThatAreTooSmallAreReadAsZeros)
 {
     const Token token;
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     TokenStandIn standIn;
     standIn.AnswerNumber(TokenUser, 0);
     standIn.AnswerNumber(TokenGroupsAndPrivileges, 5);
@@ -851,9 +852,9 @@ TEST(CProcess, ShowsTheFlagsThatItsReadersKnow)
 TEST(CProcessGetUser, AsksWithoutABufferFirstAndNoMoreWhenTheSizeIsNotTold)
 {
     const Token token;
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
-    const SystemCall<decltype(GetTokenInformation)> query("GetTokenInformation", ERROR_INSUFFICIENT_BUFFER);
+    const FailingCall<decltype(GetTokenInformation)> query("GetTokenInformation", ERROR_INSUFFICIENT_BUFFER);
     EXPECT_EQ(CProcess::GetUser(token.Get()), nullptr);
     ASSERT_EQ(query.Calls().size(), 1U);
     EXPECT_EQ(std::get<2>(query.Calls()[0]), nullptr);
@@ -942,7 +943,7 @@ TEST(PtrArrayAccount, KeepsItsAccountWhenAssignedToItself)
 TEST(CProcessGetGroupMembership, LeavesOutGroupsWhoseLookUpFails)
 {
     const Token token;
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     TokenStandIn standIn;
     standIn.AnswerGroups({{c_unknownSid, 7}, {c_everyone, 7}});
     const TraceCapture trace;
@@ -965,7 +966,7 @@ TEST(CProcessGetGroupMembership, HoldsManyGroups)
 TEST(CProcessGetGroupMembership, FailsWithOneLineWhateverTheQueryAnswers)
 {
     const Token token;
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     for (const bool atSize : {true, false})
     {
         TokenStandIn standIn;
@@ -1019,7 +1020,7 @@ TEST(CurrentProcess, IsMadeOnceAndStaysTheManagers)
 {
     RebuiltManager rebuilt;
     rebuilt.Rebuild();
-    SystemCall<decltype(OpenProcess)> openProcess("OpenProcess");
+    CallRecorder<decltype(OpenProcess)> openProcess("OpenProcess");
     CProcess* const process = g_SecManager.GetCurrentProcessObject();
     ASSERT_NE(process, nullptr);
     EXPECT_EQ(g_SecManager.GetCurrentProcessObject(), process);
@@ -1077,7 +1078,7 @@ TEST(CurrentProcess, IsNoneWithoutAccountLookUps)
         ExportTable exports;
         exports.Hide(missing);
         CProxySecManager manager;
-        SystemCall<decltype(OpenProcess)> openProcess("OpenProcess");
+        CallRecorder<decltype(OpenProcess)> openProcess("OpenProcess");
         EXPECT_EQ(manager.GetCurrentProcessObject(), nullptr) << missing;
         EXPECT_THAT(openProcess.Calls(), IsEmpty());
     }
@@ -1087,7 +1088,7 @@ TEST(CurrentProcess, IsMadeByALaterCallWhenTheFirstFails)
 {
     CProxySecManager manager;
     {
-        SystemCall<decltype(OpenProcess)> openProcess("OpenProcess", ERROR_ACCESS_DENIED);
+        FailingCall<decltype(OpenProcess)> openProcess("OpenProcess", ERROR_ACCESS_DENIED);
         EXPECT_EQ(manager.GetCurrentProcessObject(), nullptr);
     }
     EXPECT_NE(manager.GetCurrentProcessObject(), nullptr);
@@ -1157,7 +1158,7 @@ TEST(CAccount, HasNameDomainUseAndAttributesOfItsSid)
 
 TEST(CAccount, IsNoneWhenTheLookUpFails)
 {
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const SID_AND_ATTRIBUTES unknown = WithAttributes(c_unknownSid, 7);
     {
         const TraceCapture trace;

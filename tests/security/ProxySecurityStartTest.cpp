@@ -1,10 +1,11 @@
 #include "OrvProfiler/security/ProxySecurity.h"
 #include "tests/support/contract/TraceCapture.h"
-#include "tests/support/faults/SystemCall.h"
+#include "tests/support/faults/CallRecorder.h"
+#include "tests/support/faults/HeldResources.h"
 #include "tests/support/processes/ChildProcess.h"
+#include "tests/support/worlds/FreshNames.h"
 #include "tests/support/worlds/NamespaceWorld.h"
-#include "tests/support/worlds/SystemProbe.h"
-#include "tests/support/worlds/TestFile.h"
+#include "tests/support/worlds/TemporaryFile.h"
 
 #include <windows.h>
 
@@ -129,7 +130,7 @@ TEST(GetWindowsVersion, AsksFromTheNewestToTheOldest)
 
 TEST(GetWindowsVersion, IsFiveWhenTheSystemAnswersNothing)
 {
-    const SystemCall<decltype(VerifyVersionInfoW)> verify("VerifyVersionInfoW", ERROR_GEN_FAILURE);
+    const FailingCall<decltype(VerifyVersionInfoW)> verify("VerifyVersionInfoW", ERROR_GEN_FAILURE);
     EXPECT_EQ(5U, GetWindowsVersion());
     EXPECT_EQ(8U, verify.Calls().size());
 }

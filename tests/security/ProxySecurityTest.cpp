@@ -1,12 +1,13 @@
 #include "OrvProfiler/security/ProxySecurity.h"
 
 #include "OrvProfiler/foundation/Trace.h"
-#include "tests/support/contract/ErrorTexts.h"
 #include "tests/support/contract/TraceCapture.h"
-#include "tests/support/faults/SystemCall.h"
+#include "tests/support/faults/CallRecorder.h"
+#include "tests/support/faults/HeldResources.h"
 #include "tests/support/processes/ChildProcess.h"
+#include "tests/support/worlds/ErrorTextStandIn.h"
+#include "tests/support/worlds/FreshNames.h"
 #include "tests/support/worlds/NamespaceWorld.h"
-#include "tests/support/worlds/SystemProbe.h"
 
 #include <windows.h>
 
@@ -25,13 +26,6 @@ using testing::IsEmpty;
 namespace
 {
 constexpr uint32_t c_noSession = 0xFFFFFFFF;
-
-using OpenProcessCall = SystemCall<decltype(OpenProcess)>;
-using OpenTokenCall = SystemCall<decltype(OpenProcessToken)>;
-using TokenInformationCall = SystemCall<decltype(GetTokenInformation)>;
-using CloseCall = SystemCall<decltype(CloseHandle)>;
-using LookupPrivilegeCall = SystemCall<decltype(LookupPrivilegeValueW)>;
-using AdjustPrivilegesCall = SystemCall<decltype(AdjustTokenPrivileges)>;
 
 struct NameCase
 {
@@ -208,23 +202,23 @@ TEST(CProxySecManager, AsksForNoMoreRightsThanTheSessionNeeds)
     {
         const WindowsWithoutNamespaces world;
         const CProxySecManager manager;
-        const OpenProcessCall openProcess("OpenProcess");
-        const OpenTokenCall openToken("OpenProcessToken");
-        const TokenInformationCall information("GetTokenInformation");
+        const CallRecorder<decltype(OpenProcess)> openProcess("OpenProcess");
+        const CallRecorder<decltype(OpenProcessToken)> openToken("OpenProcessToken");
+        const CallRecorder<decltype(GetTokenInformation)> information("GetTokenInformation");
         manager.GetSessionForProcess(id);
         EXPECT_THAT(openProcess.Calls(), ElementsAre(FieldsAre(0x400U, FALSE, id)));
         EXPECT_THAT(openToken.Calls(), ElementsAre(FieldsAre(_, 0x20008U, _)));
         EXPECT_THAT(information.Calls(), ElementsAre(FieldsAre(_, 12, _, 4U, _)));
     }
     {
-        const OpenProcessCall openProcess("OpenProcess");
+        const CallRecorder<decltype(OpenProcess)> openProcess("OpenProcess");
         g_SecManager.GetSessionForProcess(id);
         EXPECT_THAT(openProcess.Calls(), ElementsAre(FieldsAre(0x400U, FALSE, id))) << "under Wine";
     }
     const NamespaceWorld world;
     const CProxySecManager manager;
-    const OpenProcessCall openProcess("OpenProcess");
-    const OpenTokenCall openToken("OpenProcessToken");
+    const CallRecorder<decltype(OpenProcess)> openProcess("OpenProcess");
+    const CallRecorder<decltype(OpenProcessToken)> openToken("OpenProcessToken");
     EXPECT_NE(0xFFFFFFFEU, manager.GetSessionForProcess(id));
     EXPECT_THAT(openProcess.Calls(), ElementsAre(FieldsAre(0x1000U, FALSE, id)));
     EXPECT_THAT(openToken.Calls(), ElementsAre(FieldsAre(_, 0x20008U, _)));
@@ -251,7 +245,7 @@ TEST(CProxySecManager, ClosesTheTokenBeforeTheProcess)
             *static_cast<uint32_t*>(value) = 77;
             return TRUE;
         });
-    const CloseCall closeHandle("CloseHandle");
+    const CallRecorder<decltype(CloseHandle)> closeHandle("CloseHandle");
     EXPECT_EQ(77U, g_SecManager.GetSessionForProcess(4));
     ASSERT_EQ(2U, opened.size());
     EXPECT_THAT(closeHandle.Calls(), ElementsAre(FieldsAre(opened[1]), FieldsAre(opened[0])));
@@ -260,7 +254,7 @@ TEST(CProxySecManager, ClosesTheTokenBeforeTheProcess)
 TEST(CProxySecManager, ReportsAProcessThatDoesNotExist)
 {
     const unsigned before = OpenHandleCount();
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     EXPECT_EQ(0xFFFFFFFEU, g_SecManager.GetSessionForProcess(FreshId()));
     EXPECT_THAT(trace.Lines(),
@@ -281,9 +275,9 @@ TEST(CProxySecManager, AppendsTheSystemsOwnTextToAFailure)
 
 TEST(CProxySecManager, ReportsAProcessThatItMayNotOpen)
 {
-    const OpenTokenCall openToken("OpenProcessToken");
-    const OpenProcessCall openProcess("OpenProcess", ERROR_ACCESS_DENIED);
-    const ErrorTexts texts;
+    const CallRecorder<decltype(OpenProcessToken)> openToken("OpenProcessToken");
+    const FailingCall<decltype(OpenProcess)> openProcess("OpenProcess", ERROR_ACCESS_DENIED);
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     EXPECT_EQ(0xFFFFFFFEU, g_SecManager.GetSessionForProcess(GetCurrentProcessId()));
     EXPECT_THAT(trace.Lines(),
@@ -294,9 +288,9 @@ TEST(CProxySecManager, ReportsAProcessThatItMayNotOpen)
 TEST(CProxySecManager, ReportsATokenThatItMayNotOpen)
 {
     const unsigned before = OpenHandleCount();
-    const OpenTokenCall openToken("OpenProcessToken", ERROR_ACCESS_DENIED);
-    const TokenInformationCall information("GetTokenInformation");
-    const ErrorTexts texts;
+    const FailingCall<decltype(OpenProcessToken)> openToken("OpenProcessToken", ERROR_ACCESS_DENIED);
+    const CallRecorder<decltype(GetTokenInformation)> information("GetTokenInformation");
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     EXPECT_EQ(0xFFFFFFFEU, g_SecManager.GetSessionForProcess(GetCurrentProcessId()));
     EXPECT_THAT(trace.Lines(),
@@ -308,7 +302,7 @@ TEST(CProxySecManager, ReportsATokenThatItMayNotOpen)
 TEST(CProxySecManager, TakesInvalidFunctionForASystemWithoutSessions)
 {
     const unsigned before = OpenHandleCount();
-    const TokenInformationCall information("GetTokenInformation", ERROR_INVALID_FUNCTION);
+    const FailingCall<decltype(GetTokenInformation)> information("GetTokenInformation", ERROR_INVALID_FUNCTION);
     const TraceCapture trace;
     EXPECT_EQ(0xFFFFFFFFU, g_SecManager.GetSessionForProcess(GetCurrentProcessId()));
     EXPECT_THAT(trace.Lines(), IsEmpty());
@@ -320,8 +314,8 @@ TEST(CProxySecManager, ReportsASessionThatTheTokenDoesNotTell)
     const unsigned before = OpenHandleCount();
     for (const unsigned error : {2U, 5U, 24U, 122U})
     {
-        const TokenInformationCall information("GetTokenInformation", error);
-        const ErrorTexts texts;
+        const FailingCall<decltype(GetTokenInformation)> information("GetTokenInformation", error);
+        const ErrorTextStandIn texts;
         const TraceCapture trace;
         EXPECT_EQ(0xFFFFFFFEU, g_SecManager.GetSessionForProcess(GetCurrentProcessId()));
         EXPECT_THAT(trace.Lines(),
@@ -393,20 +387,20 @@ TEST(CProxySecManager, GivesCreatedObjectsTheAccessList)
 
 TEST(CProxySecManager, ReportsADescriptorThatCannotBeMade)
 {
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     SECURITY_DESCRIPTOR descriptor{};
     SECURITY_ATTRIBUTES attributes{};
     attributes.nLength = 7;
     {
-        const SystemCall<decltype(SetSecurityDescriptorDacl)> setList("SetSecurityDescriptorDacl");
-        const SystemCall<decltype(InitializeSecurityDescriptor)> initialize("InitializeSecurityDescriptor", 1305);
+        const CallRecorder<decltype(SetSecurityDescriptorDacl)> setList("SetSecurityDescriptorDacl");
+        const FailingCall<decltype(InitializeSecurityDescriptor)> initialize("InitializeSecurityDescriptor", 1305);
         EXPECT_FALSE(g_SecManager.OrvPCreateACL(&attributes, &descriptor));
         EXPECT_THAT(initialize.Calls(), ElementsAre(FieldsAre(&descriptor, 1U)));
         EXPECT_THAT(setList.Calls(), IsEmpty());
     }
     {
-        const SystemCall<decltype(SetSecurityDescriptorDacl)> setList("SetSecurityDescriptorDacl", 1338);
+        const FailingCall<decltype(SetSecurityDescriptorDacl)> setList("SetSecurityDescriptorDacl", 1338);
         EXPECT_FALSE(g_SecManager.OrvPCreateACL(&attributes, &descriptor));
         EXPECT_THAT(setList.Calls(), ElementsAre(FieldsAre(&descriptor, TRUE, nullptr, FALSE)));
     }
@@ -449,8 +443,8 @@ TEST(CProxySecManager, AdjustsOnePrivilegeAndLeavesTheOthers)
 {
     static LUID debug;
     ASSERT_NE(FALSE, LookupPrivilegeValueW(nullptr, L"SeDebugPrivilege", &debug));
-    const OpenTokenCall openToken("OpenProcessToken");
-    const LookupPrivilegeCall lookup("LookupPrivilegeValueW");
+    const CallRecorder<decltype(OpenProcessToken)> openToken("OpenProcessToken");
+    const CallRecorder<decltype(LookupPrivilegeValueW)> lookup("LookupPrivilegeValueW");
     const Redirect<decltype(AdjustTokenPrivileges)> adjust(
         "AdjustTokenPrivileges",
         [](HANDLE token, BOOL disableAll, TOKEN_PRIVILEGES* wanted, DWORD, TOKEN_PRIVILEGES* previous,
@@ -474,22 +468,22 @@ TEST(CProxySecManager, AdjustsOnePrivilegeAndLeavesTheOthers)
 TEST(CProxySecManager, ReportsEachStepOfEnablingAPrivilege)
 {
     const unsigned before = OpenHandleCount();
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     {
-        const LookupPrivilegeCall lookup("LookupPrivilegeValueW");
-        const OpenTokenCall openToken("OpenProcessToken", ERROR_ACCESS_DENIED);
+        const CallRecorder<decltype(LookupPrivilegeValueW)> lookup("LookupPrivilegeValueW");
+        const FailingCall<decltype(OpenProcessToken)> openToken("OpenProcessToken", ERROR_ACCESS_DENIED);
         EXPECT_FALSE(g_SecManager.OrvPEnablePrivilege(L"SeDebugPrivilege"));
         EXPECT_THAT(lookup.Calls(), IsEmpty());
     }
     {
-        const AdjustPrivilegesCall adjust("AdjustTokenPrivileges");
-        const LookupPrivilegeCall lookup("LookupPrivilegeValueW", ERROR_GEN_FAILURE);
+        const CallRecorder<decltype(AdjustTokenPrivileges)> adjust("AdjustTokenPrivileges");
+        const FailingCall<decltype(LookupPrivilegeValueW)> lookup("LookupPrivilegeValueW", ERROR_GEN_FAILURE);
         EXPECT_FALSE(g_SecManager.OrvPEnablePrivilege(L"SeDebugPrivilege"));
         EXPECT_THAT(adjust.Calls(), IsEmpty());
     }
     {
-        const AdjustPrivilegesCall adjust("AdjustTokenPrivileges", ERROR_INVALID_PARAMETER);
+        const FailingCall<decltype(AdjustTokenPrivileges)> adjust("AdjustTokenPrivileges", ERROR_INVALID_PARAMETER);
         EXPECT_FALSE(g_SecManager.OrvPEnablePrivilege(L"SeDebugPrivilege"));
     }
     EXPECT_THAT(trace.Lines(),
@@ -504,7 +498,7 @@ TEST(CProxySecManager, ReportsEachStepOfEnablingAPrivilege)
 TEST(CProxySecManager, ReportsAPrivilegeThatTheSystemDoesNotKnow)
 {
     const unsigned before = OpenHandleCount();
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     EXPECT_FALSE(g_SecManager.OrvPEnablePrivilege(L"SeNoSuchPrivilege"));
     EXPECT_FALSE(g_SecManager.OrvPEnablePrivilege(nullptr));
@@ -518,8 +512,8 @@ TEST(CProxySecManager, ReportsAPrivilegeThatTheSystemDoesNotKnow)
 TEST(CProxySecManager, NeverFindsAPrivilegeEnabled)
 {
     const unsigned before = OpenHandleCount();
-    const OpenTokenCall openToken("OpenProcessToken");
-    const LookupPrivilegeCall lookup("LookupPrivilegeValueW");
+    const CallRecorder<decltype(OpenProcessToken)> openToken("OpenProcessToken");
+    const CallRecorder<decltype(LookupPrivilegeValueW)> lookup("LookupPrivilegeValueW");
     const TraceCapture trace;
     const wchar_t* const held = L"SeDebugPrivilege";
     g_SecManager.OrvPEnablePrivilege(held);
@@ -534,7 +528,7 @@ TEST(CProxySecManager, NeverFindsAPrivilegeEnabled)
 
 TEST(CProxySecManager, KnowsNothingOfThePrivilegesOfNoProcess)
 {
-    const OpenTokenCall openToken("OpenProcessToken");
+    const CallRecorder<decltype(OpenProcessToken)> openToken("OpenProcessToken");
     const TraceCapture trace;
     EXPECT_EQ(0xFFFFFFFFU, g_SecManager.OrvPHasPrivilege(nullptr, L"SeDebugPrivilege"));
     EXPECT_THAT(openToken.Calls(), IsEmpty());
@@ -544,11 +538,11 @@ TEST(CProxySecManager, KnowsNothingOfThePrivilegesOfNoProcess)
 TEST(CProxySecManager, ReportsEachStepOfTestingAPrivilege)
 {
     const unsigned before = OpenHandleCount();
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     {
-        const LookupPrivilegeCall lookup("LookupPrivilegeValueW");
-        const OpenTokenCall openToken("OpenProcessToken", ERROR_ACCESS_DENIED);
+        const CallRecorder<decltype(LookupPrivilegeValueW)> lookup("LookupPrivilegeValueW");
+        const FailingCall<decltype(OpenProcessToken)> openToken("OpenProcessToken", ERROR_ACCESS_DENIED);
         EXPECT_EQ(0xFFFFFFFFU, g_SecManager.OrvPHasPrivilege(GetCurrentProcess(), L"SeDebugPrivilege"));
         EXPECT_THAT(lookup.Calls(), IsEmpty());
     }
@@ -563,7 +557,7 @@ TEST(CProxySecManager, ReportsEachStepOfTestingAPrivilege)
 TEST(CProxySecManager, ReportsAHandleThatIsNoProcess)
 {
     HANDLE const event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     EXPECT_EQ(0xFFFFFFFFU, g_SecManager.OrvPHasPrivilege(event, L"SeDebugPrivilege"));
     EXPECT_THAT(trace.Lines(),

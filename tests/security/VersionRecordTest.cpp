@@ -4,7 +4,7 @@
 #include "tests/support/faults/LeakCheck.h"
 #include "tests/support/worlds/NamespaceWorld.h"
 #include "tests/support/worlds/RebuiltManager.h"
-#include "tests/support/worlds/TestFile.h"
+#include "tests/support/worlds/TemporaryFile.h"
 
 #include <windows.h>
 
@@ -52,7 +52,7 @@ TEST(CVersionRecord, HasTheTextsOfTheFirstLanguageListed)
 
 TEST(CVersionRecord, IsEmptyForAFileWithoutVersion)
 {
-    const TestFile file("no resource at all");
+    const TemporaryFile file("no resource at all");
     const TraceCapture trace;
     ExpectNoTexts(CVersionRecord(file.Path()));
     EXPECT_THAT(trace.Lines(), IsEmpty());

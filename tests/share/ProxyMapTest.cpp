@@ -1,14 +1,17 @@
 #include "OrvProfiler/share/ProxyMap.h"
 
-#include "tests/support/contract/ErrorTexts.h"
+#include "tests/support/contract/Contract.h"
 #include "tests/support/contract/TraceCapture.h"
-#include "tests/support/faults/SystemCall.h"
+#include "tests/support/contract/TraceLines.h"
+#include "tests/support/faults/CallRecorder.h"
+#include "tests/support/faults/HeldResources.h"
 #include "tests/support/processes/ChildProcess.h"
+#include "tests/support/worlds/ErrorTextStandIn.h"
+#include "tests/support/worlds/ForeignMapping.h"
+#include "tests/support/worlds/FreshNames.h"
 #include "tests/support/worlds/ManagerIn.h"
 #include "tests/support/worlds/NamespaceWorld.h"
-#include "tests/support/worlds/ShareSupport.h"
-#include "tests/support/worlds/SystemProbe.h"
-#include "tests/support/worlds/TestFile.h"
+#include "tests/support/worlds/TemporaryFile.h"
 
 #include <windows.h>
 
@@ -19,6 +22,9 @@
 #include <string>
 #include <vector>
 
+using contract::c_noProcessLine;
+using contract::c_openMapFailedLine;
+using contract::c_openMappingFailedLine;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
@@ -65,21 +71,14 @@ struct Names
 {
     std::wstring base = FreshName(L"map");
     uint32_t id = FreshId();
-    std::wstring name = base + HexId(id);
-    std::wstring kernel = L"Local\\" + name;
+    std::wstring name = base + contract::PaddedHex(id);
+    std::wstring kernel = contract::LocalName(name);
 
-    std::wstring OpenLine() const { return L"CProxyMap::OpenMap Open Map Name: " + name + L"\n"; }
-    std::wstring CreateMapLine() const
-    {
-        return L"CProxySecManager::OrvPCreateFileMapping Create Named File Map: " + kernel + L"\n";
-    }
-    std::wstring CreatedLine() const { return L"CProxyMap::Create created share " + name + L" successfully \n"; }
+    std::wstring OpenLine() const { return contract::OpenMapLine(name); }
+    std::wstring CreateMapLine() const { return contract::MappingCreatedLine(kernel); }
+    std::wstring CreatedLine() const { return contract::MapCreatedLine(name); }
     std::wstring OpenedLine() const { return L"CProxyMap::Open opened share " + name + L" successfully\n"; }
 };
-
-constexpr const wchar_t* c_noProcessLine = L"CProxySecManager::GetSessionForProcess OpenProcess Failed\n<error 87>\n";
-constexpr const wchar_t* c_openFailedLine = L"CProxySecManager::OrvPOpenFileMapping Failed with <error 2>\n";
-constexpr const wchar_t* c_openReturnedLine = L"CProxyMap::OpenMap Open returned: <error 2>\n";
 
 bool MappingExists(const std::wstring& kernelName)
 {
@@ -136,15 +135,15 @@ TEST(CProxyMap, NameIsTheBaseWordAndEightHexadecimalDigits)
     };
     for (const Row& row : rows)
     {
-        const ErrorTexts texts;
-        const SystemCall<decltype(OpenProcess)> openProcess("OpenProcess", ERROR_INVALID_PARAMETER);
-        const SystemCall<decltype(OpenFileMappingW)> open("OpenFileMappingW", ERROR_FILE_NOT_FOUND);
+        const ErrorTextStandIn texts;
+        const FailingCall<decltype(OpenProcess)> openProcess("OpenProcess", ERROR_INVALID_PARAMETER);
+        const FailingCall<decltype(OpenFileMappingW)> open("OpenFileMappingW", ERROR_FILE_NOT_FOUND);
         const TraceCapture trace;
         TestMap map(L"OrvProfiler");
         EXPECT_EQ(nullptr, map.OpenMap(row.id));
         EXPECT_THAT(trace.Lines(), ElementsAre(c_noProcessLine,
                                                L"CProxyMap::OpenMap Open Map Name: " + std::wstring(row.name) + L"\n",
-                                               c_openFailedLine, c_openReturnedLine));
+                                               c_openMappingFailedLine, c_openMapFailedLine));
         EXPECT_STREQ(row.name, map.m_name) << "set although nothing was opened";
         EXPECT_EQ(row.id, map.m_id);
         ASSERT_THAT(openProcess.Calls(), SizeIs(1));
@@ -160,7 +159,7 @@ TEST(CProxyMap, OpensWhatIsThereAsItIs)
     const Names names;
     const ForeignMapping client(names.kernel, 10000, PAGE_READWRITE);
     std::strcpy(reinterpret_cast<char*>(client.Bytes()), "from the client");
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     TestMap map(names.base.c_str());
     EXPECT_TRUE(map.Open(names.id));
@@ -178,12 +177,13 @@ TEST(CProxyMap, OpensWhatIsThereAsItIs)
 TEST(CProxyMap, OpenFailsWhereNothingIs)
 {
     const Names names;
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     TestMap map(names.base.c_str());
     EXPECT_FALSE(map.Open(names.id));
-    EXPECT_THAT(trace.Lines(), ElementsAre(c_noProcessLine, names.OpenLine(), c_openFailedLine, c_openReturnedLine,
-                                           L"CProxyMap::Open failed to open share " + names.name + L"\n<error 2>\n"));
+    EXPECT_THAT(trace.Lines(),
+                ElementsAre(c_noProcessLine, names.OpenLine(), c_openMappingFailedLine, c_openMapFailedLine,
+                            L"CProxyMap::Open failed to open share " + names.name + L"\n<error 2>\n"));
     EXPECT_EQ(0, map.mapped);
     EXPECT_EQ(nullptr, map.GetView());
     EXPECT_FALSE(map.IsCreated());
@@ -193,11 +193,11 @@ TEST(CProxyMap, WhatOpensButCannotBeMappedIsTracedAsBoth)
 {
     const Names names;
     const ForeignMapping client(names.kernel, 4096, PAGE_READWRITE);
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     const unsigned handles = OpenHandleCount();
     {
-        const SystemCall<decltype(MapViewOfFile)> mapView("MapViewOfFile", ERROR_NOT_ENOUGH_MEMORY);
+        const FailingCall<decltype(MapViewOfFile)> mapView("MapViewOfFile", ERROR_NOT_ENOUGH_MEMORY);
         TestMap map(names.base.c_str());
         EXPECT_FALSE(map.Open(names.id));
         EXPECT_THAT(trace.Lines(),
@@ -219,13 +219,14 @@ TEST(CProxyMap, WhatOpensButCannotBeMappedIsTracedAsBoth)
 TEST(CProxyMap, CreatesWhatIsNotThereYet)
 {
     const Names names;
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
-    const SystemCall<decltype(CreateFileMappingW)> create("CreateFileMappingW");
+    const CallRecorder<decltype(CreateFileMappingW)> create("CreateFileMappingW");
     TestMap map(names.base.c_str());
     EXPECT_TRUE(map.Create(names.id, 10000, nullptr));
-    EXPECT_THAT(trace.Lines(), ElementsAre(c_noProcessLine, names.OpenLine(), c_openFailedLine, c_openReturnedLine,
-                                           c_noProcessLine, names.CreateMapLine(), names.CreatedLine()));
+    EXPECT_THAT(trace.Lines(),
+                ElementsAre(c_noProcessLine, names.OpenLine(), c_openMappingFailedLine, c_openMapFailedLine,
+                            c_noProcessLine, names.CreateMapLine(), names.CreatedLine()));
     EXPECT_TRUE(map.IsCreated());
     EXPECT_EQ(1, map.mapped);
     EXPECT_TRUE(map.zeroWhenMapped);
@@ -248,7 +249,7 @@ TEST(CProxyMap, CreateOpensWhatTheClientMadeAndLeavesItsContents)
     const Names names;
     const ForeignMapping client(names.kernel, 10000, PAGE_READWRITE);
     std::memset(client.Bytes(), 0x5A, 10000);
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     TestMap map(names.base.c_str());
     EXPECT_TRUE(map.Create(names.id, 10000, nullptr));
@@ -263,22 +264,20 @@ TEST(CProxyMap, FindsTheSessionOfALivingProcess)
 {
     const Names names;
     const uint32_t id = GetCurrentProcessId();
-    const std::wstring name = names.base + HexId(id);
-    const ErrorTexts texts;
+    const std::wstring name = names.base + contract::PaddedHex(id);
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     TestMap map(names.base.c_str());
     EXPECT_TRUE(map.Create(id, 4096, nullptr));
     EXPECT_THAT(trace.Lines(),
-                ElementsAre(L"CProxyMap::OpenMap Open Map Name: " + name + L"\n", c_openFailedLine,
-                            c_openReturnedLine,
-                            L"CProxySecManager::OrvPCreateFileMapping Create Named File Map: Local\\" + name + L"\n",
-                            L"CProxyMap::Create created share " + name + L" successfully \n"));
+                ElementsAre(contract::OpenMapLine(name), c_openMappingFailedLine, c_openMapFailedLine,
+                            contract::MappingCreatedLine(contract::LocalName(name)), contract::MapCreatedLine(name)));
 }
 
 TEST(CProxyMap, SizeGoesOutInTwoHalves)
 {
     const Names names;
-    const SystemCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_COMMITMENT_LIMIT);
+    const FailingCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_COMMITMENT_LIMIT);
     TestMap map(names.base.c_str());
     EXPECT_FALSE(map.Create(names.id, 0xFEDCBA9876543210, nullptr));
     ASSERT_THAT(create.Calls(), SizeIs(1));
@@ -289,15 +288,15 @@ TEST(CProxyMap, SizeGoesOutInTwoHalves)
 TEST(CProxyMap, ACreateThatFailsIsTraced)
 {
     const Names names;
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     const unsigned handles = OpenHandleCount();
     {
-        const SystemCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_ACCESS_DENIED);
+        const FailingCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_ACCESS_DENIED);
         TestMap map(names.base.c_str());
         EXPECT_FALSE(map.Create(names.id, 4096, nullptr));
         EXPECT_THAT(trace.Lines(),
-                    ElementsAre(c_noProcessLine, names.OpenLine(), c_openFailedLine, c_openReturnedLine,
+                    ElementsAre(c_noProcessLine, names.OpenLine(), c_openMappingFailedLine, c_openMapFailedLine,
                                 c_noProcessLine, names.CreateMapLine(),
                                 L"CProxySecManager::OrvPCreateFileMapping Failed with <error 5>\n",
                                 L"CProxyMap::Create create share " + names.name + L" failed\n<error 5>\n"));
@@ -314,7 +313,7 @@ TEST(CProxyMap, ANameThatIsTakenByAnotherObjectGivesNoMapping)
 {
     const Names names;
     HANDLE const event = CreateEventW(nullptr, TRUE, FALSE, names.kernel.c_str());
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     TestMap map(names.base.c_str());
     EXPECT_FALSE(map.Create(names.id, 4096, nullptr));
@@ -333,9 +332,9 @@ TEST(CProxyMap, WhatIsCreatedButCannotBeMappedIsNoSuccess)
     const unsigned handles = OpenHandleCount();
     const unsigned views = MappedViewCount();
     {
-        const ErrorTexts texts;
+        const ErrorTextStandIn texts;
         const TraceCapture trace;
-        const SystemCall<decltype(MapViewOfFile)> mapView("MapViewOfFile", ERROR_NOT_ENOUGH_MEMORY);
+        const FailingCall<decltype(MapViewOfFile)> mapView("MapViewOfFile", ERROR_NOT_ENOUGH_MEMORY);
         TestMap map(names.base.c_str());
         EXPECT_FALSE(map.Create(names.id, 4096, nullptr));
         EXPECT_EQ(names.CreatedLine(), trace.Lines().back()) << "a view that fails is not traced";
@@ -368,7 +367,7 @@ TEST(CProxyMap, ZeroesTheGivenSizeAndNoMore)
     const ForeignMapping other(names.kernel, 8192, PAGE_READWRITE);
     std::memset(other.Bytes(), 0x5A, 8192);
     // As if the other process had come just between the open and the create.
-    const SystemCall<decltype(OpenFileMappingW)> open("OpenFileMappingW", ERROR_FILE_NOT_FOUND);
+    const FailingCall<decltype(OpenFileMappingW)> open("OpenFileMappingW", ERROR_FILE_NOT_FOUND);
     TestMap map(names.base.c_str());
     EXPECT_TRUE(map.Create(names.id, 100, nullptr));
     EXPECT_TRUE(map.IsCreated());
@@ -397,11 +396,11 @@ TEST(CProxyMap, AFileBacksTheMapping)
     WriteFile(path, "what was there before");
     const unsigned handles = OpenHandleCount();
     const unsigned views = MappedViewCount();
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     TestMap map(names.base.c_str());
     {
-        const SystemCall<decltype(CreateFileW)> createFile("CreateFileW");
+        const CallRecorder<decltype(CreateFileW)> createFile("CreateFileW");
         EXPECT_TRUE(map.Create(names.id, 5000, path.c_str()));
         ASSERT_THAT(createFile.Calls(), SizeIs(1));
         const auto& [name, access, sharing, attributes, disposition, flags, templateFile] = createFile.Calls()[0];
@@ -413,8 +412,9 @@ TEST(CProxyMap, AFileBacksTheMapping)
         EXPECT_EQ(0x80U, flags);
         EXPECT_EQ(nullptr, templateFile);
     }
-    EXPECT_THAT(trace.Lines(), ElementsAre(c_noProcessLine, names.OpenLine(), c_openFailedLine, c_openReturnedLine,
-                                           c_noProcessLine, names.CreateMapLine(), names.CreatedLine()));
+    EXPECT_THAT(trace.Lines(),
+                ElementsAre(c_noProcessLine, names.OpenLine(), c_openMappingFailedLine, c_openMapFailedLine,
+                            c_noProcessLine, names.CreateMapLine(), names.CreatedLine()));
     EXPECT_NE(INVALID_HANDLE_VALUE, map.m_hFile);
     EXPECT_NE(nullptr, map.m_hFile);
     EXPECT_EQ(0, map.bytes()[0]);
@@ -432,12 +432,13 @@ TEST(CProxyMap, AFileThatCannotBeMadeIsNoError)
 {
     const Names names;
     const ScratchFolder folder;
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     TestMap map(names.base.c_str());
     EXPECT_TRUE(map.Create(names.id, 5000, (folder.Path() + L"\\missing\\share.bin").c_str()));
-    EXPECT_THAT(trace.Lines(), ElementsAre(c_noProcessLine, names.OpenLine(), c_openFailedLine, c_openReturnedLine,
-                                           c_noProcessLine, names.CreateMapLine(), names.CreatedLine()));
+    EXPECT_THAT(trace.Lines(),
+                ElementsAre(c_noProcessLine, names.OpenLine(), c_openMappingFailedLine, c_openMapFailedLine,
+                            c_noProcessLine, names.CreateMapLine(), names.CreatedLine()));
     EXPECT_EQ(INVALID_HANDLE_VALUE, map.m_hFile);
     map.bytes()[4999] = 1;
 }
@@ -449,7 +450,7 @@ TEST(CProxyMap, AFileIsClosedAlsoWhenTheCreateFails)
     const std::wstring path = folder.Path() + L"\\share.bin";
     const unsigned handles = OpenHandleCount();
     {
-        const SystemCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_DISK_FULL);
+        const FailingCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_DISK_FULL);
         TestMap map(names.base.c_str());
         EXPECT_FALSE(map.Create(names.id, 5000, path.c_str()));
         EXPECT_EQ(handles + 1, OpenHandleCount());
@@ -462,7 +463,7 @@ TEST(CProxyMap, AFileIsNotTouchedWhenTheMappingIsThere)
 {
     const Names names;
     const ForeignMapping client(names.kernel, 4096, PAGE_READWRITE);
-    const SystemCall<decltype(CreateFileW)> createFile("CreateFileW", ERROR_ACCESS_DENIED);
+    const FailingCall<decltype(CreateFileW)> createFile("CreateFileW", ERROR_ACCESS_DENIED);
     TestMap map(names.base.c_str());
     EXPECT_TRUE(map.Create(names.id, 4096, L"Z:\\nowhere.bin"));
     EXPECT_THAT(createFile.Calls(), IsEmpty());
@@ -474,7 +475,7 @@ TEST(CProxyMap, CloseKeepsTheHandleThatNeverWasOne)
     TestMap map(names.base.c_str());
     EXPECT_TRUE(map.Create(names.id, 4096, nullptr));
     HANDLE const mapping = map.m_hMap;
-    const SystemCall<decltype(CloseHandle)> closeHandle("CloseHandle");
+    const CallRecorder<decltype(CloseHandle)> closeHandle("CloseHandle");
     map.Close();
     EXPECT_THAT(closeHandle.Calls(), ElementsAre(std::make_tuple(mapping)));
     EXPECT_EQ(INVALID_HANDLE_VALUE, map.m_hFile);
@@ -495,7 +496,7 @@ TEST(CProxyMap, ANewMappingReplacesTheOldOneThroughTheVirtualClose)
     EXPECT_TRUE(map.Create(others.id, 4096, nullptr));
     EXPECT_EQ(2, map.closed);
     EXPECT_FALSE(MappingExists(names.kernel));
-    EXPECT_TRUE(MappingExists(L"Local\\" + names.base + HexId(others.id)));
+    EXPECT_TRUE(MappingExists(contract::LocalName(names.base + contract::PaddedHex(others.id))));
 
     const ForeignMapping client(names.kernel, 4096, PAGE_READWRITE);
     EXPECT_TRUE(map.Open(names.id));
@@ -526,7 +527,7 @@ TEST(CProxyMap, MapViewMapsOnce)
     const Names names;
     TestMap map(names.base.c_str());
     EXPECT_TRUE(map.Create(names.id, 4096, nullptr));
-    const SystemCall<decltype(MapViewOfFile)> mapView("MapViewOfFile");
+    const CallRecorder<decltype(MapViewOfFile)> mapView("MapViewOfFile");
     EXPECT_EQ(map.m_pView, map.MapView());
     EXPECT_THAT(mapView.Calls(), IsEmpty());
 }
@@ -562,15 +563,16 @@ TEST(CProxyMap, TheBasesOwnOnMappedDoesNothing)
 TEST(CProxyMap, WithoutAnAccessListTheMappingIsCreatedAllTheSame)
 {
     const Names names;
-    const ErrorTexts texts;
-    const SystemCall<decltype(InitializeSecurityDescriptor)> initialize("InitializeSecurityDescriptor",
-                                                                        ERROR_NOT_ENOUGH_MEMORY);
+    const ErrorTextStandIn texts;
+    const FailingCall<decltype(InitializeSecurityDescriptor)> initialize("InitializeSecurityDescriptor",
+                                                                         ERROR_NOT_ENOUGH_MEMORY);
     const TraceCapture trace;
     TestMap map(names.base.c_str());
     EXPECT_TRUE(map.Create(names.id, 4096, nullptr));
-    EXPECT_THAT(trace.Lines(), ElementsAre(c_noProcessLine, names.OpenLine(), c_openFailedLine, c_openReturnedLine,
-                                           L"CProxySecManager::OrvPCreateACL OrvPCreateACL\n<error 8>\n",
-                                           c_noProcessLine, names.CreateMapLine(), names.CreatedLine()));
+    EXPECT_THAT(trace.Lines(),
+                ElementsAre(c_noProcessLine, names.OpenLine(), c_openMappingFailedLine, c_openMapFailedLine,
+                            L"CProxySecManager::OrvPCreateACL OrvPCreateACL\n<error 8>\n", c_noProcessLine,
+                            names.CreateMapLine(), names.CreatedLine()));
 }
 
 TEST(CProxyMap, AViewWhoseMemoryIsOnlyReservedHasNoSize)
@@ -603,7 +605,8 @@ TEST(CProxyMap, TwoProcessesSeeTheSameMemory)
     ASSERT_TRUE(map.Create(names.id, 4096, nullptr));
     auto* const text = static_cast<char*>(map.GetView());
     std::strcpy(text, "from the parent");
-    EXPECT_EQ(0U, ChildProcess::StartRole(L"WriteIntoMap", {names.base, HexId(names.id)}).WaitForExit());
+    EXPECT_EQ(0U,
+              ChildProcess::StartRole(L"WriteIntoMap", {names.base, contract::PaddedHex(names.id)}).WaitForExit());
     EXPECT_STREQ("from the child", text);
 }
 
@@ -617,20 +620,20 @@ TEST(CProxyMap, TwoProcessesSeeTheSameMemoryInThePrivateNamespace)
 {
     const Names names;
     const ManagerIn<NamespaceWorld> world;
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     CProxyMap map(names.base.c_str());
     ASSERT_TRUE(map.Create(names.id, 4096, nullptr));
-    EXPECT_THAT(
-        trace.Lines(),
-        ElementsAre(c_noProcessLine, names.OpenLine(), c_openFailedLine, c_openReturnedLine, c_noProcessLine,
-                    L"CProxySecManager::OrvPCreateFileMapping Create Named File Map: OrvP\\" + names.name + L"\n",
-                    names.CreatedLine()));
+    EXPECT_THAT(trace.Lines(),
+                ElementsAre(c_noProcessLine, names.OpenLine(), c_openMappingFailedLine, c_openMapFailedLine,
+                            c_noProcessLine, contract::MappingCreatedLine(contract::NamespaceName(names.name)),
+                            names.CreatedLine()));
     EXPECT_FALSE(MappingExists(names.kernel));
-    EXPECT_TRUE(MappingExists(L"OrvP\\" + names.name));
+    EXPECT_TRUE(MappingExists(contract::NamespaceName(names.name)));
     auto* const text = static_cast<char*>(map.GetView());
     std::strcpy(text, "from the parent");
-    EXPECT_EQ(0U, ChildProcess::StartRole(L"WriteIntoMapInNamespace", {names.base, HexId(names.id)}).WaitForExit());
+    EXPECT_EQ(0U, ChildProcess::StartRole(L"WriteIntoMapInNamespace", {names.base, contract::PaddedHex(names.id)})
+                      .WaitForExit());
     EXPECT_STREQ("from the child", text);
 }
 
@@ -638,7 +641,7 @@ TEST(CProxyMap, ItsNameCarriesTheSessionOfTheProcessWithoutPrivateNamespaces)
 {
     const Names names;
     const ManagerIn<WindowsWithoutNamespaces> world;
-    const SystemCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_PATH_NOT_FOUND);
+    const FailingCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_PATH_NOT_FOUND);
     DWORD session = 0;
     ASSERT_TRUE(ProcessIdToSessionId(GetCurrentProcessId(), &session) != FALSE);
     const TraceCapture trace;
@@ -653,5 +656,5 @@ TEST(CProxyMap, ItsNameCarriesTheSessionOfTheProcessWithoutPrivateNamespaces)
     }
     EXPECT_THAT(created, ElementsAre(L"Session\\-2\\" + names.name + L"\n",
                                      L"Session\\" + std::to_wstring(session) + L"\\" + names.base +
-                                         HexId(GetCurrentProcessId()) + L"\n"));
+                                         contract::PaddedHex(GetCurrentProcessId()) + L"\n"));
 }

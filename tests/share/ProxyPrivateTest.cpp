@@ -1,16 +1,20 @@
 #include "OrvProfiler/share/ProxyPrivate.h"
 
-#include "tests/support/contract/ErrorTexts.h"
+#include "tests/support/contract/Contract.h"
 #include "tests/support/contract/TraceCapture.h"
+#include "tests/support/contract/TraceLines.h"
 #include "tests/support/faults/AllocationProbe.h"
+#include "tests/support/faults/CallRecorder.h"
+#include "tests/support/faults/HeldResources.h"
 #include "tests/support/faults/LeakCheck.h"
 #include "tests/support/faults/PageEdge.h"
-#include "tests/support/faults/SystemCall.h"
 #include "tests/support/processes/ChildProcess.h"
+#include "tests/support/worlds/ErrorTextStandIn.h"
+#include "tests/support/worlds/ForeignMapping.h"
+#include "tests/support/worlds/FreshNames.h"
 #include "tests/support/worlds/ManagerIn.h"
+#include "tests/support/worlds/NamedObjects.h"
 #include "tests/support/worlds/NamespaceWorld.h"
-#include "tests/support/worlds/ShareSupport.h"
-#include "tests/support/worlds/SystemProbe.h"
 
 #include <windows.h>
 
@@ -21,13 +25,13 @@
 #include <thread>
 #include <vector>
 
+using contract::c_noProcessLine;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
 namespace
 {
-constexpr const wchar_t* c_noProcessLine = L"CProxySecManager::GetSessionForProcess OpenProcess Failed\n<error 87>\n";
 constexpr const wchar_t* c_mutexName = L"Local\\AgentDataMutex";
 
 // The data mutex has one name for all, so tests that run at once would wait for each other: while one of these lives
@@ -63,8 +67,8 @@ struct Names
 {
     std::wstring base = FreshName(L"private");
     uint32_t id = FreshId();
-    std::wstring name = base + HexId(id);
-    std::wstring kernel = L"Local\\" + name;
+    std::wstring name = base + contract::PaddedHex(id);
+    std::wstring kernel = contract::LocalName(name);
 };
 
 unsigned char* HeaderOf(CProxyPrivate& block)
@@ -105,18 +109,17 @@ TEST(CProxyPrivate, CreatesAHeaderAndAZeroedDataArea)
 {
     const Names names;
     const OwnMutexName mutex;
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
-    const SystemCall<decltype(CreateFileMappingW)> create("CreateFileMappingW");
+    const CallRecorder<decltype(CreateFileMappingW)> create("CreateFileMappingW");
     CProxyPrivate block(names.base.c_str());
     ASSERT_TRUE(block.Create(names.id, 100));
     EXPECT_THAT(trace.Lines(),
                 ElementsAre(L"CProxyPrivate::Create Requested Size of Private Data is 100 bytes\n", c_noProcessLine,
-                            L"CProxyMap::OpenMap Open Map Name: " + names.name + L"\n",
-                            L"CProxySecManager::OrvPOpenFileMapping Failed with <error 2>\n",
-                            L"CProxyMap::OpenMap Open returned: <error 2>\n", c_noProcessLine,
-                            L"CProxySecManager::OrvPCreateFileMapping Create Named File Map: " + names.kernel + L"\n",
-                            L"CProxyMap::Create created share " + names.name + L" successfully \n", c_noProcessLine,
+                            contract::OpenMapLine(names.name), contract::c_openMappingFailedLine,
+                            contract::c_openMapFailedLine, c_noProcessLine,
+                            contract::MappingCreatedLine(names.kernel), contract::MapCreatedLine(names.name),
+                            c_noProcessLine,
                             L"CProxySecManager::OrvPCreateMutex Create Mutex Local\\AgentDataMutex\n"));
     ASSERT_THAT(create.Calls(), SizeIs(1));
     EXPECT_EQ(INVALID_HANDLE_VALUE, std::get<0>(create.Calls()[0]));
@@ -146,13 +149,13 @@ TEST(CProxyPrivate, TheCreatorsSizeWins)
     const OwnMutexName mutex;
     const ForeignMapping creator(names.kernel, 18376 + 4096, PAGE_READWRITE);
     creator.At<uint32_t>(0) = 4096;
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     CProxyPrivate block(names.base.c_str());
     ASSERT_TRUE(block.Create(names.id, 100));
     EXPECT_THAT(trace.Lines(),
                 ElementsAre(L"CProxyPrivate::Create Requested Size of Private Data is 100 bytes\n", c_noProcessLine,
-                            L"CProxyMap::OpenMap Open Map Name: " + names.name + L"\n", c_noProcessLine,
+                            contract::OpenMapLine(names.name), c_noProcessLine,
                             L"CProxySecManager::OrvPCreateMutex Create Mutex Local\\AgentDataMutex\n"));
     EXPECT_EQ(4096U, block.GetDataSize());
     EXPECT_EQ(4096U, creator.At<uint32_t>(0));
@@ -262,12 +265,12 @@ TEST(CProxyPrivate, LockDataHoldsTheMutexUntilUnlockData)
     const OwnMutexName mutex;
     CProxyPrivate block(names.base.c_str());
     ASSERT_TRUE(block.Create(names.id, 100));
-    EXPECT_TRUE(MutexIsFree(mutex.KernelName()));
+    EXPECT_EQ(MutexState::Free, MutexStateOf(mutex.KernelName()));
     EXPECT_EQ(block.GetView(), block.LockData());
-    EXPECT_FALSE(MutexIsFree(mutex.KernelName()));
+    EXPECT_EQ(MutexState::Held, MutexStateOf(mutex.KernelName()));
     EXPECT_EQ(block.GetView(), block.LockData()) << "the thread has it already";
     block.UnlockData();
-    EXPECT_TRUE(MutexIsFree(mutex.KernelName()));
+    EXPECT_EQ(MutexState::Free, MutexStateOf(mutex.KernelName()));
     block.UnlockData();
 }
 
@@ -277,7 +280,7 @@ TEST(CProxyPrivate, LockDataWaitsWithoutLimit)
     const OwnMutexName mutex;
     CProxyPrivate block(names.base.c_str());
     ASSERT_TRUE(block.Create(names.id, 100));
-    const SystemCall<decltype(WaitForSingleObject)> wait("WaitForSingleObject");
+    const CallRecorder<decltype(WaitForSingleObject)> wait("WaitForSingleObject");
     ASSERT_NE(nullptr, block.LockData());
     ASSERT_THAT(wait.Calls(), SizeIs(1));
     EXPECT_EQ(0xFFFFFFFFU, std::get<1>(wait.Calls()[0]));
@@ -287,13 +290,13 @@ TEST(CProxyPrivate, LockDataWaitsWithoutLimit)
 TEST(CProxyPrivate, WithoutAMutexLockDataIsNullAtOnce)
 {
     const Names names;
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
-    const SystemCall<decltype(CreateMutexW)> create("CreateMutexW", ERROR_ACCESS_DENIED);
+    const FailingCall<decltype(CreateMutexW)> create("CreateMutexW", ERROR_ACCESS_DENIED);
     CProxyPrivate block(names.base.c_str());
     EXPECT_TRUE(block.Create(names.id, 100));
     EXPECT_EQ(L"CProxySecManager::OrvPCreateMutex CreateMutex Failed <error 5>\n", trace.Lines().back());
-    const SystemCall<decltype(WaitForSingleObject)> wait("WaitForSingleObject");
+    const CallRecorder<decltype(WaitForSingleObject)> wait("WaitForSingleObject");
     EXPECT_EQ(nullptr, block.LockData());
     block.UnlockData();
     EXPECT_THAT(wait.Calls(), IsEmpty());
@@ -325,7 +328,7 @@ TEST(CProxyPrivate, LockDataGivesTheMutexBackWhenThereIsNoDataArea)
     NoData block(names.base.c_str());
     ASSERT_TRUE(block.Create(names.id, 100));
     EXPECT_EQ(nullptr, block.LockData());
-    EXPECT_TRUE(MutexIsFree(mutex.KernelName()));
+    EXPECT_EQ(MutexState::Free, MutexStateOf(mutex.KernelName()));
 }
 
 TEST(CProxyPrivate, AFailingWaitIsNoLock)
@@ -339,7 +342,7 @@ TEST(CProxyPrivate, AFailingWaitIsNoLock)
                                                            [](HANDLE, DWORD) -> DWORD { return WAIT_FAILED; });
         EXPECT_EQ(nullptr, block.LockData());
     }
-    EXPECT_TRUE(MutexIsFree(mutex.KernelName()));
+    EXPECT_EQ(MutexState::Free, MutexStateOf(mutex.KernelName()));
     EXPECT_NE(nullptr, block.LockData());
 }
 
@@ -366,12 +369,12 @@ TEST(CProxyPrivate, SizesAreAddedIn32Bits)
     {
         const Names names;
         const OwnMutexName mutex;
-        const ErrorTexts texts;
+        const ErrorTextStandIn texts;
         const TraceCapture trace;
         const unsigned handles = OpenHandleCount();
         const unsigned views = MappedViewCount();
         {
-            const SystemCall<decltype(CreateFileMappingW)> create("CreateFileMappingW");
+            const CallRecorder<decltype(CreateFileMappingW)> create("CreateFileMappingW");
             CProxyPrivate block(names.base.c_str());
             EXPECT_EQ(row.created, block.Create(names.id, row.dataSize)) << row.dataSize;
             EXPECT_EQ(L"CProxyPrivate::Create Requested Size of Private Data is " + std::wstring(row.printed) +
@@ -392,20 +395,20 @@ TEST(CProxyPrivate, ABlockThatCannotBeHadHasNoSize)
 {
     const Names names;
     const OwnMutexName mutex;
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     const unsigned handles = OpenHandleCount();
     CProxyPrivate block(names.base.c_str());
     ASSERT_TRUE(block.Create(names.id, 100));
     {
-        const SystemCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_COMMITMENT_LIMIT);
+        const FailingCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_COMMITMENT_LIMIT);
         EXPECT_FALSE(block.Create(FreshId(), 200));
         EXPECT_EQ(0U, block.GetDataSize());
         EXPECT_EQ(nullptr, block.LockData()) << "the old mutex went with the old block";
         EXPECT_EQ(nullptr, block.GetText());
     }
     {
-        const SystemCall<decltype(MapViewOfFile)> mapView("MapViewOfFile", ERROR_NOT_ENOUGH_MEMORY);
+        const FailingCall<decltype(MapViewOfFile)> mapView("MapViewOfFile", ERROR_NOT_ENOUGH_MEMORY);
         EXPECT_FALSE(block.Create(FreshId(), 300));
         EXPECT_EQ(0U, block.GetDataSize());
         EXPECT_EQ(nullptr, block.GetView());
@@ -431,11 +434,11 @@ TEST(CProxyPrivate, CloseReleasesTheMutexAndTheMemory)
         ASSERT_NE(nullptr, block.LockData());
         block.Close();
         EXPECT_EQ(nullptr, block.GetView());
-        EXPECT_TRUE(MutexIsFree(mutex.KernelName())) << "released, not abandoned";
+        EXPECT_EQ(MutexState::Free, MutexStateOf(mutex.KernelName())) << "released, not abandoned";
         ASSERT_TRUE(block.Create(names.id, 100));
         ASSERT_NE(nullptr, block.LockData());
     }
-    EXPECT_TRUE(MutexIsFree(mutex.KernelName())) << "also by the destructor";
+    EXPECT_EQ(MutexState::Free, MutexStateOf(mutex.KernelName())) << "also by the destructor";
     CloseHandle(keeper);
     EXPECT_EQ(handles, OpenHandleCount());
     EXPECT_EQ(views, MappedViewCount());
@@ -462,7 +465,7 @@ TEST(CProxyPrivate, AMappingSmallerThanTheHeaderIsRefused)
         const Names names;
         const OwnMutexName mutex;
         const ForeignMapping hostile(names.kernel, size, PAGE_READWRITE);
-        const ErrorTexts texts;
+        const ErrorTextStandIn texts;
         const TraceCapture trace;
         const unsigned handles = OpenHandleCount();
         CProxyPrivate block(names.base.c_str());
@@ -561,7 +564,7 @@ void ExpectASharedBlock(const wchar_t* role, const OwnMutexName& mutex)
     block.SetText(L"parent's");
     block.SetShortText(L"short");
     const ChildProcess child =
-        ChildProcess::StartRole(role, {names.base, HexId(names.id), mutex.Ending(), readyName});
+        ChildProcess::StartRole(role, {names.base, contract::PaddedHex(names.id), mutex.Ending(), readyName});
     ready.Wait();
     EXPECT_EQ(44U, block.GetValue4());
     EXPECT_EQ(55U, block.GetValue18360());
@@ -599,9 +602,9 @@ TEST(CProxyPrivate, TwoProcessesShareTheBlockAndItsMutexInThePrivateNamespace)
         ASSERT_TRUE(block.Create(names.id, 100));
         EXPECT_EQ(L"CProxySecManager::OrvPCreateMutex Create Mutex OrvP\\AgentDataMutex\n", trace.Lines().back());
         EXPECT_NE(nullptr, block.LockData());
-        EXPECT_FALSE(MutexIsFree(L"OrvP\\AgentDataMutex"));
+        EXPECT_EQ(MutexState::Held, MutexStateOf(L"OrvP\\AgentDataMutex"));
         block.UnlockData();
-        EXPECT_TRUE(MutexIsFree(L"OrvP\\AgentDataMutex"));
+        EXPECT_EQ(MutexState::Free, MutexStateOf(L"OrvP\\AgentDataMutex"));
     }
     ExpectASharedBlock(L"UsePrivateBlockInNamespace", OwnMutexName());
 }

@@ -1,16 +1,21 @@
 #include "OrvProfiler/share/ProxyShare.h"
 
-#include "tests/support/contract/ErrorTexts.h"
+#include "tests/support/contract/Contract.h"
 #include "tests/support/contract/TraceCapture.h"
+#include "tests/support/contract/TraceLines.h"
 #include "tests/support/faults/AllocationProbe.h"
+#include "tests/support/faults/CallRecorder.h"
+#include "tests/support/faults/HeldResources.h"
 #include "tests/support/faults/LeakCheck.h"
 #include "tests/support/faults/PageFault.h"
-#include "tests/support/faults/SystemCall.h"
+#include "tests/support/faults/ShareMutexRecorder.h"
 #include "tests/support/processes/ChildProcess.h"
+#include "tests/support/worlds/ErrorTextStandIn.h"
+#include "tests/support/worlds/ForeignMapping.h"
+#include "tests/support/worlds/FreshNames.h"
 #include "tests/support/worlds/ManagerIn.h"
+#include "tests/support/worlds/NamedObjects.h"
 #include "tests/support/worlds/NamespaceWorld.h"
-#include "tests/support/worlds/ShareSupport.h"
-#include "tests/support/worlds/SystemProbe.h"
 
 #include <windows.h>
 
@@ -25,6 +30,13 @@
 #include <thread>
 #include <vector>
 
+using contract::c_noProcessLine;
+using contract::c_shareSizeLine;
+using contract::MapCreatedLine;
+using contract::MappingCreatedLine;
+using contract::OpenMapLine;
+using contract::ShareMutexLines;
+using contract::ShareName;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
@@ -32,38 +44,15 @@ using testing::SizeIs;
 
 namespace
 {
-constexpr const wchar_t* c_noProcessLine = L"CProxySecManager::GetSessionForProcess OpenProcess Failed\n<error 87>\n";
-constexpr const wchar_t* c_sizeLine = L"CProxyShare::Create Size of Share is 116197744 bytes\n";
-
-std::wstring ShareName(uint32_t id)
-{
-    return L"OrvProfiler" + HexId(id);
-}
-
 std::wstring MutexName(uint32_t id, uint32_t index)
 {
-    return L"Local\\" + ShareName(id) + L"_" + std::to_wstring(index);
-}
-
-std::vector<std::wstring> MutexLines(const std::wstring& prefix, uint32_t id)
-{
-    std::vector<std::wstring> lines;
-    for (int i = 0; i < 7; ++i)
-        lines.push_back(L"CProxySecManager::OrvPCreateMutex Create Mutex " + prefix + ShareName(id) + L"_" +
-                        std::to_wstring(i) + L"\n");
-    return lines;
-}
-
-std::vector<std::wstring> Joined(std::vector<std::wstring> first, const std::vector<std::wstring>& second)
-{
-    first.insert(first.end(), second.begin(), second.end());
-    return first;
+    return contract::LocalName(contract::ShareMutexName(id, index));
 }
 
 // A control block whose bytes differ from their neighbours.
 std::vector<unsigned char> MakeControl()
 {
-    std::vector<unsigned char> control(71520);
+    std::vector<unsigned char> control(contract::c_controlBytes);
     for (size_t i = 0; i < control.size(); ++i)
         control[i] = static_cast<unsigned char>(i % 251 + 1);
     return control;
@@ -79,7 +68,7 @@ protected:
 
     const uint32_t m_id = FreshId();
     TraceCapture m_trace;
-    ForeignMapping m_client{m_id};
+    ClientShare m_client{m_id};
     CProxyShare m_share;
 };
 } // namespace
@@ -129,44 +118,43 @@ TEST(CProxyShare, CreatesZeroedMemoryAndSevenMutexes)
 {
     const uint32_t id = FreshId();
     const std::wstring name = ShareName(id);
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     TraceCapture trace;
     const unsigned handles = OpenHandleCount();
     const unsigned views = MappedViewCount();
     {
-        const SystemCall<decltype(CreateFileMappingW)> create("CreateFileMappingW");
+        const CallRecorder<decltype(CreateFileMappingW)> create("CreateFileMappingW");
         CProxyShare share;
         ASSERT_TRUE(share.Create(id));
         EXPECT_THAT(trace.Lines(),
-                    ElementsAreArray(Joined(
-                        {
-                            c_sizeLine,
-                            c_noProcessLine,
-                            L"CProxyMap::OpenMap Open Map Name: " + name + L"\n",
-                            L"CProxySecManager::OrvPOpenFileMapping Failed with <error 2>\n",
-                            L"CProxyMap::OpenMap Open returned: <error 2>\n",
-                            c_noProcessLine,
-                            L"CProxySecManager::OrvPCreateFileMapping Create Named File Map: Local\\" + name + L"\n",
-                            L"CProxyMap::Create created share " + name + L" successfully \n",
-                            c_noProcessLine,
-                        },
-                        MutexLines(L"Local\\", id))));
+                    ElementsAreArray(contract::Join({{
+                                                         c_shareSizeLine,
+                                                         c_noProcessLine,
+                                                         OpenMapLine(name),
+                                                         contract::c_openMappingFailedLine,
+                                                         contract::c_openMapFailedLine,
+                                                         c_noProcessLine,
+                                                         MappingCreatedLine(contract::LocalName(name)),
+                                                         MapCreatedLine(name),
+                                                         c_noProcessLine,
+                                                     },
+                                                     ShareMutexLines(contract::LocalName(ShareName(id)))})));
         ASSERT_THAT(create.Calls(), SizeIs(1));
         EXPECT_EQ(0U, std::get<3>(create.Calls()[0]));
-        EXPECT_EQ(116197744U, std::get<4>(create.Calls()[0]));
+        EXPECT_EQ(contract::c_shareBytes, std::get<4>(create.Calls()[0]));
         EXPECT_TRUE(share.IsCreated());
         EXPECT_EQ(handles + 8, OpenHandleCount());
         EXPECT_EQ(views + 1, MappedViewCount());
         const auto* const bytes = static_cast<const unsigned char*>(share.GetView());
-        EXPECT_TRUE(std::all_of(bytes, bytes + 116197744, [](unsigned char byte) { return byte == 0; }));
+        EXPECT_TRUE(std::all_of(bytes, bytes + contract::c_shareBytes, [](unsigned char byte) { return byte == 0; }));
         for (uint32_t i = 0; i < 7; ++i)
-            EXPECT_TRUE(MutexIsFree(MutexName(id, i))) << i;
+            EXPECT_EQ(MutexState::Free, MutexStateOf(MutexName(id, i))) << i;
 
         // A second create on the same object lets the first share go.
         trace.Clear();
         EXPECT_FALSE(share.CProxyMap::Open(FreshId()));
         EXPECT_EQ(nullptr, share.GetControl());
-        EXPECT_FALSE(MutexIsFree(MutexName(id, 0))) << "there is none any more";
+        EXPECT_EQ(MutexState::Missing, MutexStateOf(MutexName(id, 0))) << "there is none any more";
     }
     EXPECT_EQ(handles, OpenHandleCount());
     EXPECT_EQ(views, MappedViewCount());
@@ -175,17 +163,16 @@ TEST(CProxyShare, CreatesZeroedMemoryAndSevenMutexes)
 TEST(CProxyShare, OpensTheClientsShareAsItIs)
 {
     const uint32_t id = FreshId();
-    const ForeignMapping client(id);
+    const ClientShare client(id);
     client.At<uint64_t>(0) = 0x1122334455667788;
     client.At<uint64_t>(0x6ED0968) = 0x8877665544332211;
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     CProxyShare share;
     ASSERT_TRUE(share.Create(id));
-    EXPECT_THAT(trace.Lines(), ElementsAreArray(Joined({c_sizeLine, c_noProcessLine,
-                                                        L"CProxyMap::OpenMap Open Map Name: " + ShareName(id) + L"\n",
-                                                        c_noProcessLine},
-                                                       MutexLines(L"Local\\", id))));
+    EXPECT_THAT(trace.Lines(), ElementsAreArray(contract::Join(
+                                   {{c_shareSizeLine, c_noProcessLine, OpenMapLine(ShareName(id)), c_noProcessLine},
+                                    ShareMutexLines(contract::LocalName(ShareName(id)))})));
     EXPECT_FALSE(share.IsCreated());
     EXPECT_EQ(0x1122334455667788U, client.At<uint64_t>(0));
     EXPECT_EQ(0x8877665544332211U, client.At<uint64_t>(0x6ED0968));
@@ -194,26 +181,26 @@ TEST(CProxyShare, OpensTheClientsShareAsItIs)
 TEST(CProxyShare, OpenAttachesTheMutexesToo)
 {
     const uint32_t id = GetCurrentProcessId();
-    const ForeignMapping client(id);
+    const ClientShare client(id);
     const TraceCapture trace;
     CProxyShare share;
     ASSERT_TRUE(share.Open(id));
     EXPECT_THAT(trace.Lines(),
-                ElementsAreArray(Joined({L"CProxyMap::OpenMap Open Map Name: " + ShareName(id) + L"\n",
-                                         L"CProxyMap::Open opened share " + ShareName(id) + L" successfully\n"},
-                                        MutexLines(L"Local\\", id))));
+                ElementsAreArray(contract::Join({{OpenMapLine(ShareName(id)), L"CProxyMap::Open opened share " +
+                                                                                  ShareName(id) + L" successfully\n"},
+                                                 ShareMutexLines(contract::LocalName(ShareName(id)))})));
     EXPECT_NE(nullptr, share.GetControl());
 }
 
 TEST_F(CProxyShareMapped, ControlBlockIsReadWhereItLies)
 {
-    EXPECT_EQ(View() + 0x1CB20, reinterpret_cast<unsigned char*>(m_share.GetControl()));
-    m_client.At<uint64_t>(0x1CB30) = 0xFEDCBA9876543210;
+    EXPECT_EQ(View() + contract::c_controlOffset, reinterpret_cast<unsigned char*>(m_share.GetControl()));
+    m_client.At<uint64_t>(contract::c_windowOffset) = 0xFEDCBA9876543210;
     EXPECT_EQ(0xFEDCBA9876543210, reinterpret_cast<uint64_t>(m_share.GetClientWindow()));
-    std::memcpy(&m_client.At<wchar_t>(0x1CF4C), L"C:\\a.dll", sizeof L"C:\\a.dll");
+    std::memcpy(&m_client.At<wchar_t>(contract::c_textOffset), L"C:\\a.dll", sizeof L"C:\\a.dll");
     EXPECT_STREQ(L"C:\\a.dll", m_share.GetControl()->commandText);
-    m_client.At<int32_t>(0x1CB20) = -9;
-    m_client.At<uint64_t>(0x1CB30) = 0;
+    m_client.At<int32_t>(contract::c_controlOffset) = -9;
+    m_client.At<uint64_t>(contract::c_windowOffset) = 0;
     EXPECT_EQ(nullptr, m_share.GetClientWindow());
 }
 
@@ -237,31 +224,31 @@ TEST_F(CProxyShareMapped, SetControlCopiesTheWholeBlockUnderLock2)
     const std::vector<unsigned char> control = MakeControl();
     m_client.At<uint32_t>(0x1CB1C) = 0xAAAAAAAA;
     m_client.At<uint32_t>(0x2E280) = 0xBBBBBBBB;
-    LockLog log(m_share);
+    ShareMutexRecorder log(m_share);
     log.OnEntry([&](const std::string& entry) {
         EXPECT_EQ(entry == "-2" ? control[71519] : 0, m_client.Bytes()[0x2E27F]) << "the work is done in between";
     });
     EXPECT_TRUE(m_share.SetControl(control.data()));
     EXPECT_THAT(log.Entries(), ElementsAre("+2", "-2"));
-    EXPECT_EQ(0, std::memcmp(m_client.Bytes() + 0x1CB20, control.data(), 71520));
+    EXPECT_EQ(0, std::memcmp(m_client.Bytes() + contract::c_controlOffset, control.data(), contract::c_controlBytes));
     EXPECT_EQ(0xAAAAAAAAU, m_client.At<uint32_t>(0x1CB1C));
     EXPECT_EQ(0xBBBBBBBBU, m_client.At<uint32_t>(0x2E280));
     EXPECT_FALSE(m_share.SetControl(nullptr));
-    EXPECT_EQ(1, m_client.Bytes()[0x1CB20]);
+    EXPECT_EQ(1, m_client.Bytes()[contract::c_controlOffset]);
 }
 
 TEST_F(CProxyShareMapped, ClearAllZeroesEverythingUnderLock2)
 {
     for (const uint32_t offset : {0x0U, 0x1CB20U, 0x255178U, 0x6E4B978U, 0x6ED096FU})
         m_client.Bytes()[offset] = 0x5A;
-    LockLog log(m_share);
+    ShareMutexRecorder log(m_share);
     log.OnEntry([&](const std::string& entry) {
         EXPECT_EQ(entry == "-2" ? 0 : 0x5A, m_client.Bytes()[0x6ED096F]) << "the work is done in between";
     });
     m_share.ClearAll();
     EXPECT_THAT(log.Entries(), ElementsAre("+2", "-2"));
-    EXPECT_TRUE(
-        std::all_of(m_client.Bytes(), m_client.Bytes() + 116197744, [](unsigned char byte) { return byte == 0; }));
+    EXPECT_TRUE(std::all_of(m_client.Bytes(), m_client.Bytes() + contract::c_shareBytes,
+                            [](unsigned char byte) { return byte == 0; }));
 }
 
 TEST_F(CProxyShareMapped, ResetRunDataZeroesItsRegionsUnderLock2AndNothingElse)
@@ -275,7 +262,7 @@ TEST_F(CProxyShareMapped, ResetRunDataZeroesItsRegionsUnderLock2AndNothingElse)
         m_client.Bytes()[offset] = 0x5A;
     for (const uint32_t offset : kept)
         m_client.Bytes()[offset] = 0x5A;
-    LockLog log(m_share);
+    ShareMutexRecorder log(m_share);
     log.OnEntry([&](const std::string& entry) {
         EXPECT_EQ(entry == "-2" ? 0 : 0x5A, m_client.Bytes()[0x1C4EC]) << "the work is done in between";
         EXPECT_EQ(entry == "-2" ? 0 : 0x5A, m_client.Bytes()[0x28B578]);
@@ -296,16 +283,16 @@ TEST_F(CProxyShareMapped, EachLockIsTheNamedMutexOfItsIndex)
     {
         m_share.Lock(locked);
         for (uint32_t i = 0; i < 7; ++i)
-            EXPECT_EQ(i != locked, MutexIsFree(MutexName(m_id, i))) << i;
+            EXPECT_EQ(i != locked ? MutexState::Free : MutexState::Held, MutexStateOf(MutexName(m_id, i))) << i;
         m_share.Unlock(locked);
-        EXPECT_TRUE(MutexIsFree(MutexName(m_id, locked)));
+        EXPECT_EQ(MutexState::Free, MutexStateOf(MutexName(m_id, locked)));
     }
-    EXPECT_FALSE(MutexIsFree(MutexName(m_id, 7))) << "there is no eighth";
+    EXPECT_EQ(MutexState::Missing, MutexStateOf(MutexName(m_id, 7))) << "there is no eighth";
 }
 
 TEST_F(CProxyShareMapped, LocksOutsideTheRangeAreIgnored)
 {
-    const LockLog log(m_share);
+    const ShareMutexRecorder log(m_share);
     for (const uint32_t index : {7U, 8U, 0x80000000U, 0xFFFFFFFFU})
     {
         m_share.Lock(index);
@@ -327,7 +314,7 @@ TEST(CProxyShare, WhatLiesBehindItsMutexesIsNone)
 
 TEST(CProxyShare, ClosesNoFileWhenItHasNone)
 {
-    const SystemCall<decltype(fclose)> close("fclose");
+    const CallRecorder<decltype(fclose)> close("fclose");
     {
         const CProxyShare share;
     }
@@ -342,11 +329,11 @@ TEST_F(CProxyShareMapped, AnOperationWaitsForTheOtherProcessesLock)
     bool done = false;
     std::thread thread([&] { done = m_share.SetControl(control.data()); });
     Sleep(50);
-    EXPECT_EQ(0, m_client.Bytes()[0x1CB20]);
+    EXPECT_EQ(0, m_client.Bytes()[contract::c_controlOffset]);
     ReleaseMutex(mutex);
     thread.join();
     EXPECT_TRUE(done);
-    EXPECT_EQ(1, m_client.Bytes()[0x1CB20]);
+    EXPECT_EQ(1, m_client.Bytes()[contract::c_controlOffset]);
     CloseHandle(mutex);
 }
 
@@ -358,21 +345,21 @@ TEST_F(CProxyShareMapped, CloseLetsGoOfMemoryAndMutexes)
     EXPECT_EQ(nullptr, m_share.GetView());
     EXPECT_EQ(nullptr, m_share.GetControl());
     EXPECT_EQ(256, m_share.GetControlCount());
-    EXPECT_FALSE(MutexIsFree(MutexName(m_id, 0))) << "there is none any more";
-    EXPECT_TRUE(MutexIsFree(MutexName(m_id, 4))) << "released before it was closed";
+    EXPECT_EQ(MutexState::Missing, MutexStateOf(MutexName(m_id, 0))) << "there is none any more";
+    EXPECT_EQ(MutexState::Free, MutexStateOf(MutexName(m_id, 4))) << "released before it was closed";
     CloseHandle(mutex);
     m_share.Close();
 
     EXPECT_EQ(&m_share, g_pShare) << "it is still the process's share";
     EXPECT_TRUE(m_share.Create(m_id));
-    EXPECT_TRUE(MutexIsFree(MutexName(m_id, 6)));
+    EXPECT_EQ(MutexState::Free, MutexStateOf(MutexName(m_id, 6)));
 }
 
 TEST(CProxyShare, LeavesNothingOpen)
 {
     const uint32_t id = FreshId();
     const TraceCapture trace;
-    const ForeignMapping client(id);
+    const ClientShare client(id);
     const unsigned handles = OpenHandleCount();
     const unsigned views = MappedViewCount();
     {
@@ -389,7 +376,7 @@ TEST(CProxyShare, LeavesNothingOpen)
 TEST(CProxyShare, LosesNoMemory)
 {
     const uint32_t id = FreshId();
-    const ForeignMapping client(id);
+    const ClientShare client(id);
     ExpectNothingLeaks([id] {
         CProxyShare share;
         share.Create(id);
@@ -403,10 +390,10 @@ TEST(CProxyShare, LosesNoMemory)
 TEST(CProxyShare, WithoutMutexesTheShareStillWorks)
 {
     const uint32_t id = FreshId();
-    const ForeignMapping client(id);
-    const ErrorTexts texts;
+    const ClientShare client(id);
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
-    const SystemCall<decltype(CreateMutexW)> create("CreateMutexW", ERROR_ACCESS_DENIED);
+    const FailingCall<decltype(CreateMutexW)> create("CreateMutexW", ERROR_ACCESS_DENIED);
     CProxyShare share;
     EXPECT_TRUE(share.Create(id));
     ASSERT_THAT(trace.Lines(), SizeIs(18));
@@ -415,13 +402,13 @@ TEST(CProxyShare, WithoutMutexesTheShareStillWorks)
     share.Unlock(3);
     const std::vector<unsigned char> control = MakeControl();
     EXPECT_TRUE(share.SetControl(control.data()));
-    EXPECT_EQ(1, client.Bytes()[0x1CB20]);
+    EXPECT_EQ(1, client.Bytes()[contract::c_controlOffset]);
 }
 
 TEST(CProxyShare, AMutexThatCannotBeAllocatedIsMissingAlone)
 {
     const uint32_t id = FreshId();
-    const ForeignMapping client(id);
+    const ClientShare client(id);
     CProxyShare share;
     {
         AllocationProbe memory;
@@ -429,13 +416,13 @@ TEST(CProxyShare, AMutexThatCannotBeAllocatedIsMissingAlone)
         EXPECT_TRUE(share.Create(id));
         EXPECT_TRUE(memory.HasFailed());
     }
-    EXPECT_FALSE(MutexIsFree(MutexName(id, 0))) << "there is none";
+    EXPECT_EQ(MutexState::Missing, MutexStateOf(MutexName(id, 0))) << "there is none";
     share.Lock(0);
     share.Unlock(0);
     share.Lock(1);
-    EXPECT_FALSE(MutexIsFree(MutexName(id, 1)));
+    EXPECT_EQ(MutexState::Held, MutexStateOf(MutexName(id, 1)));
     share.Unlock(1);
-    EXPECT_TRUE(MutexIsFree(MutexName(id, 1)));
+    EXPECT_EQ(MutexState::Free, MutexStateOf(MutexName(id, 1)));
 }
 
 TEST(CProxyShare, ASmallerMappingIsRefused)
@@ -443,17 +430,16 @@ TEST(CProxyShare, ASmallerMappingIsRefused)
     for (const uint64_t size : {uint64_t{1}, uint64_t{4096}, uint64_t{0x6ED0000}})
     {
         const uint32_t id = FreshId();
-        const ForeignMapping hostile(L"Local\\" + ShareName(id), size, PAGE_READWRITE);
-        const ErrorTexts texts;
+        const ForeignMapping hostile(contract::LocalName(ShareName(id)), size, PAGE_READWRITE);
+        const ErrorTextStandIn texts;
         const TraceCapture trace;
         const unsigned handles = OpenHandleCount();
         const unsigned views = MappedViewCount();
         CProxyShare share;
         EXPECT_FALSE(share.Create(id));
-        EXPECT_THAT(
-            trace.Lines(),
-            ElementsAre(c_sizeLine, c_noProcessLine, L"CProxyMap::OpenMap Open Map Name: " + ShareName(id) + L"\n",
-                        L"CProxyShare::OnMapped share " + ShareName(id) + L" is smaller than 116197744 bytes\n"));
+        EXPECT_THAT(trace.Lines(), ElementsAre(c_shareSizeLine, c_noProcessLine, OpenMapLine(ShareName(id)),
+                                               L"CProxyShare::OnMapped share " + ShareName(id) +
+                                                   L" is smaller than 116197744 bytes\n"));
         EXPECT_EQ(nullptr, share.GetControl());
         EXPECT_EQ(nullptr, share.GetView());
         EXPECT_EQ(handles, OpenHandleCount());
@@ -465,7 +451,7 @@ TEST(CProxyShare, ASmallerMappingIsRefused)
 TEST(CProxyShare, AMappingThatReachesToItsLastPageIsEnough)
 {
     const uint32_t id = FreshId();
-    const ForeignMapping client(L"Local\\" + ShareName(id), 0x6ED0001, PAGE_READWRITE);
+    const ForeignMapping client(contract::LocalName(ShareName(id)), 0x6ED0001, PAGE_READWRITE);
     CProxyShare share;
     EXPECT_TRUE(share.Create(id)) << "memory comes in pages";
     share.GetControl()->count = 5;
@@ -475,7 +461,8 @@ TEST(CProxyShare, AMappingThatReachesToItsLastPageIsEnough)
 TEST(CProxyShare, AMappingWhoseMemoryIsOnlyReservedIsRefused)
 {
     const uint32_t id = FreshId();
-    const ForeignMapping hostile(L"Local\\" + ShareName(id), 116197744, PAGE_READWRITE | SEC_RESERVE);
+    const ForeignMapping hostile(contract::LocalName(ShareName(id)), contract::c_shareBytes,
+                                 PAGE_READWRITE | SEC_RESERVE);
     CProxyShare share;
     EXPECT_FALSE(share.Create(id));
     EXPECT_EQ(256, share.GetControlCount());
@@ -484,8 +471,8 @@ TEST(CProxyShare, AMappingWhoseMemoryIsOnlyReservedIsRefused)
 TEST(CProxyShare, AViewThatCannotBeMeasuredIsRefused)
 {
     const uint32_t id = FreshId();
-    const ForeignMapping client(id);
-    const SystemCall<decltype(VirtualQuery)> query("VirtualQuery", ERROR_INVALID_PARAMETER);
+    const ClientShare client(id);
+    const FailingCall<decltype(VirtualQuery)> query("VirtualQuery", ERROR_INVALID_PARAMETER);
     CProxyShare share;
     EXPECT_FALSE(share.Create(id));
     EXPECT_EQ(nullptr, share.GetControl());
@@ -494,19 +481,19 @@ TEST(CProxyShare, AViewThatCannotBeMeasuredIsRefused)
 TEST(CProxyShare, AShareThatCannotBeHadIsNoShare)
 {
     const uint32_t id = FreshId();
-    const ErrorTexts texts;
+    const ErrorTextStandIn texts;
     const TraceCapture trace;
     const unsigned handles = OpenHandleCount();
     CProxyShare share;
     {
-        const SystemCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_COMMITMENT_LIMIT);
+        const FailingCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_COMMITMENT_LIMIT);
         EXPECT_FALSE(share.Create(id));
         EXPECT_EQ(L"CProxyMap::Create create share " + ShareName(id) + L" failed\n<error 1455>\n",
                   trace.Lines().back());
     }
-    const ForeignMapping client(id);
+    const ClientShare client(id);
     {
-        const SystemCall<decltype(MapViewOfFile)> mapView("MapViewOfFile", ERROR_NOT_ENOUGH_MEMORY);
+        const FailingCall<decltype(MapViewOfFile)> mapView("MapViewOfFile", ERROR_NOT_ENOUGH_MEMORY);
         EXPECT_FALSE(share.Create(id));
         EXPECT_EQ(nullptr, share.GetControl());
     }
@@ -562,9 +549,9 @@ TEST_F(CProxyShareMapped, AFaultReleasesTheLockOnItsWayOut)
             const UnreadablePage page(View() + row.unreadable);
             EXPECT_THROW(row.run(), PageFault) << row.what;
         }
-        EXPECT_TRUE(MutexIsFree(MutexName(m_id, row.lock))) << row.what;
+        EXPECT_EQ(MutexState::Free, MutexStateOf(MutexName(m_id, row.lock))) << row.what;
         row.run();
-        EXPECT_TRUE(MutexIsFree(MutexName(m_id, row.lock))) << row.what;
+        EXPECT_EQ(MutexState::Free, MutexStateOf(MutexName(m_id, row.lock))) << row.what;
     }
 }
 
@@ -575,10 +562,10 @@ TEST_F(CProxyShareMapped, AFaultOfTheCallersMemoryReleasesTheLockToo)
     {
         const UnreadablePage page(memory);
         EXPECT_THROW(m_share.SetControl(memory), PageFault);
-        EXPECT_TRUE(MutexIsFree(MutexName(m_id, 2)));
+        EXPECT_EQ(MutexState::Free, MutexStateOf(MutexName(m_id, 2)));
         int32_t tindex = -1;
         EXPECT_THROW(m_share.AddThread(&tindex, *reinterpret_cast<const ThreadSlot*>(memory)), PageFault);
-        EXPECT_TRUE(MutexIsFree(MutexName(m_id, 3)));
+        EXPECT_EQ(MutexState::Free, MutexStateOf(MutexName(m_id, 3)));
     }
     VirtualFree(memory, 0, MEM_RELEASE);
 }
@@ -598,7 +585,7 @@ ORV_CHILD_ROLE(ReadAndAnswerControl)
     Meeting(arguments.at(1)).Signal();
     Meeting(arguments.at(2)).Wait();
     share.Unlock(5);
-    std::vector<unsigned char> control(71520, 0x77);
+    std::vector<unsigned char> control(contract::c_controlBytes, 0x77);
     return share.SetControl(control.data()) ? 0 : 4;
 }
 
@@ -618,7 +605,7 @@ void ExpectASharedControlBlock(const wchar_t* role)
     control->count = 17;
     control->clientWindow = 0x123456789A;
     std::memcpy(control->commandText, L"Some.Type", sizeof L"Some.Type");
-    const ChildProcess child = ChildProcess::StartRole(role, {HexId(id), lockedName, goOnName});
+    const ChildProcess child = ChildProcess::StartRole(role, {contract::PaddedHex(id), lockedName, goOnName});
     locked.Wait();
     std::atomic<bool> got{false};
     std::thread waiter([&] {
@@ -653,13 +640,10 @@ TEST(CProxyShare, TwoProcessesShareMemoryAndMutexesInThePrivateNamespace)
     {
         const uint32_t id = FreshId();
         const TraceCapture trace;
-        const SystemCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_COMMITMENT_LIMIT);
+        const FailingCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_COMMITMENT_LIMIT);
         CProxyShare share;
         EXPECT_FALSE(share.Create(id));
-        EXPECT_THAT(trace.Lines(),
-                    testing::Contains(L"CProxySecManager::OrvPCreateFileMapping Create Named File Map: "
-                                      L"OrvP\\" +
-                                      ShareName(id) + L"\n"));
+        EXPECT_THAT(trace.Lines(), testing::Contains(MappingCreatedLine(contract::NamespaceName(ShareName(id)))));
     }
     ExpectASharedControlBlock(L"ReadAndAnswerControlInNamespace");
 }

@@ -1,9 +1,12 @@
 #include "OrvProfiler/share/ProxyShare.h"
+#include "tests/support/contract/Contract.h"
 #include "tests/support/contract/TraceCapture.h"
 #include "tests/support/faults/PageEdge.h"
+#include "tests/support/faults/ShareMutexRecorder.h"
 #include "tests/support/processes/ChildProcess.h"
-#include "tests/support/worlds/ShareSupport.h"
-#include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/worlds/ForeignMapping.h"
+#include "tests/support/worlds/FreshNames.h"
+#include "tests/support/worlds/NamedObjects.h"
 
 #include <windows.h>
 
@@ -18,6 +21,12 @@
 #include <utility>
 #include <vector>
 
+using contract::c_threadBlockBytes;
+using contract::c_threadBlocksOffset;
+using contract::c_threadCountOffset;
+using contract::c_threadOrderOffset;
+using contract::c_threadSlotBytes;
+using contract::c_threadSlotsOffset;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
@@ -26,23 +35,17 @@ using testing::SizeIs;
 
 namespace
 {
-constexpr uint64_t c_count = 0x254F70;
-constexpr uint64_t c_order = 0x254F74;
 constexpr uint64_t c_gap = 0x255174;
-constexpr uint64_t c_slots = 0x255178;
-constexpr uint64_t c_blocks = 0x28B578;
-constexpr uint64_t c_slotSize = 1736;
-constexpr uint64_t c_blockSize = 882696;
 // The table up to the blocks, with the end of what lies before it.
-constexpr uint64_t c_tableBegin = c_count - 64;
+constexpr uint64_t c_tableBegin = c_threadCountOffset - 64;
 
 class ThreadTable
 {
 public:
-    explicit ThreadTable(const ForeignMapping& client) : m_client(client) {}
+    explicit ThreadTable(const ClientShare& client) : m_client(client) {}
 
-    int32_t& Count() const { return m_client.At<int32_t>(c_count); }
-    int32_t& Order(int position) const { return m_client.At<int32_t>(c_order + Unsigned(position) * 4); }
+    int32_t& Count() const { return m_client.At<int32_t>(c_threadCountOffset); }
+    int32_t& Order(int position) const { return m_client.At<int32_t>(c_threadOrderOffset + Unsigned(position) * 4); }
     uint32_t& Id(int tindex) const { return m_client.At<uint32_t>(Slot(tindex)); }
     uint32_t& RecordMode(int tindex) const { return m_client.At<uint32_t>(Slot(tindex) + 148); }
     uint32_t& State(int tindex) const { return m_client.At<uint32_t>(Slot(tindex) + 152); }
@@ -51,7 +54,7 @@ public:
     unsigned char* SlotBytes(int tindex) const { return m_client.Bytes() + Slot(tindex); }
     unsigned char* BlockBytes(int tindex) const
     {
-        return m_client.Bytes() + c_blocks + Unsigned(tindex) * c_blockSize;
+        return m_client.Bytes() + c_threadBlocksOffset + Unsigned(tindex) * c_threadBlockBytes;
     }
 
     // The valid part of the order list.
@@ -64,7 +67,8 @@ public:
     // Everything from a little before the table to the blocks.
     std::vector<unsigned char> Bytes() const
     {
-        return std::vector<unsigned char>(m_client.Bytes() + c_tableBegin, m_client.Bytes() + c_blocks + 64);
+        return std::vector<unsigned char>(m_client.Bytes() + c_tableBegin,
+                                          m_client.Bytes() + c_threadBlocksOffset + 64);
     }
 
     // The offsets in the share that lie in Bytes() and have changed since.
@@ -82,9 +86,9 @@ public:
 
 private:
     static uint64_t Unsigned(int number) { return static_cast<uint64_t>(number); }
-    static uint64_t Slot(int tindex) { return c_slots + Unsigned(tindex) * c_slotSize; }
+    static uint64_t Slot(int tindex) { return c_threadSlotsOffset + Unsigned(tindex) * c_threadSlotBytes; }
 
-    const ForeignMapping& m_client;
+    const ClientShare& m_client;
 };
 
 class CProxyShareThreads : public testing::Test
@@ -111,11 +115,14 @@ protected:
         m_trace.Clear();
     }
 
-    void ClearTable() { std::memset(m_client.Bytes() + c_count, 0, c_blocks - c_count); }
+    void ClearTable()
+    {
+        std::memset(m_client.Bytes() + c_threadCountOffset, 0, c_threadBlocksOffset - c_threadCountOffset);
+    }
 
     const uint32_t m_id = FreshId();
     TraceCapture m_trace;
-    ForeignMapping m_client{m_id};
+    ClientShare m_client{m_id};
     ThreadTable m_table{m_client};
     CProxyShare m_share;
 };
@@ -227,7 +234,7 @@ TEST_F(CProxyShareThreads, AbsentTextsAreEmptyOnes)
 
 TEST_F(CProxyShareThreads, ThreadsAreAddedAndRemovedUnderLock3)
 {
-    LockLog log(m_share);
+    ShareMutexRecorder log(m_share);
     log.OnEntry([&](const std::string& entry) {
         EXPECT_EQ(entry == "-3" ? 1 : 0, m_table.Count()) << "the work is done in between";
     });
@@ -256,7 +263,7 @@ TEST_F(CProxyShareThreads, AFullTableTakesNoMoreAndSaysNothing)
     EXPECT_EQ(127, m_table.Order(127));
     m_trace.Clear();
     const std::vector<unsigned char> before = m_table.Bytes();
-    LockLog log(m_share);
+    ShareMutexRecorder log(m_share);
     int32_t tindex = -7;
     EXPECT_FALSE(m_share.AddThread(&tindex, 5, L"detail", L"name"));
     EXPECT_FALSE(m_share.AddThread(&tindex, MakeRecord()));
@@ -275,7 +282,7 @@ TEST_F(CProxyShareThreads, NoSlotIsFoundBehindTheTable)
     AddMany(128);
     m_table.Count() = 5;
     // What would be the id of a slot behind the last, and of the one behind that.
-    std::memset(m_client.Bytes() + c_blocks, 0x5A, c_slotSize);
+    std::memset(m_client.Bytes() + c_threadBlocksOffset, 0x5A, c_threadSlotBytes);
     const std::vector<unsigned char> before = m_table.Bytes();
     int32_t tindex = -7;
     EXPECT_FALSE(m_share.AddThread(&tindex, 5, L"detail", L"name"));
@@ -303,7 +310,7 @@ TEST_F(CProxyShareThreads, RemoveThreadClearsSlotAndBlockAndNothingElse)
     for (const int i : {0, 1, 2})
     {
         EXPECT_TRUE(m_share.AddThread(&tindex, MakeRecord()));
-        std::memset(m_table.BlockBytes(i), 0x5A, c_blockSize);
+        std::memset(m_table.BlockBytes(i), 0x5A, c_threadBlockBytes);
     }
     m_trace.Clear();
     EXPECT_TRUE(m_share.RemoveThread(1, true));
@@ -323,7 +330,7 @@ TEST_F(CProxyShareThreads, RemoveThreadClearsSlotAndBlockAndNothingElse)
 TEST_F(CProxyShareThreads, TheLastSlotAndBlockAreClearedToTheirEnd)
 {
     AddMany(128);
-    std::memset(m_table.BlockBytes(127), 0x5A, c_blockSize);
+    std::memset(m_table.BlockBytes(127), 0x5A, c_threadBlockBytes);
     m_client.At<uint32_t>(0x6E4B978) = 0x5A5A5A5A;
     EXPECT_TRUE(m_share.RemoveThread(127, true));
     EXPECT_EQ(0, m_client.Bytes()[0x6E4B977]);
@@ -378,7 +385,7 @@ TEST_F(CProxyShareThreads, SetAllThreadsStateGoesByPosition)
     AddMany(4);
     EXPECT_TRUE(m_share.RemoveThread(0, false));
     m_trace.Clear();
-    const LockLog log(m_share);
+    const ShareMutexRecorder log(m_share);
     EXPECT_TRUE(m_share.SetAllThreadsState(0xABC));
     EXPECT_THAT(log.Entries(), ElementsAre("+3", "-3"));
     EXPECT_THAT(m_trace.Lines(), ElementsAre(L"CProxyShare::SetAllThreadsState all threads running\n\n"));
@@ -400,7 +407,7 @@ TEST_F(CProxyShareThreads, SetAllThreadsStateOfNoneIsTracedToo)
 TEST_F(CProxyShareThreads, RecordSetsTheModeBelowTheCountUnderLock2)
 {
     AddMany(3);
-    LockLog log(m_share);
+    ShareMutexRecorder log(m_share);
     log.OnEntry([&](const std::string& entry) {
         EXPECT_EQ(entry == "-2" ? 12U : 0U, m_table.RecordMode(2)) << "the work is done in between";
     });
@@ -493,19 +500,19 @@ TEST_F(CProxyShareThreads, AnEntryCountThatLiesLeadsNowhere)
 TEST_F(CProxyShareThreads, WhatLiesOutsideTheTableIsNoSlotAndNoBlock)
 {
     // The words that a slot, and the entries that a block, would have one place before the first and behind the last.
-    m_client.At<uint32_t>(c_slots - c_slotSize) = 5;
-    m_client.At<uint32_t>(c_slots + 128 * c_slotSize) = 5;
-    m_client.At<int32_t>(c_blocks - c_blockSize + 4) = 256;
-    m_client.At<int32_t>(c_blocks + 128 * c_blockSize + 4) = 256;
+    m_client.At<uint32_t>(c_threadSlotsOffset - c_threadSlotBytes) = 5;
+    m_client.At<uint32_t>(c_threadSlotsOffset + 128 * c_threadSlotBytes) = 5;
+    m_client.At<int32_t>(c_threadBlocksOffset - c_threadBlockBytes + 4) = 256;
+    m_client.At<int32_t>(c_threadBlocksOffset + 128 * c_threadBlockBytes + 4) = 256;
     for (const int32_t tindex : {-1, 128})
     {
         EXPECT_EQ(nullptr, m_share.GetThread(tindex)) << tindex;
         EXPECT_EQ(nullptr, m_share.GetThreadEntry(tindex, 0)) << tindex;
         EXPECT_FALSE(m_share.RemoveThread(tindex, false)) << tindex;
     }
-    EXPECT_EQ(5U, m_client.At<uint32_t>(c_slots - c_slotSize));
-    EXPECT_EQ(5U, m_client.At<uint32_t>(c_slots + 128 * c_slotSize));
-    EXPECT_EQ(256, m_client.At<int32_t>(c_blocks + 128 * c_blockSize + 4));
+    EXPECT_EQ(5U, m_client.At<uint32_t>(c_threadSlotsOffset - c_threadSlotBytes));
+    EXPECT_EQ(5U, m_client.At<uint32_t>(c_threadSlotsOffset + 128 * c_threadSlotBytes));
+    EXPECT_EQ(256, m_client.At<int32_t>(c_threadBlocksOffset + 128 * c_threadBlockBytes + 4));
 }
 
 TEST_F(CProxyShareThreads, AHugeThreadCountCountsAs128)
@@ -526,9 +533,9 @@ TEST_F(CProxyShareThreads, AHugeThreadCountCountsAs128)
         EXPECT_TRUE(m_share.SetAllThreadsState(0x77));
         for (uint64_t offset : m_table.ChangesSince(before))
         {
-            ASSERT_GE(offset, c_slots + 152);
-            ASSERT_LT(offset, c_blocks);
-            ASSERT_EQ(152U, (offset - c_slots) % c_slotSize / 4 * 4) << "state fields only";
+            ASSERT_GE(offset, c_threadSlotsOffset + 152);
+            ASSERT_LT(offset, c_threadBlocksOffset);
+            ASSERT_EQ(152U, (offset - c_threadSlotsOffset) % c_threadSlotBytes / 4 * 4) << "state fields only";
         }
         EXPECT_EQ(0x77U, m_table.State(127));
 
@@ -577,8 +584,9 @@ TEST_F(CProxyShareThreads, ANegativeThreadCountCountsAsNone)
         EXPECT_EQ(2, Add(42)) << "the table works again";
         EXPECT_EQ(1, m_table.Count());
         EXPECT_EQ(2, m_table.Order(0));
-        EXPECT_THAT(std::vector<unsigned char>(m_client.Bytes() + c_tableBegin, m_client.Bytes() + c_count),
-                    testing::Each(0))
+        EXPECT_THAT(
+            std::vector<unsigned char>(m_client.Bytes() + c_tableBegin, m_client.Bytes() + c_threadCountOffset),
+            testing::Each(0))
             << "nothing before the list";
         ClearTable();
         m_trace.Clear();
@@ -596,8 +604,9 @@ TEST_F(CProxyShareThreads, OrderEntriesOutsideTheTableAreOnlyMoved)
     EXPECT_THAT(m_table.OrderList(), ElementsAre(-1, 128, INT_MIN, 4));
     for (const uint64_t offset : m_table.ChangesSince(before))
     {
-        const bool inList = offset >= c_count && offset < c_gap;
-        const bool inSlot = offset >= c_slots + 2 * c_slotSize && offset < c_slots + 3 * c_slotSize;
+        const bool inList = offset >= c_threadCountOffset && offset < c_gap;
+        const bool inSlot = offset >= c_threadSlotsOffset + 2 * c_threadSlotBytes &&
+                            offset < c_threadSlotsOffset + 3 * c_threadSlotBytes;
         EXPECT_TRUE(inList || inSlot) << offset;
     }
     EXPECT_EQ(3, m_share.RemoveFromOrder(INT_MIN));
@@ -726,7 +735,7 @@ TEST_F(CProxyShareThreads, TwoProcessesAddAndRemoveWithoutLosingAny)
 {
     const std::wstring readyName = FreshName(L"ready");
     const Meeting ready(readyName);
-    const ChildProcess child = ChildProcess::StartRole(L"ChurnThreads", {HexId(m_id), readyName});
+    const ChildProcess child = ChildProcess::StartRole(L"ChurnThreads", {contract::PaddedHex(m_id), readyName});
     ready.Wait();
     const std::vector<LiveThread> own = Churn(m_share, c_parentTag, c_churnRounds);
     ASSERT_EQ(0U, child.WaitForExit(60000));
@@ -788,14 +797,14 @@ TEST_F(CProxyShareThreads, TheLockOfAProcessThatDiedIsTakenOver)
     EXPECT_EQ(0, Add(10));
     const std::wstring heldName = FreshName(L"held");
     const Meeting held(heldName);
-    const ChildProcess child = ChildProcess::StartRole(L"DieHoldingLock3", {HexId(m_id), heldName});
+    const ChildProcess child = ChildProcess::StartRole(L"DieHoldingLock3", {contract::PaddedHex(m_id), heldName});
     held.Wait();
-    EXPECT_FALSE(MutexIsFree(L"Local\\OrvProfiler" + HexId(m_id) + L"_3"));
+    EXPECT_EQ(MutexState::Held, MutexStateOf(contract::LocalName(contract::ShareMutexName(m_id, 3))));
     child.Kill();
     EXPECT_EQ(2, Add(11));
     EXPECT_THAT(m_table.OrderList(), ElementsAre(0, 1, 2));
     EXPECT_EQ(77U, m_table.Id(1)) << "what the dead process did stands";
     EXPECT_TRUE(m_share.RemoveThread(1, true));
     EXPECT_THAT(m_table.OrderList(), ElementsAre(0, 2));
-    EXPECT_TRUE(MutexIsFree(L"Local\\OrvProfiler" + HexId(m_id) + L"_3"));
+    EXPECT_EQ(MutexState::Free, MutexStateOf(contract::LocalName(contract::ShareMutexName(m_id, 3))));
 }

@@ -3,8 +3,8 @@
 #include "OrvProfiler/share/TextField.h"
 #include "OrvProfiler/share/ValueNames.h"
 #include "tests/support/faults/AllocationProbe.h"
+#include "tests/support/faults/CallRecorder.h"
 #include "tests/support/faults/PageEdge.h"
-#include "tests/support/faults/SystemCall.h"
 
 #include <windows.h>
 
@@ -222,8 +222,8 @@ TEST(ShareValues, ConversionsTakeRoomForTheTextAndItsNul)
 
 TEST(ShareValues, ConversionsAskTheSystemForNothingSpecial)
 {
-    const SystemCall<decltype(MultiByteToWideChar)> toWide("MultiByteToWideChar");
-    const SystemCall<decltype(WideCharToMultiByte)> toNarrow("WideCharToMultiByte");
+    const CallRecorder<decltype(MultiByteToWideChar)> toWide("MultiByteToWideChar");
+    const CallRecorder<decltype(WideCharToMultiByte)> toNarrow("WideCharToMultiByte");
     wchar_t* wide = nullptr;
     char* narrow = nullptr;
     EXPECT_EQ(1, ToWide("a", 1, &wide, c_latin1));
@@ -243,8 +243,8 @@ TEST(ShareValues, ConversionsAskTheSystemForNothingSpecial)
 
 TEST(ShareValues, WhatCannotBeMeasuredIsNotConverted)
 {
-    const SystemCall<decltype(MultiByteToWideChar)> toWide("MultiByteToWideChar", ERROR_INVALID_FLAGS);
-    const SystemCall<decltype(WideCharToMultiByte)> toNarrow("WideCharToMultiByte", ERROR_INVALID_FLAGS);
+    const FailingCall<decltype(MultiByteToWideChar)> toWide("MultiByteToWideChar", ERROR_INVALID_FLAGS);
+    const FailingCall<decltype(WideCharToMultiByte)> toNarrow("WideCharToMultiByte", ERROR_INVALID_FLAGS);
     wchar_t* wide = nullptr;
     char* narrow = nullptr;
     EXPECT_EQ(0, ToWide("a", 1, &wide, c_latin1));

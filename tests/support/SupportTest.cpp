@@ -3,11 +3,12 @@
 #include "tests/support/contract/TraceCapture.h"
 #include "tests/support/faults/AllocationProbe.h"
 #include "tests/support/faults/GuardedBlock.h"
+#include "tests/support/faults/HeldResources.h"
 #include "tests/support/faults/ImportRedirect.h"
 #include "tests/support/faults/PageEdge.h"
 #include "tests/support/faults/SystemFaults.h"
 #include "tests/support/processes/ChildProcess.h"
-#include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/worlds/FreshNames.h"
 
 #include <windows.h>
 
@@ -100,7 +101,7 @@ TEST(ImportRedirect, RefusesAFunctionThatIsNotImported)
     EXPECT_THROW(ImportTableEntry("NoSuchFunction", nullptr), std::runtime_error);
 }
 
-TEST(SystemProbe, CountsAHandleThatStaysOpen)
+TEST(HeldResources, CountAHandleThatStaysOpen)
 {
     const unsigned before = OpenHandleCount();
     HANDLE const event = CreateEventW(nullptr, TRUE, FALSE, nullptr);

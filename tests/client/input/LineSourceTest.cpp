@@ -1,7 +1,7 @@
 #include "client/input/LineSource.h"
 
 #include "tests/client/ClientFailure.h"
-#include "tests/support/worlds/TestFile.h"
+#include "tests/support/worlds/TemporaryFile.h"
 
 #include <gmock/gmock.h>
 #include <string>
@@ -12,7 +12,7 @@ using testing::IsEmpty;
 
 TEST(ClientScriptFile, LinesCarryTheirPlace)
 {
-    const TestFile file("one\r\n\ntwo", L"x.orv");
+    const TemporaryFile file("one\r\n\ntwo", L"x.orv");
     const std::vector<ScriptLine> lines = ReadScript(file.Path());
     ASSERT_EQ(3U, lines.size());
     EXPECT_EQ(L"one", lines[0].text);
@@ -23,11 +23,11 @@ TEST(ClientScriptFile, LinesCarryTheirPlace)
 
 TEST(ClientScriptFile, EncodingIsToldByTheMark)
 {
-    const TestFile plain("\xE6\x97\xA5\n");
+    const TemporaryFile plain("\xE6\x97\xA5\n");
     EXPECT_EQ(L"\x65E5", ReadScript(plain.Path()).at(0).text);
-    const TestFile marked("\xEF\xBB\xBF\xE6\x97\xA5\n");
+    const TemporaryFile marked("\xEF\xBB\xBF\xE6\x97\xA5\n");
     EXPECT_EQ(L"\x65E5", ReadScript(marked.Path()).at(0).text);
-    const TestFile wide(std::string("\xFF\xFE\xE5\x65\r\0\n\0x\0", 10));
+    const TemporaryFile wide(std::string("\xFF\xFE\xE5\x65\r\0\n\0x\0", 10));
     const std::vector<ScriptLine> lines = ReadScript(wide.Path());
     ASSERT_EQ(2U, lines.size());
     EXPECT_EQ(L"\x65E5", lines[0].text);
@@ -36,7 +36,7 @@ TEST(ClientScriptFile, EncodingIsToldByTheMark)
 
 TEST(ClientScriptFile, EmptyFileHasNoLines)
 {
-    const TestFile file("");
+    const TemporaryFile file("");
     EXPECT_THAT(ReadScript(file.Path()), IsEmpty());
 }
 
@@ -46,7 +46,7 @@ TEST(ClientScriptFile, OtherBytesAreRefused)
                                                                            "a",
                                                                            3)})
     {
-        const TestFile file(bytes, L"x.orv");
+        const TemporaryFile file(bytes, L"x.orv");
         const auto failure = FailureOf([&] { ReadScript(file.Path()); });
         EXPECT_THAT(failure.first, HasSubstr(L"x.orv is neither UTF-8 nor UTF-16 text"));
         EXPECT_EQ(2, failure.second);

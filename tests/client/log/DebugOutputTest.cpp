@@ -1,7 +1,7 @@
 #include "client/log/DebugOutput.h"
 
 #include "OrvProfiler/foundation/UniqueHandle.h"
-#include "tests/support/faults/SystemCall.h"
+#include "tests/support/faults/CallRecorder.h"
 
 #include <windows.h>
 
@@ -33,10 +33,10 @@ TEST(ClientDebugOutput, HearsThisProcessAndIsTheOnlyListener)
 TEST(ClientDebugOutput, ListenerWithoutItsObjectsDoesNotListen)
 {
     {
-        const SystemCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_ACCESS_DENIED);
+        const FailingCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_ACCESS_DENIED);
         EXPECT_FALSE(DebugOutput([](uint32_t, const std::string&) {}).IsListening());
     }
-    const SystemCall<decltype(CreateEventW)> create("CreateEventW", ERROR_ACCESS_DENIED);
+    const FailingCall<decltype(CreateEventW)> create("CreateEventW", ERROR_ACCESS_DENIED);
     const DebugOutput output([](uint32_t, const std::string&) {});
     EXPECT_FALSE(output.IsListening());
     // Whoever prints finds no half of a listener. Another test's process may just have opened what was there.

@@ -1,6 +1,6 @@
 #include "client/log/LogFollower.h"
 
-#include "tests/support/faults/SystemCall.h"
+#include "tests/support/faults/CallRecorder.h"
 
 #include <windows.h>
 

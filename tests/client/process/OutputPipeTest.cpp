@@ -1,9 +1,9 @@
 #include "client/process/OutputPipe.h"
 
 #include "tests/client/SessionFailure.h"
+#include "tests/support/faults/CallRecorder.h"
+#include "tests/support/faults/HeldResources.h"
 #include "tests/support/faults/LeakCheck.h"
-#include "tests/support/faults/SystemCall.h"
-#include "tests/support/worlds/SystemProbe.h"
 
 #include <windows.h>
 
@@ -106,7 +106,7 @@ TEST(SessionOutputPipe, PipeThatCannotBeReadHasEnded)
 {
     OutputPipe pipe;
     Put(pipe.WriteEnd(), "x");
-    const SystemCall<decltype(GetOverlappedResult)> result("GetOverlappedResult", ERROR_BROKEN_PIPE);
+    const FailingCall<decltype(GetOverlappedResult)> result("GetOverlappedResult", ERROR_BROKEN_PIPE);
     EXPECT_EQ("", pipe.Take());
     EXPECT_FALSE(pipe.IsOpen());
 }

@@ -3,9 +3,9 @@
 #include "client/process/OutputPipe.h"
 #include "tests/client/FakeProgram.h"
 #include "tests/client/SessionFailure.h"
-#include "tests/support/faults/SystemCall.h"
+#include "tests/support/faults/CallRecorder.h"
+#include "tests/support/faults/HeldResources.h"
 #include "tests/support/processes/ClientRun.h"
-#include "tests/support/worlds/SystemProbe.h"
 
 #include <windows.h>
 
@@ -35,22 +35,22 @@ std::wstring FailureOfStart()
 TEST(SessionWorkbenchProcess, WorkbenchIsNotStartedWithoutItsJob)
 {
     {
-        const SystemCall<decltype(CreateJobObjectW)> create("CreateJobObjectW", ERROR_NOT_ENOUGH_MEMORY);
+        const FailingCall<decltype(CreateJobObjectW)> create("CreateJobObjectW", ERROR_NOT_ENOUGH_MEMORY);
         EXPECT_THAT(FailureOfStart(), StartsWith(L"the job that ties the workbench to this client cannot be made: "));
     }
-    const SystemCall<decltype(SetInformationJobObject)> set("SetInformationJobObject", ERROR_INVALID_PARAMETER);
+    const FailingCall<decltype(SetInformationJobObject)> set("SetInformationJobObject", ERROR_INVALID_PARAMETER);
     EXPECT_THAT(FailureOfStart(), HasSubstr(L"(error 87)"));
 }
 
 TEST(SessionWorkbenchProcess, WorkbenchIsNotStartedWithoutChoiceOfItsHandles)
 {
-    const SystemCall<decltype(UpdateProcThreadAttribute)> update("UpdateProcThreadAttribute", ERROR_NOT_SUPPORTED);
+    const FailingCall<decltype(UpdateProcThreadAttribute)> update("UpdateProcThreadAttribute", ERROR_NOT_SUPPORTED);
     EXPECT_THAT(FailureOfStart(), StartsWith(L"the handles of the workbench cannot be chosen: "));
 }
 
 TEST(SessionWorkbenchProcess, WorkbenchThatCannotBeStarted)
 {
-    const SystemCall<decltype(CreateProcessW)> create("CreateProcessW", ERROR_BAD_EXE_FORMAT);
+    const FailingCall<decltype(CreateProcessW)> create("CreateProcessW", ERROR_BAD_EXE_FORMAT);
     const std::wstring failure = FailureOfStart();
     EXPECT_THAT(failure, StartsWith(FakeProgram() + L" cannot be started: "));
     EXPECT_THAT(failure, HasSubstr(L"(error 193)"));
@@ -74,7 +74,7 @@ TEST(SessionWorkbenchProcess, WorkbenchThatCannotBeTiedIsEndedAgain)
 
 TEST(SessionWorkbenchProcess, ProcessThatCannotBeOpened)
 {
-    const SystemCall<decltype(OpenProcess)> open("OpenProcess", ERROR_ACCESS_DENIED);
+    const FailingCall<decltype(OpenProcess)> open("OpenProcess", ERROR_ACCESS_DENIED);
     const auto failure = FailureOf([] { WorkbenchProcess::Attach(GetCurrentProcessId()); });
     EXPECT_THAT(failure.first, HasSubstr(L" cannot be opened: "));
     EXPECT_EQ(SessionFailure::NoWorkbench, failure.second);

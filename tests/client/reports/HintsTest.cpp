@@ -1,6 +1,6 @@
 #include "client/reports/Hints.h"
 
-#include "tests/support/worlds/TestFile.h"
+#include "tests/support/worlds/TemporaryFile.h"
 
 #include <gmock/gmock.h>
 #include <string>
@@ -29,7 +29,7 @@ TEST(ClientHintTexts, ExitCodesAreExplained)
 
 TEST(ClientHintTexts, MissingDispatcherIsNamedAndAPresentOneIsNot)
 {
-    const TestFile dispatcher("", L"Program.dll");
+    const TemporaryFile dispatcher("", L"Program.dll");
     const std::wstring path = dispatcher.Path();
     const std::wstring folder = path.substr(0, path.find_last_of(L'\\') + 1);
     for (const std::wstring& hint : HintsAfterLoss(folder + L"Program.exe", std::nullopt, 0))

@@ -1,7 +1,7 @@
 #include "client/session/NotifyWindow.h"
 
 #include "tests/client/SessionFailure.h"
-#include "tests/support/faults/SystemCall.h"
+#include "tests/support/faults/CallRecorder.h"
 
 #include <windows.h>
 
@@ -36,7 +36,7 @@ TEST(SessionNotifyWindow, LeavesOtherMessagesAlone)
 
 TEST(SessionNotifyWindow, WindowThatCannotBeMade)
 {
-    const SystemCall<decltype(CreateWindowExW)> create("CreateWindowExW", ERROR_NOT_ENOUGH_MEMORY);
+    const FailingCall<decltype(CreateWindowExW)> create("CreateWindowExW", ERROR_NOT_ENOUGH_MEMORY);
     const auto failure = FailureOf([] { NotifyWindow([](uint32_t) {}); });
     EXPECT_THAT(failure.first, StartsWith(L"the notification window cannot be made: "));
     EXPECT_THAT(failure.first, HasSubstr(L"(error 8)"));

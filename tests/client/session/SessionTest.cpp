@@ -5,8 +5,8 @@
 #include "OrvProfiler/security/ProxySecurity.h"
 #include "tests/client/FakeProgram.h"
 #include "tests/client/SessionFailure.h"
-#include "tests/support/faults/SystemCall.h"
-#include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/faults/CallRecorder.h"
+#include "tests/support/worlds/FreshNames.h"
 
 #include <windows.h>
 
@@ -66,7 +66,7 @@ TEST(Session, DrivesAWorkbenchToItsEnd)
 
 TEST_F(SessionErrors, EventsThatCannotBeOpened)
 {
-    const SystemCall<decltype(OpenEventW)> open("OpenEventW", ERROR_ACCESS_DENIED);
+    const FailingCall<decltype(OpenEventW)> open("OpenEventW", ERROR_ACCESS_DENIED);
     const auto failure = FailureOf([&] { Session(FreshId(), m_limits, m_observer, m_interrupt.Get()); });
     EXPECT_THAT(failure.first, StartsWith(L"the workbench's events cannot be opened: "));
     EXPECT_EQ(SessionFailure::NoWorkbench, failure.second);
@@ -75,7 +75,7 @@ TEST_F(SessionErrors, EventsThatCannotBeOpened)
 TEST_F(SessionErrors, ShareThatCannotBeMade)
 {
     Session session(FreshId(), m_limits, m_observer, m_interrupt.Get());
-    const SystemCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_NOT_ENOUGH_MEMORY);
+    const FailingCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_NOT_ENOUGH_MEMORY);
     const auto failure = FailureOf([&] { session.Start(FakeProgram()); });
     EXPECT_EQ(L"the share cannot be made; the debugger output tells why", failure.first);
     EXPECT_EQ(SessionFailure::NoWorkbench, failure.second);

@@ -128,8 +128,8 @@ AllocationProbe::Unwatched::~Unwatched()
         g_watch.thread = GetCurrentThreadId();
 }
 
-// The first exception of a thread makes the runtime library take blocks that it keeps, and so does the first one for
-// which there is no memory, without which it could not raise that one: have them taken beforehand.
+// A thread's first throw makes the C++ runtime allocate blocks that it keeps, and so does its first throw without
+// memory. Both throws are made here before anything counts: later they would look like leaks of the product.
 void AllocationProbe::TakeRuntimeBlocks() noexcept
 {
     Raise();
@@ -142,7 +142,8 @@ void AllocationProbe::TakeRuntimeBlocks() noexcept
     g_watch.failed = false;
 }
 
-// Each real function is known before anything can call its replacement: making the next redirection allocates.
+// The real function is stored before the next redirection is made: making that one allocates, and so calls the
+// replacement.
 AllocationProbe::AllocationProbe()
 {
     g_watch = {};

@@ -6,16 +6,16 @@
 #include <optional>
 #include <vector>
 
-// Watches the C runtime's heap while it lives: which blocks the calling thread has taken and not given back, and, on
-// demand, a request that fails. The C++ allocation functions take their memory there too. One at a time; only the
-// thread that made it is watched. It sees at most c_maxBlocks blocks at once.
+// Watches what the thread that makes it allocates from the C runtime's heap, which operator new uses too: counts the
+// blocks that are not freed, and makes chosen allocations fail. One at a time. It can follow c_maxBlocks blocks at
+// once.
 class AllocationProbe
 {
 public:
     static constexpr size_t c_maxBlocks = 4096;
 
-    // What the watched thread takes while one of these lives is the test's own: it is not counted and does not fail.
-    // Does nothing on another thread, or when nothing is watched.
+    // While one of these lives, what the watched thread allocates is the test's own: it is not counted and does not
+    // fail. Does nothing on another thread, or when nothing is watched.
     class Unwatched
     {
     public:
@@ -33,21 +33,21 @@ public:
     AllocationProbe(const AllocationProbe&) = delete;
     AllocationProbe& operator=(const AllocationProbe&) = delete;
 
-    // The blocks taken since this object was made that have not been given back.
+    // How many blocks were allocated since this object was made and are not freed.
     size_t LiveBlocks() const noexcept;
-    // The size of each request since this object was made, failed ones included, in bytes; the last 64 of them.
+    // The sizes of the allocations since this object was made, failed ones included, in bytes; the last 64 of them.
     std::vector<size_t> Requests() const;
 
-    // Makes the next request of exactly so many bytes fail, once.
+    // Makes the next allocation of exactly that many bytes fail, once.
     void FailSize(size_t bytes) noexcept;
-    // Makes the n-th request from now on fail, once; 1 is the next one.
+    // Makes the n-th allocation from now on fail, once; 1 is the next one.
     void FailRequest(unsigned n) noexcept;
-    // Makes the n-th request from now on and all that follow fail. Until StopFailing the test may do nothing but
+    // Makes the n-th allocation from now on and all that follow fail. Until StopFailing the test may do nothing but
     // call what it tests.
     void FailFrom(unsigned n) noexcept;
-    // Forgets what was to fail.
+    // From now on nothing fails.
     void StopFailing() noexcept;
-    // Whether a request has failed since this object was made.
+    // Whether an allocation has failed since this object was made.
     bool HasFailed() const noexcept;
 
 private:

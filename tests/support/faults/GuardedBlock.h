@@ -7,9 +7,9 @@
 #include <cstddef>
 #include <optional>
 
-// Puts one heap block of the given size right before an inaccessible page: touching what lies behind it ends the test
-// with an access violation. It is the next one of that size that the calling thread takes; it has to be given back
-// while this lives. One at a time.
+// Catches whoever reads or writes behind the end of a heap block. The next block of the given size that this thread
+// allocates ends right before a page that cannot be accessed, so going past it is an access violation and ends the
+// test. The block must be freed while this object lives. One at a time.
 class GuardedBlock
 {
 public:
@@ -20,7 +20,7 @@ public:
         DWORD old = 0;
         VirtualProtect(m_pages + c_pageBytes, c_pageBytes, PAGE_NOACCESS, &old);
         s_block = m_pages + c_pageBytes - sizeBytes;
-        // Each real function is known before making the next redirection, which allocates.
+        // The real function is stored before the next redirection is made: making that one calls the replacement.
         s_realMalloc = m_malloc.emplace("malloc", Malloc).Real();
         s_realFree = m_free.emplace("free", Free).Real();
         s_thread = GetCurrentThreadId();
@@ -34,7 +34,7 @@ public:
     GuardedBlock(const GuardedBlock&) = delete;
     GuardedBlock& operator=(const GuardedBlock&) = delete;
 
-    // Whether the block has been taken.
+    // Whether the block has been allocated.
     bool IsTaken() const noexcept { return s_sizeBytes == 0; }
 
 private:

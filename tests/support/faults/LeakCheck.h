@@ -1,7 +1,7 @@
 #pragma once
 
 #include "tests/support/faults/AllocationProbe.h"
-#include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/faults/HeldResources.h"
 
 #include <gtest/gtest.h>
 

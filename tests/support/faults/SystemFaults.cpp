@@ -33,7 +33,7 @@ enum class Found
 enum class Way
 {
     DoesNothing,
-    GivesBack, // does its work all the same
+    GivesBack, // a release: does its work all the same
 };
 
 struct Fault
@@ -134,7 +134,7 @@ void Add(const char* name, Found found, Answer answer, DWORD error, Way way)
     g_faults.push_back({name, found, reinterpret_cast<void*>(&Own::Call), reinterpret_cast<void**>(&Own::s_real)});
 }
 
-// The function, what it returns when it fails, and the last error then.
+// Each entry: the function, what it returns when it fails, and the last error that it leaves.
 #define IMPORTED(function, answer, error)                                                                            \
     Add<__LINE__, decltype(function)>(#function, Found::Imported, answer, error, Way::DoesNothing)
 #define GIVING_BACK(function, answer, error)                                                                         \

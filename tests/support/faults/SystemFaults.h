@@ -4,13 +4,14 @@
 #include <string>
 #include <vector>
 
-// Makes any one call of any system function that the product calls fail: the n-th since FailCall, made by the thread
-// that made this object. The functions, and how each fails, are listed at the head of SystemFaults.cpp. A function
-// that gives something back (CloseHandle, ReleaseMutex, UnmapViewOfFile ...) does so and then says that it failed.
+// Makes one call of a system function fail: the n-th that the thread which made this object makes from FailCall on.
+// It knows every function that the product calls; SystemFaults.cpp lists them, and how each fails. A function that
+// releases something (CloseHandle, ReleaseMutex, UnmapViewOfFile ...) does release it, and then reports a failure.
 //
-// One at a time. Make it last: it stands before the stand-ins that are already there, whose own calls do not count.
-// Functions that are looked up at run time are reached when they were looked up while this object lived. What the
-// functions themselves take is not counted by an AllocationProbe.
+// One at a time. When a test replaces system functions too (ImportRedirect.h), it does so before it makes this
+// object: then the product's calls are counted here first, and what the replacements call is not. A function that the
+// product looks up with GetProcAddress counts if it was looked up while this object lived. What the functions
+// themselves allocate is hidden from an AllocationProbe.
 class SystemFaults
 {
 public:
@@ -24,21 +25,21 @@ public:
     static std::vector<std::string> Functions();
     static bool CanFail(const std::string& function);
 
-    // Counts from 0 again and makes the n-th call fail, once; 1 is the next one. Without a function none fails.
+    // Starts counting at 0 and makes the n-th call from now on fail, once; 1 is the next one.
     void FailCall(const std::string& function, unsigned n);
+    // Starts counting at 0; nothing fails.
     void FailNone();
     // Stops counting until the next FailCall or FailNone.
     void Stop() noexcept;
     bool HasFailed() const noexcept;
     unsigned Calls(const std::string& function) const;
-    // How many of the calls did what they are for; a call that gives something back did so also when it then said
-    // that it failed.
+    // How many of the calls did their work. That includes the call that was made to fail when it is one that
+    // releases.
     unsigned Successes(const std::string& function) const;
-    // How many calls that give something back failed by themselves, null handles not counted: something was given
-    // back twice, or was never there.
+    // How many releases the system itself refused, null handles aside: something was released twice, or never held.
     unsigned SurplusReleases() const noexcept;
 
-    // What the thread calls while one of these lives is the test's own.
+    // While one of these lives, the thread's calls are the test's own: they do not count and do not fail.
     class Paused
     {
     public:

@@ -1,7 +1,7 @@
 #include "tests/support/processes/ClientRun.h"
 
 #include "OrvProfiler/foundation/UniqueHandle.h"
-#include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/worlds/FreshNames.h"
 
 #include <windows.h>
 

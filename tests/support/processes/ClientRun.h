@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/support/TestFile.h"
+#include "tests/support/TemporaryFile.h"
 
 #include <memory>
 #include <string>

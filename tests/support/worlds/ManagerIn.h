@@ -5,8 +5,8 @@
 #include <new>
 #include <optional>
 
-// Makes the process's one security manager again within a changed system (see NamespaceWorld.h), so that everything
-// that names kernel objects finds itself there, and once more in the real one afterwards.
+// Makes the process's one security manager anew inside a changed system (see NamespaceWorld.h), so that everything
+// that names kernel objects does so as that system has it. The destructor makes it anew in the real system.
 //     ManagerIn<NamespaceWorld> world;
 template <class World>
 class ManagerIn
@@ -20,7 +20,7 @@ public:
     }
     ~ManagerIn()
     {
-        // Leaves while the world is still there to be left.
+        // The manager closes its namespace, which is the world's: it goes first.
         g_SecManager.~CProxySecManager();
         m_world.reset();
         new (&g_SecManager) CProxySecManager;

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-// The system as the product finds it when it starts, changed for a test: another Windows version, other exports, a
-// private namespace. A CProxySecManager made while one of these lives believes in it. At most one of each at a time;
-// not for tests with several threads.
+// Another system for a test: another Windows version, other exports, a private namespace. The product asks for them
+// when it makes a CProxySecManager, so one that is made while one of these lives takes that system for the real one.
+// At most one of each at a time; not for tests with several threads.
 
 struct SystemVersion
 {
@@ -58,7 +58,7 @@ private:
     Redirect<int(struct _OSVERSIONINFOEXW*, DWORD, unsigned long long)> m_redirect;
 };
 
-// Changes what GetProcAddress finds, in every library; names not mentioned are found as ever.
+// Changes what GetProcAddress finds, in every library. Other names are found as usual.
 class ExportTable
 {
 public:
@@ -77,7 +77,7 @@ public:
     {
         m_changed[name] = reinterpret_cast<void*>(function);
     }
-    // The name is found as ever.
+    // The name is found as usual.
     void Restore(const std::string& name) { m_changed.erase(name); }
 
     // The names looked up since the construction, in order.
@@ -106,13 +106,12 @@ private:
     ExportTable m_exports;
 };
 
-// A Windows with private namespaces, under Wine too: the given version, no exports that betray Wine, and stand-ins
-// for the five namespace functions over real directory objects of the system. The name "OrvP\E" then means a real
-// kernel object in a real directory, which the processes of a test share.
+// A Windows with private namespaces, under Wine too: the given version, no exports that betray Wine, and replacements
+// for the five namespace functions, which make and open a real directory object of the system. So "OrvP\E" names a
+// real kernel object in a real directory, and the processes of a test can share it.
 //
-// The directory's name is the same for all test programs, so a world of its own waits (bounded) until no other test
-// has one; a further process of the same test enters its parent's world. Throws std::runtime_error when the world
-// cannot be had.
+// The directory's name is the same for all test programs: Entry::Own waits until no other test has it, and throws
+// std::runtime_error when that takes too long. Entry::Parents is for a child process and joins its parent's world.
 class NamespaceWorld
 {
 public:

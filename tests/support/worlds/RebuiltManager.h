@@ -4,8 +4,8 @@
 
 #include <new>
 
-// Makes the one security manager anew, so that it finds the system as a test has changed it; the destructor does so
-// once more, so declare it before the changes, which are then undone first:
+// Makes the one security manager anew, so that it sees the system as a test has changed it. The destructor makes it
+// anew once more: declare it before the changes, so that they are undone by then.
 //     RebuiltManager manager;
 //     ExportTable exports;
 //     exports.Hide("LookupAccountSidW");

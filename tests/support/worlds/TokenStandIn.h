@@ -27,8 +27,8 @@ public:
     TokenStandIn(const TokenStandIn&) = delete;
     TokenStandIn& operator=(const TokenStandIn&) = delete;
 
-    // From now on each query for the class fails with the error: the one that asks for the size, which then says
-    // sizeBytes, or the one that asks for the answer. Error 0 makes it succeed.
+    // From now on queries for the class fail with the error: those that ask for the size, which then say sizeBytes,
+    // or those that ask for the answer. With error 0 they succeed.
     void FailSizeQuery(TOKEN_INFORMATION_CLASS informationClass, DWORD error, DWORD sizeBytes = 0);
     void FailAnswer(TOKEN_INFORMATION_CLASS informationClass, DWORD error);
     // From now on the answer of the class is this number alone, 4 bytes.

@@ -3,12 +3,12 @@
 #include "OrvProfiler/foundation/WinTypes.h"
 #include "tests/support/faults/ImportRedirect.h"
 
-// Replaces the system's message texts, whose wording differs between systems, by "<error N>". As the system's own
-// may, the stand-in leaves another last error behind.
-class ErrorTexts
+// Answers "<error N>" for every error, in place of the system's texts, whose wording differs between systems. It
+// leaves another last error behind, as the system's function may.
+class ErrorTextStandIn
 {
 public:
-    ErrorTexts();
+    ErrorTextStandIn();
 
 private:
     // The type of FormatMessageW, whose last argument is a va_list*.

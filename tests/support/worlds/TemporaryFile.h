@@ -19,11 +19,11 @@ private:
 };
 
 // A file with the given content in a folder of its own; both go with this object.
-class TestFile
+class TemporaryFile
 {
 public:
     // Throws std::runtime_error when the file cannot be made.
-    explicit TestFile(const std::string& content, const wchar_t* name = L"file.bin");
+    explicit TemporaryFile(const std::string& content, const wchar_t* name = L"file.bin");
 
     const wchar_t* Path() const noexcept { return m_path.c_str(); }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "tests/support/processes/ChildProcess.h"
-#include "tests/support/worlds/TestFile.h"
+#include "tests/support/worlds/TemporaryFile.h"
 
 #include <optional>
 #include <string>
@@ -29,19 +29,19 @@ private:
     const wchar_t* m_name;
 };
 
-// The real program in a fresh folder of its own, with the runtime that the test chooses beside it, run as a process.
-// Its log file is at one fixed place: one at a time on a machine (LOCK trace-log).
-class TestWorkbench
+// The real workbench program, run as a process: in a fresh folder of its own, beside it the runtime that the test
+// chooses. Its log file has one fixed place, so only one test on a machine may have one (LOCK trace-log).
+class WorkbenchProcess
 {
 public:
     static constexpr const wchar_t* c_logPath = L"c:\\zeph\\logs\\OrvWorkBench.log";
 
     // Makes the folder and clears the log's place. Throws std::runtime_error when a part is not built.
-    explicit TestWorkbench(WorkbenchRuntime runtime);
+    explicit WorkbenchProcess(WorkbenchRuntime runtime);
     // Ends the process if it still runs, removes the folder and clears the log's place.
-    ~TestWorkbench();
-    TestWorkbench(const TestWorkbench&) = delete;
-    TestWorkbench& operator=(const TestWorkbench&) = delete;
+    ~WorkbenchProcess();
+    WorkbenchProcess(const WorkbenchProcess&) = delete;
+    WorkbenchProcess& operator=(const WorkbenchProcess&) = delete;
 
     // Whether the parts for that runtime are there.
     static bool Has(WorkbenchRuntime runtime);

@@ -8,9 +8,9 @@
 #include <utility>
 #include <vector>
 
-// What CreateEventW answers while one of these lives: as ever, but for chosen kernel names another handle or an
-// error. At most one at a time.
-class CreatedEvents
+// Answers CreateEventW while it lives: as the system does, but for chosen kernel names with another handle or with an
+// error. Records the calls; events without a name are the test's own and pass unseen. At most one at a time.
+class CreateEventStandIn
 {
 public:
     struct Call
@@ -18,17 +18,17 @@ public:
         std::wstring kernelName;
         bool manualReset;
         bool initialState;
-        // Whether attributes came, and whether they let everybody in (a present, null access list).
         bool hasAttributes;
+        // Whether the attributes let everybody in: with an access list that is present and null.
         bool opensToAll;
     };
 
-    CreatedEvents();
-    ~CreatedEvents();
-    CreatedEvents(const CreatedEvents&) = delete;
-    CreatedEvents& operator=(const CreatedEvents&) = delete;
+    CreateEventStandIn();
+    ~CreateEventStandIn();
+    CreateEventStandIn(const CreateEventStandIn&) = delete;
+    CreateEventStandIn& operator=(const CreateEventStandIn&) = delete;
 
-    // Creating that event gives this handle instead, once: whoever creates it owns it then.
+    // Whoever creates that event next gets this handle, and owns it.
     void Give(const std::wstring& kernelName, HANDLE handle) { m_answers[kernelName] = {handle, 0}; }
     void Fail(const std::wstring& kernelName, DWORD error) { m_answers[kernelName] = {nullptr, error}; }
 
@@ -42,13 +42,3 @@ private:
     // The type of CreateEventW.
     Redirect<HANDLE(SECURITY_ATTRIBUTES*, int, int, const wchar_t*)> m_redirect;
 };
-
-// A mutex, unnamed, whose holder has died. The handle is the caller's.
-HANDLE MakeAbandonedMutex();
-
-// Whether the event (or other object) of that kernel name is signalled; false when there is none.
-bool IsSignalled(const std::wstring& kernelName);
-bool Exists(const std::wstring& eventName);
-
-// An id as lower-case hexadecimal digits without leading zeros.
-std::wstring ShortHexId(unsigned id);

@@ -1,4 +1,4 @@
-#include "tests/support/faults/FuzzRounds.h"
+#include "tests/support/faults/FuzzSource.h"
 
 #include <algorithm>
 #include <cstdlib>

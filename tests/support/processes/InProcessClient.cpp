@@ -1,4 +1,4 @@
-#include "tests/support/processes/TestClient.h"
+#include "tests/support/processes/InProcessClient.h"
 
 #include "OrvProfiler/security/ProxySecurity.h"
 
@@ -6,29 +6,18 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <stdexcept>
 
 namespace
 {
-constexpr unsigned c_slotCount = 11;
-constexpr unsigned c_success = 8;
-constexpr unsigned c_failed = 9;
-constexpr UINT c_ready = 0x83F0;
-constexpr UINT c_idle = 0x8407;
-constexpr UINT c_exiting = 0x83EB;
-constexpr const wchar_t* c_windowClass = L"OrvTestClient";
-
-std::wstring Hex(uint32_t value, unsigned digits)
-{
-    std::wstring text;
-    for (; value != 0 || text.size() < digits; value >>= 4)
-        text.insert(text.begin(), L"0123456789abcdef"[value & 15]);
-    return text;
-}
+constexpr const wchar_t* c_windowClass = L"OrvInProcessClient";
 
 bool HasBreakpoint(unsigned slot)
 {
-    return slot == 2 || slot == 3 || slot == 6 || slot == 7;
+    const auto* const command = std::find_if(std::begin(contract::c_commands), std::end(contract::c_commands),
+                                             [slot](const contract::Command& one) { return one.slot == slot; });
+    return command != std::end(contract::c_commands) && command->breaks;
 }
 
 // Whether the message being handled was sent, also by another process.
@@ -39,7 +28,8 @@ bool IsSent()
 
 LRESULT CALLBACK OnWindowMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
 {
-    const bool isWorkbenchs = message == c_ready || message == c_idle || message == c_exiting;
+    const bool isWorkbenchs = message == contract::c_readyMessage || message == contract::c_idleMessage ||
+                              message == contract::c_exitingMessage;
     auto* const handler = reinterpret_cast<NotificationWindow::Handler*>(GetWindowLongPtrW(window, GWLP_USERDATA));
     if (isWorkbenchs && handler != nullptr)
         return static_cast<LRESULT>((*handler)(message, wParam, lParam, IsSent()));
@@ -53,14 +43,14 @@ NotificationWindow::NotificationWindow(Handler handler)
     : m_handler(std::move(handler)), m_ready(CreateEventW(nullptr, TRUE, FALSE, nullptr)),
       m_thread(CreateThread(nullptr, 0, Serve, this, 0, nullptr))
 {
-    if (WaitForSingleObject(m_ready.Get(), TestClient::c_timeoutMs) != WAIT_OBJECT_0 || m_window == 0)
+    if (WaitForSingleObject(m_ready.Get(), InProcessClient::c_timeoutMs) != WAIT_OBJECT_0 || m_window == 0)
         throw std::runtime_error("no notification window");
 }
 
 NotificationWindow::~NotificationWindow()
 {
     PostMessageW(reinterpret_cast<HWND>(m_window), WM_CLOSE, 0, 0);
-    WaitForSingleObject(m_thread.Get(), TestClient::c_timeoutMs);
+    WaitForSingleObject(m_thread.Get(), InProcessClient::c_timeoutMs);
 }
 
 DWORD __stdcall NotificationWindow::Serve(void* self)
@@ -85,47 +75,32 @@ DWORD __stdcall NotificationWindow::Serve(void* self)
     return 0;
 }
 
-TestClient::TestClient(uint32_t id)
+InProcessClient::InProcessClient(uint32_t id)
     : m_id(id), m_events(id), m_messageCame(CreateEventW(nullptr, FALSE, FALSE, nullptr))
 {
-    for (unsigned slot = 0; slot < c_slotCount; ++slot)
+    for (unsigned slot = 0; slot < contract::c_eventCount; ++slot)
         m_peek.emplace_back(g_SecManager.OrvPOpenEvent(c_sessionNone, SYNCHRONIZE | EVENT_MODIFY_STATE,
                                                        CWBEvent::EventName(static_cast<int32_t>(slot), id)));
-    WhenIdle([this] { Clear(c_success); });
+    WhenIdle([this] { Clear(contract::c_success); });
 }
 
-TestClient::~TestClient() = default;
+InProcessClient::~InProcessClient() = default;
 
-uint32_t TestClient::OwnId()
+uint32_t InProcessClient::OwnId()
 {
     return GetCurrentProcessId();
 }
 
-std::wstring TestClient::HexId(uint32_t id)
-{
-    return Hex(id, 1);
-}
-
-std::wstring TestClient::ShareName() const
-{
-    return L"OrvProfiler" + Hex(m_id, 8);
-}
-
-std::wstring TestClient::KernelName(const std::wstring& name)
-{
-    return (g_SecManager.UsePrivateNamespace() ? L"OrvP\\" : L"Local\\") + name;
-}
-
-void TestClient::MakeShare()
+void InProcessClient::MakeShare()
 {
     m_mapping.Reset(g_SecManager.OrvPCreateFileMapping(c_sessionNone, INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE,
-                                                       0, 116197744, ShareName().c_str()));
+                                                       0, contract::c_shareBytes, ShareName().c_str()));
     m_share = std::make_unique<CProxyShare>();
     if (!m_share->Create(m_id))
         throw std::runtime_error("the client's share cannot be had");
 }
 
-void TestClient::MakeWindow()
+void InProcessClient::MakeWindow()
 {
     m_window =
         std::make_unique<NotificationWindow>([this](unsigned message, uint64_t wParam, int64_t lParam, bool sent) {
@@ -134,52 +109,52 @@ void TestClient::MakeWindow()
     StoreWindow(m_window->Handle());
 }
 
-void TestClient::MakeShareAndWindow()
+void InProcessClient::MakeShareAndWindow()
 {
     MakeShare();
     MakeWindow();
 }
 
-void TestClient::StoreWindow(uint64_t window)
+void InProcessClient::StoreWindow(uint64_t window)
 {
     m_share->GetControl()->clientWindow = window;
 }
 
-void TestClient::WriteText(const std::wstring& text)
+void InProcessClient::WriteText(const std::wstring& text)
 {
     std::memcpy(TextField(), text.c_str(), (text.size() + 1) * sizeof(wchar_t));
 }
 
-wchar_t* TestClient::TextField()
+wchar_t* InProcessClient::TextField()
 {
     return m_share->GetControl()->commandText;
 }
 
-void TestClient::Signal(unsigned slot)
+void InProcessClient::Signal(unsigned slot)
 {
     if (m_events.Set(slot) == 0)
         throw std::runtime_error("an event cannot be signalled");
 }
 
-bool TestClient::IsSignalled(unsigned slot) const
+bool InProcessClient::IsSignalled(unsigned slot) const
 {
     return WaitForSingleObject(m_peek.at(slot).Get(), 0) == WAIT_OBJECT_0;
 }
 
-void TestClient::Clear(unsigned slot)
+void InProcessClient::Clear(unsigned slot)
 {
     ResetEvent(m_peek.at(slot).Get());
 }
 
-unsigned TestClient::WaitForResponse(unsigned timeoutMs)
+unsigned InProcessClient::WaitForResponse(unsigned timeoutMs)
 {
     const uint32_t response = m_events.GetResponse(timeoutMs);
-    if (response >= c_slotCount)
+    if (response >= contract::c_eventCount)
         throw std::runtime_error("no response came");
     return response;
 }
 
-unsigned TestClient::Carry(unsigned slot, const std::wstring& text)
+unsigned InProcessClient::Carry(unsigned slot, const std::wstring& text)
 {
     const size_t before = Messages().size();
     WriteText(text);
@@ -190,25 +165,25 @@ unsigned TestClient::Carry(unsigned slot, const std::wstring& text)
     return WaitForResponse();
 }
 
-void TestClient::AnswerIdleWith(int64_t answer)
+void InProcessClient::AnswerIdleWith(int64_t answer)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_idleAnswer = answer;
 }
 
-void TestClient::WhenIdle(std::function<void()> action)
+void InProcessClient::WhenIdle(std::function<void()> action)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_whenIdle = std::move(action);
 }
 
-std::vector<WindowMessage> TestClient::Messages() const
+std::vector<WindowMessage> InProcessClient::Messages() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     return m_messages;
 }
 
-std::vector<WindowMessage> TestClient::WaitForMessages(size_t count, unsigned timeoutMs) const
+std::vector<WindowMessage> InProcessClient::WaitForMessages(size_t count, unsigned timeoutMs) const
 {
     const ULONGLONG end = GetTickCount64() + timeoutMs;
     for (;;)
@@ -223,12 +198,13 @@ std::vector<WindowMessage> TestClient::WaitForMessages(size_t count, unsigned ti
 }
 
 // The idle message counts as received when its handling is over: whoever waited for it may then wait for a response.
-int64_t TestClient::OnMessage(unsigned message, uint64_t wParam, int64_t lParam, bool sent)
+int64_t InProcessClient::OnMessage(unsigned message, uint64_t wParam, int64_t lParam, bool sent)
 {
-    const WindowMessage received{message, wParam, lParam, sent, IsSignalled(c_success), IsSignalled(c_failed)};
+    const WindowMessage received{
+        message, wParam, lParam, sent, IsSignalled(contract::c_success), IsSignalled(contract::c_failed)};
     std::function<void()> whenIdle;
     int64_t answer = 1;
-    if (message == c_idle)
+    if (message == contract::c_idleMessage)
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         whenIdle = m_whenIdle;

@@ -4,6 +4,7 @@
 #include "OrvProfiler/foundation/WinTypes.h"
 #include "OrvProfiler/objects/WBEvent.h"
 #include "OrvProfiler/share/ProxyShare.h"
+#include "tests/support/contract/Contract.h"
 
 #include <cstdint>
 #include <functional>
@@ -12,9 +13,8 @@
 #include <string>
 #include <vector>
 
-// The client's half of the protocol, made from the library as a client would: a share and events for a process id,
-// and a message-only notification window whose own thread serves it. It reads what reaches it; tests say what they
-// expect.
+// A client of a workbench, played by the test's own process and made from the library as a real one: a share and
+// events for a process id, and a notification window. It notes what reaches it; the tests say what they expect.
 
 // One message as the notification window received it, in order.
 struct WindowMessage
@@ -54,26 +54,23 @@ private:
 };
 
 // Used by one thread; one share at a time in a process (see CProxyShare).
-class TestClient
+class InProcessClient
 {
 public:
     static constexpr unsigned c_timeoutMs = 30000;
 
     // Makes the events, neither share nor window. The id is this process's or one that no process has.
-    explicit TestClient(uint32_t id);
-    TestClient() : TestClient(OwnId()) {}
-    ~TestClient();
-    TestClient(const TestClient&) = delete;
-    TestClient& operator=(const TestClient&) = delete;
+    explicit InProcessClient(uint32_t id);
+    InProcessClient() : InProcessClient(OwnId()) {}
+    ~InProcessClient();
+    InProcessClient(const InProcessClient&) = delete;
+    InProcessClient& operator=(const InProcessClient&) = delete;
 
     static uint32_t OwnId();
     uint32_t Id() const noexcept { return m_id; }
-    // An id as it stands on the workbench's command line.
-    static std::wstring HexId(uint32_t id);
-    std::wstring HexId() const { return HexId(m_id); }
-    std::wstring ShareName() const;
-    // The kernel name of an object of the workbench's session.
-    static std::wstring KernelName(const std::wstring& name);
+    // The id as it stands on the workbench's command line.
+    std::wstring HexId() const { return contract::Hex(m_id); }
+    std::wstring ShareName() const { return contract::ShareName(m_id); }
 
     // Creates the share. Throws std::runtime_error when it cannot be had.
     void MakeShare();
@@ -118,8 +115,8 @@ private:
     CWBEvent m_events;
     // Handles of its own on the same events, for a look without a wait.
     std::vector<UniqueHandle> m_peek;
-    // Made first and by hand: the share that the library then opens need not be zeroed, which takes longer than all
-    // else in a test.
+    // The share's memory is made here: the library zeroes a share that it makes itself, and that takes longer than
+    // all else in a test.
     UniqueHandle m_mapping;
     std::unique_ptr<CProxyShare> m_share;
     mutable std::mutex m_mutex;

@@ -1,7 +1,7 @@
-#include "tests/support/processes/TestWorkbench.h"
+#include "tests/support/processes/WorkbenchProcess.h"
 
 #include "tests/support/contract/LogFile.h"
-#include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/worlds/FreshNames.h"
 
 #include <windows.h>
 
@@ -57,9 +57,9 @@ void Copy(const std::wstring& from, const std::wstring& folder)
 // Removes what a run or a test has put there: a log, also a read-only one, or an empty folder.
 void ClearLogPlace()
 {
-    SetFileAttributesW(TestWorkbench::c_logPath, FILE_ATTRIBUTE_NORMAL);
-    DeleteFileW(TestWorkbench::c_logPath);
-    RemoveDirectoryW(TestWorkbench::c_logPath);
+    SetFileAttributesW(WorkbenchProcess::c_logPath, FILE_ATTRIBUTE_NORMAL);
+    DeleteFileW(WorkbenchProcess::c_logPath);
+    RemoveDirectoryW(WorkbenchProcess::c_logPath);
 }
 } // namespace
 
@@ -73,7 +73,7 @@ EnvironmentVariable::~EnvironmentVariable()
     SetEnvironmentVariableW(m_name, nullptr);
 }
 
-bool TestWorkbench::Has(WorkbenchRuntime runtime)
+bool WorkbenchProcess::Has(WorkbenchRuntime runtime)
 {
     const std::wstring library = HostingLibrary(runtime);
     if (!library.empty() && !Exists(library))
@@ -81,12 +81,13 @@ bool TestWorkbench::Has(WorkbenchRuntime runtime)
     return runtime != WorkbenchRuntime::Managed || Exists(BuildFolder(L"bin") + L"\\OrvWorkBench64.dll");
 }
 
-std::wstring TestWorkbench::BuiltProgram()
+std::wstring WorkbenchProcess::BuiltProgram()
 {
     return BuildFolder(L"bin") + L"\\OrvWorkBench64.exe";
 }
 
-TestWorkbench::TestWorkbench(WorkbenchRuntime runtime) : m_recordPath(L"ORV_SCRIPT_LOG", Folder() + L"\\record.txt")
+WorkbenchProcess::WorkbenchProcess(WorkbenchRuntime runtime)
+    : m_recordPath(L"ORV_SCRIPT_LOG", Folder() + L"\\record.txt")
 {
     const std::wstring bin = BuildFolder(L"bin");
     Copy(BuiltProgram(), Folder());
@@ -104,39 +105,39 @@ TestWorkbench::TestWorkbench(WorkbenchRuntime runtime) : m_recordPath(L"ORV_SCRI
     ClearLogPlace();
 }
 
-TestWorkbench::~TestWorkbench()
+WorkbenchProcess::~WorkbenchProcess()
 {
     m_process.reset();
     ClearLogPlace();
 }
 
-void TestWorkbench::Start(const std::wstring& arguments)
+void WorkbenchProcess::Start(const std::wstring& arguments)
 {
     StartWithCommandLine(L"\"" + ProgramPath() + L"\" " + arguments);
 }
 
-void TestWorkbench::StartWithCommandLine(const std::wstring& commandLine)
+void WorkbenchProcess::StartWithCommandLine(const std::wstring& commandLine)
 {
     m_process.reset();
     m_process.emplace(ChildProcess::Start(ProgramPath(), commandLine, Folder().c_str()));
 }
 
-bool TestWorkbench::HasLog()
+bool WorkbenchProcess::HasLog()
 {
     return Exists(c_logPath);
 }
 
-std::string TestWorkbench::LogBytes()
+std::string WorkbenchProcess::LogBytes()
 {
     return FileBytes(c_logPath);
 }
 
-std::vector<std::wstring> TestWorkbench::Log()
+std::vector<std::wstring> WorkbenchProcess::Log()
 {
     return LogLines(LogBytes());
 }
 
-void TestWorkbench::WaitForLogLine(const std::wstring& line)
+void WorkbenchProcess::WaitForLogLine(const std::wstring& line)
 {
     for (const ULONGLONG end = GetTickCount64() + c_timeoutMs; GetTickCount64() < end; Sleep(5))
     {
@@ -148,7 +149,7 @@ void TestWorkbench::WaitForLogLine(const std::wstring& line)
     throw std::runtime_error("a line of the log did not come");
 }
 
-std::vector<std::string> TestWorkbench::Record() const
+std::vector<std::string> WorkbenchProcess::Record() const
 {
     std::vector<std::string> lines;
     const std::wstring path = Folder() + L"\\record.txt";

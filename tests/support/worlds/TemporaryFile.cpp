@@ -1,6 +1,6 @@
-#include "tests/support/worlds/TestFile.h"
+#include "tests/support/worlds/TemporaryFile.h"
 
-#include "tests/support/worlds/SystemProbe.h"
+#include "tests/support/worlds/FreshNames.h"
 
 #include <windows.h>
 
@@ -37,7 +37,7 @@ ScratchFolder::~ScratchFolder()
     DeleteWithContent(m_path);
 }
 
-TestFile::TestFile(const std::string& content, const wchar_t* name) : m_path(m_folder.Path() + L"\\" + name)
+TemporaryFile::TemporaryFile(const std::string& content, const wchar_t* name) : m_path(m_folder.Path() + L"\\" + name)
 {
     HANDLE const file = CreateFileW(m_path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr);
     DWORD written = 0;

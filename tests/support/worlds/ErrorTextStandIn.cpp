@@ -1,4 +1,4 @@
-#include "tests/support/contract/ErrorTexts.h"
+#include "tests/support/worlds/ErrorTextStandIn.h"
 
 #include "tests/support/faults/AllocationProbe.h"
 
@@ -21,4 +21,4 @@ DWORD WriteText(DWORD, const void*, DWORD error, DWORD, wchar_t* buffer, DWORD s
 }
 } // namespace
 
-ErrorTexts::ErrorTexts() : m_redirect("FormatMessageW", WriteText) {}
+ErrorTextStandIn::ErrorTextStandIn() : m_redirect("FormatMessageW", WriteText) {}
