@@ -1,7 +1,17 @@
 #include "OrvProfiler/OrvWorkbench/RuntimeHost.h"
+#include "OrvProfiler/protocol/ActionResult.h"
+#include "OrvProfiler/protocol/ClientId.h"
+#include "OrvProfiler/protocol/ManagedMethods.h"
+#include "OrvProfiler/protocol/TraceLines.h"
+#include "OrvProfiler/protocol/WorkbenchCommandLine.h"
+#include "OrvProfiler/protocol/WorkbenchEvents.h"
+#include "OrvProfiler/protocol/WorkbenchFiles.h"
+#include "OrvProfiler/protocol/WorkbenchMessages.h"
+#include "OrvProfiler/share/ProxyShare.h"
 
 #include <windows.h>
 
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -19,54 +29,71 @@ extern "C" int wmain(int argc, wchar_t** argv);
 
 namespace
 {
-constexpr DWORD c_shareBytes = 116197744;
-constexpr size_t c_windowOffset = 0x1CB30;
-constexpr size_t c_textOffset = 0x1CF4C;
-constexpr UINT c_ready = 0x83F0;
-constexpr UINT c_idle = 0x8407;
-constexpr DWORD c_success = 8;
-constexpr DWORD c_invoke = 3;
+constexpr size_t c_controlOffset = offsetof(ProxyShareData, control);
+constexpr size_t c_windowOffset = c_controlOffset + offsetof(ShareControl, clientWindow);
+constexpr size_t c_textOffset = c_controlOffset + offsetof(ShareControl, commandText);
 
-constexpr const wchar_t* c_eventNames[] = {L"EV_STOP",       L"EV_LOAD",         L"EV_CREATE",      L"EV_INVOKE",
-                                           L"EV_DELETE",     L"EV_RESET",        L"EV_SUCCESS",     L"EV_FAILED",
-                                           L"EV_BREAKPOINT", L"EV_PROPERTY_GET", L"EV_PROPERTY_SET"};
+// The lines of a workbench, formed once.
+std::wstring LineOf(const wchar_t* function, const std::wstring& text)
+{
+    return std::wstring(L"1234567 ") + function + L" " + text + L"\n";
+}
 
-constexpr const wchar_t* c_waitLines[] = {L"1234567 CHost::Run Sleeping\n\n", L"1234567 CWBEvent::Wait Waiting\n\n"};
-constexpr const wchar_t* c_loadLines[] = {L"1234567 CWBEvent::Wait Event is EV_LOAD\n",
-                                          L"1234567 CHost::Run Command is Load: result=5\n",
-                                          L"1234567 CHost::Run command succeeded, result = ActionSuccess\n"};
-constexpr const wchar_t* c_invokeLines[] = {
-    L"1234567 CWBEvent::Wait Event is EV_INVOKE\n", L"1234567 CHost::Run Command is Invoke: result=5\n",
-    L"1234567 CHost::Breakpoint Workbench breakpoint\n\n", L"1234567 CHost::Breakpoint setting response ok\n\n"};
-constexpr const wchar_t* c_idleLine = L"1234567 CHost::Breakpoint Sending IDLE state to HWND 0000000000010052\n";
-constexpr const wchar_t* c_afterIdleLines[] = {L"1234567 CHost::Breakpoint entering IDLE breakpoint\n\n",
-                                               L"1234567 CHost::Breakpoint breakpointed workbench ok\n\n",
-                                               L"1234567 CHost::Run command succeeded, result = ActionSuccess\n"};
+std::wstring EventLine(uint32_t slot)
+{
+    return LineOf(L"CWBEvent::Wait", std::wstring(L"Event is ") + c_workbenchEventNames[slot]);
+}
+
+std::wstring CommandLine(uint32_t slot)
+{
+    return LineOf(c_traceMainLoop, std::wstring(c_traceOfCommand) + c_workbenchCommands[slot].name + L": result=5");
+}
+
+std::wstring SuccessLine()
+{
+    return LineOf(c_traceMainLoop,
+                  std::wstring(c_traceOfSuccess) + L"result = " + c_actionResultNames[ActionSuccess]);
+}
+
+constexpr const wchar_t* c_breakpoint = L"CHost::Breakpoint";
+const std::wstring c_waitLines[] = {LineOf(c_traceMainLoop, std::wstring(c_traceOfWait) + L"\n"),
+                                    LineOf(L"CWBEvent::Wait", L"Waiting\n")};
+const std::wstring c_loadLines[] = {EventLine(EV_LOAD), CommandLine(EV_LOAD)};
+const std::wstring c_invokeLines[] = {EventLine(EV_INVOKE), CommandLine(EV_INVOKE)};
+const std::wstring c_breakpointLines[] = {LineOf(c_breakpoint, L"Workbench breakpoint\n"),
+                                          LineOf(c_breakpoint, L"setting response ok\n")};
+const std::wstring c_idleLine = LineOf(c_breakpoint, L"Sending IDLE state to HWND 0000000000010052");
+const std::wstring c_beforeBreakpointLine = LineOf(c_breakpoint, L"entering IDLE breakpoint\n");
+const std::wstring c_afterBreakpointLine = LineOf(c_breakpoint, L"breakpointed workbench ok\n");
+const std::wstring c_successLine = SuccessLine();
+
+// The session's local namespace, in which Wine has the workbench's objects.
+const std::wstring c_session = L"Local\\";
+const std::wstring c_assembly = std::wstring(ProgramBaseName(c_workbenchProgramFile)) + c_dispatcherExtension;
 
 std::FILE* g_log = nullptr;
 
-void Write(const wchar_t* line)
+void Write(const std::wstring& line)
 {
     if (g_log == nullptr)
         return;
-    OutputDebugStringW(line);
-    std::fputws(line, g_log);
+    OutputDebugStringW(line.c_str());
+    std::fputws(line.c_str(), g_log);
     std::fflush(g_log);
 }
 
 template <size_t Count>
-void Write(const wchar_t* const (&lines)[Count])
+void Write(const std::wstring (&lines)[Count])
 {
-    for (const wchar_t* line : lines)
+    for (const std::wstring& line : lines)
         Write(line);
 }
 
 ICLRRuntimeHost* BindRuntime()
 {
-    constexpr CLSID hostClass = {0x90F1A06E, 0x7712, 0x4762, {0x86, 0xB5, 0x7A, 0x5E, 0xBA, 0x6B, 0xDB, 0x02}};
-    constexpr IID hostInterface = {0x90F1A06C, 0x7712, 0x4762, {0x86, 0xB5, 0x7A, 0x5E, 0xBA, 0x6B, 0xDB, 0x02}};
     void* host = nullptr;
-    CorBindToRuntimeEx(L"v2.0.50727", L"svr", 2, hostClass, hostInterface, &host);
+    CorBindToRuntimeEx(c_runtimeVersion, c_runtimeFlavour, c_runtimeSingleDomain, c_runtimeHostClass,
+                       c_runtimeHostInterface, &host);
     auto* const runtime = static_cast<ICLRRuntimeHost*>(host);
     if (runtime != nullptr)
         runtime->Start();
@@ -77,7 +104,7 @@ void Call(ICLRRuntimeHost* runtime, const wchar_t* method, const wchar_t* argume
 {
     DWORD result = 0;
     if (runtime != nullptr)
-        runtime->ExecuteInDefaultAppDomain(L"OrvWorkBench64.dll", L"OrvWorkBench.CInvoke", method, argument, &result);
+        runtime->ExecuteInDefaultAppDomain(c_assembly.c_str(), c_dispatcherType, method, argument, &result);
 }
 
 [[noreturn]] void Serve(HANDLE* events, HWND window, const wchar_t* text, ICLRRuntimeHost* runtime)
@@ -85,33 +112,29 @@ void Call(ICLRRuntimeHost* runtime, const wchar_t* method, const wchar_t* argume
     for (;;)
     {
         Write(c_waitLines);
-        const DWORD index = WaitForMultipleObjects(8, events, FALSE, 10000);
-        if (index == 0)
-            ExitProcess(1);
+        const DWORD index = WaitForMultipleObjects(c_workbenchCommandCount, events, FALSE, c_traceHeartbeatMs);
+        if (index == EV_STOP)
+            ExitProcess(c_exitCode);
         ResetEvent(events[index]);
-        if (index != c_invoke)
+        if (index != EV_INVOKE)
         {
-            Write(c_loadLines[0]);
-            Write(c_loadLines[1]);
-            Call(runtime, L"LoadAssembly", text);
-            Write(c_loadLines[2]);
+            Write(c_loadLines);
+            Call(runtime, c_methodLoadAssembly, text);
         }
         else
         {
-            Write(c_invokeLines[0]);
-            Write(c_invokeLines[1]);
-            Call(runtime, L"Invoke", text);
-            Write(c_invokeLines[2]);
-            Write(c_invokeLines[3]);
-            SetEvent(events[c_success]);
+            Write(c_invokeLines);
+            Call(runtime, c_methodInvoke, text);
+            Write(c_breakpointLines);
+            SetEvent(events[c_responseSuccess]);
             Write(c_idleLine);
-            SendMessageW(window, c_idle, 0, 0);
-            Write(c_afterIdleLines[0]);
-            Call(runtime, L"OrvBreakPoint", L"");
-            Write(c_afterIdleLines[1]);
-            Write(c_afterIdleLines[2]);
+            SendMessageW(window, WM_WORKBENCH_IDLE, 0, 0);
+            Write(c_beforeBreakpointLine);
+            Call(runtime, c_methodBreakpoint, L"");
+            Write(c_afterBreakpointLine);
         }
-        SetEvent(events[c_success]);
+        Write(c_successLine);
+        SetEvent(events[c_responseSuccess]);
     }
 }
 } // namespace
@@ -120,28 +143,25 @@ extern "C" int wmain(int argc, wchar_t** argv)
 {
     if (argc < 4)
         return 2;
-    const unsigned long id = std::wcstoul(argv[2], nullptr, 16);
+    const uint32_t id = ClientIdOf(argv[c_clientIdArgument]);
     if (std::wcscmp(argv[1], L"session") == 0 && _wfopen_s(&g_log, argv[3], L"w,ccs=UNICODE") != 0)
         return 3;
-    HANDLE events[11];
-    wchar_t name[64];
-    for (size_t i = 0; i < 11; ++i)
-    {
-        _snwprintf_s(name, 64, 63, L"Local\\%s%lx", c_eventNames[i], id);
-        events[i] = CreateEventW(nullptr, TRUE, FALSE, name);
-    }
+    HANDLE events[c_workbenchEventCount];
+    for (uint32_t i = 0; i < c_workbenchEventCount; ++i)
+        events[i] = CreateEventW(nullptr, TRUE, FALSE,
+                                 (c_session + c_workbenchEventNames[i] + ClientIdText(id).Get()).c_str());
     ICLRRuntimeHost* const runtime = BindRuntime();
-    _snwprintf_s(name, 64, 63, L"Local\\OrvProfiler%8.8lx", id);
-    const std::wstring share = name;
-    HANDLE const map = OpenFileMappingW(FILE_MAP_READ | FILE_MAP_WRITE, FALSE, name);
+    wchar_t paddedId[9];
+    _snwprintf_s(paddedId, std::size(paddedId), _TRUNCATE, L"%8.8x", id);
+    const std::wstring share = c_session + c_shareBaseName + paddedId;
+    HANDLE const map = OpenFileMappingW(FILE_MAP_READ | FILE_MAP_WRITE, FALSE, share.c_str());
     const auto* const view = static_cast<const char*>(MapViewOfFile(map, FILE_MAP_ALL_ACCESS, 0, 0, 0));
     if (view == nullptr)
         return 4;
-    static_assert(c_shareBytes > c_textOffset, "the text lies in the share");
-    for (int i = 0; i < 7; ++i)
+    for (uint32_t i = 0; i < c_shareMutexCount; ++i)
         CreateMutexW(nullptr, FALSE, (share + L"_" + std::to_wstring(i)).c_str());
     HWND window = nullptr;
     std::memcpy(&window, view + c_windowOffset, sizeof window);
-    PostMessageW(window, c_ready, 0, 0);
+    PostMessageW(window, WM_WORKBENCH_READY, 0, 0);
     Serve(events, window, reinterpret_cast<const wchar_t*>(view + c_textOffset), runtime);
 }

@@ -1,6 +1,8 @@
 #include "bench/BenchSession.h"
 
-#include "OrvProfiler/OrvWorkbench/Host.h"
+#include "OrvProfiler/protocol/ClientId.h"
+#include "OrvProfiler/protocol/WorkbenchFiles.h"
+#include "OrvProfiler/protocol/WorkbenchMessages.h"
 
 #include <psapi.h>
 
@@ -16,12 +18,12 @@ std::wstring ProgramFolder()
     wchar_t path[MAX_PATH]{};
     GetModuleFileNameW(nullptr, path, MAX_PATH);
     const std::wstring text(path);
-    return text.substr(0, text.find_last_of(L'\\'));
+    return text.substr(0, text.find_last_of(L'\\') + 1);
 }
 
-constexpr const wchar_t* c_programs[] = {L"\\OrvWorkBench64.exe", L"\\OrvBareWorkbench.exe"};
-constexpr const wchar_t* c_runtime = L"\\mscoree.dll";
-constexpr const wchar_t* c_bareLog = L"\\bare.log";
+constexpr const wchar_t* c_programs[] = {c_workbenchProgramFile, c_bareProgramFile};
+constexpr const wchar_t* c_runtime = L"mscoree.dll";
+constexpr const wchar_t* c_bareLog = L"bare.log";
 
 // Goes with the program; both workbenches have ended by then.
 class Stage
@@ -31,12 +33,12 @@ public:
     {
         wchar_t temp[MAX_PATH]{};
         GetTempPathW(MAX_PATH, temp);
-        m_folder = std::wstring(temp) + L"orv-bench-" + std::to_wstring(GetCurrentProcessId());
+        m_folder = std::wstring(temp) + L"orv-bench-" + std::to_wstring(GetCurrentProcessId()) + L"\\";
         CreateDirectoryW(m_folder.c_str(), nullptr);
         const std::wstring source = ProgramFolder();
         for (const wchar_t* file : c_programs)
             CopyFileW((source + file).c_str(), (m_folder + file).c_str(), FALSE);
-        if (CopyFileW((source + L"\\..\\tests\\scripted" + c_runtime).c_str(), (m_folder + c_runtime).c_str(),
+        if (CopyFileW((source + L"..\\tests\\scripted\\" + c_runtime).c_str(), (m_folder + c_runtime).c_str(),
                       FALSE) == FALSE)
             throw std::runtime_error("the scripted runtime is not built");
     }
@@ -65,16 +67,16 @@ const std::wstring& BenchStage()
 BenchClient::BenchClient(uint32_t id) : m_id(id), m_share(std::make_unique<CProxyShare>()), m_events(id)
 {
     m_share->Create(id);
-    for (int32_t i = 0; i < 11; ++i)
-        m_handles[i] =
-            OpenEventW(EVENT_ALL_ACCESS, FALSE, (std::wstring(L"Local\\") + CWBEvent::EventName(i, id)).c_str());
-    m_ready = CreateEventW(nullptr, FALSE, FALSE, nullptr);
-    m_idle = CreateEventW(nullptr, FALSE, FALSE, nullptr);
-    HANDLE const windowMade = CreateEventW(nullptr, FALSE, FALSE, nullptr);
-    m_windowMade = windowMade;
-    m_thread = CreateThread(nullptr, 0, Pump, this, 0, nullptr);
-    WaitForSingleObject(windowMade, INFINITE);
-    CloseHandle(windowMade);
+    for (uint32_t i = 0; i < c_workbenchEventCount; ++i)
+    {
+        const std::wstring name = std::wstring(L"Local\\") + CWBEvent::EventName(static_cast<int32_t>(i), id);
+        m_handles[i].Reset(OpenEventW(EVENT_ALL_ACCESS, FALSE, name.c_str()));
+    }
+    m_ready.Reset(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+    m_idle.Reset(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+    m_windowMade.Reset(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+    m_thread.Reset(CreateThread(nullptr, 0, Pump, this, 0, nullptr));
+    WaitForSingleObject(m_windowMade.Get(), INFINITE);
     ShareControl* const control = m_share->GetControl();
     control->clientWindow = reinterpret_cast<uintptr_t>(m_window);
     std::memcpy(control->commandText, L"result=5", 9 * sizeof(wchar_t));
@@ -83,29 +85,24 @@ BenchClient::BenchClient(uint32_t id) : m_id(id), m_share(std::make_unique<CProx
 BenchClient::~BenchClient()
 {
     PostMessageW(m_window, WM_QUIT, 0, 0);
-    WaitForSingleObject(m_thread, c_limitMs);
-    CloseHandle(m_thread);
-    CloseHandle(m_ready);
-    CloseHandle(m_idle);
-    for (HANDLE handle : m_handles)
-        CloseHandle(handle);
+    WaitForSingleObject(m_thread.Get(), c_limitMs);
 }
 
 int BenchClient::Load() const
 {
-    SetEvent(m_handles[EV_LOAD]);
-    Wait(m_handles[c_responseSuccess]);
-    return ResetEvent(m_handles[c_responseSuccess]);
+    SetEvent(m_handles[EV_LOAD].Get());
+    Wait(m_handles[c_responseSuccess].Get());
+    return ResetEvent(m_handles[c_responseSuccess].Get());
 }
 
 // The success at the breakpoint is taken back while the idle message is answered, so that the event's next signal is
 // the final response.
 int BenchClient::Invoke() const
 {
-    SetEvent(m_handles[EV_INVOKE]);
-    Wait(m_idle);
-    Wait(m_handles[c_responseSuccess]);
-    return ResetEvent(m_handles[c_responseSuccess]);
+    SetEvent(m_handles[EV_INVOKE].Get());
+    Wait(m_idle.Get());
+    Wait(m_handles[c_responseSuccess].Get());
+    return ResetEvent(m_handles[c_responseSuccess].Get());
 }
 
 void BenchClient::Wait(HANDLE event)
@@ -120,11 +117,11 @@ LRESULT CALLBACK BenchClient::OnMessage(HWND window, UINT message, WPARAM first,
     switch (message)
     {
     case WM_WORKBENCH_READY:
-        SetEvent(client->m_ready);
+        SetEvent(client->m_ready.Get());
         return 1;
     case WM_WORKBENCH_IDLE:
-        ResetEvent(client->m_handles[c_responseSuccess]);
-        SetEvent(client->m_idle);
+        ResetEvent(client->m_handles[c_responseSuccess].Get());
+        SetEvent(client->m_idle.Get());
         return 1;
     default:
         return DefWindowProcW(window, message, first, second);
@@ -141,7 +138,7 @@ DWORD WINAPI BenchClient::Pump(void* argument)
     client->m_window =
         CreateWindowExW(0, windowClass.lpszClassName, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
     SetWindowLongPtrW(client->m_window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(client));
-    SetEvent(client->m_windowMade);
+    SetEvent(client->m_windowMade.Get());
     MSG message;
     while (GetMessageW(&message, nullptr, 0, 0) > 0)
         DispatchMessageW(&message);
@@ -151,36 +148,34 @@ DWORD WINAPI BenchClient::Pump(void* argument)
 
 BenchWorkbench::BenchWorkbench(const BenchClient& client, const std::wstring& program, const std::wstring& mode)
 {
-    std::wstring line = L"\"" + BenchStage() + L"\\" + program + L"\" " + mode + L" ";
-    wchar_t id[16];
-    _snwprintf_s(id, 16, 15, L"%x", client.Id());
-    line += id;
-    line += L" \"" + BenchStage() + c_bareLog + L"\"";
+    std::wstring line = L"\"" + BenchStage() + program + L"\" " + mode + L" " + ClientIdText(client.Id()).Get() +
+                        L" \"" + BenchStage() + c_bareLog + L"\"";
     STARTUPINFOW startup{};
+    PROCESS_INFORMATION process{};
     startup.cb = sizeof startup;
     if (CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, BenchStage().c_str(), &startup,
-                       &m_process) == FALSE)
+                       &process) == FALSE)
         throw std::runtime_error("a workbench cannot be started");
+    m_process.Reset(process.hProcess);
+    const UniqueHandle thread(process.hThread);
     client.WaitReady();
 }
 
 BenchWorkbench::~BenchWorkbench()
 {
-    TerminateProcess(m_process.hProcess, 0);
-    WaitForSingleObject(m_process.hProcess, c_limitMs);
-    CloseHandle(m_process.hProcess);
-    CloseHandle(m_process.hThread);
+    TerminateProcess(m_process.Get(), 0);
+    WaitForSingleObject(m_process.Get(), c_limitMs);
 }
 
 void BenchWorkbench::WaitExit() const
 {
-    if (WaitForSingleObject(m_process.hProcess, c_limitMs) != WAIT_OBJECT_0)
+    if (WaitForSingleObject(m_process.Get(), c_limitMs) != WAIT_OBJECT_0)
         throw std::runtime_error("a workbench does not end");
 }
 
 size_t BenchWorkbench::WorkingSetBytes() const
 {
     PROCESS_MEMORY_COUNTERS counters{};
-    GetProcessMemoryInfo(m_process.hProcess, &counters, sizeof counters);
+    GetProcessMemoryInfo(m_process.Get(), &counters, sizeof counters);
     return counters.WorkingSetSize;
 }

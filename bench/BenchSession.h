@@ -1,6 +1,8 @@
 #pragma once
 
+#include "OrvProfiler/foundation/UniqueHandle.h"
 #include "OrvProfiler/objects/WBEvent.h"
+#include "OrvProfiler/protocol/WorkbenchEvents.h"
 #include "OrvProfiler/share/ProxyShare.h"
 
 #include <windows.h>
@@ -11,7 +13,10 @@
 // A client and either a real workbench or the bare one, both over the scripted runtime: the same client code measures
 // both, with bare system calls of its own. Failures are raised as std::runtime_error.
 
-// A folder with both workbenches and the scripted runtime beside them, without a backslash at its end.
+// The file of the bare workbench.
+constexpr const wchar_t* c_bareProgramFile = L"OrvBareWorkbench.exe";
+
+// A folder with both workbenches and the scripted runtime beside them, with a backslash at its end.
 const std::wstring& BenchStage();
 
 // The client of one session: the share, the events and a message-only window, whose thread answers while the
@@ -26,8 +31,8 @@ public:
     BenchClient& operator=(const BenchClient&) = delete;
 
     uint32_t Id() const { return m_id; }
-    void WaitReady() const { Wait(m_ready); }
-    void Stop() const { SetEvent(m_handles[EV_STOP]); }
+    void WaitReady() const { Wait(m_ready.Get()); }
+    void Stop() const { SetEvent(m_handles[EV_STOP].Get()); }
     // Both end with the final response. They return what the last system call did, for the benchmark to use.
     int Load() const;
     int Invoke() const;
@@ -40,11 +45,11 @@ private:
     uint32_t m_id;
     std::unique_ptr<CProxyShare> m_share;
     CWBEvent m_events;
-    HANDLE m_handles[11]{};
-    HANDLE m_ready = nullptr;
-    HANDLE m_idle = nullptr;
-    HANDLE m_windowMade = nullptr;
-    HANDLE m_thread = nullptr;
+    UniqueHandle m_handles[c_workbenchEventCount];
+    UniqueHandle m_ready;
+    UniqueHandle m_idle;
+    UniqueHandle m_windowMade;
+    UniqueHandle m_thread;
     HWND m_window = nullptr;
 };
 
@@ -63,5 +68,5 @@ public:
     size_t WorkingSetBytes() const;
 
 private:
-    PROCESS_INFORMATION m_process{};
+    UniqueHandle m_process;
 };

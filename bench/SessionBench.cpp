@@ -1,5 +1,7 @@
 #include "bench/BenchSession.h"
 #include "bench/Ratios.h"
+#include "OrvProfiler/protocol/WorkbenchCommandLine.h"
+#include "OrvProfiler/protocol/WorkbenchFiles.h"
 
 #include <string>
 
@@ -15,8 +17,8 @@ TEST_CASE("session")
 {
     const BenchClient client(0x4C000001);
     const BenchClient bareClient(0x4C000003);
-    const BenchWorkbench workbench(client, L"OrvWorkBench64.exe", L"workbench");
-    const BenchWorkbench bare(bareClient, L"OrvBareWorkbench.exe", L"session");
+    const BenchWorkbench workbench(client, c_workbenchProgramFile, c_workbenchModeWord);
+    const BenchWorkbench bare(bareClient, c_bareProgramFile, L"session");
     CompareRatio(
         "load command, set to final response", 1.10, [&] { return client.Load(); },
         [&] { return bareClient.Load(); });
@@ -33,9 +35,9 @@ TEST_CASE("start")
     const BenchClient client(0x4C000005);
     CompareRatio(
         "start of the process to the ready message", 1.15,
-        [&] { return BenchWorkbench(client, L"OrvWorkBench64.exe", L"workbench").WorkingSetBytes(); },
-        [&] { return BenchWorkbench(client, L"OrvBareWorkbench.exe", L"start").WorkingSetBytes(); }, rounds);
+        [&] { return BenchWorkbench(client, c_workbenchProgramFile, c_workbenchModeWord).WorkingSetBytes(); },
+        [&] { return BenchWorkbench(client, c_bareProgramFile, L"start").WorkingSetBytes(); }, rounds);
     WIN32_FILE_ATTRIBUTE_DATA file{};
-    GetFileAttributesExW((BenchStage() + L"\\OrvWorkBench64.exe").c_str(), GetFileExInfoStandard, &file);
+    GetFileAttributesExW((BenchStage() + c_workbenchProgramFile).c_str(), GetFileExInfoStandard, &file);
     ratios::State("size of OrvWorkBench64.exe", Kilobytes(file.nFileSizeLow));
 }

@@ -154,7 +154,7 @@ TEST_CASE("share memory")
 TEST_CASE("share open")
 {
     // Another object keeps the share alive, as the client does.
-    const std::wstring name = L"Local\\" + std::wstring(FormatSlot(L"OrvProfiler%8.8x", c_id));
+    const std::wstring name = L"Local\\" + std::wstring(FormatSlot(L"%s%8.8x", c_shareBaseName, c_id));
     HANDLE const keeper =
         CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, c_shareSizeBytes, name.c_str());
     std::vector<std::wstring> mutexNames;

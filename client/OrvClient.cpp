@@ -1,4 +1,4 @@
-#include "client/console/Console.h"
+#include "client/console/ClientError.h"
 #include "client/input/CommandLine.h"
 #include "client/reports/Report.h"
 #include "client/Runner.h"
@@ -8,6 +8,15 @@
 
 // Called by the C runtime, which declares it nowhere.
 extern "C" int wmain(int argc, wchar_t** argv);
+
+namespace
+{
+int EndAfter(const ClientError& error, Report& report)
+{
+    report.OnError(error, {});
+    return static_cast<int>(error.Status());
+}
+} // namespace
 
 // The client console: drives the workbench from a prompt, a script or the command line (--help tells how).
 extern "C" int wmain(int argc, wchar_t** argv)
@@ -21,9 +30,12 @@ extern "C" int wmain(int argc, wchar_t** argv)
         report = options->printsJson ? MakeJsonReport() : MakeTextReport(!options->isInteractive);
         return static_cast<int>(Run(*options, *report));
     }
+    catch (const SessionError& error)
+    {
+        return EndAfter(ClientError(error), *report);
+    }
     catch (const ClientError& error)
     {
-        report->OnError(error, {});
-        return static_cast<int>(error.Status());
+        return EndAfter(error, *report);
     }
 }

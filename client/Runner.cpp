@@ -1,11 +1,13 @@
 #include "client/Runner.h"
 
-#include "client/console/Console.h"
+#include "client/console/ConsoleCodePageGuard.h"
+#include "client/console/InterruptEvent.h"
+#include "client/input/CommandHelp.h"
 #include "client/input/LineSource.h"
 #include "client/log/DebugOutput.h"
 #include "client/log/LogFollower.h"
-#include "client/log/TraceLog.h"
 #include "client/process/RunningWorkbench.h"
+#include "client/process/StartTime.h"
 #include "client/reports/Hints.h"
 #include "client/session/Session.h"
 
@@ -17,7 +19,7 @@
 
 namespace
 {
-// Words that are for the client itself.
+// Words that the client itself obeys; all others are commands for the workbench.
 enum class LocalWord
 {
     None,
@@ -55,13 +57,13 @@ Command ParseLine(const ScriptLine& line)
     {
         return ParseCommand(line.text);
     }
-    catch (const ClientError& error)
+    catch (const SessionError& error)
     {
-        throw ClientError(error.Status(), At(line.where, error.Message()));
+        throw SessionError(error.Failure(), At(line.where, error.Message()));
     }
 }
 
-// Lines that are there already are looked at before anything is started: a script with a bad line is not begun.
+// Checks all lines before anything is started, so that a script with a bad line is not begun.
 std::unique_ptr<LineSource> CheckedLines(std::vector<ScriptLine> lines)
 {
     for (const ScriptLine& line : lines)
@@ -132,10 +134,13 @@ private:
         {
             step();
         }
+        catch (const SessionError& error)
+        {
+            TellError(ClientError(error));
+        }
         catch (const ClientError& error)
         {
-            m_stepStatus = error.Status();
-            m_report.OnError(error, HintsFor(error.Status()));
+            TellError(error);
         }
         if (m_status == ExitStatus::Success)
             m_status = m_stepStatus;
@@ -144,11 +149,17 @@ private:
         return GoesOnAfter(m_stepStatus);
     }
 
+    void TellError(const ClientError& error)
+    {
+        m_stepStatus = error.Status();
+        m_report.OnError(error, HintsFor(error.Status()));
+    }
+
     bool GoesOnAfter(ExitStatus status) const noexcept
     {
         if (status == ExitStatus::Success)
             return true;
-        // Without a workbench the rest of a script is no use; a user can start another one.
+        // Without a workbench the rest of a script is of no use; at a prompt the user can start another one.
         return status != ExitStatus::Interrupted && m_options.keepsGoing &&
                (m_options.isInteractive || m_session.IsRunning());
     }
@@ -157,7 +168,7 @@ private:
     {
         if (!m_isInRun || (status != ExitStatus::WorkbenchLost && status != ExitStatus::TimedOut))
             return {};
-        // One that was ended here has an exit code that tells nothing.
+        // The exit code of a workbench that this client has ended tells nothing.
         const bool endedItself = status == ExitStatus::WorkbenchLost;
         return HintsAfterLoss(m_running ? std::wstring() : m_options.program,
                               endedItself ? m_session.WorkbenchExitCode() : std::nullopt,
@@ -184,12 +195,12 @@ private:
         m_session.Start(m_options.program);
         m_isInRun = true;
         m_report.OnStarted(m_session.WorkbenchId(), m_session.ClientId(), false);
-        std::optional<ClientError> failure;
+        std::optional<SessionError> failure;
         try
         {
             m_report.OnReady(m_session.AwaitReady());
         }
-        catch (const ClientError& error)
+        catch (const SessionError& error)
         {
             failure = error;
         }
@@ -208,7 +219,7 @@ private:
         if (m_options.followsLog)
             m_follower = std::make_unique<LogFollower>([this](const std::wstring& line) { m_report.OnLogLine(line); },
                                                        readsFile);
-        // It slows every process that prints to the debugger: only where it is needed.
+        // A listener slows every process that prints to the debugger: only where it is needed.
         if (!m_running && (m_follower == nullptr || readsFile))
             return;
         m_debugOutput = std::make_unique<DebugOutput>([this](uint32_t processId, const std::string& text) {
@@ -300,7 +311,7 @@ private:
         const CommandResult result = m_session.Stop();
         if (result.outcome == Outcome::TimedOut)
             throw ClientError(ExitStatus::TimedOut, L"the workbench did not stop in time and was ended");
-        // Late responses to an interrupted command are none of its faults.
+        // After an interrupt, late responses to the command are no fault of the workbench.
         if (!result.deviation.empty() && !IsInterrupted())
             throw ClientError(ExitStatus::Deviation, result.deviation);
     }
@@ -321,7 +332,7 @@ private:
     InterruptEvent m_interrupt;
     Session m_session;
     std::unique_ptr<LogFollower> m_follower;
-    // Feeds the session and the follower: goes first.
+    // Calls the session and the follower from its thread, so it is destroyed before them.
     std::unique_ptr<DebugOutput> m_debugOutput;
     bool m_isInRun = false;
     bool m_isOver = false;

@@ -35,3 +35,13 @@ if(ORV_COVERAGE)
     # Threads that count the same line at once would lose counts, down to negative ones that no reader accepts.
     target_compile_options(OrvOptions INTERFACE -fprofile-update=atomic)
 endif()
+
+# orv_measure_coverage(TARGET...)
+# With ORV_COVERAGE, what is compiled for the targets counts its lines and branches.
+function(orv_measure_coverage)
+    if(ORV_COVERAGE)
+        foreach(target ${ARGN})
+            target_compile_options(${target} PRIVATE --coverage)
+        endforeach()
+    endif()
+endfunction()

@@ -1,12 +1,15 @@
 #include "OrvProfiler/OrvWorkbench/AssemblyPath.h"
 
+#include "OrvProfiler/protocol/WorkbenchFiles.h"
+
+#include <string_view>
+
 TString AssemblyPathOf(const TString& programPath)
 {
-    const uint64_t backslash = programPath.ReverseFind(L'\\', 0);
-    const uint64_t start = backslash == TString::npos ? 0 : backslash + 1;
-    const uint64_t dot = programPath.ReverseFind(L'.', 0);
-    const bool hasExtension = dot != TString::npos && dot >= start;
-    TString assembly = programPath.Mid(start, hasExtension ? dot - start : TString::npos);
-    assembly += L".dll";
+    const wchar_t* const text = programPath.GetBuffer();
+    const std::wstring_view path = text != nullptr ? text : L"";
+    const std::wstring_view name = ProgramBaseName(path);
+    TString assembly = programPath.Mid(static_cast<uint64_t>(name.data() - path.data()), name.size());
+    assembly += c_dispatcherExtension;
     return assembly;
 }

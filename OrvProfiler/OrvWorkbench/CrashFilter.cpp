@@ -6,7 +6,7 @@
 
 namespace
 {
-// Static, as the system hands its filter nothing of ours.
+// Static, because the system calls the filter without a context of ours.
 void (*g_ending)() = nullptr;
 uint32_t g_exitCode = 0;
 DWORD g_threadId = 0;

@@ -2,9 +2,9 @@
 
 #include <cstdint>
 
-// Takes the Windows exceptions of the constructing thread that nothing handles, such as an access violation in a
-// managed call: the catch-all of some compilers takes the language's own exceptions only. Where it takes all, nothing
-// gets here. Exceptions of other threads go where they went before. One at a time.
+// Takes the Windows exceptions of the constructing thread that nobody handles, such as an access violation in a
+// managed call. With some compilers catch (...) takes C++ exceptions only, and this takes the others; where it takes
+// all, none gets here. Exceptions of other threads go to the filter that was there before. One object at a time.
 class CCrashFilter
 {
 public:

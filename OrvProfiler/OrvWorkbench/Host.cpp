@@ -3,6 +3,7 @@
 #include "OrvProfiler/foundation/Trace.h"
 #include "OrvProfiler/OrvWorkbench/CrashFilter.h"
 #include "OrvProfiler/OrvWorkbench/RuntimeHost.h"
+#include "OrvProfiler/protocol/TraceLines.h"
 #include "OrvProfiler/share/ProxyShare.h"
 
 #include <iterator>
@@ -13,47 +14,6 @@ HWND g_hZephWnd = nullptr;
 
 namespace
 {
-constexpr DWORD c_heartbeatMs = 10000;
-
-constexpr const wchar_t* c_runtimeVersion = L"v2.0.50727";
-constexpr const wchar_t* c_runtimeFlavour = L"svr"; // the server garbage collector
-constexpr DWORD c_singleDomain = 2;                 // STARTUP_LOADER_OPTIMIZATION_SINGLE_DOMAIN
-constexpr CLSID c_runtimeHostClass = {0x90F1A06E, 0x7712, 0x4762, {0x86, 0xB5, 0x7A, 0x5E, 0xBA, 0x6B, 0xDB, 0x02}};
-constexpr IID c_runtimeHostInterface = {0x90F1A06C, 0x7712, 0x4762, {0x86, 0xB5, 0x7A, 0x5E, 0xBA, 0x6B, 0xDB, 0x02}};
-
-constexpr const wchar_t* c_resultNames[] = {
-    L"ActionEventUnknown", L"ActionInvokeFail", L"ActionLoadAssemblyFail", L"ActionCreateTypeFail",
-    L"ActionFail",         L"ActionSuccess",    L"ActionLoadedAssemblyOk", L"ActionAssemblyExists",
-    L"ActionCreatedType",  L"ActionTypeExists", L"ActionInvokedOk",        L"ActionAssemblyNotFound",
-    L"ActionTypeNotFound", L"Exception",
-};
-
-// What the workbench does for a command event.
-struct Command
-{
-    const wchar_t* lineFormat;
-    const wchar_t* method;
-    bool takesText;
-    bool breaksAfter;
-};
-
-// Indexed by the event. The stop event has no method.
-constexpr Command c_commands[c_workbenchCommandCount] = {
-    {nullptr, nullptr, false, false},
-    {L"%6.0f %s Command is Load: %s\n", c_methodLoadAssembly, true, false},
-    {L"%6.0f %s Command is Create: %s\n", c_methodCreateType, true, true},
-    {L"%6.0f %s Command is Invoke: %s\n", c_methodInvoke, true, true},
-    {L"%6.0f %s Command is Delete: %s\n", c_methodDelete, true, false},
-    {L"%6.0f %s Command is Reset: %s\n", c_methodReset, false, false},
-    {L"%6.0f %s Command is Get: %s\n", c_methodGetProperty, true, true},
-    {L"%6.0f %s Command is Set: %s\n", c_methodSetProperty, true, true},
-};
-
-void TraceText(const wchar_t* function, const wchar_t* text) noexcept
-{
-    Trace(L"%6.0f %s %s\n", TickMs(), function, text);
-}
-
 // The command text as the client left it; without a NUL it ends with the control block. Each unit is read once, so
 // that a client that goes on writing cannot move the end.
 TString ReadCommandText()
@@ -74,22 +34,22 @@ TString ReadCommandText()
 // What follows the main loop, however it ended.
 void End()
 {
-    TraceText(L"CHost::Run", L"WorkBench Exiting\n");
+    TraceText(c_traceMainLoop, L"WorkBench Exiting\n");
     SendMessageW(g_hZephWnd, WM_WORKBENCH_EXITING, 0, 0);
 }
 
 void EndAfterException()
 {
-    TraceText(L"CHost::Run", L"WorkBench Exception in main loop\n");
+    TraceText(c_traceMainLoop, L"WorkBench Exception in main loop\n");
     End();
 }
 } // namespace
 
 const wchar_t* ActionResultName(int32_t result) noexcept
 {
-    if (result < 0 || result >= static_cast<int32_t>(std::size(c_resultNames)))
+    if (result < 0 || result >= static_cast<int32_t>(std::size(c_actionResultNames)))
         return FormatSlot(L"unknown result %d", result);
-    return c_resultNames[result];
+    return c_actionResultNames[result];
 }
 
 CHost::CHost(uint32_t processId, const wchar_t* assemblyPath, const wchar_t* typeName)
@@ -104,10 +64,13 @@ CHost::CHost(uint32_t processId, const wchar_t* assemblyPath, const wchar_t* typ
 CHost::~CHost()
 {
     TraceClose();
-    if (m_pRuntimeHost != nullptr)
-        m_pRuntimeHost->Release();
-    m_pRuntimeHost = nullptr;
+    m_runtimeHost.Reset();
     m_pEvents.reset();
+}
+
+void CHost::RuntimeHostTraits::Close(Handle host) noexcept
+{
+    host->Release();
 }
 
 void CHost::BindRuntime()
@@ -115,11 +78,11 @@ void CHost::BindRuntime()
     constexpr const wchar_t* function = L"CHost::CHost";
     TraceText(function, L"Executing CorBindToRuntimeEx");
     void* host = nullptr;
-    m_hr = CorBindToRuntimeEx(c_runtimeVersion, c_runtimeFlavour, c_singleDomain, c_runtimeHostClass,
+    m_hr = CorBindToRuntimeEx(c_runtimeVersion, c_runtimeFlavour, c_runtimeSingleDomain, c_runtimeHostClass,
                               c_runtimeHostInterface, &host);
-    m_pRuntimeHost = static_cast<ICLRRuntimeHost*>(host);
-    if (SUCCEEDED(m_hr) && m_pRuntimeHost != nullptr)
-        m_hr = m_pRuntimeHost->Start();
+    m_runtimeHost.Reset(static_cast<ICLRRuntimeHost*>(host));
+    if (SUCCEEDED(m_hr) && m_runtimeHost)
+        m_hr = m_runtimeHost.Get()->Start();
     if (SUCCEEDED(m_hr))
     {
         TraceText(function, L"Loaded Runtime");
@@ -128,15 +91,16 @@ void CHost::BindRuntime()
     const DWORD error = GetLastError();
     TraceText(function, L"Failed to Loaded Runtime");
     // "#s" where "%s" would print the text is deliberate: the line shows these two characters.
-    Trace(L"%6.0f %s #s\n", TickMs(), function, ErrorText(error));
+    TraceLine(L"%6.0f %s #s\n", function, ErrorText(error));
 }
 
 // A runtime that was never bound counts as one that cannot be called.
 HRESULT CHost::CallManaged(const wchar_t* methodName, const wchar_t* argument, DWORD& returnValue)
 {
-    if (m_pRuntimeHost == nullptr)
+    if (!m_runtimeHost)
         return E_POINTER;
-    return m_pRuntimeHost->ExecuteInDefaultAppDomain(m_assemblyPath, m_typeName, methodName, argument, &returnValue);
+    return m_runtimeHost.Get()->ExecuteInDefaultAppDomain(m_assemblyPath, m_typeName, methodName, argument,
+                                                          &returnValue);
 }
 
 int32_t CHost::Execute(const wchar_t* methodName, const wchar_t* argument)
@@ -145,7 +109,7 @@ int32_t CHost::Execute(const wchar_t* methodName, const wchar_t* argument)
     m_hr = CallManaged(methodName, argument, returnValue);
     if (FAILED(m_hr))
     {
-        Trace(L"%6.0f %s ExecuteInDefaultAppDomain failed\n", TickMs(), L"CHost::Execute");
+        TraceLine(L"%6.0f %s ExecuteInDefaultAppDomain failed\n", L"CHost::Execute");
         return ActionFail;
     }
     return static_cast<int32_t>(returnValue);
@@ -157,7 +121,7 @@ int32_t CHost::Breakpoint()
     TraceText(function, L"Workbench breakpoint\n");
     TraceText(function, L"setting response ok\n");
     Respond(c_responseSuccess);
-    Trace(L"%6.0f %s Sending IDLE state to HWND %p\n", TickMs(), function, g_hZephWnd);
+    TraceLine(L"%6.0f %s Sending IDLE state to HWND %p\n", function, g_hZephWnd);
     if (SendMessageW(g_hZephWnd, WM_WORKBENCH_IDLE, 0, 0) == 0)
     {
         const DWORD error = GetLastError();
@@ -180,7 +144,7 @@ bool CHost::Init()
         if (g_pShare == nullptr)
             g_pShare = new CProxyShare;
         if (g_pShare->Create(g_sharePid))
-            Trace(L"%6.0f %s Opened share for pid = %x\n", TickMs(), function, g_sharePid);
+            TraceLine(L"%6.0f %s Opened share for pid = %x\n", function, g_sharePid);
         else
             TraceText(function, L"Failed to open share\n");
     }
@@ -193,11 +157,11 @@ bool CHost::Init()
 
 int CHost::Run()
 {
-    constexpr const wchar_t* function = L"CHost::Run";
+    constexpr const wchar_t* function = c_traceMainLoop;
     if (!Init())
         return 0;
     g_hZephWnd = g_pShare->GetClientWindow();
-    Trace(L"%6.0f %s Zeph window is %p\n", TickMs(), function, g_hZephWnd);
+    TraceLine(L"%6.0f %s Zeph window is %p\n", function, g_hZephWnd);
     if (g_hZephWnd == nullptr)
     {
         TraceText(function, L"Zeph Window handle for notifications is NULL cant go on\n");
@@ -229,10 +193,10 @@ void CHost::ServeCommands()
 // Waits for one command and carries it out. False when the loop is to end.
 bool CHost::ServeNext()
 {
-    constexpr const wchar_t* function = L"CHost::Run";
-    TraceText(function, L"Sleeping\n");
+    constexpr const wchar_t* function = c_traceMainLoop;
+    TraceLine(L"%6.0f %s %s\n\n", function, c_traceOfWait);
     uint32_t index = 0;
-    switch (m_pEvents != nullptr ? m_pEvents->Wait(&index, c_workbenchCommandCount, c_heartbeatMs)
+    switch (m_pEvents != nullptr ? m_pEvents->Wait(&index, c_workbenchCommandCount, c_traceHeartbeatMs)
                                  : CWBEvent::c_waitError)
     {
     case CWBEvent::c_waitError:
@@ -268,33 +232,33 @@ void CHost::CarryOut(uint32_t index)
 
 int32_t CHost::Dispatch(uint32_t index, const TString& text)
 {
-    constexpr const wchar_t* function = L"CHost::Run";
-    if (index >= c_workbenchCommandCount || c_commands[index].method == nullptr)
+    constexpr const wchar_t* function = c_traceMainLoop;
+    if (index >= c_workbenchCommandCount || c_workbenchCommands[index].method == nullptr)
     {
-        Trace(L"%6.0f %s unknown event, command is: %s\n", TickMs(), function, text.GetBuffer());
+        TraceLine(L"%6.0f %s unknown event, command is: %s\n", function, text.GetBuffer());
         return ActionEventUnknown;
     }
-    const Command& command = c_commands[index];
-    Trace(command.lineFormat, TickMs(), function, text.GetBuffer());
+    const WorkbenchCommand& command = c_workbenchCommands[index];
+    TraceLine(L"%6.0f %s %s%s: %s\n", function, c_traceOfCommand, command.name, text.GetBuffer());
     const int32_t result = Execute(command.method, command.takesText ? text.GetBuffer() : L"");
     // Deliberately between the call and its response: the client sees the success of the breakpoint first.
-    if (command.breaksAfter)
+    if (command.passesBreakpoint)
         Breakpoint();
     return result;
 }
 
 void CHost::Report(int32_t result)
 {
-    constexpr const wchar_t* function = L"CHost::Run";
+    constexpr const wchar_t* function = c_traceMainLoop;
     const wchar_t* const name = ActionResultName(result);
     if (result < ActionSuccess)
     {
-        Trace(L"%6.0f %s command failed, result = %s\n", TickMs(), function, name);
+        TraceLine(L"%6.0f %s %sresult = %s\n", function, c_traceOfFailure, name);
         Respond(c_responseFailed);
     }
     else
     {
-        Trace(L"%6.0f %s command succeeded, result = %s\n", TickMs(), function, name);
+        TraceLine(L"%6.0f %s %sresult = %s\n", function, c_traceOfSuccess, name);
         Respond(c_responseSuccess);
     }
 }

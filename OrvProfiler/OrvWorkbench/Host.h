@@ -1,69 +1,33 @@
 #pragma once
 
 #include "OrvProfiler/foundation/TString.h"
+#include "OrvProfiler/foundation/UniqueHandle.h"
 #include "OrvProfiler/foundation/WinTypes.h"
 #include "OrvProfiler/objects/WBEvent.h"
+#include "OrvProfiler/protocol/ActionResult.h"
+#include "OrvProfiler/protocol/ManagedMethods.h"
+#include "OrvProfiler/protocol/WorkbenchCommandLine.h"
+#include "OrvProfiler/protocol/WorkbenchFiles.h"
+#include "OrvProfiler/protocol/WorkbenchMessages.h"
 
 #include <cstdint>
 #include <memory>
 
 struct ICLRRuntimeHost;
 
-// The messages to the client's notification window, all with zero parameters: ready is posted once, before the first
-// wait; idle is sent at each breakpoint step; exiting is sent once, after the loop has ended.
-constexpr uint32_t WM_WORKBENCH_READY = 0x83F0;
-constexpr uint32_t WM_WORKBENCH_IDLE = 0x8407;
-constexpr uint32_t WM_WORKBENCH_EXITING = 0x83EB;
-
-// What every managed method answers. Values below ActionSuccess are failures; that the last three count as successes,
-// whatever their names say, is deliberate and binding.
-enum ActionResult : int32_t
-{
-    ActionEventUnknown = 0,
-    ActionInvokeFail = 1,
-    ActionLoadAssemblyFail = 2,
-    ActionCreateTypeFail = 3,
-    ActionFail = 4,
-    ActionSuccess = 5,
-    ActionLoadedAssemblyOk = 6,
-    ActionAssemblyExists = 7,
-    ActionCreatedType = 8,
-    ActionTypeExists = 9,
-    ActionInvokedOk = 10,
-    ActionAssemblyNotFound = 11,
-    ActionTypeNotFound = 12,
-    ActionException = 13,
-};
-
-// The name that the log prints for a result; a placeholder with the number for a value outside 0 to 13, which is a
-// formatting slot's text.
+// The name that the log prints for a result. For a value outside 0 to 13, a text with the number, which is a
+// formatting slot's (Trace.h).
 const wchar_t* ActionResultName(int32_t result) noexcept;
-
-// The log file. Each start of the workbench truncates it; its folder is not created.
-constexpr const wchar_t* c_traceLogPath = L"c:\\zeph\\logs\\OrvWorkBench.log";
-
-// The static methods of the managed dispatcher type, each taking one string and returning an ActionResult.
-constexpr const wchar_t* c_methodLoadAssembly = L"LoadAssembly";
-constexpr const wchar_t* c_methodCreateType = L"CreateType";
-constexpr const wchar_t* c_methodInvoke = L"Invoke";
-constexpr const wchar_t* c_methodDelete = L"Delete";
-constexpr const wchar_t* c_methodReset = L"Reset";
-constexpr const wchar_t* c_methodGetProperty = L"GetProperty";
-constexpr const wchar_t* c_methodSetProperty = L"SetProperty";
-constexpr const wchar_t* c_methodBreakpoint = L"OrvBreakPoint";
-
-// What the workbench exits with, except when arguments are missing.
-constexpr int c_exitCode = 1;
 
 // The body of the workbench: hosts the managed runtime, and serves the commands of one client. The runtime is bound
 // at version "v2.0.50727" and never stopped. Everything runs on the thread that constructs the host. One per process.
 class CHost
 {
 public:
-    // Creates or opens the workbench events of the client process id, then binds and starts the runtime. Never fails
-    // outward: a failure is traced, and every call of the dispatcher then fails; without memory for the events every
-    // wait does. The texts are copied: the managed assembly's file name, handed to the runtime as it stands, and the
-    // dispatcher type's full name.
+    // Creates or opens the workbench events of the client process id, then binds and starts the runtime. The texts
+    // are copied: the managed assembly's file name, handed to the runtime as it stands, and the dispatcher type's
+    // full name. A runtime that cannot be had is traced, and every call of the dispatcher then fails; without memory
+    // for the events every wait does.
     CHost(uint32_t processId, const wchar_t* assemblyPath, const wchar_t* typeName);
     // Closes the trace log file before it releases the runtime: what is traced afterwards reaches the debugger only.
     virtual ~CHost();
@@ -76,8 +40,8 @@ public:
 
     // Serves the client: tells its window that the workbench is ready, carries out commands until the stop event, a
     // failed or abandoned wait, or an exception, and tells the window that the workbench exits. Returns 1 then; 0 at
-    // once when there is no share or the client left no window in it. After a Windows exception that the compiler's
-    // catch-all does not take, it does all that too, but ends the process instead of returning.
+    // once when there is no share or the client left no window in it. After a Windows exception that catch (...) does
+    // not take, it does all that too, but ends the process instead of returning.
     int Run();
 
     // Calls a static method of the dispatcher type with one string. Returns the method's result, or ActionFail, with
@@ -98,8 +62,15 @@ private:
     void Report(int32_t result);
     void Respond(uint32_t response);
 
-    // Owned, one reference; null until bound.
-    ICLRRuntimeHost* m_pRuntimeHost = nullptr;
+    struct RuntimeHostTraits
+    {
+        using Handle = ICLRRuntimeHost*;
+        static constexpr Handle None() noexcept { return nullptr; }
+        static void Close(Handle host) noexcept;
+    };
+
+    // One reference; none until bound.
+    BasicUniqueHandle<RuntimeHostTraits> m_runtimeHost;
     // The status of the last runtime call.
     HRESULT m_hr = 0;
     TString m_assemblyPath;

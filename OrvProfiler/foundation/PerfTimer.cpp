@@ -21,8 +21,11 @@ int64_t ReadFrequency() noexcept
 
 double TickMs() noexcept
 {
+    const DWORD lastError = GetLastError();
     const int64_t countsPerMs = ReadFrequency() / 1000;
-    return static_cast<double>(ReadCounter()) / static_cast<double>(countsPerMs);
+    const int64_t counts = ReadCounter();
+    SetLastError(lastError);
+    return static_cast<double>(counts) / static_cast<double>(countsPerMs);
 }
 
 // The counts stay unset on purpose: a timer is always started and stopped before it is read.

@@ -3,8 +3,9 @@
 #include <cstdint>
 
 // The clock at the head of every trace line: the performance counter in milliseconds, counted from the counter's own
-// origin (as a rule the start of the system). The same origin for all threads; any thread may call it.
-// Precondition: a counter frequency of at least 1000 per second, which every supported system has.
+// origin (as a rule the start of the system). The same origin for all threads; any thread may call it. The thread's
+// last error is the same afterwards. Precondition: a counter frequency of at least 1000 per second, which every
+// supported system has.
 double TickMs() noexcept;
 
 // A stopwatch over the performance counter. A waiting loop calls Start just before each wait and Stop after it, and

@@ -4,6 +4,7 @@
 #include "OrvProfiler/foundation/WinTypes.h"
 
 #include <cstdint>
+#include <type_traits>
 
 // The trace log: every step of the system is one line of text, written to the debugger output and, once it is open,
 // to the log file. There is no level and no switch. No function here reports failure and none raises.
@@ -20,12 +21,27 @@ constexpr int c_traceSlotLength = 1024;
 // Formats one line and writes it to the debugger output and to the log file, if open, which is flushed at once.
 // A line of more than 1024 units is cut after 1024 (its line end is lost then); a format that produces nothing, that
 // fails or that is null writes nothing.
-// Every call follows one convention: the format begins with "%6.0f %s " and ends with "\n", its first argument is
-// TickMs(), its second the reporting function's name, as in
-//     Trace(L"%6.0f %s event %s signalled\n", TickMs(), L"CProxyEvent::Wait", name);
 // The thread's last error is the same afterwards, so that a failure can be traced in more than one line.
 // Any thread. Lines of several threads are not put in order, but one line is never mixed with another.
 void Trace(const wchar_t* format, ...) noexcept;
+
+// Traces one line in the system's usual form: the time in milliseconds, taken here, the reporting function, and the
+// text. So every format begins with "%6.0f %s " and ends with "\n"; the arguments given here are those behind the
+// time:
+//     TraceLine(L"%6.0f %s event %s signalled\n", L"CProxyEvent::Wait", name);
+// All else as for Trace.
+template <class... Arguments>
+inline void TraceLine(const wchar_t* format, const wchar_t* function, Arguments... arguments) noexcept
+{
+    static_assert((std::is_scalar_v<Arguments> && ...), "a format takes numbers and pointers, as GetBuffer()");
+    Trace(format, TickMs(), function, arguments...);
+}
+
+// Traces a line that is a text and nothing else.
+inline void TraceText(const wchar_t* function, const wchar_t* text) noexcept
+{
+    TraceLine(L"%6.0f %s %s\n", function, text);
+}
 
 // Opens the log file, truncating it, as UTF-16LE text with a byte-order mark and CR LF line ends. The folder is not
 // created. Does nothing when a log file is open already or path is null; when the open fails, tracing goes on to the

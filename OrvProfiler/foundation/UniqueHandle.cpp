@@ -2,17 +2,55 @@
 
 #include <windows.h>
 
-UniqueHandle UniqueHandle::FromFile(HANDLE handle) noexcept
+#include <io.h>
+
+namespace
 {
-    return UniqueHandle(handle == INVALID_HANDLE_VALUE ? nullptr : handle);
+// The thread's last error, given back when this object goes.
+class KeptLastError
+{
+public:
+    KeptLastError() noexcept : m_error(GetLastError()) {}
+    ~KeptLastError() { SetLastError(m_error); }
+    KeptLastError(const KeptLastError&) = delete;
+    KeptLastError& operator=(const KeptLastError&) = delete;
+
+private:
+    DWORD m_error;
+};
+} // namespace
+
+void KernelHandleTraits::Close(Handle handle) noexcept
+{
+    const KeptLastError kept;
+    CloseHandle(handle);
 }
 
-void UniqueHandle::Reset(HANDLE handle) noexcept
+KernelHandleTraits::Handle KernelHandleTraits::FromFile(Handle handle) noexcept
 {
-    const HANDLE old = std::exchange(m_handle, handle);
-    if (old == nullptr)
-        return;
-    const DWORD lastError = GetLastError();
-    CloseHandle(old);
-    SetLastError(lastError);
+    return handle == INVALID_HANDLE_VALUE ? None() : handle;
+}
+
+void LibraryTraits::Close(Handle library) noexcept
+{
+    const KeptLastError kept;
+    FreeLibrary(library);
+}
+
+void FindHandleTraits::Close(Handle search) noexcept
+{
+    const KeptLastError kept;
+    _findclose(search);
+}
+
+void ServiceHandleTraits::Close(Handle service) noexcept
+{
+    const KeptLastError kept;
+    CloseServiceHandle(service);
+}
+
+void ViewTraits::Close(Handle view) noexcept
+{
+    const KeptLastError kept;
+    UnmapViewOfFile(view);
 }

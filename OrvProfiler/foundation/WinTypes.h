@@ -8,6 +8,7 @@
 
 struct HWND__;
 struct HINSTANCE__;
+struct SC_HANDLE__;
 struct _RTL_CRITICAL_SECTION;
 struct _SECURITY_ATTRIBUTES;
 struct _SID_AND_ATTRIBUTES;
@@ -15,6 +16,7 @@ struct _SID_AND_ATTRIBUTES;
 typedef void* HANDLE;
 typedef HWND__* HWND;
 typedef HINSTANCE__* HMODULE;
+typedef SC_HANDLE__* SC_HANDLE;
 typedef unsigned long DWORD;
 typedef long HRESULT;
 typedef _SECURITY_ATTRIBUTES SECURITY_ATTRIBUTES;

@@ -1,23 +1,10 @@
 #include "OrvProfiler/objects/WBEvent.h"
 
 #include "OrvProfiler/foundation/Trace.h"
+#include "OrvProfiler/protocol/ClientId.h"
 #include "OrvProfiler/security/ProxySecurity.h"
 
 #include <windows.h>
-
-namespace
-{
-// The last entry is no slot's; nothing reads it.
-constexpr const wchar_t* c_tableNames[c_workbenchEventCount + 1] = {
-    L"EV_STOP",    L"EV_LOAD",   L"EV_CREATE",     L"EV_INVOKE",       L"EV_DELETE",       L"EV_RESET",
-    L"EV_SUCCESS", L"EV_FAILED", L"EV_BREAKPOINT", L"EV_PROPERTY_GET", L"EV_PROPERTY_SET", L"BAD WBEVENT INDEX !!!!!",
-};
-
-void TraceText(const wchar_t* function, const wchar_t* text) noexcept
-{
-    Trace(L"%6.0f %s %s\n", TickMs(), function, text);
-}
-} // namespace
 
 CWBEvent::CWBEvent(uint32_t processId) noexcept
 {
@@ -36,7 +23,7 @@ const wchar_t* CWBEvent::EventName(int32_t index, uint32_t processId) noexcept
 {
     if (index < 0 || index >= static_cast<int32_t>(c_workbenchEventCount))
         return L"";
-    return FormatSlot(L"%s%x", c_tableNames[index], processId);
+    return FormatSlot(L"%s%s", c_workbenchEventNames[index], ClientIdText(processId).Get());
 }
 
 uint32_t CWBEvent::Set(uint32_t index) noexcept
@@ -49,7 +36,7 @@ uint32_t CWBEvent::Set(uint32_t index) noexcept
     }
     if (SetEvent(m_handles[index]) != FALSE)
         return 1;
-    Trace(L"%6.0f %s Failed to set event %s\n", TickMs(), function, c_tableNames[index]);
+    TraceLine(L"%6.0f %s Failed to set event %s\n", function, c_workbenchEventNames[index]);
     return 0;
 }
 
@@ -63,7 +50,7 @@ uint32_t CWBEvent::Reset(uint32_t index) noexcept
     }
     if (ResetEvent(m_handles[index]) != FALSE)
         return 1;
-    Trace(L"%6.0f %s Failed to reset event %s\n", TickMs(), function, c_tableNames[index]);
+    TraceLine(L"%6.0f %s Failed to reset event %s\n", function, c_workbenchEventNames[index]);
     return 0;
 }
 
@@ -96,7 +83,7 @@ uint32_t CWBEvent::Wait(uint32_t* index, uint32_t count, uint32_t timeoutMs) noe
     {
         // The events are manual-reset: whoever was woken resets what woke it.
         Reset(result);
-        Trace(L"%6.0f %s Event is %s\n", TickMs(), function, c_tableNames[result]);
+        TraceLine(L"%6.0f %s Event is %s\n", function, c_workbenchEventNames[result]);
         return c_waitEvent;
     }
     if (result >= WAIT_ABANDONED_0 && result < WAIT_ABANDONED_0 + count)
@@ -118,7 +105,7 @@ uint32_t CWBEvent::GetResponse(uint32_t timeoutMs) noexcept
 {
     constexpr const wchar_t* function = L"CWBEvent::GetResponse";
     constexpr const wchar_t* responses[] = {L"Success\n", L"Failed\n", L"Breakpoint\n"};
-    constexpr uint32_t count = c_workbenchEventCount - c_responseSuccess;
+    constexpr uint32_t count = c_workbenchResponseCount;
     static_assert(count == sizeof responses / sizeof *responses, "one text for each response");
     const uint32_t result = Block(function, c_responseSuccess, count, timeoutMs);
     if (result < count)

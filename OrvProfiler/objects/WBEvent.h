@@ -1,36 +1,10 @@
 #pragma once
 
 #include "OrvProfiler/foundation/WinTypes.h"
+#include "OrvProfiler/protocol/WorkbenchEvents.h"
 
 #include <atomic>
 #include <cstdint>
-
-// The slots of the workbench event set: the names under which the kernel objects are known. From EV_SUCCESS on, a
-// slot's name and its role are deliberately two apart; the roles are the constants below.
-enum CWBEventIndex : uint32_t
-{
-    EV_STOP = 0,
-    EV_LOAD = 1,
-    EV_CREATE = 2,
-    EV_INVOKE = 3,
-    EV_DELETE = 4,
-    EV_RESET = 5,
-    EV_SUCCESS = 6,
-    EV_FAILED = 7,
-    EV_BREAKPOINT = 8,
-    EV_PROPERTY_GET = 9,
-    EV_PROPERTY_SET = 10,
-};
-
-constexpr uint32_t c_workbenchEventCount = 11;
-// The first slots are the commands: the client sets them, the workbench waits for them.
-constexpr uint32_t c_workbenchCommandCount = 8;
-constexpr uint32_t c_commandGetProperty = EV_SUCCESS;
-constexpr uint32_t c_commandSetProperty = EV_FAILED;
-// The last slots are the responses: the workbench sets them, the client waits for them.
-constexpr uint32_t c_responseSuccess = EV_BREAKPOINT;
-constexpr uint32_t c_responseFailed = EV_PROPERTY_GET;
-constexpr uint32_t c_responseBreakpoint = EV_PROPERTY_SET;
 
 // The eleven named, manual-reset events through which a client and its workbench signal each other, keyed by the
 // client's process id. Both sides construct the same set: whoever comes first creates the events, the other opens
@@ -84,6 +58,6 @@ private:
     uint32_t Block(const wchar_t* function, uint32_t first, uint32_t count, uint32_t timeoutMs) noexcept;
 
     std::atomic<bool> m_waiting{false};
-    // Owned; null where the creation failed.
+    // Owned; null where the creation failed. Plain handles in a row, as the system waits for them.
     HANDLE m_handles[c_workbenchEventCount]{};
 };

@@ -1,9 +1,11 @@
 #include "client/input/CommandLine.h"
 
-#include "client/base/ClientError.h"
 #include "client/base/Text.h"
-#include "client/console/Console.h"
-#include "client/session/Command.h"
+#include "client/console/ClientError.h"
+#include "client/console/IsConsole.h"
+#include "client/console/TextStream.h"
+#include "client/input/CommandHelp.h"
+#include "OrvProfiler/protocol/WorkbenchFiles.h"
 
 #include <windows.h>
 
@@ -65,7 +67,7 @@ std::wstring ProgramBesideThis()
 {
     std::wstring path(32768, L'\0');
     path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
-    return path.substr(0, path.find_last_of(L'\\') + 1) + L"OrvWorkBench64.exe";
+    return path.substr(0, path.find_last_of(L'\\') + 1) + c_workbenchProgramFile;
 }
 
 std::wstring FullPath(const std::wstring& path)
@@ -115,8 +117,9 @@ void DefineInput(CLI::App& app, RawOptions& raw)
 
 void DefineWorkbench(CLI::App& app, RawOptions& raw)
 {
-    auto* const program = app.add_option("-w,--workbench", raw.program,
-                                         "The program to start instead of OrvWorkBench64.exe\nbeside this one");
+    auto* const program =
+        app.add_option("-w,--workbench", raw.program,
+                       "The program to start instead of " + ToUtf8(c_workbenchProgramFile) + "\nbeside this one");
     auto* const attach = app.add_option("-a,--attach", raw.attachTo,
                                         "Process id of a running workbench to drive, which is left\nrunning");
     auto* const client = app.add_option(

@@ -1,8 +1,9 @@
 #include "client/input/LineSource.h"
 
-#include "client/base/ClientError.h"
+#include "client/base/SystemFailure.h"
 #include "client/base/Text.h"
-#include "client/console/Console.h"
+#include "client/console/ClientError.h"
+#include "client/console/IsConsole.h"
 #include "OrvProfiler/foundation/UniqueHandle.h"
 
 #include <windows.h>
@@ -30,8 +31,8 @@ void StripLineEnd(Text& line)
         line.pop_back();
 }
 
-// Reads one line ahead of its user, on a thread of its own that nothing can wake from a read: it owns what it uses
-// and ends with the process.
+// Reads one line ahead of its user, on a thread of its own. Nothing can wake that thread from a read, so it shares
+// the ownership of this object and ends with the process.
 class InputReader
 {
 public:
@@ -99,7 +100,7 @@ private:
 
     const HANDLE m_handle;
     const bool m_isConsole;
-    // Between the two, m_line and m_isOver belong to the user; else to the thread.
+    // While m_ready is set, m_line and m_isOver belong to the user; otherwise to the thread.
     const UniqueHandle m_ready{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
     const UniqueHandle m_wanted{CreateEventW(nullptr, FALSE, TRUE, nullptr)};
     std::optional<std::wstring> m_line;

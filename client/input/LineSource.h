@@ -14,7 +14,7 @@ struct ScriptLine
     std::wstring where;
 };
 
-// Where the lines of commands come from. Used by one thread.
+// Lines of commands, one after the other. Used by one thread.
 class LineSource
 {
 public:

@@ -24,7 +24,7 @@ DebugOutput::DebugOutput(Receiver receiver) : m_receiver(std::move(receiver))
     if (MakeObjects())
         m_thread = std::thread([this] { Listen(); });
     else
-        m_mapping.Reset(); // who prints must not find it
+        m_mapping.Reset(); // while it is there, a process that prints waits for its listener
 }
 
 DebugOutput::~DebugOutput()
@@ -34,7 +34,7 @@ DebugOutput::~DebugOutput()
         SetEvent(m_stop.Get());
         m_thread.join();
     }
-    if (m_view != nullptr)
+    if (m_view)
         ReleasePrinters();
 }
 
@@ -51,18 +51,19 @@ bool DebugOutput::MakeObjects()
     m_stop.Reset(CreateEventW(nullptr, TRUE, FALSE, nullptr));
     if (!m_isFree || !m_isFilled || !m_stop)
         return false;
-    m_view = static_cast<const Buffer*>(MapViewOfFile(m_mapping.Get(), FILE_MAP_READ, 0, 0, 0));
-    return m_view != nullptr;
+    m_view.Reset(MapViewOfFile(m_mapping.Get(), FILE_MAP_READ, 0, 0, 0));
+    return static_cast<bool>(m_view);
 }
 
 void DebugOutput::Listen()
 {
+    const auto* const buffer = static_cast<const Buffer*>(m_view.Get());
     const HANDLE awaited[] = {m_isFilled.Get(), m_stop.Get()};
     SetEvent(m_isFree.Get());
     while (WaitForMultipleObjects(2, awaited, FALSE, INFINITE) == WAIT_OBJECT_0)
     {
-        const uint32_t processId = m_view->processId;
-        const std::string text(m_view->text, strnlen(m_view->text, sizeof m_view->text));
+        const uint32_t processId = buffer->processId;
+        const std::string text(buffer->text, strnlen(buffer->text, sizeof buffer->text));
         SetEvent(m_isFree.Get());
         m_receiver(processId, text);
     }
@@ -72,8 +73,7 @@ void DebugOutput::Listen()
 // the buffer is declared free until nobody has it open any more.
 void DebugOutput::ReleasePrinters()
 {
-    UnmapViewOfFile(m_view);
-    m_view = nullptr;
+    m_view.Reset();
     m_mapping.Reset();
     for (int i = 0; i < c_releasePolls; ++i)
     {

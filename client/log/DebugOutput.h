@@ -13,17 +13,17 @@
 class DebugOutput
 {
 public:
-    // Gets each printed text with the id of the process that printed it, on a thread of this object's own.
+    // Gets each printed text with the id of the process that printed it. Called on a thread of this object's own.
     using Receiver = std::function<void(uint32_t processId, const std::string& text)>;
 
     // Listens from now on, unless another program already does.
     explicit DebugOutput(Receiver receiver);
-    // What was printed before has been received when it returns.
+    // All that was printed before has been received when it returns.
     ~DebugOutput();
     DebugOutput(const DebugOutput&) = delete;
     DebugOutput& operator=(const DebugOutput&) = delete;
 
-    bool IsListening() const noexcept { return m_view != nullptr; }
+    bool IsListening() const noexcept { return static_cast<bool>(m_view); }
 
 private:
     struct Buffer;
@@ -37,6 +37,6 @@ private:
     UniqueHandle m_isFree;
     UniqueHandle m_isFilled;
     UniqueHandle m_stop;
-    const Buffer* m_view = nullptr;
+    UniqueView m_view;
     std::thread m_thread;
 };

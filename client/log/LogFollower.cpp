@@ -1,8 +1,9 @@
 #include "client/log/LogFollower.h"
 
 #include "client/base/Text.h"
-#include "client/log/TraceLog.h"
-#include "OrvProfiler/OrvWorkbench/Host.h"
+#include "client/log/TraceLogFile.h"
+#include "client/process/StartTime.h"
+#include "OrvProfiler/protocol/WorkbenchFiles.h"
 
 #include <windows.h>
 
@@ -15,13 +16,6 @@ namespace
 constexpr DWORD c_pollMs = 50;
 constexpr size_t c_readSize = 65536;
 constexpr wchar_t c_byteOrderMark = 0xFEFF;
-
-UniqueHandle OpenShared(const std::wstring& path) noexcept
-{
-    return UniqueHandle::FromFile(CreateFileW(path.c_str(), GENERIC_READ,
-                                              FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                              OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-}
 } // namespace
 
 bool LogFollower::CanReadFile()
@@ -33,11 +27,11 @@ bool LogFollower::CanReadFile()
     std::FILE* writer = nullptr;
     if (_wfopen_s(&writer, probe.c_str(), L"w") != 0)
         return false;
-    const bool isReadable = static_cast<bool>(OpenShared(probe));
+    const bool isReadable = static_cast<bool>(OpenShared(probe.c_str()));
     std::fclose(writer);
     DeleteFileW(probe.c_str());
-    // Somebody may have the log itself for himself.
-    return isReadable && (OpenShared(log) || GetLastError() == ERROR_FILE_NOT_FOUND);
+    // Another program may have the log itself open, and keep others out.
+    return isReadable && (OpenShared(log.c_str()) || GetLastError() == ERROR_FILE_NOT_FOUND);
 }
 
 LogFollower::LogFollower(Receiver receiver, bool readsFile)

@@ -11,13 +11,13 @@
 
 // Shows the lines of a workbench's trace log as they are written, without the empty ones.
 //
-// The log file is read where that is possible. Windows lets nobody read it while the workbench has it open, and a
-// second workbench has no file at all; the same lines then come from the debugger output, where characters outside
-// the system's code page are lost.
+// They come from the log file where it can be read meanwhile. On Windows it cannot, as the workbench shares it with
+// nobody, and of two workbenches only the first has a file; there the same lines come from the debugger output, where
+// characters outside the system's code page are lost.
 class LogFollower
 {
 public:
-    // Gets each line, without its end, on any thread.
+    // Gets each line, without its end. Called on any thread, one call at a time.
     using Receiver = std::function<void(const std::wstring& line)>;
     enum class From
     {
@@ -25,20 +25,21 @@ public:
         Now,
     };
 
-    // Whether the log file can be read while a workbench writes it. To be asked before the workbench is started.
+    // Whether the log file can be read while a workbench writes it. Opens files to find out: call it before the
+    // workbench is started.
     static bool CanReadFile();
 
-    // readsFile: else the lines come through OnDebugText.
+    // readsFile: the lines come from the log file; otherwise from OnDebugText.
     LogFollower(Receiver receiver, bool readsFile);
     ~LogFollower();
     LogFollower(const LogFollower&) = delete;
     LogFollower& operator=(const LogFollower&) = delete;
 
-    // What a process prints to the debugger, from before its start on. Any thread.
+    // Takes what a process has printed to the debugger. What comes before Begin is kept. Any thread.
     void OnDebugText(uint32_t processId, const std::string& text);
 
-    // Follows the log of that process, which has opened its log file by now: before, reading the file could keep it
-    // from that.
+    // Follows the log of that process, from its start or from now on. To be called once the process has opened its
+    // log file: a reader that came first could keep it from opening the file.
     void Begin(uint32_t processId, From from);
     // Shows what has been written so far. Nothing before Begin.
     void CatchUp();
@@ -70,6 +71,6 @@ private:
     UniqueHandle m_file;
     uint64_t m_position = 0;
     std::string m_bytes;
-    // What came before it was known which process is to be followed.
+    // What was printed before Begin.
     std::vector<DebugText> m_earlyTexts;
 };

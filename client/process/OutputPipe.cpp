@@ -1,12 +1,11 @@
 #include "client/process/OutputPipe.h"
 
-#include "client/base/ClientError.h"
-#include "client/base/Text.h"
+#include "client/base/SessionError.h"
+#include "client/base/SystemFailure.h"
 
 #include <windows.h>
 
 #include <atomic>
-#include <utility>
 
 namespace
 {
@@ -21,7 +20,7 @@ std::wstring NextPipeName()
 [[noreturn]] void ThrowPipeFailure()
 {
     const DWORD error = GetLastError();
-    throw ClientError(ExitStatus::WorkbenchLost, SystemFailure(L"the output pipe cannot be made", error));
+    throw SessionError(SessionFailure::NoWorkbench, SystemFailure(L"the output pipe cannot be made", error));
 }
 } // namespace
 
@@ -87,34 +86,4 @@ std::string OutputPipe::Take()
         StartRead();
     }
     return taken;
-}
-
-std::vector<std::wstring> LineCutter::Feed(const std::string& bytes)
-{
-    std::vector<std::wstring> lines;
-    m_rest += bytes;
-    size_t start = 0;
-    for (size_t end = m_rest.find('\n'); end != std::string::npos; end = m_rest.find('\n', start))
-    {
-        lines.push_back(Decode(m_rest.substr(start, end - start)));
-        start = end + 1;
-    }
-    m_rest.erase(0, start);
-    return lines;
-}
-
-std::wstring LineCutter::TakeRest()
-{
-    return Decode(std::exchange(m_rest, {}));
-}
-
-std::wstring LineCutter::Decode(std::string line)
-{
-    constexpr const char* byteOrderMark = "\xEF\xBB\xBF";
-    if (m_isAtStart && line.rfind(byteOrderMark, 0) == 0)
-        line.erase(0, 3);
-    m_isAtStart = m_isAtStart && line.empty();
-    if (!line.empty() && line.back() == '\r')
-        line.pop_back();
-    return FromProgramOutput(line);
 }

@@ -5,28 +5,28 @@
 
 #include <memory>
 #include <string>
-#include <vector>
 
-// A pipe that catches what another process prints, without ever blocking the reader. One thread uses it.
+// A pipe that catches what another process prints. Reading never waits. Used by one thread.
 class OutputPipe
 {
 public:
-    // Throws ClientError.
+    // Throws SessionError.
     OutputPipe();
     ~OutputPipe();
     OutputPipe(const OutputPipe&) = delete;
     OutputPipe& operator=(const OutputPipe&) = delete;
 
-    // The inheritable end for the other process; close it here once that process has it.
+    // The inheritable end for the other process, owned here. Close it once that process has started, or the pipe
+    // never ends.
     HANDLE WriteEnd() const noexcept { return m_writeEnd.Get(); }
     void CloseWriteEnd() noexcept { m_writeEnd.Reset(); }
 
-    // Signalled when Take has something to give, or the pipe's end was reached. Null after the end.
+    // An event of this object's, signalled when there is something to take or the pipe has ended. Null after the end.
     HANDLE Arrival() const noexcept;
-    // What has arrived since the last call: everything that the other process wrote before whatever else of it this
-    // thread has seen.
+    // Returns what has arrived since the last call. What the other process wrote before it set an event or sent a
+    // message is there once this thread has seen that event or message.
     std::string Take();
-    // False when every writer is gone and all has been taken.
+    // False when no process has the write end any more and all has been taken.
     bool IsOpen() const noexcept { return static_cast<bool>(m_readEnd); }
 
 private:
@@ -37,20 +37,4 @@ private:
     UniqueHandle m_readEnd;
     UniqueHandle m_writeEnd;
     std::unique_ptr<Read> m_read;
-};
-
-// Cuts a stream of bytes into lines of text. A line ends with LF or CR LF.
-class LineCutter
-{
-public:
-    // Takes bytes; returns the lines that are complete, without their ends.
-    std::vector<std::wstring> Feed(const std::string& bytes);
-    // The last line, which has no end; empty when there is none.
-    std::wstring TakeRest();
-
-private:
-    std::wstring Decode(std::string line);
-
-    std::string m_rest;
-    bool m_isAtStart = true;
 };

@@ -1,6 +1,7 @@
 #include "client/process/RunningWorkbench.h"
 
-#include "client/base/ClientError.h"
+#include "client/base/SessionError.h"
+#include "OrvProfiler/protocol/WorkbenchCommandLine.h"
 #include "OrvProfiler/security/ProxyProcess.h"
 #include "OrvProfiler/security/ProxySecurity.h"
 
@@ -8,7 +9,6 @@
 
 #include <shellapi.h>
 
-#include <cwchar>
 #include <memory>
 #include <string>
 
@@ -16,12 +16,12 @@ namespace
 {
 std::wstring CommandLineOf(uint32_t processId)
 {
-    // The workbench of another account may be driven as well.
+    // A workbench may run under another account, whose name this process may not be allowed to ask.
     CProxySecManager::s_allowNoUser = true;
     const std::unique_ptr<CProxySecManager::CProcess> process(g_SecManager.OpenProcessObject(processId));
     if (process == nullptr)
-        throw ClientError(ExitStatus::WorkbenchLost,
-                          L"there is no process " + std::to_wstring(processId) + L", or it cannot be looked at");
+        throw SessionError(SessionFailure::NoWorkbench,
+                           L"there is no process " + std::to_wstring(processId) + L", or it cannot be looked at");
     return process->GetCommandLineText().GetBuffer();
 }
 
@@ -36,14 +36,13 @@ RunningWorkbench FindWorkbench(uint32_t processId, std::optional<uint32_t> clien
     if (clientId)
         return {processId, *clientId};
     const std::wstring commandLine = CommandLineOf(processId);
-    constexpr int requiredArguments = 3;
     int count = 0;
     const std::unique_ptr<wchar_t*, LocalFreeDeleter> arguments(
         commandLine.empty() ? nullptr : CommandLineToArgvW(commandLine.c_str(), &count));
-    if (arguments == nullptr || count < requiredArguments)
-        throw ClientError(ExitStatus::Usage, L"process " + std::to_wstring(processId) +
-                                                 L" is no workbench: its command line names no client id (--client "
-                                                 L"gives one)");
-    // As the workbench itself reads it.
-    return {processId, static_cast<uint32_t>(std::wcstol(arguments.get()[2], nullptr, 16))};
+    if (arguments == nullptr || count < c_workbenchArgumentCount)
+        throw SessionError(SessionFailure::BadRequest,
+                           L"process " + std::to_wstring(processId) +
+                               L" is no workbench: its command line names no client id (--client "
+                               L"gives one)");
+    return {processId, ClientIdOf(arguments.get()[c_clientIdArgument])};
 }

@@ -3,14 +3,13 @@
 #include <cstdint>
 #include <optional>
 
-// A workbench that somebody started: its process, and the client process id of its command line, which keys its share
-// and its events.
+// A workbench that another client started: its process id, and that client's id, which keys its share and its events.
 struct RunningWorkbench
 {
     uint32_t processId;
     uint32_t clientId;
 };
 
-// Finds out the client id of a running workbench from its command line, unless it is given. Throws ClientError when
-// there is no such process, or it is no workbench.
+// Takes the client id that is given, or else reads it from the process's command line. Throws SessionError when there
+// is then no such process, or its command line names no client id.
 RunningWorkbench FindWorkbench(uint32_t processId, std::optional<uint32_t> clientId);

@@ -1,7 +1,8 @@
 #include "client/process/WorkbenchProcess.h"
 
-#include "client/base/ClientError.h"
-#include "OrvProfiler/foundation/Trace.h"
+#include "client/base/SessionError.h"
+#include "client/base/SystemFailure.h"
+#include "OrvProfiler/protocol/WorkbenchCommandLine.h"
 
 #include <windows.h>
 
@@ -21,9 +22,16 @@ UniqueHandle MakeKillJob()
     if (job && SetInformationJobObject(job.Get(), JobObjectExtendedLimitInformation, &limits, sizeof limits) != FALSE)
         return job;
     const DWORD error = GetLastError();
-    throw ClientError(ExitStatus::WorkbenchLost,
-                      SystemFailure(L"the job that ties the workbench to this client cannot be made", error));
+    throw SessionError(SessionFailure::NoWorkbench,
+                       SystemFailure(L"the job that ties the workbench to this client cannot be made", error));
 }
+
+struct AttributeListTraits
+{
+    using Handle = LPPROC_THREAD_ATTRIBUTE_LIST;
+    static constexpr Handle None() noexcept { return nullptr; }
+    static void Close(Handle list) noexcept { DeleteProcThreadAttributeList(list); }
+};
 
 // Lets a new process inherit the given handles and no others.
 class InheritList
@@ -34,25 +42,24 @@ public:
         SIZE_T size = 0;
         InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
         m_memory = std::make_unique<char[]>(size);
-        m_list = reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(m_memory.get());
-        if (InitializeProcThreadAttributeList(m_list, 1, 0, &size) == FALSE ||
-            UpdateProcThreadAttribute(m_list, 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, handles, count * sizeof *handles,
-                                      nullptr, nullptr) == FALSE)
+        const auto list = reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(m_memory.get());
+        if (InitializeProcThreadAttributeList(list, 1, 0, &size) != FALSE)
+            m_list.Reset(list);
+        if (!m_list || UpdateProcThreadAttribute(list, 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, handles,
+                                                 count * sizeof *handles, nullptr, nullptr) == FALSE)
         {
             const DWORD error = GetLastError();
-            throw ClientError(ExitStatus::WorkbenchLost,
-                              SystemFailure(L"the handles of the workbench cannot be chosen", error));
+            throw SessionError(SessionFailure::NoWorkbench,
+                               SystemFailure(L"the handles of the workbench cannot be chosen", error));
         }
     }
-    ~InheritList() { DeleteProcThreadAttributeList(m_list); }
-    InheritList(const InheritList&) = delete;
-    InheritList& operator=(const InheritList&) = delete;
 
-    LPPROC_THREAD_ATTRIBUTE_LIST Get() const noexcept { return m_list; }
+    LPPROC_THREAD_ATTRIBUTE_LIST Get() const noexcept { return m_list.Get(); }
 
 private:
     std::unique_ptr<char[]> m_memory;
-    LPPROC_THREAD_ATTRIBUTE_LIST m_list = nullptr;
+    // Lies in the memory.
+    BasicUniqueHandle<AttributeListTraits> m_list;
 };
 
 UniqueHandle OpenNothing()
@@ -67,7 +74,6 @@ std::wstring FolderOf(const std::wstring& program)
     const size_t end = program.find_last_of(L"\\/");
     return end == std::wstring::npos ? std::wstring(L".") : program.substr(0, end + 1);
 }
-
 } // namespace
 
 WorkbenchProcess WorkbenchProcess::Start(const std::wstring& program, uint32_t clientId, HANDLE output)
@@ -86,7 +92,7 @@ WorkbenchProcess WorkbenchProcess::Start(const std::wstring& program, uint32_t c
     startup.StartupInfo.hStdError = output;
     startup.lpAttributeList = inheritList.Get();
 
-    std::wstring commandLine = L"\"" + program + L"\" workbench " + FormatSlot(L"%x", clientId);
+    std::wstring commandLine = WorkbenchCommandLine(program, clientId);
     const std::wstring folder = FolderOf(program);
     PROCESS_INFORMATION process{};
     // Suspended until it is in the job. In a process group of its own Ctrl-C does not end it: this client stops it.
@@ -95,7 +101,7 @@ WorkbenchProcess WorkbenchProcess::Start(const std::wstring& program, uint32_t c
                        folder.c_str(), &startup.StartupInfo, &process) == FALSE)
     {
         const DWORD error = GetLastError();
-        throw ClientError(ExitStatus::WorkbenchLost, SystemFailure(program + L" cannot be started", error));
+        throw SessionError(SessionFailure::NoWorkbench, SystemFailure(program + L" cannot be started", error));
     }
     workbench.m_process.Reset(process.hProcess);
     workbench.m_id = process.dwProcessId;
@@ -104,8 +110,8 @@ WorkbenchProcess WorkbenchProcess::Start(const std::wstring& program, uint32_t c
     {
         const DWORD error = GetLastError();
         TerminateProcess(process.hProcess, c_exitKilled);
-        throw ClientError(ExitStatus::WorkbenchLost,
-                          SystemFailure(L"the workbench cannot be tied to this client", error));
+        throw SessionError(SessionFailure::NoWorkbench,
+                           SystemFailure(L"the workbench cannot be tied to this client", error));
     }
     ResumeThread(process.hThread);
     return workbench;
@@ -117,8 +123,8 @@ WorkbenchProcess WorkbenchProcess::Attach(uint32_t processId)
     workbench.m_process.Reset(OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId));
     const DWORD error = GetLastError();
     if (!workbench.m_process)
-        throw ClientError(ExitStatus::WorkbenchLost,
-                          SystemFailure(L"process " + std::to_wstring(processId) + L" cannot be opened", error));
+        throw SessionError(SessionFailure::NoWorkbench,
+                           SystemFailure(L"process " + std::to_wstring(processId) + L" cannot be opened", error));
     workbench.m_id = processId;
     return workbench;
 }

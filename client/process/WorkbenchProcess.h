@@ -11,19 +11,20 @@
 class WorkbenchProcess
 {
 public:
-    // Starts the program with "workbench <clientId in hexadecimal>", in the program's own folder, with its standard
+    // Starts the program as the workbench of a client, in the program's own folder, with its standard
     // output and error going to the given inheritable handle and without standard input. Ctrl-C does not reach it.
-    // Throws ClientError.
+    // Throws SessionError.
     static WorkbenchProcess Start(const std::wstring& program, uint32_t clientId, HANDLE output);
 
-    // Takes a process that someone else started. Throws ClientError.
+    // Takes a process that someone else started. Throws SessionError.
     static WorkbenchProcess Attach(uint32_t processId);
 
-    // Signalled when the process has ended.
+    // Owned here, and signalled when the process has ended. Null before there was one.
     HANDLE Handle() const noexcept { return m_process.Get(); }
+    // 0 before there was a process.
     uint32_t Id() const noexcept { return m_id; }
     bool HasEnded() const noexcept;
-    // Of a process that has ended.
+    // Only of a process that has ended.
     uint32_t ExitCode() const noexcept;
     // Ends a process that was started here, with everything that it started, and waits until it is gone. Leaves any
     // other alone.

@@ -1,9 +1,10 @@
 #include "client/reports/Hints.h"
 
-#include "client/log/TraceLog.h"
+#include "client/log/TraceLogFile.h"
 #include "OrvProfiler/foundation/Trace.h"
 #include "OrvProfiler/foundation/UniqueHandle.h"
-#include "OrvProfiler/OrvWorkbench/Host.h"
+#include "OrvProfiler/protocol/WorkbenchCommandLine.h"
+#include "OrvProfiler/protocol/WorkbenchFiles.h"
 
 #include <windows.h>
 
@@ -17,9 +18,9 @@ const wchar_t* MeaningOf(uint32_t exitCode) noexcept
 {
     switch (exitCode)
     {
-    case 0:
+    case c_exitArgumentsMissing:
         return L"it got too few arguments";
-    case 1:
+    case c_exitCode:
         return L"it ended by itself, in order";
     case 0xC0000005:
         return L"access violation";
@@ -62,7 +63,7 @@ std::wstring FolderOf(const std::wstring& path)
 
 std::wstring DispatcherOf(const std::wstring& program)
 {
-    return program.substr(0, program.find_last_of(L'.')) + L".dll";
+    return FolderOf(program) + L"\\" + std::wstring(ProgramBaseName(program)) + c_dispatcherExtension;
 }
 
 std::wstring ReadLogTail(uint64_t startTime)

@@ -5,9 +5,10 @@
 #include <string>
 #include <vector>
 
-// What to look at when the workbench was lost or does not come: what its exit code means, if it has one, whether its
-// dispatcher is missing (the program may be empty: not known), and the last lines of the trace log that it wrote
-// since its start (a file time). On Windows the log can be read only once the workbench has ended.
+// What to look at when the workbench was lost or did not become ready, one line each: what the exit code means, if
+// there is one; whether the dispatcher beside the program is missing, unless program is empty; and the last lines of
+// the trace log, if it was written since startTime (a file time). On Windows the log can be read only when the
+// workbench has ended.
 std::vector<std::wstring> HintsAfterLoss(const std::wstring& program, std::optional<uint32_t> exitCode,
                                          uint64_t startTime);
 

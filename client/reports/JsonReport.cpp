@@ -1,7 +1,7 @@
 #include "client/base/Text.h"
-#include "client/console/Console.h"
+#include "client/console/TextStream.h"
 #include "client/reports/Report.h"
-#include "OrvProfiler/foundation/Trace.h"
+#include "OrvProfiler/protocol/ClientId.h"
 
 #include <cmath>
 #include <nlohmann/json.hpp>
@@ -70,7 +70,7 @@ public:
     {
         Print(Json{{"type", isAttached ? "attached" : "started"},
                    {"workbench", workbenchId},
-                   {"client", ToUtf8(FormatSlot(L"%x", clientId))}});
+                   {"client", ToUtf8(ClientIdText(clientId).Get())}});
     }
 
     void OnReady(double elapsedMs) override { Print(Json{{"type", "ready"}, {"elapsedMs", Rounded(elapsedMs)}}); }

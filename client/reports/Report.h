@@ -1,6 +1,6 @@
 #pragma once
 
-#include "client/base/ClientError.h"
+#include "client/console/ClientError.h"
 #include "client/session/Session.h"
 
 #include <cstdint>

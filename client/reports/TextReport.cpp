@@ -1,6 +1,7 @@
-#include "client/console/Console.h"
+#include "client/console/TextStream.h"
 #include "client/reports/Report.h"
 #include "OrvProfiler/foundation/Trace.h"
+#include "OrvProfiler/protocol/ClientId.h"
 
 #include <string_view>
 
@@ -62,8 +63,8 @@ public:
 
     void OnStarted(uint32_t workbenchId, uint32_t clientId, bool isAttached) override
     {
-        Print(L"", FormatSlot(L"workbench %u %s, client id %x", workbenchId, isAttached ? L"attached" : L"started",
-                              clientId));
+        Print(L"", FormatSlot(L"workbench %u %s, client id %s", workbenchId, isAttached ? L"attached" : L"started",
+                              ClientIdText(clientId).Get()));
     }
 
     void OnReady(double elapsedMs) override { Print(c_resultIndent, FormatSlot(L"ready after %.1f ms", elapsedMs)); }

@@ -1,7 +1,7 @@
 #include "client/session/Command.h"
 
-#include "client/base/ClientError.h"
-#include "OrvProfiler/objects/WBEvent.h"
+#include "client/base/SessionError.h"
+#include "OrvProfiler/protocol/ManagedMethods.h"
 #include "OrvProfiler/share/ShareLayout.h"
 
 #include <algorithm>
@@ -9,14 +9,14 @@
 #include <iterator>
 
 const CommandWord c_commandWords[c_commandWordCount] = {
-    {L"load", EV_LOAD, false, L" TEXT", L"load an assembly"},
-    {L"create", EV_CREATE, true, L" TEXT", L"create an instance of a type"},
-    {L"invoke", EV_INVOKE, true, L" TEXT", L"call a method"},
-    {L"get", c_commandGetProperty, true, L" TEXT", L"read a property"},
-    {L"set", c_commandSetProperty, true, L" TEXT", L"write a property"},
-    {L"delete", EV_DELETE, false, L" TEXT", L"forget an instance"},
-    {L"reset", EV_RESET, false, L"", L"forget everything"},
-    {L"stop", EV_STOP, false, L"", L"end the workbench"},
+    {L"load", EV_LOAD, L"load an assembly"},
+    {L"create", EV_CREATE, L"create an instance of a type"},
+    {L"invoke", EV_INVOKE, L"call a method"},
+    {L"get", c_commandGetProperty, L"read a property"},
+    {L"set", c_commandSetProperty, L"write a property"},
+    {L"delete", EV_DELETE, L"forget an instance"},
+    {L"reset", EV_RESET, L"forget everything"},
+    {L"stop", EV_STOP, L"end the workbench"},
 };
 
 namespace
@@ -39,32 +39,37 @@ std::wstring KnownWords()
     return words;
 }
 
-std::wstring HelpLine(const std::wstring& words, const wchar_t* help)
-{
-    constexpr size_t helpColumn = 16;
-    return L"  " + words + std::wstring(helpColumn - std::min(words.size(), helpColumn), L' ') + help + L"\n";
-}
-
 const CommandWord& FindWord(std::wstring_view word)
 {
     const std::wstring lower = Lower(word);
     for (const CommandWord& known : c_commandWords)
         if (lower == known.word)
             return known;
-    throw ClientError(ExitStatus::Usage,
-                      L"unknown command \"" + std::wstring(word) + L"\"; the commands are " + KnownWords());
+    throw SessionError(SessionFailure::BadRequest,
+                       L"unknown command \"" + std::wstring(word) + L"\"; the commands are " + KnownWords());
 }
 
 void CheckText(std::wstring_view text)
 {
     if (text.size() > CommandTextLimit())
-        throw ClientError(ExitStatus::Usage, L"the command text has " + std::to_wstring(text.size()) +
-                                                 L" characters, at most " + std::to_wstring(CommandTextLimit()) +
-                                                 L" fit the control block");
+        throw SessionError(SessionFailure::BadRequest,
+                           L"the command text has " + std::to_wstring(text.size()) + L" characters, at most " +
+                               std::to_wstring(CommandTextLimit()) + L" fit the control block");
     if (text.find(L'\0') != std::wstring_view::npos)
-        throw ClientError(ExitStatus::Usage, L"the command text holds a NUL character, which would end it there");
+        throw SessionError(SessionFailure::BadRequest,
+                           L"the command text holds a NUL character, which would end it there");
 }
 } // namespace
+
+bool CommandWord::TakesText() const noexcept
+{
+    return c_workbenchCommands[event].takesText;
+}
+
+bool CommandWord::PassesBreakpoint() const noexcept
+{
+    return c_workbenchCommands[event].passesBreakpoint;
+}
 
 const CommandWord& StopWord() noexcept
 {
@@ -88,17 +93,6 @@ std::wstring FirstWordOf(std::wstring_view line)
 {
     line.remove_prefix(std::min(line.find_first_not_of(c_blanks), line.size()));
     return Lower(line.substr(0, line.find_first_of(c_blanks)));
-}
-
-std::wstring CommandHelp()
-{
-    std::wstring help;
-    for (const CommandWord& known : c_commandWords)
-        help += HelpLine(std::wstring(known.word) + known.argument, known.help);
-    help += HelpLine(L"start", L"start a new workbench after the end of the last one");
-    help += HelpLine(L"help", L"show this list");
-    help += HelpLine(L"quit, exit", L"end the client");
-    return help;
 }
 
 size_t CommandTextLimit() noexcept

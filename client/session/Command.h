@@ -11,11 +11,13 @@ struct CommandWord
     const wchar_t* word;
     // The event that posts it (CWBEventIndex).
     uint32_t event;
-    // The workbench passes the breakpoint step before its final response.
-    bool passesBreakpoint;
-    // For help: the place of the text, empty for a command that takes none, and what the command does.
-    const wchar_t* argument;
+    // What the command does, for help.
     const wchar_t* help;
+
+    // The workbench passes the text on.
+    bool TakesText() const noexcept;
+    // The workbench passes the breakpoint step before its final response.
+    bool PassesBreakpoint() const noexcept;
 };
 
 constexpr size_t c_commandWordCount = 8;
@@ -29,15 +31,13 @@ struct Command
     std::wstring text;
 };
 
-// Reads one line (without its end). The word's case does not matter; blanks before it are skipped. Throws ClientError
-// (usage) for a line without a known word, and for a text that does not fit the control block or holds a NUL.
+// Reads one line (without its end). The word's case does not matter; blanks before it are skipped. Throws
+// SessionError (bad request) for a line without a known word, and for a text that does not fit the control block or
+// holds a NUL.
 Command ParseCommand(std::wstring_view line);
 
 // The first word of a line in lower case; empty when there is none.
 std::wstring FirstWordOf(std::wstring_view line);
-
-// The commands and the client's own words, one per line, for help.
-std::wstring CommandHelp();
 
 // The greatest length of a command text in UTF-16 units.
 size_t CommandTextLimit() noexcept;

@@ -1,7 +1,8 @@
 #include "client/session/NotifyWindow.h"
 
-#include "client/base/ClientError.h"
-#include "OrvProfiler/OrvWorkbench/Host.h"
+#include "client/base/SessionError.h"
+#include "client/base/SystemFailure.h"
+#include "OrvProfiler/protocol/WorkbenchMessages.h"
 
 #include <windows.h>
 
@@ -43,17 +44,20 @@ void RegisterOnce()
 NotifyWindow::NotifyWindow(Handler handler) : m_handler(std::move(handler))
 {
     RegisterOnce();
-    m_window = CreateWindowExW(0, c_className, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, GetModuleHandleW(nullptr),
-                               nullptr);
+    m_window.Reset(CreateWindowExW(0, c_className, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
+                                   GetModuleHandleW(nullptr), nullptr));
     const DWORD error = GetLastError();
-    if (m_window == nullptr)
-        throw ClientError(ExitStatus::WorkbenchLost, SystemFailure(L"the notification window cannot be made", error));
-    SetWindowLongPtrW(m_window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(&m_handler));
+    if (!m_window)
+        throw SessionError(SessionFailure::NoWorkbench,
+                           SystemFailure(L"the notification window cannot be made", error));
+    SetWindowLongPtrW(m_window.Get(), GWLP_USERDATA, reinterpret_cast<LONG_PTR>(&m_handler));
 }
 
-NotifyWindow::~NotifyWindow()
+void NotifyWindow::WindowTraits::Close(HWND window) noexcept
 {
-    DestroyWindow(m_window);
+    const DWORD error = GetLastError();
+    DestroyWindow(window);
+    SetLastError(error);
 }
 
 void NotifyWindow::Pump()

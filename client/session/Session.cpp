@@ -1,8 +1,10 @@
 #include "client/session/Session.h"
 
-#include "client/base/ClientError.h"
-#include "OrvProfiler/foundation/Trace.h"
-#include "OrvProfiler/OrvWorkbench/Host.h"
+#include "client/base/SessionError.h"
+#include "client/base/SystemFailure.h"
+#include "OrvProfiler/protocol/ClientId.h"
+#include "OrvProfiler/protocol/TraceLines.h"
+#include "OrvProfiler/protocol/WorkbenchMessages.h"
 #include "OrvProfiler/security/ProxySecurity.h"
 
 #include <windows.h>
@@ -17,12 +19,6 @@ namespace
 {
 // Output of a workbench that has ended is complete at once, unless a process that it started keeps the pipe open.
 constexpr uint32_t c_lastOutputMs = 1000;
-
-// What the lines of the trace contain when a command begins, when it ends, and when its response has been set.
-constexpr std::string_view c_traceOfCommand = " CHost::Run Command is ";
-constexpr std::string_view c_traceOfSuccess = " CHost::Run command succeeded, ";
-constexpr std::string_view c_traceOfFailure = " CHost::Run command failed, ";
-constexpr std::string_view c_traceOfNextWait = " CHost::Run Sleeping";
 
 const wchar_t* ResponseName(uint32_t slot) noexcept
 {
@@ -64,9 +60,11 @@ double MillisecondsOf(const CPerfTimer& timer) noexcept
     return timer.Seconds() * 1000;
 }
 
-bool Contains(std::string_view text, std::string_view part) noexcept
+// The texts are ASCII, whatever the code page of the line.
+bool TellsOf(std::string_view line, const wchar_t* text)
 {
-    return text.find(part) != std::string_view::npos;
+    const std::wstring mark = TraceMarkOf(text);
+    return std::search(line.begin(), line.end(), mark.begin(), mark.end()) != line.end();
 }
 } // namespace
 
@@ -112,20 +110,20 @@ void Session::OpenResponses()
                                                   CWBEvent::EventName(static_cast<int32_t>(slot), m_clientId)));
         const DWORD error = GetLastError();
         if (!response)
-            throw ClientError(ExitStatus::WorkbenchLost,
-                              SystemFailure(L"the workbench's events cannot be opened", error));
+            throw SessionError(SessionFailure::NoWorkbench,
+                               SystemFailure(L"the workbench's events cannot be opened", error));
     }
 }
 
 void Session::PrepareShare()
 {
     if (!m_share.Create(m_clientId))
-        throw ClientError(ExitStatus::WorkbenchLost, L"the share cannot be made; the debugger output tells why");
+        throw SessionError(SessionFailure::NoWorkbench, L"the share cannot be made; the debugger output tells why");
     if (!m_share.IsCreated())
     {
         m_share.Close();
-        throw ClientError(ExitStatus::WorkbenchLost,
-                          L"another program uses the share of this client's process id; start the client again");
+        throw SessionError(SessionFailure::NoWorkbench,
+                           L"another program uses the share of this client's process id; start the client again");
     }
     m_share.GetControl()->clientWindow = reinterpret_cast<uint64_t>(m_window.Handle());
 }
@@ -133,7 +131,7 @@ void Session::PrepareShare()
 void Session::Start(const std::wstring& program)
 {
     if (m_isRunning)
-        throw ClientError(ExitStatus::Usage, L"the workbench is running already");
+        throw SessionError(SessionFailure::BadRequest, L"the workbench is running already");
     if (m_share.GetControl() == nullptr)
         PrepareShare();
     // An earlier workbench, or another process that had this id, may have left events set.
@@ -158,13 +156,13 @@ double Session::AwaitReady()
         if (m_isReady)
             break;
         if (!m_isRunning)
-            throw ClientError(ExitStatus::WorkbenchLost, L"the workbench ended before it was ready");
+            throw SessionError(SessionFailure::NoWorkbench, L"the workbench ended before it was ready");
         if (IsSet(m_interrupt))
-            throw ClientError(ExitStatus::Interrupted, L"interrupted before the workbench was ready");
+            throw SessionError(SessionFailure::Interrupted, L"interrupted before the workbench was ready");
         if (deadline.IsOver())
         {
             GiveUp();
-            throw ClientError(ExitStatus::TimedOut, L"the workbench did not become ready in time and was ended");
+            throw SessionError(SessionFailure::TimedOut, L"the workbench did not become ready in time and was ended");
         }
     }
     m_startTimer.Stop();
@@ -174,22 +172,22 @@ double Session::AwaitReady()
 void Session::Attach(uint32_t workbenchId)
 {
     if (!m_share.Open(m_clientId) || m_share.GetControl() == nullptr)
-        throw ClientError(ExitStatus::WorkbenchLost, L"there is no share for client " +
-                                                         std::wstring(FormatSlot(L"%x", m_clientId)) + L": process " +
-                                                         std::to_wstring(workbenchId) +
-                                                         L" is no workbench, or not of this client id");
+        throw SessionError(SessionFailure::NoWorkbench, L"there is no share for client " +
+                                                            std::wstring(ClientIdText(m_clientId).Get()) +
+                                                            L": process " + std::to_wstring(workbenchId) +
+                                                            L" is no workbench, or not of this client id");
     m_process = WorkbenchProcess::Attach(workbenchId);
     m_isRunning = true;
     TakeNews();
     if (!m_isRunning)
-        throw ClientError(ExitStatus::WorkbenchLost, L"the workbench has ended");
+        throw SessionError(SessionFailure::NoWorkbench, L"the workbench has ended");
 }
 
 CommandResult Session::Execute(const Command& command)
 {
     TakeNews();
     if (!m_isRunning)
-        throw ClientError(ExitStatus::WorkbenchLost, L"no workbench is running");
+        throw SessionError(SessionFailure::NoWorkbench, L"no workbench is running");
     Post(command.text);
     return Carry(*command.word);
 }
@@ -311,13 +309,13 @@ void Session::OnTrace(uint32_t processId, std::string_view line)
     if (processId != m_process.Id())
         return;
     const std::lock_guard<std::mutex> guard(m_traceLock);
-    if (Contains(line, c_traceOfCommand))
+    if (TellsOf(line, c_traceOfCommand))
         m_traced = Traced::Command;
-    else if (m_traced == Traced::Command && Contains(line, c_traceOfSuccess))
+    else if (m_traced == Traced::Command && TellsOf(line, c_traceOfSuccess))
         m_traced = Traced::Success;
-    else if (m_traced == Traced::Command && Contains(line, c_traceOfFailure))
+    else if (m_traced == Traced::Command && TellsOf(line, c_traceOfFailure))
         m_traced = Traced::Failure;
-    else if ((m_traced == Traced::Success || m_traced == Traced::Failure) && Contains(line, c_traceOfNextWait))
+    else if ((m_traced == Traced::Success || m_traced == Traced::Failure) && TellsOf(line, c_traceOfWait))
         SetEvent(m_tracedEnd.Get());
 }
 
@@ -345,7 +343,7 @@ void Session::WaitForNews(uint32_t timeoutMs, std::initializer_list<HANDLE> othe
 
 void Session::TakeNews()
 {
-    // Asked first: what the workbench left behind is then complete.
+    // Asked first: what is taken below is then all that an ended workbench has left.
     const bool hasEnded = m_isRunning && m_process.HasEnded();
     TakeOutput();
     TakeResponses();
@@ -364,7 +362,7 @@ void Session::TakeOutput()
         m_observer.OnHappening({Happening::Kind::Output, std::move(line)});
 }
 
-// A line that has no end yet is shown too: what comes next is something else.
+// Also shows a line that has no end yet, because something other than output comes next.
 void Session::TakeOutputRest()
 {
     TakeOutput();
@@ -415,8 +413,8 @@ void Session::OnResponse(uint32_t slot)
     if (slot == c_responseBreakpoint)
         return Deviate(L"the workbench set the breakpoint response, which it never does");
 
-    const bool isBeforeBreakpoint = m_pending->word->passesBreakpoint && !m_pending->firstResponse;
-    const bool isBeforeIdle = m_pending->word->passesBreakpoint && m_isOwn && !m_pending->idle;
+    const bool isBeforeBreakpoint = m_pending->word->PassesBreakpoint() && !m_pending->firstResponse;
+    const bool isBeforeIdle = m_pending->word->PassesBreakpoint() && m_isOwn && !m_pending->idle;
     if (slot == c_responseSuccess && isBeforeBreakpoint)
     {
         m_pending->firstResponse = true;
@@ -458,8 +456,8 @@ void Session::Deviate(const wchar_t* text)
         m_pending->deviation = text;
 }
 
-// The workbench does not answer any more. One that somebody else started is out of step with this session: its late
-// responses would pass for those of the next command.
+// The workbench did not answer in time. Its late responses would be taken for those of the next command, so there is
+// no next one, whether or not this session may end the process.
 void Session::GiveUp()
 {
     m_process.Kill();

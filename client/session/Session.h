@@ -1,13 +1,14 @@
 #pragma once
 
+#include "client/process/LineCutter.h"
 #include "client/process/OutputPipe.h"
-#include "client/process/RunningWorkbench.h"
 #include "client/process/WorkbenchProcess.h"
 #include "client/session/Command.h"
 #include "client/session/NotifyWindow.h"
 #include "OrvProfiler/foundation/PerfTimer.h"
 #include "OrvProfiler/foundation/UniqueHandle.h"
 #include "OrvProfiler/objects/WBEvent.h"
+#include "OrvProfiler/protocol/WorkbenchEvents.h"
 #include "OrvProfiler/share/ProxyShare.h"
 
 #include <cstdint>
@@ -66,7 +67,8 @@ struct CommandResult
     std::wstring deviation;
 };
 
-// Is told what comes from the workbench, at once and in the order in which it came.
+// Is told what comes from the workbench, at once and in the order in which it came. Called on the session's thread,
+// within the session's own functions.
 class SessionObserver
 {
 public:
@@ -76,36 +78,39 @@ protected:
     ~SessionObserver() = default;
 };
 
-// The client's side of one workbench: share, events, notification window and process. One per process; everything
-// runs on the thread that constructs it, if nothing else is said.
+// The client's side of one workbench: share, events, notification window and process. One per process. Belongs to
+// the thread that constructs it, which also has to call it: the workbench's messages are answered only within the
+// functions that wait.
 //
-// The workbench answers some commands twice, with success at the breakpoint and then with the command's own outcome,
-// and both can be the same event. It sends the idle message between the two and waits for the answer. Messages are
-// answered here only after all responses before them have been taken and reset: so the second one is set on an event
-// that is clear, and is seen as the second.
+// The workbench answers some commands twice: with success at the breakpoint step, then with the command's own
+// outcome, which can be the same event. Between the two it sends the idle message and waits for the answer. A message
+// is answered here only after all responses before it have been taken and reset, so the second response is set on an
+// event that is clear, and is seen as a second one.
 //
-// A workbench that somebody else started sends its messages to that somebody's window. There the second response can
-// come before the first was reset, and the two are one. Its trace tells then that the command has ended, and how.
+// A workbench that another client started sends its messages to that client's window and does not wait for this
+// session. Its second response can then come before the first was reset, and the two look like one. OnTrace tells
+// that such a command has ended, and how.
 class Session
 {
 public:
-    // clientId keys the session: the id of this process to start a workbench, of another to attach to its. interrupt
-    // is an event that, once set, ends every wait. It and the observer must outlive the session. Throws ClientError.
+    // clientId: the id of this process to start a workbench; that of the client that started it to attach to one.
+    // interrupt is a manual-reset event that, once set, ends every wait. It and the observer must outlive the
+    // session. Throws SessionError.
     Session(uint32_t clientId, const TimeLimits& limits, SessionObserver& observer, HANDLE interrupt);
-    // Ends a workbench that was started here and still runs, at once.
+    // Ends a workbench that was started here and still runs, at once and without asking it to stop.
     ~Session();
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    // Starts a workbench, when none is running. Throws ClientError.
+    // Starts that program, a full path, as the workbench. Throws SessionError; also when a workbench is running.
     void Start(const std::wstring& program);
     // Waits until the workbench that was started is ready; returns the time since its start in milliseconds. Throws
-    // ClientError when it did not become ready in time (it is ended then), ended before, or the interrupt was set.
+    // SessionError when it did not become ready in time (it is ended then), ended before, or the interrupt was set.
     double AwaitReady();
-    // Takes a workbench that somebody else started, whose client id is this session's. Throws ClientError.
+    // Takes a workbench that another client started, by its process id. Throws SessionError.
     void Attach(uint32_t workbenchId);
 
-    // Posts a command and waits for its final response. Throws ClientError when no workbench is running. After a
+    // Posts a command and waits for its final response. Throws SessionError when no workbench is running. After a
     // time-out the session has ended, and with it a workbench that was started here.
     CommandResult Execute(const Command& command);
     // Asks a workbench that was started here to stop and waits until it has ended. When that takes too long the
@@ -116,7 +121,8 @@ public:
     // workbench ended or the interrupt was set first.
     bool WaitWhileIdle(HANDLE object);
 
-    // A line that the workbench has traced. Any thread.
+    // Takes a line that a process has printed to the debugger. Only an attached session needs it; lines of other
+    // processes are ignored. Any thread.
     void OnTrace(uint32_t processId, std::string_view line);
 
     uint32_t ClientId() const noexcept { return m_clientId; }
@@ -175,20 +181,20 @@ private:
     const HANDLE m_interrupt;
     CProxyShare m_share;
     CWBEvent m_events;
-    UniqueHandle m_responses[c_workbenchEventCount - c_responseSuccess];
+    UniqueHandle m_responses[c_workbenchResponseCount];
     NotifyWindow m_window;
     std::unique_ptr<OutputPipe> m_output;
     LineCutter m_lines;
     WorkbenchProcess m_process;
     CPerfTimer m_startTimer;
-    // This session started the workbench: its window is this one, and its end is ours to see to.
+    // This session started the workbench, which therefore sends its messages here and is ended here.
     bool m_isOwn = false;
     bool m_isReady = false;
     bool m_isRunning = false;
     // The command whose final response is awaited.
     Pending* m_pending = nullptr;
-    // Guards what the trace tells: how far the workbench is with the command, and an event that is set when it has
-    // set all responses.
+    // Guards how far the traced lines say that the workbench is with the command. The event is set when they say that
+    // it has set all responses.
     std::mutex m_traceLock;
     Traced m_traced = Traced::Nothing;
     UniqueHandle m_tracedEnd;

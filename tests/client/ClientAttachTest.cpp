@@ -1,7 +1,6 @@
 // Attaching to a workbench that does what the test tells it to, and whose messages go elsewhere. The share is this
 // test's. The system has room for one listener to the debugger output, and an attached client is one.
 
-#include "client/log/DebugOutput.h"
 #include "OrvProfiler/foundation/Trace.h"
 #include "OrvProfiler/share/ProxyShare.h"
 #include "tests/support/processes/ChildProcess.h"
@@ -11,11 +10,9 @@
 #include <windows.h>
 
 #include <gmock/gmock.h>
-#include <mutex>
 #include <string>
 #include <vector>
 
-using testing::ElementsAre;
 using testing::HasSubstr;
 
 namespace
@@ -170,22 +167,4 @@ TEST(ClientAttachRefusal, ProcessThatIsNoWorkbench)
     EXPECT_THAT(run.Errors(),
                 testing::AnyOf(HasSubstr("is no workbench"), HasSubstr("there is no share for client")));
     EXPECT_THAT(status, testing::AnyOf(2, 3));
-}
-
-TEST(ClientDebugOutput, HearsThisProcessAndIsTheOnlyListener)
-{
-    std::mutex lock;
-    std::vector<std::string> heard;
-    {
-        const DebugOutput output([&](uint32_t processId, const std::string& text) {
-            const std::lock_guard<std::mutex> guard(lock);
-            if (processId == GetCurrentProcessId())
-                heard.push_back(text);
-        });
-        ASSERT_TRUE(output.IsListening());
-        EXPECT_FALSE(DebugOutput([](uint32_t, const std::string&) {}).IsListening());
-        OutputDebugStringW(L"one\n");
-        OutputDebugStringW(L"two\n");
-    }
-    EXPECT_THAT(heard, ElementsAre("one\n", "two\n"));
 }

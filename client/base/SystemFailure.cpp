@@ -1,4 +1,4 @@
-#include "client/base/ClientError.h"
+#include "client/base/SystemFailure.h"
 
 #include "OrvProfiler/foundation/Trace.h"
 
