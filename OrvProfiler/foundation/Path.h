@@ -67,8 +67,8 @@ public:
     // - The last component is also the file name when it has an extension (a dot inside it) and can be a file: the
     // text
     //   does not end with a backslash, "." or "..", and the component is not the drive, the server or the share.
-    // - The path's text is Join(). For a relative path without components it is ".". A root keeps its backslash: c:\
-    //   or \.
+    // - The path's text is Join(). For a relative path without components it is ".". A root
+    //   keeps its backslash (c:\ or \).
     bool Parse(const wchar_t* text) noexcept;
     // Takes the process's current directory as the path, in its long form if it holds a tilde. False, with the path
     // cleared, when the directory is unknown or has more than 259 units, or when memory is short.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/support/TemporaryFile.h"
+#include "tests/support/worlds/TemporaryFile.h"
 
 #include <memory>
 #include <string>
