@@ -112,6 +112,18 @@ TEST(TickMs, IgnoresFailingSystemCalls)
     EXPECT_TRUE(std::isnan(TickMs())); // nothing by nothing
 }
 
+TEST(TickMs, LeavesTheLastErrorAsItWas)
+{
+    const Redirect<decltype(QueryPerformanceCounter)> counter("QueryPerformanceCounter", [](LARGE_INTEGER* result) {
+        SetLastError(ERROR_NOT_SUPPORTED);
+        result->QuadPart = 5000;
+        return TRUE;
+    });
+    SetLastError(1234);
+    TickMs();
+    EXPECT_EQ(1234U, GetLastError());
+}
+
 TEST(TickMs, HasOneOriginForAllThreads)
 {
     const double before = TickMs();

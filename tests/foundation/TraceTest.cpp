@@ -378,6 +378,52 @@ TEST(Trace, LeavesTheLastErrorAsItWas)
     EXPECT_EQ(1234U, GetLastError());
 }
 
+namespace
+{
+// A system whose performance counter stands at 4,711 ms, and which changes the last error when it is asked.
+struct StoppedClock
+{
+    Redirect<decltype(QueryPerformanceCounter)> counter{"QueryPerformanceCounter", [](LARGE_INTEGER* result) {
+                                                            SetLastError(ERROR_NOT_SUPPORTED);
+                                                            result->QuadPart = 4711;
+                                                            return TRUE;
+                                                        }};
+    Redirect<decltype(QueryPerformanceFrequency)> frequency{"QueryPerformanceFrequency", [](LARGE_INTEGER* result) {
+                                                                result->QuadPart = 1000;
+                                                                return TRUE;
+                                                            }};
+};
+} // namespace
+
+TEST(TraceLine, BeginsWithTheTimeAndTheFunction)
+{
+    const StoppedClock clock;
+    const TraceCapture trace;
+    TraceLine(L"%6.0f %s event %s of %d, %S\n", L"CTest::Run", L"EV", -7, "narrow");
+    TraceLine(L"%6.0f %s nothing more\n", L"CTest::Run");
+    EXPECT_THAT(trace.Raw(),
+                ElementsAre(L"  4711 CTest::Run event EV of -7, narrow\n", L"  4711 CTest::Run nothing more\n"));
+}
+
+TEST(TraceLine, LeavesTheLastErrorAsItWas)
+{
+    const StoppedClock clock;
+    SetLastError(1234);
+    TraceLine(L"%6.0f %s %d\n", L"CTest::Run", 1);
+    EXPECT_EQ(1234U, GetLastError());
+    TraceText(L"CTest::Run", L"text");
+    EXPECT_EQ(1234U, GetLastError());
+}
+
+TEST(TraceText, WritesTheTextBehindTheTimeAndTheFunction)
+{
+    const StoppedClock clock;
+    const TraceCapture trace;
+    TraceText(L"CTest::Run", L"100% done\n");
+    TraceText(L"CTest::Run", L"");
+    EXPECT_THAT(trace.Raw(), ElementsAre(L"  4711 CTest::Run 100% done\n\n", L"  4711 CTest::Run \n"));
+}
+
 TEST(Trace, WorksBeforeTheLogIsOpenedAndAfterItIsClosed)
 {
     const LogFile log;
