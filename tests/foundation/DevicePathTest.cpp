@@ -18,7 +18,7 @@
 
 namespace
 {
-// The drive strings of a system and their device names; a name that is not there cannot be asked for.
+// A system with these drive strings and device names. Asking for a drive without a name fails.
 // GetLongPathNameW answers <path> for a path, and fails for one with a question mark in it.
 class DosDevices
 {
@@ -99,7 +99,7 @@ std::string Narrow(const std::wstring& text)
     return narrow;
 }
 
-// What a child process expects; its text ends up with the failure.
+// What a child process expects; the text is shown when it is not so.
 void Require(bool condition, const std::string& what)
 {
     if (!condition)
@@ -112,7 +112,7 @@ void RequireTranslation(const std::wstring& path, const std::wstring& expected)
     Require(actual == expected, Narrow(path + L" became " + actual + L" and not " + expected));
 }
 
-// The argument itself comes back.
+// Expects the argument itself as the result.
 void RequireUnchanged(const std::wstring& path)
 {
     Require(DeviceToDrivePath(path.c_str()) == path.c_str(), Narrow(path + L" did not come back"));
@@ -134,7 +134,7 @@ const DosDevices::Devices& UsualDevices()
 }
 } // namespace
 
-// The drives are asked for once per process: such a test runs its body in a process of its own, as a child's role.
+// The drives are looked up once per process, so each of these tests runs its body in a child process.
 #define ORV_TEST_IN_OWN_PROCESS(suite, name)                                                                         \
     static void OwnProcess##suite##name();                                                                           \
     ORV_CHILD_ROLE(suite##name)                                                                                      \
@@ -196,7 +196,7 @@ ORV_TEST_IN_OWN_PROCESS(DeviceToDrivePath, WithoutADriveThePathGetsItsLongForm)
     const DosDevices world(UsualDevices());
     RequireTranslation(L"\\Device\\Mup\\other\\share\\a.txt", L"<\\\\other\\share\\a.txt>");
     RequireTranslation(L"c:\\progra~1", L"<c:\\progra~1>");
-    // A drive that the system cannot tell the device of is no drive.
+    // A drive whose device the system does not name is left out.
     RequireTranslation(L"A:\\f", L"<A:\\f>");
     RequireTranslation(L"\\Device\\Mup", L"<\\Device\\Mup>");
     RequireTranslation(L"\\Device\\Mup\\", L"<\\\\>");
@@ -207,7 +207,7 @@ ORV_TEST_IN_OWN_PROCESS(DeviceToDrivePath, WithoutALongFormThePathComesBack)
     const DosDevices world(UsualDevices());
     RequireUnchanged(L"\\Device\\Unknown\\?");
     RequireUnchanged(L"\\Device\\Mup\\other\\?");
-    // The long form has to fit 260 units with its NUL: here it is two longer than the path.
+    // The long form has to fit into 260 units with its NUL. It is two units longer than the path here.
     const std::wstring fits(257, L'f');
     RequireTranslation(fits, L"<" + fits + L">");
     RequireUnchanged(fits + L"f");
@@ -278,7 +278,7 @@ ORV_TEST_IN_OWN_PROCESS(DeviceToDrivePath, AFailedAllocationLeavesNoHalfTable)
 {
     DosDevices world(UsualDevices());
     const std::wstring path = L"\\Device\\Mup\\srv2\\s$\\f";
-    // The tables themselves are made by the first call.
+    // The first call makes the tables.
     world.FailDriveStrings(0);
     DeviceToDrivePath(path.c_str());
     world.RepairDriveStrings();

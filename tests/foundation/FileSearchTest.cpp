@@ -23,7 +23,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
-// What a search reports, below its root folder; and when to end it.
+// Collects what a search reports, as paths below its root folder, and says when to end it.
 struct Found
 {
     std::wstring root;
@@ -54,8 +54,8 @@ struct Found
     }
 };
 
-// The C runtime's search, with the handles counted and the attributes of folders named "hidden" and "system" made
-// what their names say: not every file system under Wine keeps them.
+// The C runtime's search, with its handles counted. The folders "hidden" and "system" get these attributes here,
+// because not every file system under Wine keeps them.
 class WatchedSearch
 {
 public:
@@ -213,7 +213,7 @@ TEST(FindFiles, MalformedExtensionListsAreRefusedWithALine)
         EXPECT_THAT(trace.Lines(),
                     ElementsAre(std::wstring(L"CPath::FindFiles extension list refused: ") + list + L"\n"));
     }
-    // Nothing of a refused list stays.
+    // A refused list leaves nothing behind.
     EXPECT_TRUE(found.Search(nullptr, L".bak", false));
     EXPECT_THAT(found.files, UnorderedElementsAre(L"d.txt.bak"));
 }
@@ -381,7 +381,7 @@ TEST(FindFiles, WithoutMemoryItEndsWithoutALeak)
 
 namespace
 {
-// A folder whose path is long, with one file in it: more than the file system of a test may take.
+// A folder with a long path and one file in it. It is made up: a test's file system may not take such a path.
 struct LongFolder
 {
     static inline unsigned entries = 0;

@@ -17,8 +17,8 @@
 
 namespace
 {
-// The drives of a system and what its network library says of them. A CNetDrives made while it lives believes in it.
-// Nothing in the stand-ins allocates: the heap may be watched.
+// A system with these drives and these answers of its network library, while this object lives. The stand-ins do not
+// allocate, so that the heap can be watched.
 class MappedDrives
 {
 public:

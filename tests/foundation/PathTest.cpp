@@ -36,7 +36,7 @@ CPath Parsed(const wchar_t* text)
     return path;
 }
 
-// Where the process was, to come back at the end.
+// Goes back to the current directory of its construction when it goes.
 class CurrentDirectory
 {
 public:
@@ -158,10 +158,10 @@ TEST(CPath, ParsesTexts)
         EXPECT_EQ(*example.fileName != L'\0', path.HasFileName());
         EXPECT_STREQ(example.text, path.GetText());
         EXPECT_STREQ(example.given != nullptr ? example.given : L"", path.GetGivenText());
-        // What a path reads as is that path.
+        // A path's text parses to the same path.
         const CPath again = Parsed(path.GetText());
         EXPECT_STREQ(example.text, again.GetText());
-        // Only a relative path of one component reads as a bare name.
+        // Except for a relative path of one component, whose text is a bare name.
         const bool readsAsName =
             wcschr(example.text, L'\\') == nullptr && example.components.size() == 1 && path.GetKind() == 2;
         EXPECT_EQ(readsAsName ? 3U : example.kind, again.GetKind());
@@ -243,7 +243,7 @@ TEST(CPath, ParsingWithoutMemoryClearsThePath)
             const bool parsed = path.Parse(text.c_str());
             heap.StopFailing();
             refused += parsed ? 0 : 1;
-            // What could not grow is without a buffer, which is empty too.
+            // A string that could not grow has no buffer and counts as empty.
             EXPECT_EQ(!parsed, path.GetText().IsEmpty()) << n;
             EXPECT_EQ(!parsed, path.GetFileName().IsEmpty()) << n;
             if (parsed)
@@ -255,7 +255,7 @@ TEST(CPath, ParsingWithoutMemoryClearsThePath)
             if (!heap.HasFailed())
                 break;
         }
-        // Where one string failed, another try may have succeeded; a list has only one.
+        // A later request may make up for a string's; a bare name needs strings only.
         EXPECT_TRUE(refused > 0 || result == L"name");
     }
     EXPECT_TRUE(HeapIsConsistent());
@@ -263,7 +263,7 @@ TEST(CPath, ParsingWithoutMemoryClearsThePath)
 
 TEST(CPath, APartWithoutMemoryClearsThePath)
 {
-    // The list of components has room for the parts and one more; what follows it are their copies.
+    // The list of components, with room for the parts and one more, comes before the copies of the parts.
     constexpr size_t listBytes = 3 * sizeof(TString);
     std::vector<size_t> requests;
     {

@@ -28,7 +28,7 @@ std::wstring Filled(size_t length, wchar_t character = L'x')
     return std::wstring(length, character);
 }
 
-// What a string is after its memory has run out.
+// A string as it is after an allocation failure.
 TString WithoutBuffer()
 {
     TString text;
@@ -43,7 +43,7 @@ std::vector<std::wstring> Texts(const std::vector<TString>& list)
     return std::vector<std::wstring>(list.begin(), list.end());
 }
 
-// An environment variable of a fresh name, gone at the end.
+// An environment variable with a fresh name, deleted when this object goes.
 class Variable
 {
 public:
@@ -989,7 +989,7 @@ TEST(TString, SplitGivesAllTokensOrNoneWhenAnAllocationFails)
         if (!heap.HasFailed())
             break;
     }
-    // The list and its places. A token that gets no room at first gets it with its text.
+    // The list and its places. A token whose first allocation fails is allocated again with its text.
     EXPECT_EQ(2U, refused);
 }
 
@@ -1107,7 +1107,7 @@ TEST(TString, TakesOneUnitMoreThanALongEnvironmentVariableNeeds)
     EXPECT_THAT(heap.Requests(), ElementsAre(1024 * 2, 5002 * 2, 5001 * 2));
 }
 
-// The two borders of what the second call may say. Its buffer holds an empty text before.
+// The two limits of what the second call may return.
 TEST(TString, TakesAnEnvironmentVariableThatFillsItsBlock)
 {
     static wchar_t before;

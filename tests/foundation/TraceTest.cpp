@@ -23,7 +23,7 @@ using testing::ElementsAre;
 
 namespace
 {
-// A folder of its own with the path of a log file in it; the log is closed and the folder removed at the end.
+// The path of a log file in a fresh folder. Closes the log and removes the folder when it goes.
 class LogFile
 {
 public:
@@ -85,7 +85,7 @@ std::vector<const wchar_t*> TakeSlots(size_t count)
 
 constexpr ptrdiff_t c_unitsBetweenSlots = 1025;
 
-// Turns the ring until the next slot taken is its first one, which is the one with the lowest address. Returns that.
+// Takes slots until the next one is the first of the ring, the one with the lowest address. Returns that.
 const wchar_t* TurnToFirstSlot()
 {
     const std::vector<const wchar_t*> slots = TakeSlots(32);
@@ -96,8 +96,8 @@ const wchar_t* TurnToFirstSlot()
     return first;
 }
 
-// What va_list is on this system's compilers, and the types of _vscwprintf, _vsnwprintf_s and FormatMessageW with it:
-// the real ones carry attributes that a template argument cannot.
+// va_list as this system's compilers have it, and the types of _vscwprintf, _vsnwprintf_s and FormatMessageW with it:
+// the real types have attributes that a template argument cannot have.
 using ArgumentList = char*;
 using MeasureFunction = int(const wchar_t*, ArgumentList);
 using FormatFunction = int(wchar_t*, size_t, size_t, const wchar_t*, ArgumentList);
@@ -359,7 +359,7 @@ TEST(Trace, WritesNothingForAFormatThatProducesNothing)
     EXPECT_EQ(L"first\r\n", log.Text());
 }
 
-// A text that only begins with its terminator was produced all the same.
+// A text may begin with its terminator.
 TEST(Trace, WritesATextThatBeginsWithItsTerminator)
 {
     const TraceCapture capture;
