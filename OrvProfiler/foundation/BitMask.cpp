@@ -12,7 +12,7 @@ constexpr uint32_t c_defaultBits = 64;
 // How far beyond the touched bit a mask grows by itself.
 constexpr uint32_t c_growthBits = 256;
 
-// Near the end of the number range a mask grows to the range's end instead of wrapping to a small size.
+// The size to grow to for bit n; at most the greatest number, so that it does not wrap to a small one.
 constexpr uint32_t GrownBits(uint32_t n) noexcept
 {
     constexpr uint32_t last = std::numeric_limits<uint32_t>::max();

@@ -2,23 +2,23 @@
 
 #include <cstdint>
 
-// A set of bit flags numbered from 0 that grows by itself when a bit beyond its end is touched. Bit n lives in word
-// n / 32 at position n % 32. Belongs to one thread or to the lock of the object that holds it. Allocation failure
-// raises std::bad_alloc.
+// A set of bit flags, numbered from 0. It grows by itself when a bit beyond its end is read or written. Bit n is bit
+// n % 32 of word n / 32. Belongs to one thread or to the lock of its owner. Raises std::bad_alloc when memory is
+// short.
 class BitMask
 {
 public:
     // 64 bits, all clear.
     BitMask();
-    // 32 bits: the bits of value. Not explicit: a 32-bit set may be given where a mask is wanted.
+    // 32 bits, those of value. Not explicit: a 32-bit value may stand where a mask is wanted.
     BitMask(uint32_t value); // NOLINT(google-explicit-constructor)
     BitMask(const BitMask& other);
     BitMask& operator=(const BitMask& other);
     ~BitMask();
 
-    // Makes room for the given number of bits and one spare word. The old bits are kept only when the mask grows in
-    // words; new words are all ones when fill is set, else zero. Shrinking, or resizing to the same number of words,
-    // deliberately loses the old bits.
+    // Makes room for the given number of bits and a spare word. New words are all ones when fill is set, else zero.
+    // The old bits are kept only when the number of words grows. Otherwise they are lost, on purpose: every word is
+    // new.
     void Resize(uint32_t bits, bool fill);
 
     // Whether bit n is set. A bit beyond the mask grows it first.
@@ -29,15 +29,15 @@ public:
 
     void ClearAll() noexcept;
     bool IsEmpty() const noexcept;
-    // Turns every word into its complement, the spare bits included.
+    // Inverts every word, the spare bits included.
     void Invert() noexcept;
 
-    // True when each examined pair of words shares at least one set bit. How many words are examined is decided by
-    // comparing this mask's bits with the other's words; that odd comparison is deliberate. Words that one of the
-    // masks does not have count as zero.
+    // True when each compared pair of words shares at least one set bit. A word that one of the masks lacks counts as
+    // zero. All words of the other mask are compared if there are fewer of them than this mask has bits (bits, not
+    // words: the odd comparison is on purpose), else all words of this mask.
     bool OverlapsInEveryWord(const BitMask& other) const noexcept;
 
-    // The number of bits asked for at the last Resize.
+    // The number of bits that the last Resize was given.
     uint32_t GetBits() const noexcept { return m_bits; }
     uint32_t GetWordCount() const noexcept { return m_wordCount; }
     // Word i, 0 beyond the last.

@@ -59,8 +59,7 @@ bool IsExtensionUnit(wchar_t unit) noexcept
     return std::iswalnum(unit) != 0 || unit == L'-' || unit == L'_';
 }
 
-// Adds the extension between two pointers, dot included, to the list in force. False when it is none or memory is
-// short.
+// Adds the extension between two pointers (dot included) to the list in force. False: none, or memory is short.
 bool AddExtension(const wchar_t* begin, const wchar_t* end)
 {
     if (*begin != L'.' || end - begin < 2 || !std::all_of(begin + 1, end, IsExtensionUnit))

@@ -58,17 +58,14 @@ public:
     //   with a backslash, and ".", a relative path. Anything else is a bare name: no components, and the file name is
     //   the whole text. The empty text clears the path.
     // - The components are what stands between backslashes. The first is the drive (c:) or the server, the last is
-    // the
-    //   last part of the path, folder or file. A relative path that begins with a backslash has an empty first
+    //   the last part of the path, folder or file. A relative path that begins with a backslash has an empty first
     //   component.
     // - Doubled and trailing backslashes are ignored, and so are "." components, except as the server. ".." removes
-    // the
-    //   component before it in a drive path, but never the drive; in other paths it stays as a component.
+    //   the component before it in a drive path, but never the drive; in other paths it stays as a component.
     // - The last component is also the file name when it has an extension (a dot inside it) and can be a file: the
-    // text
-    //   does not end with a backslash, "." or "..", and the component is not the drive, the server or the share.
-    // - The path's text is Join(). For a relative path without components it is ".". A root
-    //   keeps its backslash (c:\ or \).
+    //   text does not end with a backslash, "." or "..", and the component is not the drive, the server or the share.
+    // - The path's text is Join(). For a relative path without components it is ".". A root keeps its backslash
+    //   (c:\ or \).
     bool Parse(const wchar_t* text) noexcept;
     // Takes the process's current directory as the path, in its long form if it holds a tilde. False, with the path
     // cleared, when the directory is unknown or has more than 259 units, or when memory is short.

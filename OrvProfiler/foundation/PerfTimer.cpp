@@ -28,7 +28,7 @@ double TickMs() noexcept
     return static_cast<double>(counts) / static_cast<double>(countsPerMs);
 }
 
-// The counts stay unset on purpose: a timer is always started and stopped before it is read.
+// The counts are not set here: a timer is always started and stopped before it is read.
 // cppcheck-suppress uninitMemberVar
 // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init)
 CPerfTimer::CPerfTimer() noexcept : m_frequency(ReadFrequency()) {}
@@ -50,7 +50,7 @@ void CPerfTimer::Stop() noexcept
 
 double CPerfTimer::Seconds() const noexcept
 {
-    // Unsigned on purpose: a count that went backwards shows as an absurdly long lap, never as negative time.
+    // Unsigned on purpose: a count that went backwards shows as a huge time, not as a negative one.
     const uint64_t counts = static_cast<uint64_t>(m_stopCount) - static_cast<uint64_t>(m_startCount);
     return static_cast<double>(counts) / static_cast<double>(static_cast<uint64_t>(m_frequency));
 }

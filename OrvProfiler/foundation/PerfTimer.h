@@ -2,10 +2,9 @@
 
 #include <cstdint>
 
-// The clock at the head of every trace line: the performance counter in milliseconds, counted from the counter's own
-// origin (as a rule the start of the system). The same origin for all threads; any thread may call it. The thread's
-// last error is the same afterwards. Precondition: a counter frequency of at least 1000 per second, which every
-// supported system has.
+// The time at the head of every trace line: the performance counter in milliseconds. It usually counts from the start
+// of the system, and is the same for all threads. Any thread. The thread's last error is the same afterwards. The
+// counter has to run at 1000 per second or more, as it does on every supported system.
 double TickMs() noexcept;
 
 // A stopwatch over the performance counter. A waiting loop calls Start just before each wait and Stop after it, and
@@ -13,9 +12,9 @@ double TickMs() noexcept;
 class CPerfTimer
 {
 public:
-    // Reads the counter's frequency. The counts are not set: call Start and Stop before Seconds.
+    // Reads the counter's frequency only: call Start and Stop before Seconds.
     CPerfTimer() noexcept;
-    // Stops the lap and does nothing else.
+    // Calls Stop, and does nothing else.
     ~CPerfTimer();
     CPerfTimer(const CPerfTimer&) = default;
     CPerfTimer& operator=(const CPerfTimer&) = default;
@@ -23,8 +22,7 @@ public:
     void Start() noexcept;
     void Stop() noexcept;
 
-    // The time from Start to Stop in seconds. A stop before its start gives a huge positive value, not a negative
-    // one.
+    // The time from Start to Stop in seconds. When Stop came first, a huge value, not a negative one.
     double Seconds() const noexcept;
 
 private:

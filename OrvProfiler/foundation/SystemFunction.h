@@ -45,8 +45,7 @@ public:
     constexpr SystemFunction(std::nullptr_t = nullptr) noexcept {} // NOLINT(google-explicit-constructor)
     SystemFunction(HMODULE module, const char* name) noexcept { LookUp(module, name); }
 
-    // Takes the export of the given name, or null when module is null or has no such export. Returns whether there is
-    // one.
+    // Takes the export of the given name; null when module is null or has none. Returns whether it is there.
     bool LookUp(HMODULE module, const char* name) noexcept
     {
         m_function = reinterpret_cast<Result (*)(Arguments...)>(FindExport(module, name));

@@ -17,7 +17,7 @@ namespace
 {
 constexpr const wchar_t* c_source = L"TString";
 constexpr uint64_t c_initialUnits = 260;
-// The greatest text whose block has a size in bytes.
+// The longest text whose block size in bytes can still be expressed.
 constexpr uint64_t c_maximumUnits = (SIZE_MAX - sizeof(wchar_t)) / sizeof(wchar_t);
 constexpr DWORD c_environmentUnits = 1024;
 
@@ -159,7 +159,7 @@ void TString::Reserve(uint64_t units) noexcept
     m_buffer[0] = L'\0';
 }
 
-// Keeps the content. On failure the string is without a buffer.
+// Keeps the content. On failure the string has no buffer.
 bool TString::Reallocate(uint64_t units) noexcept
 {
     void* block = nullptr;
@@ -399,7 +399,7 @@ bool TString::Split(wchar_t separator, std::vector<TString>& list) const noexcep
         return false;
     try
     {
-        // Every token gets its place at once: a list that grows copies its strings.
+        // Room for every token at once: a list that grows copies its strings.
         list.reserve(Count(separator) + 1);
     }
     catch (const std::bad_alloc&)
@@ -426,7 +426,7 @@ bool TString::GetEnv(const wchar_t* name, TString& value) noexcept
     HeapBlock<wchar_t> block = AllocateBlock<wchar_t>(limit);
     if (block == nullptr)
         return false;
-    // An empty value gives 0 like a failure does: only the error tells them apart, so an old one must not be there.
+    // An empty value gives 0, as a failure does. Only the last error tells them apart, so it must not be an old one.
     block[0] = L'\0';
     SetLastError(ERROR_SUCCESS);
     DWORD length = GetEnvironmentVariableW(name, block.get(), limit);
@@ -442,7 +442,7 @@ bool TString::GetEnv(const wchar_t* name, TString& value) noexcept
         length = GetEnvironmentVariableW(name, block.get(), limit);
         error = GetLastError();
     }
-    // A value that has grown between the two calls is given up.
+    // Not tried again when the value has grown between the two calls.
     if (length > limit || error == ERROR_ENVVAR_NOT_FOUND)
         return false;
     value.Assign(block.get());
@@ -456,7 +456,7 @@ int32_t TString::ExpandEnvironment(TString& result) const noexcept
         return -2;
     if (signs % 2 != 0)
         return -1;
-    // The result may be this string itself.
+    // result may be this string itself.
     const TString copy = &result == this ? TString(*this) : TString(L"");
     const TString& text = &result == this ? copy : *this;
     if (text.m_buffer == nullptr)

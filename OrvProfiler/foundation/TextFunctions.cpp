@@ -16,7 +16,7 @@ namespace
 constexpr const wchar_t* c_source = L"TString";
 constexpr uint64_t c_replaceStep = 256;
 
-// What differs between the two widths of text.
+// The functions that differ between the two widths.
 template <class Char>
 struct Text;
 
@@ -63,7 +63,7 @@ bool BeginsWith(const Char* text, const Char* sub) noexcept
     return true;
 }
 
-// For a text that is there. One pass: the length is not counted before.
+// The text must be readable. One pass: the length is not counted first.
 template <class Char>
 const Char* ScanForChar(const Char* text, Char character) noexcept
 {
@@ -100,7 +100,7 @@ const Char* FindCharReverseIn(const Char* begin, const Char* from, Char characte
     return nullptr;
 }
 
-// For texts that are there; sub is not empty.
+// Both texts must be readable, and sub not empty.
 template <class Char>
 const Char* ScanForSub(const Char* text, const Char* sub) noexcept
 {
@@ -160,7 +160,7 @@ uint64_t ReplaceCharIn(Char* text, Char oldCharacter, Char newCharacter) noexcep
     return count;
 }
 
-// The text that a replacement builds, in a block that grows in steps.
+// The result of a replacement, built in a block that grows in steps.
 template <class Char>
 class ReplacedText
 {
@@ -171,8 +171,8 @@ public:
         m_block = AllocateBlock<Char>(m_size);
         return m_block != nullptr;
     }
-    // Both keep room for a NUL, and grow in steps: step by step for the text between two matches, at once for a
-    // replacement, with one unit more. False, with nothing added, when memory is short.
+    // Both keep room for a NUL. The text between two matches makes the block grow one step at a time; a replacement
+    // makes it grow once, and needs one spare unit more. False, with nothing added, when memory is short.
     bool AddText(const Char* units, uint64_t length) noexcept
     {
         while (m_size <= m_used + length)
@@ -217,7 +217,7 @@ private:
     HeapBlock<Char> m_block;
 };
 
-// Returns the number replaced; the new text is complete then.
+// Returns how many were replaced. If any, the new text is complete.
 template <class Char>
 uint64_t BuildReplaced(const Char* text, const Char* from, const Char* to, ReplacedText<Char>& replaced) noexcept
 {

@@ -6,8 +6,9 @@
 
 class TString;
 
-// Functions over plain NUL-terminated texts, for wide and for 8-bit ones. Each tests that its texts can be read and
-// takes a null or unreadable one as absent: as empty, where nothing else is said. They keep no state: any thread.
+// Functions over plain NUL-terminated texts, wide and 8-bit. Each checks that its texts can be read. A null or
+// unreadable text is called absent here; where nothing else is said, it counts as empty. They keep no state: any
+// thread.
 
 // The length, 0 for an absent text.
 uint64_t SafeLength(const wchar_t* text) noexcept;
@@ -21,17 +22,17 @@ const char* EndOf(const char* text) noexcept;
 const wchar_t* FindChar(const wchar_t* text, wchar_t character) noexcept;
 const char* FindChar(const char* text, char character) noexcept;
 
-// The last such character at or before from and not before begin, or null. Both point into one text, or from to the
-// NUL behind it. NUL is not found.
+// The last such character between begin and from, both included, or null. Both point into one text; from may point to
+// its NUL. NUL is not found.
 const wchar_t* FindCharReverse(const wchar_t* begin, const wchar_t* from, wchar_t character) noexcept;
 const char* FindCharReverse(const char* begin, const char* from, char character) noexcept;
 
-// The first occurrence of a text, or null; an empty one gives EndOf(text).
+// The first occurrence of a text, or null; an empty sub gives EndOf(text).
 const wchar_t* FindSub(const wchar_t* text, const wchar_t* sub) noexcept;
 const char* FindSub(const char* text, const char* sub) noexcept;
 
-// The last occurrence that begins at or before from and not before begin, or null; an empty one gives from. Both
-// point into one text, or from to the NUL behind it.
+// The last occurrence that begins between begin and from, both included, or null; an empty text gives from. Both
+// point into one text; from may point to its NUL.
 const wchar_t* FindSubReverse(const wchar_t* begin, const wchar_t* from, const wchar_t* sub) noexcept;
 const char* FindSubReverse(const char* begin, const char* from, const char* sub) noexcept;
 
@@ -39,9 +40,9 @@ const char* FindSubReverse(const char* begin, const char* from, const char* sub)
 uint64_t ReplaceChar(wchar_t* text, wchar_t oldCharacter, wchar_t newCharacter) noexcept;
 uint64_t ReplaceChar(char* text, char oldCharacter, char newCharacter) noexcept;
 
-// Replaces every occurrence of from by to, resuming after each match, and assigns the result to target when anything
-// was replaced. Returns the number replaced: 0, with target untouched, also when text or to is absent, from is empty
-// or memory is short.
+// Replaces every occurrence of from in text by to, going on behind each match. The result goes to target, if anything
+// was replaced. Returns how many were replaced: 0, with target unchanged, also when text or to is absent, from is
+// empty or memory is short.
 uint64_t ReplaceSub(const wchar_t* text, TString& target, const wchar_t* from, const wchar_t* to) noexcept;
 uint64_t ReplaceSub(const char* text, std::string& target, const char* from, const char* to) noexcept;
 
@@ -49,20 +50,20 @@ uint64_t ReplaceSub(const char* text, std::string& target, const char* from, con
 void Lower(wchar_t* text) noexcept;
 void Lower(char* text) noexcept;
 
-// Copies source with its NUL; destination has room for it. Nothing when either is absent.
+// Copies source with its NUL. The destination must have room for it. Does nothing when either is absent.
 void SafeCopy(wchar_t* destination, const wchar_t* source) noexcept;
 void SafeCopy(char* destination, const char* source) noexcept;
 
-// Whether two texts are the same. Two absent texts are, an absent and an empty one are not.
+// Whether two texts are the same. Two absent texts are the same; an absent and an empty one are not.
 bool Equal(const wchar_t* left, const wchar_t* right, bool caseSensitive) noexcept;
 bool Equal(const char* left, const char* right, bool caseSensitive) noexcept;
 
-// Below 0, 0 or above 0 as left is smaller than, equal to or greater than right. An absent text equals another
-// absent one and is smaller than any other, an empty one included.
+// Below 0, 0 or above 0: left is smaller than, equal to or greater than right. An absent text equals another absent
+// one and is smaller than all others, the empty one included.
 int Compare(const wchar_t* left, const wchar_t* right, bool caseSensitive) noexcept;
 int Compare(const char* left, const char* right, bool caseSensitive) noexcept;
 
-// A bare nullptr is an absent wide text.
+// A literal nullptr is an absent wide text.
 inline uint64_t SafeLength(std::nullptr_t) noexcept
 {
     return 0;

@@ -47,7 +47,7 @@ void CThreadLock::Leave()
         return;
     if (--m_count < 0)
     {
-        // A surplus call: the section is not held, so it is not left.
+        // One call too many: the section is not held, so it is not left.
         m_count = 0;
         return;
     }

@@ -14,7 +14,7 @@ namespace
 constexpr size_t c_slotSize = c_traceSlotLength + 1;
 constexpr DWORD c_errorTextSize = 1024;
 
-// Zeroed before any constructor runs, and never destroyed: static objects of other files trace too.
+// Zeroed before any constructor runs, and never destroyed: static objects of other files trace, too.
 wchar_t TraceSlots[c_traceSlotCount][c_slotSize];
 std::atomic<int32_t> TraceSlotCounter{0};
 FILE* TraceFile = nullptr;
@@ -27,8 +27,8 @@ SystemFunction<int()> DebuggerCheckFunction;
 static_assert(decltype(DebuggerCheckFunction)::Fits<decltype(IsDebuggerPresent)>(), "as the system declares it");
 uint32_t DebuggerCheckFlag = 0;
 
-// The slots are used in the order 0 to 31 and round again. The counter just runs on: its remainder is inside the ring
-// whatever the number of threads, also when the counter wraps, because the ring's size divides its range.
+// The slots are used in the order 0 to 31, again and again. The counter just runs on. It may wrap, because the number
+// of slots divides its range.
 wchar_t* TakeSlot() noexcept
 {
     static_assert(UINT32_MAX % c_traceSlotCount == c_traceSlotCount - 1, "the order holds when the counter wraps");
@@ -38,17 +38,17 @@ wchar_t* TakeSlot() noexcept
     return slot;
 }
 
-// The number of units that the format produces, at most a slot's; 0 for none and for an error.
+// The number of units that the format gives, at most those of a slot; 0 for none and for an error.
 size_t MeasureText(const wchar_t* format, va_list arguments) noexcept
 {
-    // The C runtime ends the process over a missing format.
+    // The C runtime ends the process when the format is null.
     const int count = format != nullptr ? _vscwprintf(format, arguments) : -1;
     if (count <= 0)
         return 0;
     return count > c_traceSlotLength ? static_cast<size_t>(c_traceSlotLength) : static_cast<size_t>(count);
 }
 
-// Formats into the slot, which stays empty when the format produces nothing. Returns the number of units.
+// Formats into the slot, which stays empty when the format gives nothing. Returns the number of units.
 size_t FormatIntoSlot(wchar_t* slot, const wchar_t* format, va_list arguments) noexcept
 {
     va_list measured{};
@@ -62,8 +62,8 @@ size_t FormatIntoSlot(wchar_t* slot, const wchar_t* format, va_list arguments) n
     return count;
 }
 
-// The C runtime takes a U+FFFF, which a client's text may hold, for a failure and stops behind it: the rest of the
-// line is then written by a further call.
+// A text of the client may hold U+FFFF. The C runtime takes it for a failure and stops behind it: a further call
+// writes the rest of the line.
 void WriteLine(const wchar_t* line)
 {
     constexpr wchar_t mark = 0xFFFF;

@@ -1,7 +1,7 @@
 #pragma once
 
-// The few Windows types that the library's headers name, declared as <windows.h> declares them, so that a header
-// can be included without it. Including <windows.h> before or after is fine: the declarations agree.
+// The few Windows types that the library's headers name, declared as in <windows.h>, so that these headers do without
+// it. <windows.h> may be included before or after: the declarations agree.
 
 // As Windows spells them.
 // NOLINTBEGIN(bugprone-reserved-identifier, google-runtime-int, modernize-use-using)

@@ -10,13 +10,13 @@
 #include <memory>
 #include <utility>
 
-// A text in a PtrArray: a private copy, or a borrowed pointer that has to outlive the element.
+// A text in a PtrArray: a copy that the element owns, or a borrowed pointer, which has to outlive the element.
 class PtrArrayText
 {
 public:
     using Value = const wchar_t*;
 
-    // Owned: copies the text, a null one as an empty text; raises std::bad_alloc. Not owned: keeps the pointer.
+    // Owned: copies the text (null as an empty text); raises std::bad_alloc. Not owned: keeps the pointer.
     PtrArrayText(const wchar_t* text, bool owned) : m_text(owned ? Copy(text) : text), m_owned(owned)
     {
         static_assert(sizeof(PtrArrayText) == 16 && offsetof(PtrArrayText, m_owned) == 8,
@@ -26,7 +26,7 @@ public:
     PtrArrayText(const PtrArrayText&) = delete;
     PtrArrayText(PtrArrayText&&) = delete;
     PtrArrayText& operator=(const PtrArrayText&) = delete;
-    // Takes the other's text over, after freeing its own.
+    // Frees its own text and takes over the other's.
     PtrArrayText& operator=(PtrArrayText&& other) noexcept
     {
         if (this == &other)
@@ -46,7 +46,7 @@ public:
         m_owned = false;
     }
 
-    // The text, good as long as the element keeps it.
+    // The text, valid as long as the element keeps it.
     const wchar_t* GetValue() const noexcept { return m_text; }
     bool IsOwned() const noexcept { return m_owned; }
 
@@ -65,7 +65,7 @@ private:
     bool m_owned;
 };
 
-// A number in a PtrArray. The flag is kept, and says nothing about a number.
+// A number in a PtrArray. The owned flag is kept, but means nothing for a number.
 class PtrArrayNumber
 {
 public:
@@ -85,11 +85,10 @@ private:
     bool m_owned;
 };
 
-// A growable array of individually allocated elements. It grows by a fixed step, and while one slot is still free, so
-// that the last slot of an allocation stays unused (with a step of 1 there is none to spare). An element object
-// stays in its slot when the count is lowered, and is used again. Element is PtrArrayText or PtrArrayNumber; what
-// goes in and comes out is Element::Value, a text pointer or a number. Belongs to one thread or to the lock of its
-// owner.
+// A growable array of pointers to elements that are allocated one by one. It grows by a fixed step, and already when
+// one slot is left, so that the last slot stays unused (except with a step of 1). When the count is lowered, the
+// elements beyond it stay in their slots and are used again. Element is PtrArrayText or PtrArrayNumber; what goes in
+// and comes out is Element::Value, a text pointer or a number. Belongs to one thread or to the lock of its owner.
 template <class Element>
 class PtrArray
 {
@@ -98,7 +97,7 @@ public:
 
     static constexpr int32_t c_defaultStep = 100;
 
-    // The number of slots to grow by; below 1 gives 100. Nothing is allocated yet.
+    // step is the number of slots to grow by; below 1 means 100. Nothing is allocated yet.
     explicit PtrArray(int32_t step = c_defaultStep) noexcept : m_step(step < 1 ? c_defaultStep : step)
     {
         static_assert(sizeof(PtrArray) == 24 && offsetof(PtrArray, m_items) == 0 &&
@@ -110,9 +109,10 @@ public:
     PtrArray(const PtrArray&) = delete;
     PtrArray& operator=(const PtrArray&) = delete;
 
-    // Appends an element; for a text, owned decides between a copy and the borrowed pointer. Returns the element's
-    // index; 0 when the slots could not be allocated, and then the array is empty (GetCount tells this from the first
-    // element). Raises std::bad_alloc, with the array unchanged but for free slots, when the element cannot be made.
+    // Appends an element. For a text, owned decides between a copy and the borrowed pointer. Returns the element's
+    // index. When the slots cannot be allocated, returns 0 and the array is empty: GetCount tells that from a first
+    // element. When the element cannot be allocated, raises std::bad_alloc; the array has the same elements as
+    // before.
     int32_t Add(Value value, bool owned)
     {
         if (m_count + 1 >= m_capacity && !Grow())
@@ -126,18 +126,18 @@ public:
         return m_count++;
     }
 
-    // The text or number of element i; null or 0 for an index outside the count.
+    // The text or number of element i; null or 0 when there is no such element.
     Value operator[](int32_t i) const noexcept { return i >= 0 && i < m_count ? m_items[i]->GetValue() : Value{}; }
 
     // Lowers the count. The elements beyond it keep their texts until Add uses them again or DeleteAll frees them. A
-    // count that is negative, or above the present one, changes nothing.
+    // negative count, or one above the present count, changes nothing.
     void SetCount(int32_t count) noexcept
     {
         if (count >= 0 && count < m_count)
             m_count = count;
     }
 
-    // Frees every element, used or not, and the slots: nothing is held until the next Add.
+    // Frees all elements, those beyond the count too, and the slots.
     void DeleteAll() noexcept
     {
         for (int32_t i = 0; i < m_capacity; ++i)

@@ -309,7 +309,7 @@ TEST(BitMask, OverlapNeedsACommonBitInEveryExaminedWord)
     }
 }
 
-// How many words are examined depends on this mask's bits and the other's words, of all things.
+// How many words are compared depends on this mask's bits and on the other's words.
 TEST(BitMask, OverlapComparesBitsWithWords)
 {
     const BitMask own = MaskOf({1, 1}); // 32 bits

@@ -12,7 +12,7 @@
 
 namespace
 {
-// A clock that the test turns, in place of the system's; it notes the order in which it is read.
+// A clock that the test sets, in place of the system's. It records the order in which it is read.
 class FakeClock
 {
 public:
@@ -25,7 +25,7 @@ public:
 
     void Set(int64_t counter) { s_counter = counter; }
     void SetFrequency(int64_t frequency) { s_frequency = frequency; }
-    // Let the system calls fail, leaving their results as they are.
+    // Makes the system calls fail and write nothing.
     void Fail() { s_counter = s_frequency = c_failing; }
     // "f" for each reading of the frequency, "c" for each of the counter, since the last call.
     std::string TakeCalls() { return std::exchange(s_calls, {}); }
@@ -110,6 +110,18 @@ TEST(TickMs, IgnoresFailingSystemCalls)
     FakeClock clock(1000, 5);
     clock.Fail();
     EXPECT_TRUE(std::isnan(TickMs())); // nothing by nothing
+}
+
+TEST(TickMs, LeavesTheLastErrorAsItWas)
+{
+    const Redirect<decltype(QueryPerformanceCounter)> counter("QueryPerformanceCounter", [](LARGE_INTEGER* result) {
+        SetLastError(ERROR_NOT_SUPPORTED);
+        result->QuadPart = 5000;
+        return TRUE;
+    });
+    SetLastError(1234);
+    TickMs();
+    EXPECT_EQ(1234U, GetLastError());
 }
 
 TEST(TickMs, HasOneOriginForAllThreads)

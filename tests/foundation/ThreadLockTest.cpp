@@ -262,7 +262,7 @@ TEST(CThreadLock, DropsAnExceptionOfTheDeletion)
     EXPECT_EQ(0U, heap.LiveBlocks());
 }
 
-// How a lock without a section behaves, however it came to have none.
+// What a lock without a section does.
 static void ExpectToDoNothing(CThreadLock& lock)
 {
     EXPECT_EQ(nullptr, FieldsOf(lock).section);

@@ -24,7 +24,7 @@ using testing::ElementsAre;
 
 namespace
 {
-// A folder of its own with the path of a log file in it; the log is closed and the folder removed at the end.
+// The path of a log file in a fresh folder. Closes the log and removes the folder when it goes.
 class LogFile
 {
 public:
@@ -86,7 +86,7 @@ std::vector<const wchar_t*> TakeSlots(size_t count)
 
 constexpr ptrdiff_t c_unitsBetweenSlots = 1025;
 
-// Turns the ring until the next slot taken is its first one, which is the one with the lowest address. Returns that.
+// Takes slots until the next one is the first of the ring, the one with the lowest address. Returns that.
 const wchar_t* TurnToFirstSlot()
 {
     const std::vector<const wchar_t*> slots = TakeSlots(32);
@@ -97,8 +97,8 @@ const wchar_t* TurnToFirstSlot()
     return first;
 }
 
-// What va_list is on this system's compilers, and the types of _vscwprintf, _vsnwprintf_s and FormatMessageW with it:
-// the real ones carry attributes that a template argument cannot.
+// va_list as this system's compilers have it, and the types of _vscwprintf, _vsnwprintf_s and FormatMessageW with it:
+// the real types have attributes that a template argument cannot have.
 using ArgumentList = char*;
 using MeasureFunction = int(const wchar_t*, ArgumentList);
 using FormatFunction = int(wchar_t*, size_t, size_t, const wchar_t*, ArgumentList);
@@ -360,7 +360,7 @@ TEST(Trace, WritesNothingForAFormatThatProducesNothing)
     EXPECT_EQ(L"first\r\n", log.Text());
 }
 
-// A text that only begins with its terminator was produced all the same.
+// A text may begin with its terminator.
 TEST(Trace, WritesATextThatBeginsWithItsTerminator)
 {
     const TraceCapture capture;
@@ -377,6 +377,52 @@ TEST(Trace, LeavesTheLastErrorAsItWas)
     EXPECT_EQ(1234U, GetLastError());
     Trace(L"");
     EXPECT_EQ(1234U, GetLastError());
+}
+
+namespace
+{
+// A system whose performance counter stands at 4,711 ms, and which changes the last error when it is asked.
+struct StoppedClock
+{
+    Redirect<decltype(QueryPerformanceCounter)> counter{"QueryPerformanceCounter", [](LARGE_INTEGER* result) {
+                                                            SetLastError(ERROR_NOT_SUPPORTED);
+                                                            result->QuadPart = 4711;
+                                                            return TRUE;
+                                                        }};
+    Redirect<decltype(QueryPerformanceFrequency)> frequency{"QueryPerformanceFrequency", [](LARGE_INTEGER* result) {
+                                                                result->QuadPart = 1000;
+                                                                return TRUE;
+                                                            }};
+};
+} // namespace
+
+TEST(TraceLine, BeginsWithTheTimeAndTheFunction)
+{
+    const StoppedClock clock;
+    const TraceCapture trace;
+    TraceLine(L"%6.0f %s event %s of %d, %S\n", L"CTest::Run", L"EV", -7, "narrow");
+    TraceLine(L"%6.0f %s nothing more\n", L"CTest::Run");
+    EXPECT_THAT(trace.Raw(),
+                ElementsAre(L"  4711 CTest::Run event EV of -7, narrow\n", L"  4711 CTest::Run nothing more\n"));
+}
+
+TEST(TraceLine, LeavesTheLastErrorAsItWas)
+{
+    const StoppedClock clock;
+    SetLastError(1234);
+    TraceLine(L"%6.0f %s %d\n", L"CTest::Run", 1);
+    EXPECT_EQ(1234U, GetLastError());
+    TraceText(L"CTest::Run", L"text");
+    EXPECT_EQ(1234U, GetLastError());
+}
+
+TEST(TraceText, WritesTheTextBehindTheTimeAndTheFunction)
+{
+    const StoppedClock clock;
+    const TraceCapture trace;
+    TraceText(L"CTest::Run", L"100% done\n");
+    TraceText(L"CTest::Run", L"");
+    EXPECT_THAT(trace.Raw(), ElementsAre(L"  4711 CTest::Run 100% done\n\n", L"  4711 CTest::Run \n"));
 }
 
 TEST(Trace, WorksBeforeTheLogIsOpenedAndAfterItIsClosed)
