@@ -9,10 +9,10 @@
 CProxyAccess::CProxyAccess(uint32_t session, const wchar_t* name) : m_name(name)
 {
     OpenToAll openToAll;
-    m_mutex = UniqueHandle(g_SecManager.OrvPCreateMutex(session, openToAll.Get(), m_name));
+    m_mutex.Reset(g_SecManager.OrvPCreateMutex(session, openToAll.Get(), m_name));
     // NOLINTNEXTLINE(cppcoreguidelines-prefer-member-initializer): right after the create, or the answer is gone
     m_firstInstance = GetLastError() != ERROR_ALREADY_EXISTS;
-    DebugAssert(static_cast<bool>(m_mutex), L"ProxyAccess", __LINE__);
+    DebugAssert(static_cast<bool>(m_mutex), L"ProxyAccess");
 }
 
 CProxyAccess::~CProxyAccess()
@@ -39,7 +39,7 @@ bool CProxyAccess::Unlock()
         // Before the release: afterwards another thread may own it.
         m_owner = 0;
         const bool released = ReleaseMutex(m_mutex.Get()) != FALSE;
-        DebugAssert(released, L"ProxyAccess", __LINE__);
+        DebugAssert(released, L"ProxyAccess");
     }
     return m_owner == 0;
 }

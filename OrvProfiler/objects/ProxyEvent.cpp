@@ -12,7 +12,7 @@ namespace
 {
 constexpr const wchar_t* c_source = L"ProxyEvent";
 constexpr size_t c_nameUnits = 261;
-// How long a wait that pumps messages blocks at most before it looks at its handles again.
+// How long a wait that dispatches messages blocks at most before it looks at its handles again.
 constexpr DWORD c_pumpSliceMs = 200;
 constexpr DWORD c_wakeMask = QS_SENDMESSAGE | QS_ALLPOSTMESSAGE;
 static_assert(c_wakeMask == 0x140, "sent messages and all posted ones");
@@ -102,12 +102,8 @@ CProxyEvent::~CProxyEvent()
 
 void CProxyEvent::CloseAll() noexcept
 {
-    for (HANDLE& handle : m_handles)
-    {
-        if (handle != nullptr)
-            CloseHandle(handle);
-        handle = nullptr;
-    }
+    for (UniqueHandle& handle : m_handles)
+        handle.Reset();
 }
 
 void CProxyEvent::Construct(uint32_t processId)
@@ -124,11 +120,11 @@ void CProxyEvent::Construct(uint32_t processId)
     for (int32_t index = 0; index < c_proxyEventCount; ++index)
     {
         const wchar_t* const name = KernelName(index, processId);
-        m_handles[index] = g_SecManager.OrvPCreateEvent(session, openToAll.Get(), true, false, name);
-        if (m_handles[index] == nullptr)
+        m_handles[index].Reset(g_SecManager.OrvPCreateEvent(session, openToAll.Get(), true, false, name));
+        if (!m_handles[index])
         {
-            Trace(L"%6.0f %s FAILED TO CREATE EVENT %s\n", TickMs(), L"CProxyEvent::Construct", name);
-            DebugAssert(false, c_source, __LINE__);
+            TraceLine(L"%6.0f %s FAILED TO CREATE EVENT %s\n", L"CProxyEvent::Construct", name);
+            DebugAssert(false, c_source);
         }
     }
     m_responses[0] = HandleOf(PROXY_EVENT_OK);
@@ -138,7 +134,7 @@ void CProxyEvent::Construct(uint32_t processId)
 bool CProxyEvent::IsValid(int32_t number) noexcept
 {
     const bool valid = number >= 1 && number <= c_proxyEventCount;
-    DebugAssert(valid, c_source, __LINE__);
+    DebugAssert(valid, c_source);
     return valid;
 }
 
@@ -156,7 +152,7 @@ bool CProxyEvent::Signal(int32_t number)
 
 bool CProxyEvent::Set(int32_t number)
 {
-    Trace(L"%6.0f %s %s %d\n", TickMs(), L"CProxyEvent::Set", EventName(number), number);
+    TraceLine(L"%6.0f %s %s %d\n", L"CProxyEvent::Set", EventName(number), number);
     return Signal(number);
 }
 
@@ -190,18 +186,18 @@ uint32_t CProxyEvent::Wait(int32_t number, uint32_t timeoutMs, bool resetAfter)
     uint32_t result = WAIT_ABANDONED;
     while (result == WAIT_ABANDONED)
     {
-        Trace(L"%6.0f %s waiting on event id:%d name:%s timeout:%d\n", TickMs(), function, number, name, timeoutMs);
+        TraceLine(L"%6.0f %s waiting on event id:%d name:%s timeout:%d\n", function, number, name, timeoutMs);
         result = WaitForSingleObject(HandleOf(number), timeoutMs);
     }
     if (result == WAIT_OBJECT_0)
     {
-        Trace(L"%6.0f %s event %s signalled\n", TickMs(), function, name);
+        TraceLine(L"%6.0f %s event %s signalled\n", function, name);
         if (resetAfter)
             Reset(number);
     }
     else if (result == WAIT_TIMEOUT)
     {
-        Trace(L"%6.0f %s event timeout %s\n", TickMs(), function, name);
+        TraceLine(L"%6.0f %s event timeout %s\n", function, name);
     }
     return result;
 }
@@ -215,12 +211,12 @@ BitMask CProxyEvent::WaitForAny(const BitMask& set, uint32_t timeoutMs)
     {
         if (!IsInSet(set, number))
             continue;
-        DebugAssert(HandleOf(number) != nullptr, c_source, __LINE__);
+        DebugAssert(HandleOf(number) != nullptr, c_source);
         numbers[count] = number;
         handles[count] = HandleOf(number);
         ++count;
     }
-    DebugAssert(count > 0, c_source, __LINE__);
+    DebugAssert(count > 0, c_source);
 
     BitMask signalled;
     if (DoWait(count, handles, timeoutMs) >= count)
@@ -241,8 +237,8 @@ uint32_t CProxyEvent::DoWait(uint32_t count, const HANDLE* handles, uint32_t tim
     const uint32_t result = WaitForMultipleObjects(count, handles, FALSE, timeoutMs);
     if (result == WAIT_FAILED)
     {
-        Trace(L"%6.0f %s %s\n", TickMs(), L"CProxyEvent::DoWait", ErrorText(GetLastError()));
-        DebugAssert(false, c_source, __LINE__);
+        TraceText(L"CProxyEvent::DoWait", ErrorText(GetLastError()));
+        DebugAssert(false, c_source);
     }
     return result;
 }
@@ -256,14 +252,14 @@ bool CProxyEvent::WaitForResponse(uint32_t timeoutMs)
         return false;
     const bool ok = result == 0;
     if (!ok)
-        Trace(L"%6.0f %s %s\n", TickMs(), L"CProxyEvent::WaitForResponse", L"failed\n");
+        TraceText(L"CProxyEvent::WaitForResponse", L"failed\n");
     m_lastResponseOk = ok;
     return true;
 }
 
-// Waits so that a thread that owns windows keeps answering messages. A handle is always found by the test at the top,
-// never by what the blocking wait returned, and is reset. The time counted is that of the blocking waits; the time
-// spent in dispatching messages deliberately does not count.
+// A wait for a thread that owns windows: it goes on dispatching messages. Which handle is signalled is found only by
+// the test at the top, never by what the blocking wait returns. That handle is reset. Only the blocking waits count
+// as time; dispatching messages does not, on purpose.
 uint32_t CProxyEvent::WaitPumping(uint32_t count, const HANDLE* handles, uint32_t timeoutMs)
 {
     const double limitMs = timeoutMs;
@@ -302,14 +298,14 @@ void CProxyEvent::DispatchMessages() const
 
 bool CProxyEvent::Respond(bool ok)
 {
-    Trace(L"%6.0f %s %s\n", TickMs(), L"CProxyEvent::Respond", L"");
+    TraceText(L"CProxyEvent::Respond", L"");
     return Set(ok ? PROXY_EVENT_OK : PROXY_EVENT_NOT_OK);
 }
 
 bool CProxyEvent::ResponseWasOk() const
 {
     const bool ok = m_lastResponseOk;
-    Trace(L"%6.0f %s  %s\n", TickMs(), L"CProxyEvent::ResponseWasOk", ok ? L"ok" : L"not ok");
+    TraceLine(L"%6.0f %s  %s\n", L"CProxyEvent::ResponseWasOk", ok ? L"ok" : L"not ok");
     return ok;
 }
 
@@ -317,9 +313,9 @@ BitMask CProxyEvent::VerifyMask(const BitMask& set) const
 {
     if (m_invalidEvents.OverlapsInEveryWord(set))
     {
-        Trace(L"%6.0f %s event bitmask contains invalid bits. Bits are not in the range %u - (1 << (%u - 1))\n",
-              TickMs(), L"CProxyEvent::VerifyMask", 1, c_proxyEventCount);
-        DebugAssert(false, c_source, __LINE__);
+        TraceLine(L"%6.0f %s event bitmask contains invalid bits. Bits are not in the range %u - (1 << (%u - 1))\n",
+                  L"CProxyEvent::VerifyMask", 1, c_proxyEventCount);
+        DebugAssert(false, c_source);
     }
     return set;
 }
@@ -336,7 +332,7 @@ bool CProxyEvent::RemoveFromSet(BitMask& set, int32_t number)
 
 bool CProxyEvent::IsInSet(const BitMask& set, int32_t number)
 {
-    // Looked up word by word, since testing a bit may grow a mask.
+    // Reads the word: the mask's own test of a bit may grow the mask.
     return IsValid(number) && (set.GetWord(BitOf(number) / 32) >> BitOf(number) % 32 & 1U) != 0;
 }
 
@@ -360,7 +356,7 @@ const wchar_t* CProxyEvent::EventName(int32_t number) noexcept
 const wchar_t* CProxyEvent::KernelName(int32_t index, uint32_t processId) noexcept
 {
     const bool valid = index >= 0 && index < c_proxyEventCount;
-    DebugAssert(valid, c_source, __LINE__);
+    DebugAssert(valid, c_source);
     return valid ? FormatSlot(L"Event%d_%8.8x", index, processId) : L"";
 }
 

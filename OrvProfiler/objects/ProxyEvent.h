@@ -1,13 +1,14 @@
 #pragma once
 
 #include "OrvProfiler/foundation/BitMask.h"
+#include "OrvProfiler/foundation/UniqueHandle.h"
 #include "OrvProfiler/foundation/WinTypes.h"
 
 #include <atomic>
 #include <cstdint>
 
-// The numbers of the proxy events, shared by the whole proxy family. NOT_OK and OK are the two responses, every other
-// number is a command or a notification.
+// The numbers of the proxy events, the same in the client and in all its helper processes. NOT_OK and OK are the two
+// responses; every other number is a command or a notification.
 enum ProxyEventNumber : int32_t
 {
     PROXY_EVENT_ZEPH_DIE = 1,
@@ -64,72 +65,71 @@ enum ProxyEventNumber : int32_t
 
 constexpr int32_t c_proxyEventCount = 50;
 
-// The fifty named, manual-reset events through which a controlling process and a proxy process signal each other,
-// keyed by the process id of the process that owns the set. Both sides construct the same set: whoever comes first
-// creates the events, the other opens them.
+// Fifty named, manual-reset events through which two processes signal each other: one that controls, and a proxy that
+// does the work. Their names contain the process id of the one that owns them. Both sides construct the same set: the
+// first creates the events, the other opens them.
 //
-// An event is known by its number, 1 to 50. Any other number is answered with false, 128 or an empty name. An event
-// set is a bit mask with bit n-1 for event n. A signalled event stays so until it is reset.
+// An event has a number from 1 to 50. For any other number the answer is false, 128 or an empty name. An event set is
+// a bit mask with bit n-1 for event n. An event stays signalled until it is reset.
 //
-// Any thread may set and wait; the last response is the one that any thread saw last. Time-outs are milliseconds,
-// 0xFFFFFFFF without limit. Failed system calls are reported by the result; nothing throws but an event set that
-// cannot allocate.
+// Any thread may set and wait. The last response is the one that any thread saw last. Time-outs are in milliseconds,
+// 0xFFFFFFFF for no limit. The result tells of a failed system call. Only an event set that cannot allocate throws.
 class CProxyEvent
 {
 public:
-    // Results of Wait and DoWait beside the index of the handle.
+    // Results of Wait and DoWait other than the index of a handle.
     static constexpr uint32_t c_waitInvalidNumber = 128;
     static constexpr uint32_t c_waitTimeout = 258;
     static constexpr uint32_t c_waitFailed = 0xFFFFFFFF;
 
-    // Creates or opens the set. With a window of the calling thread, WaitForResponse keeps answering that window's
+    // Creates or opens the events. With a window of the calling thread, WaitForResponse dispatches that window's
     // messages while it waits.
     explicit CProxyEvent(uint32_t processId, HWND window = nullptr);
 
-    // Waits until one of the handles is signalled. Returns its index, 258 when the time is over, or 0xFFFFFFFF with
-    // a trace line when the wait failed. Resets nothing.
+    // Waits until one of the handles is signalled. Returns its index, 258 when the time is over, or 0xFFFFFFFF, with
+    // a trace line, when the wait failed. Resets nothing.
     virtual uint32_t DoWait(uint32_t count, const HANDLE* handles, uint32_t timeoutMs);
     // Closes this process's handles only.
     virtual ~CProxyEvent();
-    // Waits for one of the two responses. True when one came (ResponseWasOk tells which), false when the time is over
-    // or the wait failed. With a window the response is reset, without one it stays set until the next command.
+    // Waits for one of the two responses. True when one came (ResponseWasOk tells which); false when the time is over
+    // or the wait failed. With a window the response is reset; without one it stays set until the next command.
     virtual bool WaitForResponse(uint32_t timeoutMs);
 
     CProxyEvent(const CProxyEvent&) = delete;
     CProxyEvent& operator=(const CProxyEvent&) = delete;
 
-    // Creates or opens the fifty events of that process id in its session; the constructor's work. One that cannot be
-    // had is traced and missing. Events held before are closed first.
+    // Creates or opens the fifty events of that process id in its session, as the constructor does. Events held
+    // before are closed first. A failure is traced, and that event is missing.
     void Construct(uint32_t processId);
 
-    // Signals an event; a command first resets both responses, so that a response seen later belongs to it. Whether
-    // it was signalled. Traces the event's name before the number is checked; SetQuietly traces nothing.
+    // Signals an event. A command resets both responses first, so that a response seen later belongs to it. Returns
+    // whether the event was signalled. Set traces the event's name, before it checks the number; SetQuietly does not.
     bool Set(int32_t number);
     bool SetQuietly(int32_t number);
-    // Whether it was reset.
+    // Returns whether the event was reset.
     bool Reset(int32_t number);
     void ResetAll();
-    // Whether it is signalled now.
+    // Whether the event is signalled now.
     bool IsSet(int32_t number) const;
     bool IsNotSet(int32_t number) const { return !IsSet(number); }
 
-    // Waits for one event and, if asked, resets it. 0 when signalled, 258 when the time is over, 0xFFFFFFFF when the
-    // wait failed; 128 for an invalid number.
+    // Waits for one event and, if asked, resets it. 0 when it was signalled, 258 when the time is over, 0xFFFFFFFF
+    // when the wait failed, 128 for an invalid number.
     uint32_t Wait(int32_t number, uint32_t timeoutMs, bool resetAfter);
-    // Waits for any event of the set and returns every one that is signalled then, reset. Empty when the time is over
-    // or the wait failed.
+    // Waits until an event of the set is signalled. Resets and returns all of the set that are signalled then; none
+    // when the time is over or the wait failed.
     BitMask WaitForAny(const BitMask& set, uint32_t timeoutMs);
 
-    // Answers a command: signals OK or NOT_OK. Whether it was signalled.
+    // Answers a command: signals OK or NOT_OK. Returns whether that succeeded.
     bool Respond(bool ok);
     // Whether the last response that WaitForResponse saw was OK. Traced.
     bool ResponseWasOk() const;
 
-    // A copy of the set. Bits beyond the fifty are meant to be traced; the test for them deliberately never holds, as
-    // it compares word by word and no event is invalid in the first word.
+    // A copy of the set. Meant to trace bits beyond the fifty, but on purpose never does: a set counts as wrong only
+    // when each of its words has an invalid bit, and the first word has none.
     BitMask VerifyMask(const BitMask& set) const;
 
-    // Whether the number was valid, and so added or removed.
+    // Return whether the number was valid; only then is it added or removed.
     static bool AddToSet(BitMask& set, int32_t number);
     static bool RemoveFromSet(BitMask& set, int32_t number);
     static bool IsInSet(const BitMask& set, int32_t number);
@@ -138,34 +138,34 @@ public:
 
     // The display name of an event, "" for an invalid number. Static text.
     static const wchar_t* EventName(int32_t number) noexcept;
-    // The name of an event's kernel object, "Event12_00001234": index is the number less one, 0 to 49, "" outside.
-    // The text is a formatting slot's: use it before 31 further slots are taken.
+    // The name of an event's kernel object, as "Event12_00001234". index is the event's number less one; "" when it
+    // is not in 0 to 49. The text lies in a slot of FormatSlot: use it before 31 further slots are taken.
     static const wchar_t* KernelName(int32_t index, uint32_t processId) noexcept;
-    // Creates or opens the event by which a proxy of that process id says that it is ready, "OrvPReady4660".
-    // The handle, null on failure, is the caller's.
+    // Creates or opens the event by which the proxy of that process id says that it is ready, as "OrvPReady4660". The
+    // caller owns the handle; null on failure.
     static HANDLE ReadyEvent(uint32_t processId);
-    // The name of a service's object, "OrvPSvc00001234". A formatting slot's text, as above.
+    // The name of a service's object, as "OrvPSvc00001234". The text lies in a slot of FormatSlot.
     static const wchar_t* ServiceName(uint32_t number) noexcept;
 
 private:
     static bool IsValid(int32_t number) noexcept;
-    HANDLE HandleOf(int32_t number) const noexcept { return m_handles[number - 1]; }
+    HANDLE HandleOf(int32_t number) const noexcept { return m_handles[number - 1].Get(); }
     bool Signal(int32_t number);
     uint32_t WaitPumping(uint32_t count, const HANDLE* handles, uint32_t timeoutMs);
     void DispatchMessages() const;
     void CloseAll() noexcept;
 
     HWND m_window;
-    // Owned; entry n-1 for event n, null where the creation failed.
-    HANDLE m_handles[c_proxyEventCount]{};
+    // Entry n-1 for event n, null where the creation failed.
+    UniqueHandle m_handles[c_proxyEventCount];
     // The handles of OK and NOT_OK once more, in the order in which a wait for a response reports them. Not owned.
     HANDLE m_responses[2]{};
     std::atomic<bool> m_lastResponseOk{false};
-    // Every bit that is no event's.
+    // Every bit that belongs to no event.
     BitMask m_invalidEvents;
 };
 
-// The instance names of the proxy and of the client: "orvp_instance00004660". The number is decimal. A formatting
-// slot's text, as above.
+// The instance names of the proxy and of the client, as "orvp_instance00004660" with a decimal number. The texts lie
+// in slots of FormatSlot.
 const wchar_t* ProxyInstanceName(uint32_t number) noexcept;
 const wchar_t* ClientInstanceName(uint32_t number) noexcept;

@@ -12,7 +12,7 @@
 
 namespace
 {
-// Assertions name the security manager's source: the question is its operation IsRunAsAdmin.
+// The source that the assertions here are known by: fixed like their numbers, wherever the code lies.
 constexpr const wchar_t* c_source = L"ProxySecurity";
 
 struct AdminSid
@@ -30,8 +30,7 @@ constexpr AdminSid c_adminSids[] = {
 
 bool IsWellKnownType(const SystemFunctionTable& functions, PSID sid, uint32_t type) noexcept
 {
-    return functions.isWellKnownSid != nullptr && EntryPointAs<decltype(IsWellKnownSid)>(functions.isWellKnownSid)(
-                                                      sid, static_cast<WELL_KNOWN_SID_TYPE>(type)) != FALSE;
+    return functions.isWellKnownSid != nullptr && functions.isWellKnownSid(sid, static_cast<int>(type)) != FALSE;
 }
 
 bool IsAdministratorSid(const SystemFunctionTable& functions, PSID sid) noexcept
@@ -50,8 +49,8 @@ uint32_t GetAdministratorBits(const SystemFunctionTable& functions, HANDLE proce
     if (OpenProcessToken(process, TOKEN_READ, token.Receive()) == FALSE)
     {
         const DWORD error = GetLastError();
-        DebugAssert(false, c_source, __LINE__);
-        Trace(L"%6.0f %s %s\n", TickMs(), function, ErrorText(error));
+        DebugAssert(false, c_source);
+        TraceText(function, ErrorText(error));
         return 0;
     }
     uint32_t bits = 0;

@@ -53,7 +53,7 @@ uint32_t ReadImageArchitecture(const wchar_t* path) noexcept
         CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (file)
         return ReadHeader(file.Get());
-    Trace(L"%6.0f %s CreateFile(OPEN_EXISTING) failed for file:%s, %s\n", TickMs(),
-          L"CProxySecManager::GetArchitecture", path, ErrorText(GetLastError()));
+    TraceLine(L"%6.0f %s CreateFile(OPEN_EXISTING) failed for file:%s, %s\n", L"CProxySecManager::GetArchitecture",
+              path, ErrorText(GetLastError()));
     return c_architectureUnreadable;
 }

@@ -22,8 +22,7 @@ bool OpenToAll::Fill(SECURITY_ATTRIBUTES* attributes, PSECURITY_DESCRIPTOR descr
     if (InitializeSecurityDescriptor(descriptor, SECURITY_DESCRIPTOR_REVISION) == FALSE ||
         SetSecurityDescriptorDacl(descriptor, TRUE, nullptr, FALSE) == FALSE)
     {
-        Trace(L"%6.0f %s OrvPCreateACL\n%s\n", TickMs(), L"CProxySecManager::OrvPCreateACL",
-              ErrorText(GetLastError()));
+        TraceLine(L"%6.0f %s OrvPCreateACL\n%s\n", L"CProxySecManager::OrvPCreateACL", ErrorText(GetLastError()));
         return false;
     }
     attributes->nLength = sizeof *attributes;

@@ -8,18 +8,18 @@
 
 namespace
 {
+// The source that the assertions here are known by: fixed like their numbers, wherever the code lies.
 constexpr const wchar_t* c_source = L"ProxySecurity";
 } // namespace
 
 HANDLE CreateNamespaceBoundary(const SystemFunctionTable& functions) noexcept
 {
-    const auto create = EntryPointAs<decltype(CreateBoundaryDescriptorW)>(functions.createBoundaryDescriptorW);
-    HANDLE const boundary = create(c_boundaryName, 0);
+    HANDLE const boundary = functions.createBoundaryDescriptorW(c_boundaryName, 0);
     if (boundary == nullptr)
     {
-        DebugAssert(false, c_source, __LINE__);
-        Trace(L"%6.0f %s CreateBoundaryDescriptor\n%s\n", TickMs(), L"CProxySecManager::LoadVistaFunctions",
-              ErrorText(GetLastError()));
+        DebugAssert(false, c_source);
+        TraceLine(L"%6.0f %s CreateBoundaryDescriptor\n%s\n", L"CProxySecManager::LoadVistaFunctions",
+                  ErrorText(GetLastError()));
     }
     return boundary;
 }
@@ -28,32 +28,31 @@ void DeleteNamespaceBoundary(const SystemFunctionTable& functions, HANDLE& bound
 {
     if (boundary == nullptr)
         return;
-    DebugAssert(functions.deleteBoundaryDescriptor != nullptr, c_source, __LINE__);
+    DebugAssert(functions.deleteBoundaryDescriptor != nullptr, c_source);
     if (functions.deleteBoundaryDescriptor != nullptr)
-        EntryPointAs<decltype(DeleteBoundaryDescriptor)>(functions.deleteBoundaryDescriptor)(boundary);
+        functions.deleteBoundaryDescriptor(boundary);
     boundary = nullptr;
 }
 
 HANDLE CreateNamespaceWithin(const SystemFunctionTable& functions, HANDLE boundary, const wchar_t* name) noexcept
 {
     const bool ready = boundary != nullptr && functions.createPrivateNamespaceW != nullptr;
-    DebugAssert(ready, c_source, __LINE__);
+    DebugAssert(ready, c_source);
     if (!ready)
     {
-        DebugAssert(false, c_source, __LINE__);
+        DebugAssert(false, c_source);
         return nullptr;
     }
     OpenToAll openToAll;
     if (!openToAll.IsBuilt())
     {
-        DebugAssert(false, c_source, __LINE__);
+        DebugAssert(false, c_source);
         return nullptr;
     }
-    const auto create = EntryPointAs<decltype(CreatePrivateNamespaceW)>(functions.createPrivateNamespaceW);
-    HANDLE const handle = create(openToAll.Get(), boundary, name);
+    HANDLE const handle = functions.createPrivateNamespaceW(openToAll.Get(), boundary, name);
     if (handle == nullptr)
-        Trace(L"%6.0f %s CreatePrivateNamespace %s\n%s\n", TickMs(), L"CProxySecManager::OrvPCreateNamespace", name,
-              ErrorText(GetLastError()));
+        TraceLine(L"%6.0f %s CreatePrivateNamespace %s\n%s\n", L"CProxySecManager::OrvPCreateNamespace", name,
+                  ErrorText(GetLastError()));
     return handle;
 }
 
@@ -61,15 +60,14 @@ HANDLE OpenNamespaceWithin(const SystemFunctionTable& functions, HANDLE boundary
 {
     if (functions.openPrivateNamespaceW == nullptr || boundary == nullptr)
         return nullptr;
-    const auto open = EntryPointAs<decltype(OpenPrivateNamespaceW)>(functions.openPrivateNamespaceW);
-    HANDLE const handle = open(boundary, name);
+    HANDLE const handle = functions.openPrivateNamespaceW(boundary, name);
     if (handle != nullptr)
         return handle;
     const DWORD error = GetLastError();
     // Path not found: nobody has created it yet.
     if (error != ERROR_PATH_NOT_FOUND)
-        Trace(L"%6.0f %s OpenPrivateNamespace %s\n%s\n", TickMs(), L"CProxySecManager::OrvPOpenNamespace", name,
-              ErrorText(error));
+        TraceLine(L"%6.0f %s OpenPrivateNamespace %s\n%s\n", L"CProxySecManager::OrvPOpenNamespace", name,
+                  ErrorText(error));
     return nullptr;
 }
 
@@ -78,12 +76,11 @@ bool CloseNamespaceHandle(const SystemFunctionTable& functions, HANDLE& handle) 
     if (handle == nullptr || functions.closePrivateNamespace == nullptr)
         return false;
     constexpr ULONG keepNamespace = 0;
-    if (EntryPointAs<decltype(ClosePrivateNamespace)>(functions.closePrivateNamespace)(handle, keepNamespace) ==
-        FALSE)
+    if (functions.closePrivateNamespace(handle, keepNamespace) == FALSE)
     {
-        Trace(L"%6.0f %s ClosePrivateNamespace\n%s\n", TickMs(), L"CProxySecManager::OrvPCloseNamespace",
-              ErrorText(GetLastError()));
-        DebugAssert(false, c_source, __LINE__);
+        TraceLine(L"%6.0f %s ClosePrivateNamespace\n%s\n", L"CProxySecManager::OrvPCloseNamespace",
+                  ErrorText(GetLastError()));
+        DebugAssert(false, c_source);
         return false;
     }
     handle = nullptr;

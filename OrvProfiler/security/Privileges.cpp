@@ -8,18 +8,18 @@
 
 namespace
 {
-// Assertions name the security manager's source: the privileges are its business.
+// The source that the assertions here are known by: fixed like their numbers, wherever the code lies.
 constexpr const wchar_t* c_source = L"ProxySecurity";
 constexpr DWORD c_tokenForPrivileges = TOKEN_ADJUST_PRIVILEGES | TOKEN_QUERY;
 constexpr uint32_t c_privilegeUnknown = 0xFFFFFFFF;
 
-// Opens a process's token for privilege work; traces under the caller's name.
+// Opens a process's token for work on privileges; traces under the caller's name.
 UniqueHandle OpenPrivilegeToken(HANDLE process, const wchar_t* function) noexcept
 {
     UniqueHandle token;
     if (OpenProcessToken(process, c_tokenForPrivileges, token.Receive()) == FALSE)
     {
-        Trace(L"%6.0f %s OpenProcessToken() failed, Error = %s\n", TickMs(), function, ErrorText(GetLastError()));
+        TraceLine(L"%6.0f %s OpenProcessToken() failed, Error = %s\n", function, ErrorText(GetLastError()));
         return UniqueHandle();
     }
     return token;
@@ -30,8 +30,8 @@ bool LookUpPrivilege(const wchar_t* name, LUID& luid, const wchar_t* function) n
 {
     if (LookupPrivilegeValueW(nullptr, name, &luid) != FALSE)
         return true;
-    Trace(L"%6.0f %s LookupPrivilegeValue() failed for %s, Error:-\n%s\n", TickMs(), function, name,
-          ErrorText(GetLastError()));
+    TraceLine(L"%6.0f %s LookupPrivilegeValue() failed for %s, Error:-\n%s\n", function, name,
+              ErrorText(GetLastError()));
     return false;
 }
 } // namespace
@@ -47,11 +47,12 @@ bool EnablePrivilege(const wchar_t* name) noexcept
     privileges.Privileges[0].Attributes = SE_PRIVILEGE_ENABLED;
     if (!LookUpPrivilege(name, privileges.Privileges[0].Luid, function))
         return false;
-    // That a privilege is not held is deliberately no failure: the last error after a success is not examined.
+    // A privilege that the account does not hold is no failure, on purpose: the last error after a success does not
+    // count.
     if (AdjustTokenPrivileges(token.Get(), FALSE, &privileges, sizeof privileges, nullptr, nullptr) == FALSE)
     {
-        Trace(L"%6.0f %s AdjustTokenPrivileges() failed for %s, Error:-\n%s\n", TickMs(), function, name,
-              ErrorText(GetLastError()));
+        TraceLine(L"%6.0f %s AdjustTokenPrivileges() failed for %s, Error:-\n%s\n", function, name,
+                  ErrorText(GetLastError()));
         return false;
     }
     return true;
@@ -62,7 +63,7 @@ uint32_t HasPrivilege(HANDLE process, const wchar_t* name) noexcept
     constexpr const wchar_t* function = L"CProxySecManager::OrvPHasPrivilege";
     if (process == nullptr)
     {
-        DebugAssert(false, c_source, __LINE__);
+        DebugAssert(false, c_source);
         return c_privilegeUnknown;
     }
     const UniqueHandle token = OpenPrivilegeToken(process, function);
@@ -73,6 +74,6 @@ uint32_t HasPrivilege(HANDLE process, const wchar_t* name) noexcept
     privileges.Control = PRIVILEGE_SET_ALL_NECESSARY;
     if (!LookUpPrivilege(name, privileges.Privilege[0].Luid, function))
         return c_privilegeUnknown;
-    // Deliberately without a check against the token in between: the answer is 0.
+    // On purpose the token is not asked in between: the answer is 0.
     return (privileges.Privilege[0].Attributes & SE_PRIVILEGE_ENABLED) != 0 ? 1 : 0;
 }

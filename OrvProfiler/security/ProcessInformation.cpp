@@ -13,16 +13,14 @@ static_assert(ProcessBasicInformation == 0 && ProcessImageFileName == 27);
 
 constexpr size_t c_imageNameUnits = 260;
 
-bool Query(EntryPoint query, HANDLE process, PROCESSINFOCLASS informationClass, void* answer, ULONG size) noexcept
+bool Query(NtQueryInformationProcessFunction query, HANDLE process, PROCESSINFOCLASS informationClass, void* answer,
+           ULONG size) noexcept
 {
-    if (query == nullptr)
-        return false;
-    return EntryPointAs<decltype(NtQueryInformationProcess)>(query)(process, informationClass, answer, size,
-                                                                    nullptr) >= 0;
+    return query != nullptr && query(process, informationClass, answer, size, nullptr) >= 0;
 }
 
 // The image name by NtQueryInformationProcess; empty on failure.
-TString AskImageName(EntryPoint query, HANDLE process) noexcept
+TString AskImageName(NtQueryInformationProcessFunction query, HANDLE process) noexcept
 {
     ProcessImageName answer{};
     answer.name.maximumBytes = c_imageNameUnits;
@@ -41,12 +39,13 @@ TString AskImageName(EntryPoint query, HANDLE process) noexcept
 // The two ways from a process handle to its id, of which older systems lack one.
 struct IdFunctions
 {
-    EntryPoint queryInformation = LookUpEntryPoint(GetModuleHandleW(L"NTDLL.DLL"), "NtQueryInformationProcess");
-    EntryPoint getProcessId = LookUpEntryPoint(GetModuleHandleW(L"KERNEL32.DLL"), "GetProcessId");
+    NtQueryInformationProcessFunction queryInformation{GetModuleHandleW(L"NTDLL.DLL"), "NtQueryInformationProcess"};
+    SystemFunction<DWORD(HANDLE)> getProcessId{GetModuleHandleW(L"KERNEL32.DLL"), "GetProcessId"};
+    static_assert(decltype(getProcessId)::Fits<decltype(GetProcessId)>());
 };
 } // namespace
 
-bool QueryProcess(EntryPoint query, HANDLE process, ProcessBasics& answer) noexcept
+bool QueryProcess(NtQueryInformationProcessFunction query, HANDLE process, ProcessBasics& answer) noexcept
 {
     return Query(query, process, ProcessBasicInformation, &answer, sizeof answer);
 }
@@ -55,7 +54,7 @@ uint32_t QueryProcessId(HANDLE process) noexcept
 {
     static const IdFunctions functions;
     if (functions.getProcessId != nullptr)
-        return EntryPointAs<decltype(GetProcessId)>(functions.getProcessId)(process);
+        return functions.getProcessId(process);
     ProcessBasics basics{};
     return QueryProcess(functions.queryInformation, process, basics) ? static_cast<uint32_t>(basics.processId) : 0;
 }
@@ -68,8 +67,8 @@ TString QueryImageName(const SystemFunctionTable& functions, HANDLE process) noe
         return AskImageName(functions.ntQueryInformationProcess, process);
     wchar_t name[c_imageNameUnits]{};
     auto units = static_cast<DWORD>(std::size(name));
-    const auto query = EntryPointAs<decltype(QueryFullProcessImageNameW)>(functions.queryFullProcessImageNameW);
-    return query(process, PROCESS_NAME_NATIVE, name, &units) != FALSE ? TString(name) : TString();
+    const BOOL known = functions.queryFullProcessImageNameW(process, PROCESS_NAME_NATIVE, name, &units);
+    return known != FALSE ? TString(name) : TString();
 }
 
 bool IsNative64BitProcess(const SystemFunctionTable& functions, HANDLE process) noexcept
@@ -82,6 +81,6 @@ bool IsNative64BitProcess(const SystemFunctionTable& functions, HANDLE process) 
     if (functions.isWow64Process == nullptr)
         return false;
     BOOL isWow64 = TRUE;
-    const BOOL known = EntryPointAs<decltype(IsWow64Process)>(functions.isWow64Process)(process, &isWow64);
+    const BOOL known = functions.isWow64Process(process, &isWow64);
     return known != FALSE && isWow64 == FALSE;
 }

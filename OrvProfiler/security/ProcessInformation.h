@@ -1,6 +1,5 @@
 #pragma once
 
-#include "OrvProfiler/foundation/EntryPoint.h"
 #include "OrvProfiler/foundation/TString.h"
 #include "OrvProfiler/foundation/WinTypes.h"
 #include "OrvProfiler/security/ProcessLayout.h"
@@ -11,7 +10,7 @@
 // What the system tells of a process by its handle, which needs query access. Nothing is traced. Any thread.
 
 // Asks NtQueryInformationProcess, given here, for the basic information. False on failure and for a null function.
-bool QueryProcess(EntryPoint query, HANDLE process, ProcessBasics& answer) noexcept;
+bool QueryProcess(NtQueryInformationProcessFunction query, HANDLE process, ProcessBasics& answer) noexcept;
 
 // The id of the process, 0 on failure.
 uint32_t QueryProcessId(HANDLE process) noexcept;

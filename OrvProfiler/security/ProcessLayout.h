@@ -3,10 +3,10 @@
 #include <cstddef>
 #include <cstdint>
 
-// What the system tells of a process, and what it keeps in every 64-bit process about its start, as far as that is
-// read here. Addresses are the other process's.
+// What NtQueryInformationProcess answers, and what the system keeps in the memory of every 64-bit process about its
+// start, as far as it is read here. Pointers are addresses in that process.
 
-// A counted UTF-16 text: lengths in bytes, the NUL not counted in the first.
+// A counted UTF-16 text. The lengths are in bytes; the first does not count a NUL.
 struct CountedText
 {
     uint16_t lengthBytes;
@@ -37,7 +37,7 @@ static_assert(offsetof(ProcessBasics, basePriority) == 24);
 static_assert(offsetof(ProcessBasics, processId) == 32);
 static_assert(offsetof(ProcessBasics, parentProcessId) == 40);
 
-// The text follows the counted text that points to it; the system is given the bytes up to its end.
+// The text stands behind the counted text that points to it. The system may write c_processImageNameBytes.
 struct ProcessImageName
 {
     CountedText name;

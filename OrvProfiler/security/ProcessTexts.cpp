@@ -32,7 +32,7 @@ void CopyText(const CountedText& counted, TString& text) noexcept
 
 void ReadRemoteText(HANDLE process, const CountedText& counted, TString& text) noexcept
 {
-    // Deliberately twice as much as the text is long: a text that lies too near the end of its memory is not read.
+    // Twice as much as the text is long, on purpose: a text too near the end of its memory is not read.
     const size_t readBytes = size_t{2} * counted.lengthBytes;
     text.Reserve(std::max<size_t>(readBytes, counted.maximumBytes) + 1);
     wchar_t* const buffer = text.GetBuffer();
@@ -41,7 +41,7 @@ void ReadRemoteText(HANDLE process, const CountedText& counted, TString& text) n
     SIZE_T read = 0;
     if (ReadProcessMemory(process, counted.text, buffer, readBytes, &read) == FALSE)
         read = 0;
-    // What was read ends where the text's own NUL is, and at the latest here.
+    // The text ends at its own NUL, or at the latest where the reading ended.
     buffer[std::min<size_t>(read, readBytes) / sizeof(wchar_t)] = L'\0';
 }
 } // namespace

@@ -15,10 +15,11 @@
 
 namespace
 {
+// The source that the assertions here are known by: fixed like their numbers, wherever the code lies.
 constexpr const wchar_t* c_source = L"ProxySecurity";
 constexpr size_t c_accountTextUnits = 260;
 
-// Whether the list, now the account's owner, could take it. A list that cannot grow is emptied.
+// Adds the account, which is the list's then. False when there is no memory; the list is empty then.
 bool AddToList(CProcess::AccountList& list, CAccount* account) noexcept
 {
     const int32_t count = list.GetCount();
@@ -42,21 +43,20 @@ CAccount* CAccount::Create(const SID_AND_ATTRIBUTES* sid) noexcept
 {
     if (sid == nullptr)
     {
-        DebugAssert(false, c_source, __LINE__);
+        DebugAssert(false, c_source);
         return nullptr;
     }
-    const EntryPoint lookUp = GetSystemFunctions().lookupAccountSidW;
+    const auto& lookUp = GetSystemFunctions().lookupAccountSidW;
     if (lookUp == nullptr)
         return nullptr;
     wchar_t name[c_accountTextUnits]{};
     wchar_t domain[c_accountTextUnits]{};
     DWORD nameUnits = c_accountTextUnits;
     DWORD domainUnits = c_accountTextUnits;
-    SID_NAME_USE use = SidTypeUnknown;
-    if (EntryPointAs<decltype(LookupAccountSidW)>(lookUp)(nullptr, sid->Sid, name, &nameUnits, domain, &domainUnits,
-                                                          &use) != FALSE)
+    int use = SidTypeUnknown;
+    if (lookUp(nullptr, sid->Sid, name, &nameUnits, domain, &domainUnits, &use) != FALSE)
         return new (std::nothrow) CAccount(sid->Attributes, static_cast<uint32_t>(use), name, domain);
-    Trace(L"%6.0f %s %s\n", TickMs(), L"CProxySecManager::CAccount::Create", ErrorText(GetLastError()));
+    TraceText(L"CProxySecManager::CAccount::Create", ErrorText(GetLastError()));
     return nullptr;
 }
 
@@ -75,7 +75,7 @@ void CProcess::ReadToken() noexcept
 {
     if (OpenProcessToken(m_process.Get(), TOKEN_READ, m_token.Receive()) == FALSE)
     {
-        Trace(L"%6.0f %s %s\n", TickMs(), L"CProxySecManager::CProcess::CProcess", ErrorText(GetLastError()));
+        TraceText(L"CProxySecManager::CProcess::CProcess", ErrorText(GetLastError()));
         return;
     }
     static_cast<void>(QueryTokenSession(m_token.Get(), m_session));
@@ -93,7 +93,7 @@ CAccount* CProcess::GetUser(HANDLE token) noexcept
 
 int32_t CProcess::GetGroupMembership(HANDLE token, AccountList& list) noexcept
 {
-    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks): what is released here is the list's
+    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks): the list owns what is released here
     for (const SID_AND_ATTRIBUTES& group : TokenGroupsQuery(token, L"CProxySecManager::CProcess::GetGroupMembership"))
     {
         std::unique_ptr<CAccount> account(CAccount::Create(&group));

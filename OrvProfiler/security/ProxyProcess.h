@@ -13,25 +13,24 @@
 #include <memory>
 #include <utility>
 
-// The flags of a process object that its reader shows; the user's is set when the user is known.
+// The flag that says that the user is known, and the mask of the flags that GetFlags shows.
 constexpr uint32_t c_processUserFound = 0x10000000;
 constexpr uint32_t c_processFlagMask = 0x10000001;
 
-// A user or a group: a SID of a token, looked up. Never changed after its creation. Users of the security manager
-// know it as CProxySecManager::CAccount.
+// A user or a group: a SID of a token, looked up. Never changes. Its public name is CProxySecManager::CAccount.
 class CAccount
 {
 public:
-    // Looks the SID up on the local system. The new account is the caller's, who deletes it. Null for a null
-    // argument, without look-up functions, and, with one trace line, when the look-up fails.
+    // Looks the SID up on the local system. The caller deletes the account. Null for a null argument, on systems
+    // without LookupAccountSid, and, with one trace line, when the look-up fails.
     static CAccount* Create(const SID_AND_ATTRIBUTES* sid) noexcept;
     CAccount(const CAccount&) = delete;
     CAccount& operator=(const CAccount&) = delete;
 
-    // The SID's attributes in the token (SE_GROUP_ constants), all of them or the top two bits alone.
+    // The SID's attributes in the token (SE_GROUP_ constants): all of them, or only the top two bits.
     uint32_t GetAttributes() const noexcept { return m_attributes; }
     uint32_t GetTopAttributes() const noexcept { return m_attributes & c_topAttributes; }
-    // What the SID stands for, a SID_NAME_USE.
+    // What the SID stands for: a SID_NAME_USE.
     uint32_t GetUse() const noexcept { return m_use; }
     const TString& GetName() const noexcept { return m_name; }
     const TString& GetDomain() const noexcept { return m_domain; }
@@ -47,7 +46,7 @@ private:
     TString m_domain;
 };
 
-// An account in a PtrArray, which the element deletes when it owns it.
+// An element of a PtrArray: an account, deleted with the element if that owns it.
 class PtrArrayAccount
 {
 public:
@@ -57,7 +56,7 @@ public:
     ~PtrArrayAccount() { Reset(); }
     PtrArrayAccount(const PtrArrayAccount&) = delete;
     PtrArrayAccount& operator=(const PtrArrayAccount&) = delete;
-    // Takes the other's account over, after deleting its own.
+    // Deletes its own account and takes the other's.
     PtrArrayAccount& operator=(PtrArrayAccount&& other) noexcept
     {
         if (this == &other)
@@ -82,31 +81,32 @@ private:
 };
 static_assert(sizeof(PtrArrayAccount) == 16, "elements of every kind share one layout");
 
-// A running process, as it was when CProxySecManager::OpenProcessObject made the object. Belongs to one thread: two
-// answers, the version record and the architecture, are looked up when they are first asked for. Users of the
-// security manager know it as CProxySecManager::CProcess.
+// A running process, as it was when the object was made. Belongs to one thread: the version record and the
+// architecture are read when they are first asked for. Its public name is CProxySecManager::CProcess, and
+// CProxySecManager::OpenProcessObject makes it.
 class CProcess
 {
 public:
-    // The accounts in it are the list's.
+    // The list owns its accounts.
     using AccountList = PtrArray<PtrArrayAccount>;
 
-    // Reads what there is to know of the process behind the handle, which becomes the object's. What cannot be read
-    // is left out. Not for concurrent use: the image path may have to be translated, see DeviceToDrivePath.
+    // Reads what can be known of a process and keeps the handle. What cannot be read stays empty. Not for concurrent
+    // use: the image path may have to be translated, see DeviceToDrivePath.
     CProcess(const SystemFunctionTable& functions, uint32_t processId, UniqueHandle process) noexcept;
     virtual ~CProcess();
     CProcess(const CProcess&) = delete;
     CProcess& operator=(const CProcess&) = delete;
 
-    // The account of a token's user. The new account is the caller's, who deletes it; null, with one trace line, on
-    // failure. The token needs query access.
+    // The account of a token's user. The caller deletes it. Null, with one trace line, on failure. The token needs
+    // query access.
     static CAccount* GetUser(HANDLE token) noexcept;
-    // Adds the token's groups to the list, those that cannot be looked up excepted. Returns the number of accounts
-    // that the list then holds. A failed query is traced.
+    // Adds the token's groups to the list, except those that cannot be looked up. Returns how many accounts the list
+    // has then. A failed query is traced.
     static int32_t GetGroupMembership(HANDLE token, AccountList& list) noexcept;
 
-    // What the process was started with, empty where it could not be read. The image path is then the kernel's,
-    // turned into a drive path where a drive has it; the title is empty too when it only repeats the image path.
+    // What the process was started with; a text that could not be read is empty. Instead of such an image path there
+    // is the kernel's, turned into one with a drive letter where possible. A title that only repeats the image path
+    // is empty.
     const TString& GetImagePath() const noexcept { return m_texts.imagePath; }
     const TString& GetCurrentDirectoryText() const noexcept { return m_texts.currentDirectory; }
     const TString& GetCommandLineText() const noexcept { return m_texts.commandLine; }
@@ -115,14 +115,14 @@ public:
     // The flags within c_processFlagMask.
     uint32_t GetFlags() const noexcept { return m_flags & c_processFlagMask; }
     uint32_t GetProcessId() const noexcept { return m_processId; }
-    // The process's session, c_sessionNone when the system knows no sessions, c_sessionFailed when it is not known.
+    // The process's session; c_sessionNone when the system has no sessions, c_sessionFailed when it is not known.
     uint32_t GetSession() const noexcept { return m_session; }
-    // The process's user, null when not known. This object's.
+    // The process's user, null when not known. Owned here.
     const CAccount* GetUserAccount() const noexcept { return m_user.get(); }
-    // The groups of the process's user. This object's.
+    // The groups of the process's user. Owned here.
     const AccountList& GetGroups() const noexcept { return m_groups; }
 
-    // The version record of the image file, null when the image is not known. This object's.
+    // The version record of the image file, null when the image is not known. Owned here.
     const CVersionRecord* GetVersion() const noexcept;
     // 32 or 64 by the image file, 0 when it is of another kind or cannot be read.
     uint32_t GetArchitecture() const noexcept;

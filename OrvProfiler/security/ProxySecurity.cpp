@@ -19,19 +19,14 @@ namespace
 constexpr const wchar_t* c_source = L"ProxySecurity";
 constexpr uint32_t c_firstVersionWithNamespaces = 6;
 
-void Unload(HMODULE& module) noexcept
-{
-    if (module != nullptr)
-        FreeLibrary(std::exchange(module, nullptr));
-}
 } // namespace
 
 bool CProxySecManager::s_allowNoUser = false;
 
 CProxySecManager::CProxySecManager() noexcept : m_osVersion(GetWindowsVersion())
 {
-    DebugAssert(this == &g_SecManager, c_source, __LINE__);
-    DebugAssert(m_osVersion != 0, c_source, __LINE__);
+    DebugAssert(this == &g_SecManager, c_source);
+    DebugAssert(m_osVersion != 0, c_source);
     OrvPEnablePrivilege(L"SeDebugPrivilege"); // the system goes on whether it got the privilege or not
     LoadStandardFunctions();
     LoadVistaFunctions();
@@ -43,10 +38,10 @@ CProxySecManager::~CProxySecManager()
     if (m_namespace != nullptr)
         OrvPCloseNamespace(m_namespace);
     DeleteNamespaceBoundary(m_functions, m_boundary);
-    Unload(m_ntdll);
-    Unload(m_kernel32);
-    Unload(m_advApi32);
-    Unload(m_version);
+    m_ntdll.Reset();
+    m_kernel32.Reset();
+    m_advApi32.Reset();
+    m_version.Reset();
 }
 
 const wchar_t* CProxySecManager::BuildObjectName(uint32_t session, const wchar_t* name) const noexcept
@@ -72,18 +67,18 @@ uint32_t CProxySecManager::GetSessionForProcess(uint32_t processId) const noexce
     const UniqueHandle process(OpenProcess(access, FALSE, processId));
     if (!process)
     {
-        Trace(L"%6.0f %s OpenProcess Failed\n%s\n", TickMs(), function, ErrorText(GetLastError()));
+        TraceLine(L"%6.0f %s OpenProcess Failed\n%s\n", function, ErrorText(GetLastError()));
         return c_sessionFailed;
     }
     UniqueHandle token;
     if (OpenProcessToken(process.Get(), TOKEN_READ, token.Receive()) == FALSE)
     {
-        Trace(L"%6.0f %s OpenProcessToken Failed\n%s\n", TickMs(), function, ErrorText(GetLastError()));
+        TraceLine(L"%6.0f %s OpenProcessToken Failed\n%s\n", function, ErrorText(GetLastError()));
         return c_sessionFailed;
     }
     uint32_t session = c_sessionFailed;
     if (!QueryTokenSession(token.Get(), session))
-        Trace(L"%6.0f %s GetTokenInformation Failed\n%s\n", TickMs(), function, ErrorText(GetLastError()));
+        TraceLine(L"%6.0f %s GetTokenInformation Failed\n%s\n", function, ErrorText(GetLastError()));
     return session;
 }
 
@@ -97,9 +92,9 @@ HANDLE CProxySecManager::OrvPCreateEvent(uint32_t session, SECURITY_ATTRIBUTES* 
     HANDLE const event =
         CreateEventW(attributes, manualReset ? TRUE : FALSE, initialState ? TRUE : FALSE, kernelName);
     if (event != nullptr)
-        Trace(L"%6.0f %s CreateEvent %s succeeded \n", TickMs(), function, kernelName);
+        TraceLine(L"%6.0f %s CreateEvent %s succeeded \n", function, kernelName);
     else
-        Trace(L"%6.0f %s CreateEvent %s Failed\n%s\n", TickMs(), function, kernelName, ErrorText(GetLastError()));
+        TraceLine(L"%6.0f %s CreateEvent %s Failed\n%s\n", function, kernelName, ErrorText(GetLastError()));
     return event;
 }
 
@@ -116,10 +111,10 @@ HANDLE CProxySecManager::OrvPCreateMutex(uint32_t session, SECURITY_ATTRIBUTES* 
     const wchar_t* const kernelName = BuildObjectName(session, name);
     if (kernelName == nullptr)
         return nullptr;
-    Trace(L"%6.0f %s Create Mutex %s\n", TickMs(), function, kernelName);
+    TraceLine(L"%6.0f %s Create Mutex %s\n", function, kernelName);
     HANDLE const mutex = CreateMutexW(attributes, FALSE, kernelName);
     if (mutex == nullptr)
-        Trace(L"%6.0f %s CreateMutex Failed %s\n", TickMs(), function, ErrorText(GetLastError()));
+        TraceLine(L"%6.0f %s CreateMutex Failed %s\n", function, ErrorText(GetLastError()));
     return mutex;
 }
 
@@ -128,10 +123,10 @@ HANDLE CProxySecManager::OrvPOpenMutex(const wchar_t* kernelName, DWORD access) 
     constexpr const wchar_t* function = L"CProxySecManager::OrvPOpenMutex";
     if (kernelName == nullptr)
         return nullptr;
-    Trace(L"%6.0f %s Open Mutex %s\n", TickMs(), function, kernelName);
+    TraceLine(L"%6.0f %s Open Mutex %s\n", function, kernelName);
     HANDLE const mutex = OpenMutexW(access, FALSE, kernelName);
     if (mutex == nullptr)
-        Trace(L"%6.0f %s Open Mutex Failed %s\n", TickMs(), function, ErrorText(GetLastError()));
+        TraceLine(L"%6.0f %s Open Mutex Failed %s\n", function, ErrorText(GetLastError()));
     return mutex;
 }
 
@@ -143,10 +138,10 @@ HANDLE CProxySecManager::OrvPCreateFileMapping(uint32_t session, HANDLE file, SE
     const wchar_t* const kernelName = BuildObjectName(session, name);
     if (kernelName == nullptr)
         return nullptr;
-    Trace(L"%6.0f %s Create Named File Map: %s\n", TickMs(), function, kernelName);
+    TraceLine(L"%6.0f %s Create Named File Map: %s\n", function, kernelName);
     HANDLE const mapping = CreateFileMappingW(file, attributes, protection, sizeHigh, sizeLow, kernelName);
     if (mapping == nullptr)
-        Trace(L"%6.0f %s Failed with %s\n", TickMs(), function, ErrorText(GetLastError()));
+        TraceLine(L"%6.0f %s Failed with %s\n", function, ErrorText(GetLastError()));
     return mapping;
 }
 
@@ -159,7 +154,7 @@ HANDLE CProxySecManager::OrvPOpenFileMapping(uint32_t session, DWORD access, boo
         return nullptr;
     HANDLE const mapping = OpenFileMappingW(access, inherit ? TRUE : FALSE, kernelName);
     if (mapping == nullptr)
-        Trace(L"%6.0f %s Failed with %s\n", TickMs(), function, ErrorText(GetLastError()));
+        TraceLine(L"%6.0f %s Failed with %s\n", function, ErrorText(GetLastError()));
     return mapping;
 }
 
@@ -171,21 +166,21 @@ bool CProxySecManager::OrvPCreateACL(SECURITY_ATTRIBUTES* attributes, PSECURITY_
 HANDLE CProxySecManager::OrvPCreateNamespace(const wchar_t* name) const noexcept
 {
     const bool hasNamespaces = UsePrivateNamespace();
-    DebugAssert(hasNamespaces, c_source, __LINE__);
+    DebugAssert(hasNamespaces, c_source);
     return hasNamespaces ? CreateNamespaceWithin(m_functions, m_boundary, name) : nullptr;
 }
 
 HANDLE CProxySecManager::OrvPOpenNamespace(const wchar_t* name) const noexcept
 {
     const bool hasNamespaces = UsePrivateNamespace();
-    DebugAssert(hasNamespaces, c_source, __LINE__);
+    DebugAssert(hasNamespaces, c_source);
     return hasNamespaces ? OpenNamespaceWithin(m_functions, m_boundary, name) : nullptr;
 }
 
 bool CProxySecManager::OrvPCloseNamespace(HANDLE& handle) const noexcept
 {
     const bool hasNamespaces = UsePrivateNamespace();
-    DebugAssert(hasNamespaces, c_source, __LINE__);
+    DebugAssert(hasNamespaces, c_source);
     return hasNamespaces && CloseNamespaceHandle(m_functions, handle);
 }
 
@@ -202,41 +197,39 @@ uint32_t CProxySecManager::OrvPHasPrivilege(HANDLE process, const wchar_t* name)
 void CProxySecManager::DetectWine() noexcept
 {
     constexpr const wchar_t* function = L"CProxySecManager::LoadStandardFunctions";
-    using TextFunction = const char*();
-    const EntryPoint version = LookUpEntryPoint(m_ntdll, "wine_get_version");
+    const SystemFunction<const char*()> version(m_ntdll.Get(), "wine_get_version");
     if (version != nullptr)
-        Trace(L"%6.0f %s Wine Version %S\n", TickMs(), function, EntryPointAs<TextFunction>(version)());
-    const EntryPoint buildId = LookUpEntryPoint(m_ntdll, "wine_get_build_id");
+        TraceLine(L"%6.0f %s Wine Version %S\n", function, version());
+    const SystemFunction<const char*()> buildId(m_ntdll.Get(), "wine_get_build_id");
     if (buildId != nullptr)
-        Trace(L"%6.0f %s Wine Build Id %S\n", TickMs(), function, EntryPointAs<TextFunction>(buildId)());
+        TraceLine(L"%6.0f %s Wine Build Id %S\n", function, buildId());
     m_runningUnderWine = version != nullptr || buildId != nullptr ? 1 : 0;
 }
 
 bool CProxySecManager::LoadStandardFunctions() noexcept
 {
-    if (m_ntdll != nullptr || m_advApi32 != nullptr || m_version != nullptr)
+    if (m_ntdll || m_advApi32 || m_version)
     {
-        DebugAssert(false, c_source, __LINE__);
+        DebugAssert(false, c_source);
         return true;
     }
-    m_ntdll = LoadLibraryW(L"Ntdll");
-    m_advApi32 = LoadLibraryW(L"AdvAPI32");
-    m_version = LoadLibraryW(L"Version");
+    m_ntdll.Reset(LoadLibraryW(L"Ntdll"));
+    m_advApi32.Reset(LoadLibraryW(L"AdvAPI32"));
+    m_version.Reset(LoadLibraryW(L"Version"));
 
-    m_functions.LookUpNativeFunctions(m_ntdll);
+    m_functions.LookUpNativeFunctions(m_ntdll.Get());
     DetectWine();
-    m_functions.LookUpAccountFunctions(m_advApi32);
-    DebugAssert(m_functions.lookupAccountSidW != nullptr && m_functions.lookupAccountNameW != nullptr, c_source,
-                __LINE__);
-    m_functions.LookUpVersionFunctions(m_version);
+    m_functions.LookUpAccountFunctions(m_advApi32.Get());
+    DebugAssert(m_functions.lookupAccountSidW != nullptr && m_functions.lookupAccountNameW != nullptr, c_source);
+    m_functions.LookUpVersionFunctions(m_version.Get());
 
     if (m_functions.HasAccountFunctions())
         return true;
-    // A function of a library that is freed is none.
-    m_functions.ForgetNativeFunctions();
-    m_functions.ForgetAccountFunctions();
-    Unload(m_ntdll);
-    Unload(m_advApi32);
+    // The functions go with their libraries.
+    m_functions.LookUpNativeFunctions(nullptr);
+    m_functions.LookUpAccountFunctions(nullptr);
+    m_ntdll.Reset();
+    m_advApi32.Reset();
     return false;
 }
 
@@ -252,35 +245,33 @@ void CProxySecManager::JoinNamespace() noexcept
     if (m_namespace != nullptr)
         m_namespaceCreatedHere = 1;
     else
-        Trace(L"%6.0f %s OrvPCreateNamespace\n%s\n", TickMs(), L"CProxySecManager::LoadVistaFunctions",
-              ErrorText(GetLastError()));
+        TraceLine(L"%6.0f %s OrvPCreateNamespace\n%s\n", L"CProxySecManager::LoadVistaFunctions",
+                  ErrorText(GetLastError()));
 }
 
 bool CProxySecManager::LoadVistaFunctions() noexcept
 {
-    if (m_kernel32 != nullptr)
+    if (m_kernel32)
     {
-        DebugAssert(false, c_source, __LINE__);
+        DebugAssert(false, c_source);
         return true;
     }
     if (!UsePrivateNamespace())
         return false;
-    m_kernel32 = LoadLibraryW(L"Kernel32");
-    DebugAssert(m_kernel32 != nullptr, c_source, __LINE__);
-    m_functions.LookUpKernelFunctions(m_kernel32);
-    if (m_functions.HasNamespaceFunctions())
+    m_kernel32.Reset(LoadLibraryW(L"Kernel32"));
+    DebugAssert(static_cast<bool>(m_kernel32), c_source);
+    if (m_functions.LookUpKernelFunctions(m_kernel32.Get()))
         JoinNamespace();
     if (m_namespace != nullptr)
         return true;
-    DebugAssert(false, c_source, __LINE__);
-    Trace(L"%6.0f %s %s\n", TickMs(), L"CProxySecManager::LoadVistaFunctions",
-          L"Failed to create Security namespace!!!!!!!!!!!!!\n");
+    DebugAssert(false, c_source);
+    TraceText(L"CProxySecManager::LoadVistaFunctions", L"Failed to create Security namespace!!!!!!!!!!!!!\n");
     return false;
 }
 
 CProxySecManager::CProcess* CProxySecManager::OpenProcessObject(uint32_t processId) const noexcept
 {
-    // Not granted for every process: without it the parameters stay unknown, the rest does not.
+    // Not granted for every process. Without it only the texts that it was started with stay unknown.
     constexpr DWORD accessForParameters = READ_CONTROL | PROCESS_VM_READ;
     const DWORD access = UsePrivateNamespace() ? PROCESS_QUERY_LIMITED_INFORMATION : PROCESS_QUERY_INFORMATION;
     UniqueHandle process(OpenProcess(access | accessForParameters, FALSE, processId));
@@ -290,7 +281,7 @@ CProxySecManager::CProcess* CProxySecManager::OpenProcessObject(uint32_t process
         return nullptr;
     DWORD exitCode = 0;
     const bool known = GetExitCodeProcess(process.Get(), &exitCode) != FALSE;
-    DebugAssert(known, c_source, __LINE__);
+    DebugAssert(known, c_source);
     if (!known || exitCode != STILL_ACTIVE)
         return nullptr;
     std::unique_ptr<CProcess> object(new (std::nothrow) CProcess(m_functions, processId, std::move(process)));

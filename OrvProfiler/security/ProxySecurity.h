@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OrvProfiler/foundation/TString.h"
+#include "OrvProfiler/foundation/UniqueHandle.h"
 #include "OrvProfiler/foundation/WinTypes.h"
 #include "OrvProfiler/security/Administrators.h"
 #include "OrvProfiler/security/ImageArchitecture.h"
@@ -13,136 +14,137 @@
 #include <cstdint>
 #include <memory>
 
-// The one place where kernel objects that two processes share (events, mutexes, file mappings) are named, created and
-// opened, where system functions that older systems lack are looked up, and where questions about processes, accounts
-// and executable files are answered.
+// Names, creates and opens every kernel object that two processes share (events, mutexes, file mappings), looks up
+// the system functions that older systems lack, and answers questions about processes, accounts and executable files.
 //
-// Exactly one exists, g_SecManager, constructed before the entry function runs and destroyed at process exit. It is
-// read-only after its construction, the object of the current process excepted: any thread may call it, where nothing
-// else is said.
+// Each process has exactly one, g_SecManager. It is constructed before the entry function runs and destroyed when the
+// process exits. After its construction only the object of the current process may still change. Any thread may call
+// it, unless an operation says otherwise.
 //
-// No operation throws. A failed system call is reported by one trace line with the system's error text and by the
-// result (null, false or an all-ones value); nothing is left half made.
+// No operation throws. A failed system call writes one trace line with the system's error text, and the result says
+// so (null, false or an all-ones value). Nothing is left half made.
 //
-// A name is a short object name; the kernel name is formed from it and the session in BuildObjectName alone. With a
-// null name every operation returns "none" without any system call. Returned handles belong to the caller.
+// Callers pass short object names; only BuildObjectName turns one into a kernel name. With a null name an operation
+// makes no system call and returns null. The caller owns every handle that is returned.
 class CProxySecManager
 {
 public:
     using CAccount = ::CAccount; // a user or a group, see ProxyProcess.h
     using CProcess = ::CProcess; // a running process, see ProxyProcess.h
 
-    // Finds out the system's version, enables the debug privilege if the account has it, looks up the entry points
-    // and opens, or as the first process creates, the private namespace.
+    // Reads the system's version, enables the debug privilege if the account has it, looks up the system functions,
+    // and opens the private namespace. The first process creates it.
     CProxySecManager() noexcept;
-    // Deletes the object of the current process, leaves the namespace, which lives on while other processes hold it,
-    // and frees the libraries.
+    // Deletes the object of the current process, leaves the namespace and frees the libraries. The namespace lives on
+    // while other processes hold it.
     ~CProxySecManager();
     CProxySecManager(const CProxySecManager&) = delete;
     CProxySecManager& operator=(const CProxySecManager&) = delete;
 
-    // The full kernel name of an object. With private namespaces "OrvP\name", whatever the session; else "Local\name"
-    // without a session (0xFFFFFFFF) or under Wine; else "Session\session\name", the session printed signed (so that
-    // the failure value deliberately gives "Session\-2\name"). Cut at 1024 units. Null for a null name.
-    // The text is a formatting slot's: use it before 31 further slots are taken.
+    // The full kernel name of an object, cut at 1024 units; null for a null name.
+    //     OrvP\name             with private namespaces, whatever the session
+    //     Local\name            without a session (0xFFFFFFFF), and under Wine
+    //     Session\number\name   otherwise. The number is signed: on purpose, the failure value gives Session\-2\name.
+    // The text lies in a slot of FormatSlot: use it before 31 further slots are taken.
     const wchar_t* BuildObjectName(uint32_t session, const wchar_t* name) const noexcept;
 
-    // Whether shared objects live in the private namespace: Windows 6.0 or later, not under Wine. Stays true when
-    // the namespace could not be joined; creating and opening named objects then fails.
+    // Whether shared objects live in the private namespace: on Windows 6.0 or later, but not under Wine. Still true
+    // when the namespace could not be joined; then no named object can be created or opened.
     bool UsePrivateNamespace() const noexcept;
 
-    // The session of a process; 0xFFFFFFFF when the system knows no sessions, 0xFFFFFFFE (and one trace line) when
-    // the process, its token or the session cannot be read.
+    // The session of a process. c_sessionNone (0xFFFFFFFF) when the system has no sessions; c_sessionFailed
+    // (0xFFFFFFFE) and one trace line when the process, its token or the session cannot be read.
     uint32_t GetSessionForProcess(uint32_t processId) const noexcept;
 
-    // Creates the event, or opens it when it exists already, which counts as success. Traces success and failure.
+    // Creates the event, or opens it when it exists already; both are success. Traces success and failure.
     HANDLE OrvPCreateEvent(uint32_t session, SECURITY_ATTRIBUTES* attributes, bool manualReset, bool initialState,
                            const wchar_t* name) const noexcept;
-    // Opens an event for the desired access, not inherited. Traces nothing; the thread's last error tells the reason.
+    // Opens an event with the given access. The handle is not inherited. Traces nothing: the last error has the
+    // reason.
     HANDLE OrvPOpenEvent(uint32_t session, DWORD access, const wchar_t* name) const noexcept;
 
-    // Creates the mutex, never initially owned, or opens it when it exists already: the thread's last error is then
+    // Creates the mutex, which nobody owns yet, or opens it when it exists already. The last error is then
     // ERROR_ALREADY_EXISTS (183).
     HANDLE OrvPCreateMutex(uint32_t session, SECURITY_ATTRIBUTES* attributes, const wchar_t* name) const noexcept;
-    // Opens a mutex by its finished kernel name (this operation forms none), not inherited.
+    // Opens a mutex by its full kernel name, which is used as it is. The handle is not inherited.
     HANDLE OrvPOpenMutex(const wchar_t* kernelName, DWORD access) const noexcept;
 
-    // Creates the file mapping, or opens it when it exists already. file may be INVALID_HANDLE_VALUE (paging file);
-    // the size is in bytes, protection a PAGE_ constant.
+    // Creates the file mapping, or opens it when it exists already. file may be INVALID_HANDLE_VALUE for the paging
+    // file. The size is in bytes; protection is a PAGE_ constant.
     HANDLE OrvPCreateFileMapping(uint32_t session, HANDLE file, SECURITY_ATTRIBUTES* attributes, DWORD protection,
                                  uint32_t sizeHigh, uint32_t sizeLow, const wchar_t* name) const noexcept;
-    // Opens a file mapping for the desired access.
+    // Opens a file mapping with the given access.
     HANDLE OrvPOpenFileMapping(uint32_t session, DWORD access, bool inherit, const wchar_t* name) const noexcept;
 
-    // Fills the caller's attributes and descriptor with a present, null access list: every user has full access, the
-    // handle is not inherited. The attributes point to the descriptor, so both must live equally long. descriptor
-    // points to a SECURITY_DESCRIPTOR.
+    // Fills the caller's attributes and descriptor, both zeroed before: every user has full access (the access list
+    // is present and null), and a handle is not inherited. The attributes point to the descriptor, which must live as
+    // long as they do. descriptor points to a SECURITY_DESCRIPTOR. OpenToAll does the same with room of its own.
     bool OrvPCreateACL(SECURITY_ATTRIBUTES* attributes, PSECURITY_DESCRIPTOR descriptor) const noexcept;
 
-    // Creates or opens a private namespace within the boundary. Null on systems without namespaces, and on failure;
-    // opening one that nobody has created is expected and not traced.
+    // Creates or opens a private namespace within the boundary. Null on failure and on systems without namespaces.
+    // That nobody has created the namespace to open is normal and not traced.
     HANDLE OrvPCreateNamespace(const wchar_t* name) const noexcept;
     HANDLE OrvPOpenNamespace(const wchar_t* name) const noexcept;
     // Closes a namespace handle without destroying the namespace. True on success; the handle is null then.
     bool OrvPCloseNamespace(HANDLE& handle) const noexcept;
 
-    // Enables a privilege, by its system name, for the current process. Deliberately also true when the account does
-    // not hold the privilege: the system then reports success.
+    // Enables a privilege, by its system name, for the current process. On purpose also true when the account does
+    // not hold the privilege: the system reports success then.
     bool OrvPEnablePrivilege(const wchar_t* name) const noexcept;
-    // 0xFFFFFFFF on failure, else deliberately always 0: the privilege is looked up but not checked against the
-    // process's token.
+    // 0xFFFFFFFF on failure. Otherwise always 0, on purpose: the privilege is looked up, but the process's token is
+    // not asked for it.
     uint32_t OrvPHasPrivilege(HANDLE process, const wchar_t* name) const noexcept;
 
-    // Load the libraries and look up the entry points; called by the constructor, and without effect when called
-    // again. The first is false when account look-ups are missing, the second when no namespace is held.
+    // Load the libraries and look up the system functions. The constructor calls them; later calls do nothing. The
+    // first is false when account functions are missing, the second when no namespace is held.
     bool LoadStandardFunctions() noexcept;
     bool LoadVistaFunctions() noexcept;
 
-    // Reads what there is to know of a running process. The new object is the caller's, who deletes it. Null, without
-    // a trace line of its own, when the process has ended, cannot be opened or runs for no known user (unless
-    // s_allowNoUser is set). Not for concurrent use: the image path may have to be translated, see DeviceToDrivePath.
+    // Reads what can be known of a running process. The caller deletes the object. Null, without a trace line of its
+    // own, when the process has ended or cannot be opened, or when its user is not known and s_allowNoUser is not
+    // set. Not for concurrent use: the image path may have to be translated, see DeviceToDrivePath.
     CProcess* OpenProcessObject(uint32_t processId) const noexcept;
 
-    // The object of the current process, which stays the manager's: made on the first call, the same ever after, and
-    // as old as that call. Null when account look-ups are missing or the object cannot be made (the next call tries
-    // again). Deliberately not locked: two threads must not make the first call together.
+    // The object of the current process, which the manager owns. Made by the first call and the same from then on, so
+    // it shows the process as it was then. Null when account functions are missing or the object cannot be made; the
+    // next call tries again. On purpose not locked: two threads must not make the first call together.
     CProcess* GetCurrentProcessObject() noexcept;
 
-    // Which administrators the process's user belongs to: c_adminBuiltInGroup, c_adminAccount and c_adminDomainGroup,
-    // added up. Deliberately counts groups that the token holds for denying only, so that an administrator whose
-    // token is filtered is reported all the same. 0 when none, on systems without IsWellKnownSid, and, with one trace
-    // line, when the token cannot be read.
+    // The administrators among the process's groups: c_adminBuiltInGroup, c_adminAccount and c_adminDomainGroup,
+    // added up. Groups that the token holds only to deny access count too, on purpose: a user with a filtered token
+    // is an administrator all the same. 0 for none, on systems without IsWellKnownSid, and, with one trace line, when
+    // the token cannot be read.
     uint32_t IsRunAsAdmin(HANDLE process) const noexcept;
 
-    // The word length, 32 or 64, of an executable file by its header; c_architectureUnknown when the file is no such
-    // image or of another kind; c_architectureUnreadable when it ends too early, cannot be read or, with one trace
-    // line, cannot be opened.
+    // 32 or 64: the word length of an executable file, by its header. c_architectureUnknown when the file is no
+    // executable or one of another kind. c_architectureUnreadable when it is too short, cannot be read or, with one
+    // trace line, cannot be opened.
     uint32_t GetArchitecture(const wchar_t* path) const noexcept;
 
-    // Whether a running Win32 service has that process id; false also when the services cannot be listed.
+    // Whether a running Win32 service has that process id. False also when the services cannot be listed.
     bool IsProcessAService(uint32_t processId) const noexcept;
 
     // The id of the process behind a handle, 0 on failure.
     uint32_t GetProcessIdOfHandle(HANDLE process) const noexcept;
 
-    // The process's image file as the kernel names it (\Device\...), at most 259 units; empty for a null handle and
+    // The process's image file as the kernel names it (\Device\...), at most 259 units. Empty for a null handle and
     // on failure.
     TString GetImageName(HANDLE process) const noexcept;
 
-    // Whether the system is 64-bit and the process runs natively on it. False also when that cannot be asked: on
-    // failure and where IsWow64Process was not looked up (see LoadVistaFunctions).
+    // Whether the system is 64-bit and the process runs natively on it. False also on failure, and on systems where
+    // LoadVistaFunctions has not looked IsWow64Process up.
     bool Is64BitProcess(HANDLE process) const noexcept;
 
-    // Whether the SID is of the well-known type, a WELL_KNOWN_SID_TYPE. False on systems without IsWellKnownSid.
+    // Whether the SID is of the well-known type (a WELL_KNOWN_SID_TYPE). False on systems without IsWellKnownSid.
     bool IsWellKnown(PSID sid, uint32_t type) const noexcept;
     // Whether the SID is one of those that IsRunAsAdmin looks for.
     bool IsAdminSid(PSID sid) const noexcept;
 
-    // Lets OpenProcessObject succeed for processes whose user is not known. Off unless a program sets it, which it
-    // does before other threads ask for processes.
+    // Lets OpenProcessObject succeed for processes whose user is not known. Off by default. A program that sets it
+    // does so before other threads ask for processes.
     static bool s_allowNoUser;
 
-    // 1 when this process created the private namespace, 0 when it opened it or has none. Informational.
+    // 1 when this process created the private namespace, 0 when it opened it or has none. For information only.
     uint32_t NamespaceCreatedHere() const noexcept { return m_namespaceCreatedHere; }
     // 1 when the system is Wine.
     uint32_t RunningUnderWine() const noexcept { return m_runningUnderWine; }
@@ -155,10 +157,12 @@ private:
 
     uint64_t m_osVersion;
     uint32_t m_namespaceCreatedHere = 0;
-    HMODULE m_version = nullptr;
-    HMODULE m_kernel32 = nullptr;
-    HMODULE m_ntdll = nullptr;
-    HMODULE m_advApi32 = nullptr;
+    UniqueLibrary m_version;
+    // Held once LoadVistaFunctions has done its work.
+    UniqueLibrary m_kernel32;
+    UniqueLibrary m_ntdll;
+    UniqueLibrary m_advApi32;
+    // Owned. Only functions of the table below can close them.
     HANDLE m_namespace = nullptr;
     HANDLE m_boundary = nullptr;
     SystemFunctionTable m_functions;
@@ -166,5 +170,5 @@ private:
     uint32_t m_runningUnderWine = 0;
 };
 
-// The one manager. Defined with the other static objects of the process, see StaticObjects.cpp.
+// The one manager, defined with the process's other static objects in StaticObjects.cpp.
 extern CProxySecManager g_SecManager;

@@ -1,5 +1,7 @@
 #include "OrvProfiler/security/RunningServices.h"
 
+#include "OrvProfiler/foundation/UniqueHandle.h"
+
 #include <windows.h>
 
 #include <winsvc.h>
@@ -10,46 +12,28 @@
 
 namespace
 {
-// The service control manager, open for listing services.
-class ServiceManager
+// Lists the running Win32 services into a buffer. False on failure, with the bytes missing in needed.
+bool ListServices(const UniqueServiceHandle& manager, unsigned char* buffer, DWORD sizeBytes, DWORD& needed,
+                  DWORD& count) noexcept
 {
-public:
-    ServiceManager() noexcept : m_handle(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ENUMERATE_SERVICE)) {}
-    ~ServiceManager()
-    {
-        if (m_handle != nullptr)
-            CloseServiceHandle(m_handle);
-    }
-    ServiceManager(const ServiceManager&) = delete;
-    ServiceManager& operator=(const ServiceManager&) = delete;
-
-    explicit operator bool() const noexcept { return m_handle != nullptr; }
-
-    // Lists the running Win32 services into a buffer. False on failure, with the bytes missing in needed.
-    bool List(unsigned char* buffer, DWORD sizeBytes, DWORD& needed, DWORD& count) const noexcept
-    {
-        DWORD resume = 0;
-        return EnumServicesStatusExW(m_handle, SC_ENUM_PROCESS_INFO, SERVICE_WIN32, SERVICE_ACTIVE, buffer, sizeBytes,
-                                     &needed, &count, &resume, nullptr) != FALSE;
-    }
-
-private:
-    SC_HANDLE m_handle;
-};
+    DWORD resume = 0;
+    return EnumServicesStatusExW(manager.Get(), SC_ENUM_PROCESS_INFO, SERVICE_WIN32, SERVICE_ACTIVE, buffer,
+                                 sizeBytes, &needed, &count, &resume, nullptr) != FALSE;
+}
 } // namespace
 
 bool IsRunningService(uint32_t processId) noexcept
 {
-    const ServiceManager services;
-    if (!services)
+    const UniqueServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ENUMERATE_SERVICE));
+    if (!manager)
         return false;
     DWORD size = 0;
     DWORD count = 0;
-    if (services.List(nullptr, 0, size, count) || GetLastError() != ERROR_MORE_DATA)
+    if (ListServices(manager, nullptr, 0, size, count) || GetLastError() != ERROR_MORE_DATA)
         return false;
     const std::unique_ptr<unsigned char[]> buffer(new (std::nothrow) unsigned char[size]);
     DWORD missing = 0;
-    if (buffer == nullptr || !services.List(buffer.get(), size, missing, count))
+    if (buffer == nullptr || !ListServices(manager, buffer.get(), size, missing, count))
         return false;
     const auto* const first = reinterpret_cast<const ENUM_SERVICE_STATUS_PROCESSW*>(buffer.get());
     const auto* const last = first + std::min<size_t>(count, size / sizeof *first);

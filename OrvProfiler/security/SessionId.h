@@ -2,6 +2,6 @@
 
 #include <cstdint>
 
-// Session ids that are none: a process that has no session, and a session that could not be found out.
+// In place of a session id: the system has no sessions, and the session could not be read.
 constexpr uint32_t c_sessionNone = 0xFFFFFFFF;
 constexpr uint32_t c_sessionFailed = 0xFFFFFFFE;

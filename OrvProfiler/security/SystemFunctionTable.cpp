@@ -1,62 +1,55 @@
 #include "OrvProfiler/security/SystemFunctionTable.h"
 
-#include <iterator>
-#include <utility>
+#include <windows.h>
+
+#include <winternl.h>
+#include <winver.h>
+
+// Each is declared as the system declares it.
+using Table = SystemFunctionTable;
+static_assert(decltype(Table::verQueryValueW)::Fits<decltype(VerQueryValueW)>());
+static_assert(decltype(Table::getFileVersionInfoSizeW)::Fits<decltype(GetFileVersionInfoSizeW)>());
+static_assert(decltype(Table::getFileVersionInfoW)::Fits<decltype(GetFileVersionInfoW)>());
+static_assert(decltype(Table::createPrivateNamespaceW)::Fits<decltype(CreatePrivateNamespaceW)>());
+static_assert(decltype(Table::openPrivateNamespaceW)::Fits<decltype(OpenPrivateNamespaceW)>());
+static_assert(decltype(Table::closePrivateNamespace)::Fits<decltype(ClosePrivateNamespace)>());
+static_assert(decltype(Table::createBoundaryDescriptorW)::Fits<decltype(CreateBoundaryDescriptorW)>());
+static_assert(decltype(Table::deleteBoundaryDescriptor)::Fits<decltype(DeleteBoundaryDescriptor)>());
+static_assert(decltype(Table::queryFullProcessImageNameW)::Fits<decltype(QueryFullProcessImageNameW)>());
+static_assert(decltype(Table::isWow64Process)::Fits<decltype(IsWow64Process)>());
+static_assert(decltype(Table::ntQueryInformationProcess)::Fits<decltype(NtQueryInformationProcess)>());
+static_assert(decltype(Table::isWellKnownSid)::Fits<decltype(IsWellKnownSid)>());
+static_assert(decltype(Table::lookupAccountSidW)::Fits<decltype(LookupAccountSidW)>());
+static_assert(decltype(Table::lookupAccountNameW)::Fits<decltype(LookupAccountNameW)>());
 
 void SystemFunctionTable::LookUpVersionFunctions(HMODULE version) noexcept
 {
-    verQueryValueW = LookUpEntryPoint(version, "VerQueryValueW");
-    getFileVersionInfoSizeW = LookUpEntryPoint(version, "GetFileVersionInfoSizeW");
-    getFileVersionInfoW = LookUpEntryPoint(version, "GetFileVersionInfoW");
-}
-
-void SystemFunctionTable::LookUpKernelFunctions(HMODULE kernel32) noexcept
-{
-    isWow64Process = LookUpEntryPoint(kernel32, "IsWow64Process");
-    queryFullProcessImageNameW = LookUpEntryPoint(kernel32, "QueryFullProcessImageNameW");
-    createPrivateNamespaceW = LookUpEntryPoint(kernel32, "CreatePrivateNamespaceW");
-    const std::pair<EntryPoint&, const char*> further[] = {
-        {openPrivateNamespaceW, "OpenPrivateNamespaceW"},
-        {closePrivateNamespace, "ClosePrivateNamespace"},
-        {createBoundaryDescriptorW, "CreateBoundaryDescriptorW"},
-        {deleteBoundaryDescriptor, "DeleteBoundaryDescriptor"},
-    };
-    bool found =
-        isWow64Process != nullptr && queryFullProcessImageNameW != nullptr && createPrivateNamespaceW != nullptr;
-    for (const auto* entry = std::begin(further); found && entry != std::end(further); ++entry)
-    {
-        entry->first = LookUpEntryPoint(kernel32, entry->second);
-        found = entry->first != nullptr;
-    }
+    verQueryValueW.LookUp(version, "VerQueryValueW");
+    getFileVersionInfoSizeW.LookUp(version, "GetFileVersionInfoSizeW");
+    getFileVersionInfoW.LookUp(version, "GetFileVersionInfoW");
 }
 
 void SystemFunctionTable::LookUpNativeFunctions(HMODULE ntdll) noexcept
 {
-    ntQueryInformationProcess = LookUpEntryPoint(ntdll, "NtQueryInformationProcess");
+    ntQueryInformationProcess.LookUp(ntdll, "NtQueryInformationProcess");
 }
 
 void SystemFunctionTable::LookUpAccountFunctions(HMODULE advApi32) noexcept
 {
-    isWellKnownSid = LookUpEntryPoint(advApi32, "IsWellKnownSid");
-    lookupAccountSidW = LookUpEntryPoint(advApi32, "LookupAccountSidW");
-    lookupAccountNameW = LookUpEntryPoint(advApi32, "LookupAccountNameW");
+    isWellKnownSid.LookUp(advApi32, "IsWellKnownSid");
+    lookupAccountSidW.LookUp(advApi32, "LookupAccountSidW");
+    lookupAccountNameW.LookUp(advApi32, "LookupAccountNameW");
 }
 
-void SystemFunctionTable::ForgetNativeFunctions() noexcept
+bool SystemFunctionTable::LookUpKernelFunctions(HMODULE kernel32) noexcept
 {
-    LookUpNativeFunctions(nullptr);
-}
-
-void SystemFunctionTable::ForgetAccountFunctions() noexcept
-{
-    LookUpAccountFunctions(nullptr);
-}
-
-bool SystemFunctionTable::HasNamespaceFunctions() const noexcept
-{
-    return createPrivateNamespaceW != nullptr && openPrivateNamespaceW != nullptr &&
-           closePrivateNamespace != nullptr && createBoundaryDescriptorW != nullptr &&
-           deleteBoundaryDescriptor != nullptr;
+    const bool hasWow64 = isWow64Process.LookUp(kernel32, "IsWow64Process");
+    const bool hasImageName = queryFullProcessImageNameW.LookUp(kernel32, "QueryFullProcessImageNameW");
+    return createPrivateNamespaceW.LookUp(kernel32, "CreatePrivateNamespaceW") && hasWow64 && hasImageName &&
+           openPrivateNamespaceW.LookUp(kernel32, "OpenPrivateNamespaceW") &&
+           closePrivateNamespace.LookUp(kernel32, "ClosePrivateNamespace") &&
+           createBoundaryDescriptorW.LookUp(kernel32, "CreateBoundaryDescriptorW") &&
+           deleteBoundaryDescriptor.LookUp(kernel32, "DeleteBoundaryDescriptor");
 }
 
 bool SystemFunctionTable::HasAccountFunctions() const noexcept

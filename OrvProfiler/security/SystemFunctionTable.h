@@ -1,47 +1,46 @@
 #pragma once
 
-#include "OrvProfiler/foundation/EntryPoint.h"
+#include "OrvProfiler/foundation/SystemFunction.h"
 #include "OrvProfiler/foundation/WinTypes.h"
 
+// Asks for a kind of information (a PROCESSINFOCLASS) about a process; 0 or above on success.
+// NOLINTNEXTLINE(google-runtime-int): a status is a long
+using NtQueryInformationProcessFunction = SystemFunction<long(HANDLE, int, void*, DWORD, DWORD*)>;
+
 // The system functions that older systems lack, as the security manager looked them up. One that the system does not
-// have is null: whoever calls one tests it first.
+// have is null: whoever calls one tests it first. Enumerations are declared as int, as only <windows.h> can name
+// them.
 struct SystemFunctionTable
 {
-    // Of the library Version.
-    EntryPoint verQueryValueW = nullptr;
-    EntryPoint getFileVersionInfoSizeW = nullptr;
-    EntryPoint getFileVersionInfoW = nullptr;
+    // The functions of Version.
+    SystemFunction<int(const void*, const wchar_t*, void**, unsigned int*)> verQueryValueW;
+    SystemFunction<DWORD(const wchar_t*, DWORD*)> getFileVersionInfoSizeW;
+    SystemFunction<int(const wchar_t*, DWORD, DWORD, void*)> getFileVersionInfoW;
 
-    // Of Kernel32.
-    EntryPoint createPrivateNamespaceW = nullptr;
-    EntryPoint openPrivateNamespaceW = nullptr;
-    EntryPoint closePrivateNamespace = nullptr;
-    EntryPoint createBoundaryDescriptorW = nullptr;
-    EntryPoint deleteBoundaryDescriptor = nullptr;
-    EntryPoint queryFullProcessImageNameW = nullptr;
-    EntryPoint isWow64Process = nullptr;
+    // The functions of Kernel32.
+    SystemFunction<HANDLE(SECURITY_ATTRIBUTES*, void*, const wchar_t*)> createPrivateNamespaceW;
+    SystemFunction<HANDLE(void*, const wchar_t*)> openPrivateNamespaceW;
+    SystemFunction<unsigned char(HANDLE, DWORD)> closePrivateNamespace;
+    SystemFunction<HANDLE(const wchar_t*, DWORD)> createBoundaryDescriptorW;
+    SystemFunction<void(HANDLE)> deleteBoundaryDescriptor;
+    SystemFunction<int(HANDLE, DWORD, wchar_t*, DWORD*)> queryFullProcessImageNameW;
+    SystemFunction<int(HANDLE, int*)> isWow64Process;
 
-    // Of Ntdll.
-    EntryPoint ntQueryInformationProcess = nullptr;
+    // The function of Ntdll.
+    NtQueryInformationProcessFunction ntQueryInformationProcess;
 
-    // Of AdvAPI32.
-    EntryPoint isWellKnownSid = nullptr;
-    EntryPoint lookupAccountSidW = nullptr;
-    EntryPoint lookupAccountNameW = nullptr;
+    // The functions of AdvAPI32.
+    SystemFunction<int(PSID, int)> isWellKnownSid;
+    SystemFunction<int(const wchar_t*, PSID, wchar_t*, DWORD*, wchar_t*, DWORD*, int*)> lookupAccountSidW;
+    SystemFunction<int(const wchar_t*, const wchar_t*, PSID, DWORD*, wchar_t*, DWORD*, int*)> lookupAccountNameW;
 
-    // Look up the functions of one library. With a null module all of them are null.
+    // Look up the functions of one library; with a null module all of them become null.
     void LookUpVersionFunctions(HMODULE version) noexcept;
-    // Stops at the first of Kernel32's functions that is missing; only what it looks up first is then there.
-    void LookUpKernelFunctions(HMODULE kernel32) noexcept;
     void LookUpNativeFunctions(HMODULE ntdll) noexcept;
     void LookUpAccountFunctions(HMODULE advApi32) noexcept;
+    // Looks for the first three in any case, and from there on until one is missing. Returns whether all are there.
+    bool LookUpKernelFunctions(HMODULE kernel32) noexcept;
 
-    // Forget the functions of Ntdll and AdvAPI32, as must be done before these are freed.
-    void ForgetNativeFunctions() noexcept;
-    void ForgetAccountFunctions() noexcept;
-
-    // Whether all five functions of private namespaces and their boundaries are there.
-    bool HasNamespaceFunctions() const noexcept;
     // Whether SIDs can be told apart and accounts be found.
     bool HasAccountFunctions() const noexcept;
 };

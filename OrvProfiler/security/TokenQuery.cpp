@@ -35,7 +35,7 @@ Block QueryToken(HANDLE token, TOKEN_INFORMATION_CLASS informationClass, const w
     const DWORD error = ReadToken(token, informationClass, sizeof(Information), block);
     if (error == ERROR_SUCCESS)
         return block;
-    Trace(L"%6.0f %s %s\n", TickMs(), function, ErrorText(error));
+    TraceText(function, ErrorText(error));
     return nullptr;
 }
 } // namespace

@@ -7,12 +7,12 @@
 
 // What a token says of its session, its user and its groups. The token needs query access. Any thread.
 
-// Stores the token's session: c_sessionNone when the system knows no sessions, c_sessionFailed on failure. False on
-// failure, with the reason in the thread's last error. Nothing is traced.
+// Stores the token's session, or c_sessionNone when the system has no sessions. On failure it stores c_sessionFailed
+// and returns false; the last error has the reason. Nothing is traced.
 bool QueryTokenSession(HANDLE token, uint32_t& session) noexcept;
 
 // The token's user and, below, its groups are read at construction. A failure leaves the object empty and writes one
-// trace line that names the reporting function. The SIDs are the object's.
+// trace line under the given function's name. The object owns the SIDs.
 class TokenUserQuery
 {
 public:
@@ -25,7 +25,7 @@ private:
     std::unique_ptr<unsigned char[]> m_block;
 };
 
-// For use in a range-based for. Groups that the token holds for denying only are among them.
+// For use in a range-based for. Groups that the token holds only to deny access are among them.
 class TokenGroupsQuery
 {
 public:

@@ -42,15 +42,13 @@ bool CVersionRecord::ReadBlock(const wchar_t* path) noexcept
     if (path == nullptr || functions.getFileVersionInfoSizeW == nullptr || functions.getFileVersionInfoW == nullptr)
         return false;
     DWORD ignored = 0;
-    const DWORD size =
-        EntryPointAs<decltype(GetFileVersionInfoSizeW)>(functions.getFileVersionInfoSizeW)(path, &ignored);
+    const DWORD size = functions.getFileVersionInfoSizeW(path, &ignored);
     if (size == 0)
         return false;
     std::unique_ptr<unsigned char[]> block(new (std::nothrow) unsigned char[size]);
     if (block == nullptr)
         return false;
-    if (EntryPointAs<decltype(GetFileVersionInfoW)>(functions.getFileVersionInfoW)(path, 0, size, block.get()) ==
-        FALSE)
+    if (functions.getFileVersionInfoW(path, 0, size, block.get()) == FALSE)
         return false;
     m_block = std::move(block);
     m_size = size;
@@ -60,13 +58,12 @@ bool CVersionRecord::ReadBlock(const wchar_t* path) noexcept
 template <class Element>
 const Element* CVersionRecord::FindValue(const wchar_t* name, uint32_t& count) const noexcept
 {
-    const EntryPoint query = GetSystemFunctions().verQueryValueW;
+    const auto& query = GetSystemFunctions().verQueryValueW;
     void* value = nullptr;
     UINT size = 0;
-    if (query == nullptr ||
-        EntryPointAs<decltype(VerQueryValueW)>(query)(m_block.get(), name, &value, &size) == FALSE)
+    if (query == nullptr || query(m_block.get(), name, &value, &size) == FALSE)
         return nullptr;
-    // The system counts a text in units and anything else in bytes. It may keep an empty value outside the block.
+    // The size is in units for a text, else in bytes. The system may keep an empty value outside the block.
     constexpr size_t unit = std::is_same_v<Element, wchar_t> ? sizeof(wchar_t) : 1;
     const auto offset = reinterpret_cast<uintptr_t>(value) - reinterpret_cast<uintptr_t>(m_block.get());
     const size_t available = offset < m_size ? m_size - offset : 0;

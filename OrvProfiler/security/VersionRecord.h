@@ -7,9 +7,9 @@
 #include <memory>
 #include <string_view>
 
-// Four texts of a file's version resource, in the first language that the resource lists; read once, at construction.
-// Nothing here fails or raises: what the file does not have, or what cannot be read, is an empty text. The texts stay
-// the record's. Any thread may read them.
+// Four texts of a file's version resource, in the first language that the resource lists. They are read once, at
+// construction. Nothing here fails or raises: a text that is missing or cannot be read is empty. The record owns the
+// texts. Any thread may read them.
 class CVersionRecord
 {
 public:
@@ -25,8 +25,8 @@ public:
 private:
     bool ReadBlock(const wchar_t* path) noexcept;
     void ReadTexts() noexcept;
-    // Where the block holds a value of the given name, and how many elements it has: as many as the resource says,
-    // but none beyond the end of the block. Null when the block has no such value.
+    // The value of the given name in the block, null when there is none. Stores how many elements it has: as many as
+    // the resource says, but none beyond the end of the block.
     template <class Element>
     const Element* FindValue(const wchar_t* name, uint32_t& count) const noexcept;
     const TString& GetText(std::wstring_view key) const noexcept;

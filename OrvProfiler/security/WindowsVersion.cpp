@@ -12,7 +12,7 @@ struct KnownVersion
     uint64_t version;
 };
 
-// Tried in this order; the first that the system is at least decides.
+// Tried in this order. The first that the system is not older than decides.
 constexpr KnownVersion c_knownVersions[] = {
     {10, 0, 0, 10}, {6, 3, 0, 8}, {6, 2, 0, 8}, {6, 1, 1, 7}, {6, 1, 0, 7}, {6, 0, 2, 6}, {6, 0, 1, 6}, {6, 0, 0, 6},
 };

@@ -4,6 +4,7 @@
 
 namespace
 {
+// The source that the assertions here are known by: fixed like their numbers, wherever the code lies.
 constexpr const wchar_t* c_source = L"ProxyShare";
 constexpr uint32_t c_taggedValueShift = 23;
 constexpr uint32_t c_taggedValueMask = 0x7FFFFF00;
@@ -17,7 +18,7 @@ uint32_t PackTaggedId(uint32_t kind, uint32_t lowByte, uint32_t value) noexcept
 {
     DebugAssert(lowByte <= 0xFF, c_source, 200);
     DebugAssert(value <= 0xFF, c_source, 201);
-    // Whatever does not fit must not turn into the kind's bit or into the low byte's neighbours.
+    // What does not fit must not reach the bit of the kind, or the bits beside the low byte.
     const uint32_t id = ((value << c_taggedValueShift) & ~c_taggedKindBit) | (lowByte & 0xFF);
     DebugAssert((value << c_taggedValueShift & c_taggedKindBit) == 0, c_source, 205);
     return kind == 2 ? id | c_taggedKindBit : id;

@@ -2,9 +2,9 @@
 
 #include <cstdint>
 
-// Ids and indices that the proxy family packs into one word. They only compute: any thread.
+// Ids and indices that the client and its helper processes pack into one word. Pure computation: any thread.
 
-// A tagged id: the value (0 to 255) in bits 23 to 30, a low byte, and bit 31 for kind 2. Kinds are 1 and 2. Bits of
+// A tagged id: a value (0 to 255) in bits 23 to 30, a low byte, and a kind, 1 or 2; bit 31 says that it is 2. Bits of
 // value or low byte that do not fit are dropped.
 uint32_t PackTaggedId(uint32_t kind, uint32_t lowByte, uint32_t value) noexcept;
 uint32_t TaggedIdValue(uint32_t id) noexcept;

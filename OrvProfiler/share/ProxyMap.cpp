@@ -12,6 +12,7 @@
 
 namespace
 {
+// The sources that the assertions here are known by: fixed like their numbers, wherever the code lies.
 constexpr const wchar_t* c_source = L"ProxyShare";
 constexpr const wchar_t* c_header = L"ProxyShare.h";
 } // namespace
@@ -20,7 +21,7 @@ CProxyMap::CProxyMap(const wchar_t* baseName) : m_baseName(baseName) {}
 
 CProxyMap::~CProxyMap()
 {
-    // The base's own: what derived classes add is gone by now.
+    // By name: derived classes are gone by now.
     CProxyMap::Close();
 }
 
@@ -38,7 +39,7 @@ void CProxyMap::Close()
     if (m_hMap != nullptr)
         CloseHandle(m_hMap);
     m_hMap = nullptr;
-    // INVALID_HANDLE_VALUE was never a real handle and deliberately stays.
+    // INVALID_HANDLE_VALUE is no handle to close, and stays on purpose.
     if (m_hFile != nullptr && m_hFile != INVALID_HANDLE_VALUE)
     {
         CloseHandle(m_hFile);
@@ -52,7 +53,7 @@ void* CProxyMap::GetView()
 }
 
 // The name for the system. Null, with the last error set, when there was no memory for the name or for the base word
-// in it: what there is then would be another mapping's name.
+// in it: what is there instead could be another mapping's name.
 const wchar_t* CProxyMap::KernelName() const noexcept
 {
     if (m_baseName.GetBuffer() != nullptr && m_name.GetBuffer() != nullptr)
@@ -68,10 +69,10 @@ HANDLE CProxyMap::OpenMap(uint32_t id)
     m_id = id;
     m_name = FormatSlot(L"%s%8.8x", m_baseName.GetBuffer(), m_id);
     const uint32_t session = g_SecManager.GetSessionForProcess(m_id);
-    Trace(L"%6.0f %s Open Map Name: %s\n", TickMs(), function, m_name.GetBuffer());
+    TraceLine(L"%6.0f %s Open Map Name: %s\n", function, m_name.GetBuffer());
     HANDLE const map = g_SecManager.OrvPOpenFileMapping(session, FILE_MAP_READ | FILE_MAP_WRITE, false, KernelName());
     if (map == nullptr)
-        Trace(L"%6.0f %s Open returned: %s\n", TickMs(), function, ErrorText(GetLastError()));
+        TraceLine(L"%6.0f %s Open returned: %s\n", function, ErrorText(GetLastError()));
     return map;
 }
 
@@ -82,7 +83,7 @@ bool CProxyMap::Create(uint32_t id, uint64_t size, const wchar_t* fileName)
         CreateMapping(size, fileName);
     if (m_hMap == nullptr || MapView() == nullptr)
         return false;
-    // Never beyond the view: somebody else may have made a smaller mapping between the open and the create.
+    // Not beyond the view: another process may have made a smaller mapping between the open and the create.
     if (m_created)
         std::memset(m_pView, 0, std::min(size, ViewSize()));
     OnMapped();
@@ -94,7 +95,7 @@ void CProxyMap::CreateMapping(uint64_t size, const wchar_t* fileName)
     constexpr const wchar_t* function = L"CProxyMap::Create";
     m_created = true;
     m_hFile = INVALID_HANDLE_VALUE;
-    // A file that cannot be had is no error: the paging file then backs the mapping.
+    // That the file cannot be opened is no error: the paging file is behind the mapping then.
     if (fileName != nullptr)
         m_hFile = CreateFileW(fileName, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                               CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
@@ -104,10 +105,9 @@ void CProxyMap::CreateMapping(uint64_t size, const wchar_t* fileName)
                                                 static_cast<uint32_t>(size >> 32), static_cast<uint32_t>(size),
                                                 KernelName());
     if (m_hMap != nullptr)
-        Trace(L"%6.0f %s created share %s successfully \n", TickMs(), function, m_name.GetBuffer());
+        TraceLine(L"%6.0f %s created share %s successfully \n", function, m_name.GetBuffer());
     else
-        Trace(L"%6.0f %s create share %s failed\n%s\n", TickMs(), function, m_name.GetBuffer(),
-              ErrorText(GetLastError()));
+        TraceLine(L"%6.0f %s create share %s failed\n%s\n", function, m_name.GetBuffer(), ErrorText(GetLastError()));
 }
 
 bool CProxyMap::Open(uint32_t id)
@@ -116,14 +116,13 @@ bool CProxyMap::Open(uint32_t id)
     m_hMap = OpenMap(id);
     if (m_hMap != nullptr)
     {
-        Trace(L"%6.0f %s opened share %s successfully\n", TickMs(), function, m_name.GetBuffer());
+        TraceLine(L"%6.0f %s opened share %s successfully\n", function, m_name.GetBuffer());
         if (MapView() != nullptr)
             OnMapped();
         if (m_pView != nullptr)
             return true;
     }
-    Trace(L"%6.0f %s failed to open share %s\n%s\n", TickMs(), function, m_name.GetBuffer(),
-          ErrorText(GetLastError()));
+    TraceLine(L"%6.0f %s failed to open share %s\n%s\n", function, m_name.GetBuffer(), ErrorText(GetLastError()));
     return false;
 }
 
@@ -140,6 +139,6 @@ uint64_t CProxyMap::ViewSize() const noexcept
     MEMORY_BASIC_INFORMATION region{};
     if (m_pView == nullptr || VirtualQuery(m_pView, &region, sizeof region) == 0)
         return 0;
-    // Whoever made the mapping may have reserved its memory only.
+    // The process that made the mapping may have only reserved its memory.
     return region.State == MEM_COMMIT ? region.RegionSize : 0;
 }

@@ -12,8 +12,9 @@
 
 namespace
 {
+// The source that the assertions here are known by: fixed like their numbers, wherever the code lies.
 constexpr const wchar_t* c_source = L"ProxyShare";
-// The field's size in units; a text of that many is cut by one, a longer one refused.
+// The fields' sizes in units. A text of that many loses its last unit; a longer one is refused.
 constexpr uint64_t c_textUnits = sizeof(PrivateHeader::text) / sizeof(wchar_t);
 constexpr uint64_t c_shortTextUnits = sizeof(PrivateHeader::shortText) / sizeof(wchar_t);
 } // namespace
@@ -29,8 +30,8 @@ bool CProxyPrivate::Create(uint32_t id, uint32_t dataSize)
 {
     constexpr uint32_t headerSize = sizeof(PrivateHeader);
     m_dataSize = dataSize;
-    Trace(L"%6.0f %s Requested Size of Private Data is %d bytes\n", TickMs(), L"CProxyPrivate::Create", dataSize);
-    // The sum is deliberately taken in 32 bits.
+    TraceLine(L"%6.0f %s Requested Size of Private Data is %d bytes\n", L"CProxyPrivate::Create", dataSize);
+    // In 32 bits on purpose: a sum beyond them wraps.
     const uint32_t size = dataSize + headerSize;
     if (CProxyMap::Create(id, size, nullptr))
         return true;
@@ -45,14 +46,14 @@ void CProxyPrivate::OnMapped()
     const uint64_t viewSize = ViewSize();
     if (header == nullptr || viewSize < sizeof(PrivateHeader))
     {
-        Trace(L"%6.0f %s share %s is smaller than %u bytes\n", TickMs(), L"CProxyPrivate::OnMapped",
-              m_name.GetBuffer(), static_cast<uint32_t>(sizeof(PrivateHeader)));
+        TraceLine(L"%6.0f %s share %s is smaller than %u bytes\n", L"CProxyPrivate::OnMapped", m_name.GetBuffer(),
+                  static_cast<uint32_t>(sizeof(PrivateHeader)));
         Close();
         return;
     }
     const uint32_t session = g_SecManager.GetSessionForProcess(m_id);
     m_pMutex.reset(new (std::nothrow) CProxyAccess(session, c_privateMutexName));
-    // What does not lie in the view is no data, whatever the block says.
+    // Whatever size the block announces, there is no data beyond the view.
     const uint64_t limit = viewSize - sizeof(PrivateHeader);
     const uint32_t announced = IsCreated() ? m_dataSize : header->dataSize;
     m_dataSize = static_cast<uint32_t>(std::min<uint64_t>(announced, limit));

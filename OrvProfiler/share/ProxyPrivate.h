@@ -7,12 +7,12 @@
 #include <cstdint>
 #include <memory>
 
-// The mutex that guards the data area, the same for every client: the namespace keeps clients apart.
+// The name of the mutex that guards the data area, the same for every client: the namespace keeps clients apart.
 constexpr const wchar_t* c_privateMutexName = L"AgentDataMutex";
 
-// A block of private data whose size its creator chooses, behind a fixed header (PrivateHeader), guarded by one named
-// mutex. The base name is the callers' choice. An accessor on a block that is not mapped returns null, 0 or false.
-// The header's values are not guarded; the data area is worked on between LockData and UnlockData.
+// A block of private data: a fixed header (PrivateHeader) and a data area whose size the creator chooses. The caller
+// chooses the base name. One named mutex guards the data area: work on it between LockData and UnlockData. The
+// header's values are not guarded. While the block is not mapped, readers return null, 0 or false.
 class CProxyPrivate : public CProxyMap
 {
 public:
@@ -26,19 +26,19 @@ public:
     // The start of the data area; null while not mapped.
     void* GetView() override;
 
-    // Opens the block of that id or, failing that, creates it with a data area of so many bytes, all zero. The
-    // creator's size wins: GetDataSize tells it. True when it is mapped.
+    // Opens the block of that id. If there is none, creates it with a data area of dataSize bytes, all zero. The
+    // creator's size counts; GetDataSize returns it. True when the block is mapped.
     bool Create(uint32_t id, uint32_t dataSize);
-    // The size of the data area in bytes as far as it lies in the block, 0 after a failed create.
+    // The size of the data area in bytes, never beyond the end of the block; 0 after a failed create.
     uint32_t GetDataSize() const noexcept { return m_dataSize; }
 
-    // Waits for the data mutex without time limit and returns the data area with the mutex held; null, with nothing
-    // held, when there is no mutex or no view. UnlockData must follow on the same thread; one is enough, however
-    // often the thread has locked.
+    // Waits for the data mutex without time limit, and returns the data area with the mutex held. Null, with nothing
+    // held, when there is no mutex or no view. The same thread must call UnlockData; one call is enough, however
+    // often it has locked.
     void* LockData();
     void UnlockData();
 
-    // Plain values of the header, named after their offsets.
+    // Values of the header, named after their offsets.
     void SetValue4(uint32_t value);
     uint32_t GetValue4() const;
     void SetValue18360(uint64_t value);
@@ -46,10 +46,10 @@ public:
     void SetValue18368(uint32_t value);
     uint32_t GetValue18368() const;
 
-    // The header's texts, within the block: another process may have left one without a NUL, so read at most 8912 and
-    // 261 units. SetText takes up to 8912 units, of which it deliberately keeps 8911; a longer text gives false and
-    // leaves the field empty. SetShortText takes up to 261 units, keeping 260; a longer text leaves the field empty,
-    // and the result tells only whether the block is mapped. A null or unreadable text is an empty one.
+    // The header's texts, in place. Another process may have left one without a NUL: read at most 8912 and 261 units.
+    // SetText takes up to 8912 units and keeps 8911 of them, on purpose; a longer text leaves the field empty and
+    // gives false. SetShortText takes up to 261 units and keeps 260; a longer text leaves the field empty, and the
+    // result only tells whether the block is mapped. A null or unreadable text counts as empty.
     bool SetText(const wchar_t* text);
     const wchar_t* GetText() const;
     bool SetShortText(const wchar_t* text);

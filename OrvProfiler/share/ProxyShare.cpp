@@ -37,8 +37,8 @@ void CProxyShare::OnMapped()
 {
     if (ViewSize() < sizeof(ProxyShareData))
     {
-        Trace(L"%6.0f %s share %s is smaller than %u bytes\n", TickMs(), L"CProxyShare::OnMapped", m_name.GetBuffer(),
-              c_shareSizeBytes);
+        TraceLine(L"%6.0f %s share %s is smaller than %u bytes\n", L"CProxyShare::OnMapped", m_name.GetBuffer(),
+                  c_shareSizeBytes);
         Close();
         return;
     }
@@ -59,7 +59,7 @@ void CProxyShare::Close()
 
 bool CProxyShare::Create(uint32_t id)
 {
-    Trace(L"%6.0f %s Size of Share is %u bytes\n", TickMs(), L"CProxyShare::Create", c_shareSizeBytes);
+    TraceLine(L"%6.0f %s Size of Share is %u bytes\n", L"CProxyShare::Create", c_shareSizeBytes);
     return CProxyMap::Create(id, c_shareSizeBytes, nullptr) && m_pShare != nullptr;
 }
 
@@ -142,11 +142,11 @@ void CProxyShare::Unlock(uint32_t index)
 void CProxyShare::TraceThread(const wchar_t* function, int32_t tindex) const
 {
     const ThreadSlot& slot = m_pShare->threads[tindex];
-    // A copy with a NUL of its own: the client may have left a name without one, and tracing must not raise.
+    // Copied behind a NUL of its own: the client may have left the name without one, and tracing must not raise.
     wchar_t name[sizeof slot.name / sizeof *slot.name + 1]{};
     CopyBytes(name, slot.name, sizeof slot.name);
-    Trace(L"%6.0f %s Thread name(%s) id(%#8.8x) tindex (%d)\n", TickMs(), function, name, slot.threadId, tindex);
-    Trace(L"%6.0f %s Thread count now %d\n", TickMs(), function, m_pShare->threadCount);
+    TraceLine(L"%6.0f %s Thread name(%s) id(%#8.8x) tindex (%d)\n", function, name, slot.threadId, tindex);
+    TraceLine(L"%6.0f %s Thread count now %d\n", function, m_pShare->threadCount);
 }
 
 // fill(threads, index) makes the free slot of that index the thread's.
@@ -202,7 +202,7 @@ bool CProxyShare::SetAllThreadsState(uint32_t state)
         return false;
     const Guard guard(*this, c_threadLock);
     ThreadTable(*m_pShare).SetStates(state);
-    Trace(L"%6.0f %s %s\n", TickMs(), L"CProxyShare::SetAllThreadsState", L"all threads running\n");
+    TraceText(L"CProxyShare::SetAllThreadsState", L"all threads running\n");
     return true;
 }
 
@@ -213,8 +213,8 @@ bool CProxyShare::Record(int32_t tindex, uint32_t recordMode)
     const Guard guard(*this, c_shareLock);
     if (tindex >= 0 && tindex < ThreadTable(*m_pShare).GetCount())
     {
-        Trace(L"%6.0f %s tindex(%d) RecordMode(%s)\n", TickMs(), L"CProxyShare::Record", tindex,
-              RecordModeName(recordMode));
+        TraceLine(L"%6.0f %s tindex(%d) RecordMode(%s)\n", L"CProxyShare::Record", tindex,
+                  RecordModeName(recordMode));
         m_pShare->threads[tindex].recordMode = recordMode;
     }
     return true;

@@ -22,17 +22,17 @@ constexpr uint32_t c_shareLock = 2;
 // Guards the thread table.
 constexpr uint32_t c_threadLock = 3;
 
-// The share: the block of memory in which a client and its helper processes keep the control block, the debugger's
-// thread table and the client's own tables (see ShareLayout.h), keyed by the client's process id, with seven named
-// mutexes that guard its regions, "OrvProfiler00001a2c_0" to "_6".
+// The share: memory in which a client and its helper processes keep the control block, the debugger's thread table
+// and the client's own tables (see ShareLayout.h). Its name contains the client's process id. Seven named mutexes
+// guard its regions, "OrvProfiler00001a2c_0" to "_6"; they are the locks 0 to 6.
 //
-// One exists per process at a time; its constructor sets g_pShare and its destructor clears it. An operation on a
-// share that is not mapped does nothing and returns null, 0 or false, where nothing else is said.
+// A process has at most one at a time. The constructor sets g_pShare and the destructor clears it. On a share that is
+// not mapped an operation does nothing and returns null, 0 or false, unless it says otherwise.
 //
-// Guarded operations take their lock without time limit and release it on every path, also when an exception passes:
-// nothing here throws, but a program's fault handler may turn an unreadable page of the view into an exception.
-// The locks are not recursive: an operation that takes a lock which the calling thread holds already releases it.
-// Nothing in the share is trusted: counts and indices outside their range never lead outside a table.
+// Guarded operations wait for their lock without time limit, and release it on every path. Nothing here throws, but a
+// program's fault handler may turn an unreadable page of the view into an exception; the lock is released then too.
+// The locks are not recursive: an operation whose lock the calling thread already holds releases it.
+// Nothing in the share is trusted: counts and indices out of range never lead outside a table.
 class CProxyShare : public CProxyMap
 {
 public:
@@ -44,10 +44,10 @@ public:
     void OnMapped() override;
     void Close() override;
 
-    // Opens the share of that client process id or, failing that, creates it, all zero. True when it is mapped.
+    // Opens the share of that client process id. If there is none, creates it, all zero. True when it is mapped.
     bool Create(uint32_t id);
 
-    // The control block, within the share. Read without a lock once the client has signalled a command.
+    // The control block, in place. Read it without a lock once the client has signalled a command.
     ShareControl* GetControl() const noexcept;
     // The client's notification window; null when the client has not stored one.
     HWND GetClientWindow() const;
@@ -57,35 +57,36 @@ public:
     bool SetControl(const void* source);
     // Zeroes the whole share, under lock 2.
     void ClearAll();
-    // Zeroes the thread table, the per-thread blocks, the record table and the run word, under lock 2.
+    // Zeroes the thread table, the threads' blocks, the record table and the run word, under lock 2.
     void ResetRunData();
 
-    // Waits for the mutex of that index (0 to 6) without time limit, or releases it.
+    // Take, without time limit, or release the lock of that index (0 to 6).
     void Lock(uint32_t index);
     void Unlock(uint32_t index);
 
-    // Thread operations (lock 3). A thread index (tindex) lies in 0 to 127.
+    // Operations on threads, under lock 3. A thread index (tindex) lies in 0 to 127.
 
-    // Puts a thread into the first free slot, at the end of the order list: either a copy of a complete slot, whose
-    // state gets 0x110 added, or a new one with that id, state 0x110 and the two texts, each cut after 260 units.
-    // Stores the index. False, with nothing changed, when no slot is free.
+    // Put a thread into the first free slot, and at the end of the order list: a copy of a complete slot, with 0x110
+    // added to its state, or a new one with that id, state 0x110 and the two texts, each cut after 260 units. Store
+    // the index. False, with nothing changed, when no slot is free.
     bool AddThread(int32_t* tindex, const ThreadSlot& record);
     bool AddThread(int32_t* tindex, uint32_t threadId, const wchar_t* detail, const wchar_t* name);
-    // Frees the slot, zeroes it and the thread's block, and takes it out of the order list. False when it is free
-    // already or no slot; assertIfInvalid says that the caller does not expect that. The trace line deliberately
-    // shows the slot after it was cleared.
+    // Zeroes the slot, which frees it, and the thread's block, and takes the thread out of the order list. False when
+    // the slot is free already or the index is out of range; assertIfInvalid says that the caller does not expect
+    // that. On purpose the trace line shows the slot as it is afterwards.
     bool RemoveThread(int32_t tindex, bool assertIfInvalid);
-    // Sets the state of the first threadCount slots: deliberately by position, not through the order list.
+    // Sets the state of the first slots, as many as there are threads; on purpose by position, not by the order list.
     bool SetAllThreadsState(uint32_t state);
-    // Sets the record mode, a set of c_record... bits, of a slot below the thread count; deliberately under lock 2.
-    // True in every case, also when the index is not below the count and nothing was set.
+    // Sets the record mode (c_record... bits) of a slot whose index is below the thread count; on purpose under
+    // lock 2. Always true while mapped, also for an index beyond the count, which changes nothing.
     bool Record(int32_t tindex, uint32_t recordMode);
-    // The slot, within the share; null when it is free or no slot. Takes no lock: hold lock 3 while using it.
+    // The slot, in place; null when it is free or the index is out of range. Takes no lock: hold lock 3 while using
+    // it.
     ThreadSlot* GetThread(int32_t tindex) const;
-    // An entry of a thread's block, within the share; null for an index outside 0 to 255 or not below the block's
-    // count. Takes no lock.
+    // An entry of a thread's block, in place; null when its index is outside 0 to 255 or not below the block's count.
+    // Takes no lock.
     ThreadBlockEntry* GetThreadEntry(int32_t tindex, int32_t entryIndex) const;
-    // Maintain the order list, without a lock, and return the new thread count. A full list takes nothing more.
+    // Change the order list, without a lock, and return the new thread count. A full list takes no more.
     int32_t AddToOrder(int32_t tindex);
     int32_t RemoveFromOrder(int32_t tindex);
 
@@ -96,7 +97,7 @@ private:
     bool AddThreadWith(int32_t* tindex, const Fill& fill);
     void TraceThread(const wchar_t* function, int32_t tindex) const;
 
-    // An optional output file, closed with the share; nothing here opens one.
+    // An output file that is closed with the share; nothing here opens one.
     std::FILE* m_pFile = nullptr;
     [[maybe_unused]] uint32_t m_reserved = 0;
     // The typed view; null while not mapped.

@@ -3,9 +3,9 @@
 #include <cstddef>
 #include <cstdint>
 
-// The byte layout of the shared memory: a format that every process of the family agrees on. All integers are
-// little-endian, all text is UTF-16 and ends with a NUL. Regions that belong to the client alone are opaque here: the
-// library keeps their place and never looks into them.
+// The byte layout of the shared memory, the same for the client and all its helper processes. All integers are
+// little-endian, all text is UTF-16 and ends with a NUL. What belongs to the client alone has only its place here:
+// the library never looks into it.
 
 static_assert(sizeof(wchar_t) == 2, "text in the share is UTF-16");
 
@@ -22,7 +22,7 @@ struct ShareControl
     // The client's notification window, a 64-bit HWND value.
     uint64_t clientWindow;
     uint8_t clientArea2[0x42C - 0x018];
-    // The command argument; without a NUL it ends with the block.
+    // What the command is about; a text without a NUL ends with the block.
     wchar_t commandText[(71520 - 0x42C) / 2];
 };
 static_assert(offsetof(ShareControl, clientWord) == 0x000);
@@ -33,7 +33,7 @@ static_assert(sizeof(ShareControl) == 71520);
 
 constexpr size_t c_commandTextCapacity = sizeof(ShareControl::commandText) / sizeof(wchar_t);
 
-// One record of the 1024-entry table, the client's.
+// One record of the table of 1024, which is the client's.
 struct ShareRecord
 {
     uint8_t clientArea[2168];
@@ -104,7 +104,7 @@ struct ProxyShareData
     int32_t recordCount;
     uint8_t recordGap[4];
     ShareRecord records[c_recordCapacity];
-    // Threads in the table; so many entries of the order list are valid.
+    // Threads in the table, and valid entries in the order list.
     int32_t threadCount;
     // Thread indices in the order of their addition.
     int32_t threadOrder[c_threadCapacity];

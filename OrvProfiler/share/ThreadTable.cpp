@@ -8,6 +8,7 @@
 
 namespace
 {
+// The source that the assertions here are known by: fixed like their numbers, wherever the code lies.
 constexpr const wchar_t* c_source = L"ProxyShare";
 
 bool IsThreadIndex(int32_t tindex) noexcept

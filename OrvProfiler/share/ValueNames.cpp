@@ -13,7 +13,7 @@ constexpr const wchar_t* c_varTreeNames[] = {
     L"VarInstanceTree", L"VarSpecial",   L"VarExpressions", L"VarTestPoints",
 };
 
-// Value 6 deliberately has no name of its own.
+// Value 6 has no name of its own, on purpose.
 constexpr const wchar_t* c_symTypeNames[] = {
     L"None", L"COFF", L"SymCv", L"PDB", L"Export", L"Deferred", c_unknown, L"DIA", L"Virtual", L"NumSymTypes",
 };
