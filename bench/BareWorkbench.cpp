@@ -20,7 +20,7 @@
 
 // The baseline of the session benchmarks: the workbench's side of the protocol as bare system calls. It does the
 // event operations and sends the messages of a workbench and writes as many lines of the same length, and nothing
-// else: no formatting, no classes, no checks.
+// else: no formatting, nothing of the library's classes, no checks.
 //     OrvBareWorkbench session|start <client process id, hexadecimal> <log file>
 // "start" leaves out every line: an empty program that imports the same libraries, plus the bare calls of a start.
 
@@ -56,20 +56,20 @@ std::wstring SuccessLine()
 }
 
 constexpr const wchar_t* c_breakpoint = L"CHost::Breakpoint";
-const std::wstring c_waitLines[] = {LineOf(c_traceMainLoop, std::wstring(c_traceOfWait) + L"\n"),
-                                    LineOf(L"CWBEvent::Wait", L"Waiting\n")};
-const std::wstring c_loadLines[] = {EventLine(EV_LOAD), CommandLine(EV_LOAD)};
-const std::wstring c_invokeLines[] = {EventLine(EV_INVOKE), CommandLine(EV_INVOKE)};
-const std::wstring c_breakpointLines[] = {LineOf(c_breakpoint, L"Workbench breakpoint\n"),
-                                          LineOf(c_breakpoint, L"setting response ok\n")};
-const std::wstring c_idleLine = LineOf(c_breakpoint, L"Sending IDLE state to HWND 0000000000010052");
-const std::wstring c_beforeBreakpointLine = LineOf(c_breakpoint, L"entering IDLE breakpoint\n");
-const std::wstring c_afterBreakpointLine = LineOf(c_breakpoint, L"breakpointed workbench ok\n");
-const std::wstring c_successLine = SuccessLine();
 
-// The session's local namespace, in which Wine has the workbench's objects.
-const std::wstring c_session = L"Local\\";
-const std::wstring c_assembly = std::wstring(ProgramBaseName(c_workbenchProgramFile)) + c_dispatcherExtension;
+struct Lines
+{
+    const std::wstring wait[2] = {LineOf(c_traceMainLoop, std::wstring(c_traceOfWait) + L"\n"),
+                                  LineOf(L"CWBEvent::Wait", L"Waiting\n")};
+    const std::wstring load[2] = {EventLine(EV_LOAD), CommandLine(EV_LOAD)};
+    const std::wstring invoke[2] = {EventLine(EV_INVOKE), CommandLine(EV_INVOKE)};
+    const std::wstring response[2] = {LineOf(c_breakpoint, L"Workbench breakpoint\n"),
+                                      LineOf(c_breakpoint, L"setting response ok\n")};
+    const std::wstring idle = LineOf(c_breakpoint, L"Sending IDLE state to HWND 0000000000010052");
+    const std::wstring beforeBreakpoint = LineOf(c_breakpoint, L"entering IDLE breakpoint\n");
+    const std::wstring afterBreakpoint = LineOf(c_breakpoint, L"breakpointed workbench ok\n");
+    const std::wstring success = SuccessLine();
+};
 
 std::FILE* g_log = nullptr;
 
@@ -89,51 +89,60 @@ void Write(const std::wstring (&lines)[Count])
         Write(line);
 }
 
-ICLRRuntimeHost* BindRuntime()
+class Runtime
 {
-    void* host = nullptr;
-    CorBindToRuntimeEx(c_runtimeVersion, c_runtimeFlavour, c_runtimeSingleDomain, c_runtimeHostClass,
-                       c_runtimeHostInterface, &host);
-    auto* const runtime = static_cast<ICLRRuntimeHost*>(host);
-    if (runtime != nullptr)
-        runtime->Start();
-    return runtime;
-}
+public:
+    Runtime()
+    {
+        void* host = nullptr;
+        CorBindToRuntimeEx(c_runtimeVersion, c_runtimeFlavour, c_runtimeSingleDomain, c_runtimeHostClass,
+                           c_runtimeHostInterface, &host);
+        m_host = static_cast<ICLRRuntimeHost*>(host);
+        if (m_host != nullptr)
+            m_host->Start();
+    }
 
-void Call(ICLRRuntimeHost* runtime, const wchar_t* method, const wchar_t* argument)
-{
-    DWORD result = 0;
-    if (runtime != nullptr)
-        runtime->ExecuteInDefaultAppDomain(c_assembly.c_str(), c_dispatcherType, method, argument, &result);
-}
+    void Call(const wchar_t* method, const wchar_t* argument) const
+    {
+        DWORD result = 0;
+        if (m_host != nullptr)
+            m_host->ExecuteInDefaultAppDomain(m_assembly.c_str(), c_dispatcherType, method, argument, &result);
+    }
 
-[[noreturn]] void Serve(HANDLE* events, HWND window, const wchar_t* text, ICLRRuntimeHost* runtime)
+private:
+    // Never released: the process ends without a clean-up.
+    ICLRRuntimeHost* m_host = nullptr;
+    const std::wstring m_assembly = std::wstring(ProgramBaseName(c_workbenchProgramFile)) + c_dispatcherExtension;
+};
+
+[[noreturn]] void Serve(const HANDLE* events, HWND window, const wchar_t* text, const Runtime& runtime)
 {
+    const Lines lines;
     for (;;)
     {
-        Write(c_waitLines);
+        Write(lines.wait);
         const DWORD index = WaitForMultipleObjects(c_workbenchCommandCount, events, FALSE, c_traceHeartbeatMs);
         if (index == EV_STOP)
             ExitProcess(c_exitCode);
         ResetEvent(events[index]);
         if (index != EV_INVOKE)
         {
-            Write(c_loadLines);
-            Call(runtime, c_methodLoadAssembly, text);
+            Write(lines.load);
+            runtime.Call(c_methodLoadAssembly, text);
         }
         else
         {
-            Write(c_invokeLines);
-            Call(runtime, c_methodInvoke, text);
-            Write(c_breakpointLines);
+            Write(lines.invoke);
+            runtime.Call(c_methodInvoke, text);
+            Write(lines.response);
             SetEvent(events[c_responseSuccess]);
-            Write(c_idleLine);
+            Write(lines.idle);
             SendMessageW(window, WM_WORKBENCH_IDLE, 0, 0);
-            Write(c_beforeBreakpointLine);
-            Call(runtime, c_methodBreakpoint, L"");
-            Write(c_afterBreakpointLine);
+            Write(lines.beforeBreakpoint);
+            runtime.Call(c_methodBreakpoint, L"");
+            Write(lines.afterBreakpoint);
         }
-        Write(c_successLine);
+        Write(lines.success);
         SetEvent(events[c_responseSuccess]);
     }
 }
@@ -146,14 +155,16 @@ extern "C" int wmain(int argc, wchar_t** argv)
     const uint32_t id = ClientIdOf(argv[c_clientIdArgument]);
     if (std::wcscmp(argv[1], L"session") == 0 && _wfopen_s(&g_log, argv[3], L"w,ccs=UNICODE") != 0)
         return 3;
+    // The session's local namespace, in which Wine has the workbench's objects.
+    const std::wstring session = L"Local\\";
     HANDLE events[c_workbenchEventCount];
     for (uint32_t i = 0; i < c_workbenchEventCount; ++i)
-        events[i] = CreateEventW(nullptr, TRUE, FALSE,
-                                 (c_session + c_workbenchEventNames[i] + ClientIdText(id).Get()).c_str());
-    ICLRRuntimeHost* const runtime = BindRuntime();
+        events[i] =
+            CreateEventW(nullptr, TRUE, FALSE, (session + c_workbenchEventNames[i] + ClientIdText(id).Get()).c_str());
+    const Runtime runtime;
     wchar_t paddedId[9];
     _snwprintf_s(paddedId, std::size(paddedId), _TRUNCATE, L"%8.8x", id);
-    const std::wstring share = c_session + c_shareBaseName + paddedId;
+    const std::wstring share = session + c_shareBaseName + paddedId;
     HANDLE const map = OpenFileMappingW(FILE_MAP_READ | FILE_MAP_WRITE, FALSE, share.c_str());
     const auto* const view = static_cast<const char*>(MapViewOfFile(map, FILE_MAP_ALL_ACCESS, 0, 0, 0));
     if (view == nullptr)

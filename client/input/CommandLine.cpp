@@ -33,14 +33,33 @@ constexpr const wchar_t* c_beforeWords =
 constexpr const wchar_t* c_afterWords =
     L"In scripts, empty lines and lines that begin with # are skipped. A script stops at the first failure.\n"
     L"\n"
-    L"Exit status, of the first failure:\n"
-    L"  0  everything succeeded\n"
-    L"  1  a command failed\n"
-    L"  2  bad usage: options, a script that cannot be read, a line that is no command, a text that is too long\n"
-    L"  3  the workbench could not be started, or ended unasked\n"
-    L"  4  time-out: the workbench was not ready, a command not answered, or the workbench not stopped in time\n"
-    L"  5  interrupted by Ctrl-C\n"
-    L"  6  the workbench departed from its protocol\n";
+    L"Exit status, of the first failure:\n";
+
+struct StatusHelp
+{
+    ExitStatus status;
+    const wchar_t* meaning;
+};
+
+constexpr StatusHelp c_statusHelp[] = {
+    {ExitStatus::Success, L"everything succeeded"},
+    {ExitStatus::CommandFailed, L"a command failed"},
+    {ExitStatus::Usage,
+     L"bad usage: options, a script that cannot be read, a line that is no command, a text that is too long"},
+    {ExitStatus::WorkbenchLost, L"the workbench could not be started, or ended unasked"},
+    {ExitStatus::TimedOut,
+     L"time-out: the workbench was not ready, a command not answered, or the workbench not stopped in time"},
+    {ExitStatus::Interrupted, L"interrupted by Ctrl-C"},
+    {ExitStatus::Deviation, L"the workbench departed from its protocol"},
+};
+
+std::wstring Footer()
+{
+    std::wstring text = c_beforeWords + CommandHelp() + c_afterWords;
+    for (const StatusHelp& help : c_statusHelp)
+        text += L"  " + std::to_wstring(static_cast<int>(help.status)) + L"  " + help.meaning + L"\n";
+    return text;
+}
 
 struct RawOptions
 {
@@ -53,9 +72,9 @@ struct RawOptions
     bool keepsGoing = false;
     bool followsLog = false;
     bool printsJson = false;
-    double readySeconds = 30;
-    double commandSeconds = 60;
-    double stopSeconds = 10;
+    double readySeconds = TimeLimits().readyMs / c_millisecondsPerSecond;
+    double commandSeconds = TimeLimits().commandMs / c_millisecondsPerSecond;
+    double stopSeconds = TimeLimits().stopMs / c_millisecondsPerSecond;
 };
 
 std::wstring Wide(const std::string& text)
@@ -139,12 +158,13 @@ void DefineOutput(CLI::App& app, RawOptions& raw)
 void DefineLimits(CLI::App& app, RawOptions& raw)
 {
     const auto range = CLI::Range(0.0, c_longestLimitSeconds);
-    const auto define = [&](const char* name, double& seconds, const char* text) {
-        app.add_option(name, seconds, text)->check(range)->option_text("SECONDS");
+    const auto define = [&](const char* name, double& seconds, const std::string& text) {
+        const std::string limits = " (" + std::to_string(static_cast<int>(seconds)) + "; 0: no limit)";
+        app.add_option(name, seconds, text + limits)->check(range)->option_text("SECONDS");
     };
-    define("-t,--timeout", raw.commandSeconds, "Until a command's final response (60; 0: no limit)");
-    define("--ready-timeout", raw.readySeconds, "Until a started workbench is ready (30; 0: no limit)");
-    define("--stop-timeout", raw.stopSeconds, "Until a stopped workbench has ended (10; 0: no limit)");
+    define("-t,--timeout", raw.commandSeconds, "Until a command's final response");
+    define("--ready-timeout", raw.readySeconds, "Until a started workbench is ready");
+    define("--stop-timeout", raw.stopSeconds, "Until a stopped workbench has ended");
 }
 
 Options Convert(const RawOptions& raw)
@@ -172,7 +192,7 @@ std::optional<Options> ParseCommandLine(int argc, const wchar_t* const* argv)
     CLI::App app(c_description, "OrvClient");
     app.allow_windows_style_options(false);
     app.set_version_flag("--version", "OrvClient " ORV_VERSION);
-    app.footer(ToUtf8(c_beforeWords + CommandHelp() + c_afterWords));
+    app.footer(ToUtf8(Footer()));
     RawOptions raw;
     DefineInput(app, raw);
     DefineWorkbench(app, raw);
