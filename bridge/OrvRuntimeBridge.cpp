@@ -11,7 +11,7 @@
 #include <poll.h>
 #include <pthread.h>
 #include <sched.h>
-#include <signal.h>
+#include <signal.h> // NOLINT(modernize-deprecated-headers): sigset_t is not the language's
 #include <unistd.h>
 
 #include <cerrno>
@@ -72,10 +72,12 @@ MonoDomain* g_domain = nullptr; // the runtime thread's own
 // here.
 void ParseOptions()
 {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody else changes the environment of this half
     const char* const text = getenv("MONO_ENV_OPTIONS");
     std::istringstream words(text == nullptr ? "" : text);
     std::vector<std::string> options{std::istream_iterator<std::string>(words), {}};
     std::vector<char*> arguments;
+    arguments.reserve(options.size());
     for (std::string& option : options)
         arguments.push_back(option.data());
     mono_jit_parse_options(static_cast<int>(arguments.size()), arguments.data());
@@ -86,6 +88,7 @@ int32_t StartRuntime(const Request& request)
     if (g_domain != nullptr)
         return c_ok;
     // Mono's default way of stopping threads for a collection aborts on threads that wait in foreign code.
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): as above
     setenv("MONO_THREADS_SUSPEND", "preemptive", 1);
     // Mono's own helper library looks up Mono's functions among the process's global ones, but Wine loads libraries
     // with their symbols kept local.
@@ -123,15 +126,9 @@ int32_t HResultOf(MonoObject* exception)
 
 int32_t StatusOfOpen(MonoImageOpenStatus status)
 {
-    switch (status)
-    {
-    case MONO_IMAGE_IMAGE_INVALID:
+    if (status == MONO_IMAGE_IMAGE_INVALID)
         return c_badImage;
-    case MONO_IMAGE_ERROR_ERRNO:
-        return c_fileMissing;
-    default:
-        return c_loadRefused;
-    }
+    return status == MONO_IMAGE_ERROR_ERRNO ? c_fileMissing : c_loadRefused;
 }
 
 MonoClass* FindType(MonoImage* image, const char* typeName)
@@ -245,7 +242,7 @@ bool StartThread()
     pthread_attr_init(&attributes);
     pthread_attr_setstacksize(&attributes, c_stackBytes);
     pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
-    pthread_t thread;
+    pthread_t thread{};
     const bool started = pthread_create(&thread, &attributes, RuntimeThread, nullptr) == 0;
     pthread_attr_destroy(&attributes);
     pthread_sigmask(SIG_SETMASK, &before, nullptr);

@@ -5,6 +5,7 @@ import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 sys.path.insert(0, str(ROOT / "tools"))
+sys.dont_write_bytecode = True
 import units  # noqa: E402
 
 ONE = """#include "One.h"
