@@ -84,20 +84,31 @@ def include_problems(name, text, allowed, files):
             yield f"{place}: {room_of(name)} may not include {room_of(meant)}: {target}"
 
 
+def declares_member(word, code):
+    """Whether C# code declares a member, a variable or a parameter of that name."""
+    return re.search(rf"(?<!\bnew)(?<!\breturn)(?<!\bis)(?<!\bas)(?<=[\w>\]?])[ \n]+{word}\s*[;={{(,)]", code) is not None
+
+
 def use_problems(files, allowed):
-    """C# includes nothing: there a room uses another by naming its types. A name that two rooms have tells nothing."""
-    homes, words = {}, {}
-    for name, text in files.items():
-        if name.endswith(".cs"):
-            code = UNREAD.sub(" ", text)
-            words[name] = set(re.findall(r"(?<![.\w])[A-Za-z_]\w*", code))
+    """C# includes nothing: there a room uses another by naming its types. A name that two rooms have tells nothing, and
+    neither does one that the room's own sources give to something else. Names of the class library are everybody's."""
+    codes = {name: UNREAD.sub(" ", text) for name, text in files.items() if name.endswith(".cs")}
+    homes, own = {}, {}
+    for name, code in codes.items():
+        own[room_of(name)] = own.get(room_of(name), "") + code
+        for declared in TYPE.findall(code):
             # What the tests declare, only they can use.
-            for declared in TYPE.findall(code) if not name.startswith("tests/") else ():
+            if not name.startswith(("tests/", "managed/reference/")):
                 homes.setdefault(declared, set()).add(room_of(name))
-    for name, used in words.items():
-        for word in sorted(used & set(homes)):
-            if len(homes[word]) == 1 and not homes[word] & allowed[room_of(name)]:
-                yield f"{name}: {room_of(name)} may not use {min(homes[word])}: {word}"
+    for name, code in codes.items():
+        room = room_of(name)
+        if room == "managed/reference":
+            continue
+        words = set(re.findall(r"(?<![.\w])[A-Za-z_]\w*", code)) & set(homes)
+        declared_here = set(TYPE.findall(own[room]))
+        for word in sorted(words - declared_here):
+            if len(homes[word]) == 1 and not homes[word] & allowed[room] and not declares_member(word, own[room]):
+                yield f"{name}: {room} may not use {min(homes[word])}: {word}"
 
 
 def cycles(files):
@@ -119,6 +130,13 @@ def cycles(files):
     return [f"headers include each other: {circle}" for circle in found]
 
 
+def unnamed(document, files):
+    """Files, tests apart, that the document does not name."""
+    for name in files:
+        if not name.startswith("tests/") and f"`{posixpath.splitext(posixpath.basename(name))[0]}`" not in document:
+            yield f"{name}: is not named in docs/architecture.md"
+
+
 def problems(document, files):
     """What is against the table: of files ({name from the root: text}) those that must lie in rooms count."""
     try:
@@ -131,6 +149,7 @@ def problems(document, files):
     homeless = [name for name in files if room_of(name) not in allowed]
     found += [f"{name}: lies in no room of docs/architecture.md" for name in homeless]
     housed = {name: text for name, text in files.items() if name not in homeless}
+    found += unnamed(document, housed)
     for name, text in housed.items():
         if not name.endswith(".cs"):
             found += include_problems(name, text, allowed, files)

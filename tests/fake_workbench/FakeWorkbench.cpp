@@ -14,9 +14,9 @@
 
 #include "OrvProfiler/foundation/UniqueHandle.h"
 #include "OrvProfiler/objects/WBEvent.h"
-#include "OrvProfiler/OrvWorkbench/Host.h"
 #include "OrvProfiler/security/ProxySecurity.h"
 #include "OrvProfiler/share/ProxyShare.h"
+#include "tests/support/contract/Contract.h"
 
 #include <windows.h>
 
@@ -45,7 +45,7 @@ public:
         const std::wstring text = equals == std::wstring::npos ? std::wstring() : step.substr(equals + 1);
         const auto number = static_cast<uint32_t>(std::wcstoul(text.c_str(), nullptr, 10));
         if (name == L"ready")
-            PostMessageW(m_share.GetClientWindow(), WM_WORKBENCH_READY, 0, 0);
+            PostMessageW(m_share.GetClientWindow(), contract::c_readyMessage, 0, 0);
         else if (name == L"wait")
             Wait();
         else if (name == L"set")
@@ -53,7 +53,7 @@ public:
         else if (name == L"idle")
             SendIdle();
         else if (name == L"exiting")
-            SendMessageW(m_share.GetClientWindow(), WM_WORKBENCH_EXITING, 0, 0);
+            SendMessageW(m_share.GetClientWindow(), contract::c_exitingMessage, 0, 0);
         else if (name == L"print")
             Print(text + L"\n");
         else if (name == L"write")
@@ -76,7 +76,7 @@ private:
 
     void SendIdle()
     {
-        const bool answered = SendMessageW(m_share.GetClientWindow(), WM_WORKBENCH_IDLE, 0, 0) != 0;
+        const bool answered = SendMessageW(m_share.GetClientWindow(), contract::c_idleMessage, 0, 0) != 0;
         const bool isSet = WaitForSingleObject(m_success.Get(), 0) == WAIT_OBJECT_0;
         Print(std::wstring(L"idle answered ") + (answered ? L"1" : L"0") + L", success response " +
               (isSet ? L"1" : L"0") + L"\n");

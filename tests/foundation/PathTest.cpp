@@ -3,6 +3,7 @@
 #include "tests/foundation/TemporaryFolder.h"
 #include "tests/support/faults/AllocationProbe.h"
 #include "tests/support/faults/CallRecorder.h"
+#include "tests/support/faults/HeldResources.h"
 #include "tests/support/faults/PageEdge.h"
 #include "tests/support/worlds/FreshNames.h"
 

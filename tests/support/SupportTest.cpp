@@ -1,4 +1,4 @@
-#include "OrvProfiler/foundation/EntryPoint.h"
+#include "OrvProfiler/foundation/SystemFunction.h"
 #include "OrvProfiler/foundation/Trace.h"
 #include "tests/support/contract/TraceCapture.h"
 #include "tests/support/faults/AllocationProbe.h"
@@ -307,8 +307,8 @@ TEST(SystemFaults, LetsACallThatGivesBackDoSoBeforeItFails)
 TEST(SystemFaults, ReachesWhatIsLookedUp)
 {
     SystemFaults faults;
-    const auto getId =
-        EntryPointAs<decltype(GetProcessId)>(LookUpEntryPoint(GetModuleHandleW(L"kernel32"), "GetProcessId"));
+    const SystemFunction<DWORD(HANDLE)> getId(GetModuleHandleW(L"kernel32"), "GetProcessId");
+    ASSERT_TRUE(getId != nullptr);
     faults.FailCall("GetProcessId", 1);
     EXPECT_EQ(0U, getId(GetCurrentProcess()));
     EXPECT_EQ(GetCurrentProcessId(), getId(GetCurrentProcess()));

@@ -9,7 +9,7 @@ sys.dont_write_bytecode = True
 import house  # noqa: E402
 
 TABLE = """
-Before the table.
+Before the table, with the files: `A`, `B`, `Low`, `Mid`, `Top`, `Open`, `Hidden`, `Parser`, `Session`.
 
 | Room | What | May include |
 |---|---|---|
@@ -88,6 +88,9 @@ class HouseTest(unittest.TestCase):
         self.expect("OrvProfiler/mid/deeper/Deep.h: lies in no room of docs/architecture.md",
                     "OrvProfiler/mid/deeper/Deep.h", "")
 
+    def test_file_that_the_document_does_not_name(self):
+        self.expect("OrvProfiler/mid/New.h: is not named in docs/architecture.md", "OrvProfiler/mid/New.h", "")
+
     def test_headers_that_include_each_other(self):
         self.assertEqual(["headers include each other: OrvProfiler/mid/A.h -> OrvProfiler/mid/B.h -> OrvProfiler/mid/A.h"],
                          self.found({"OrvProfiler/mid/A.h": '#include "OrvProfiler/mid/B.h"\n',
@@ -104,6 +107,13 @@ class HouseTest(unittest.TestCase):
     def test_names_in_comments_texts_and_members_are_no_use(self):
         self.assertEqual([], self.found({"managed/text/Parser.cs":
                                          'class Parser { /* Session */ string s = "Session"; int n = x.Session; } // Session'}))
+
+    def test_own_member_of_the_same_name_is_no_use(self):
+        self.assertEqual([], self.found({"managed/text/Parser.cs": "class Parser { int Session; int Ask() { return Session; } }"}))
+
+    def test_new_object_is_a_use(self):
+        self.expect("managed/text/Parser.cs: managed/text may not use managed/session: Session",
+                    "managed/text/Parser.cs", "class Parser { object Ask() { return new Session(); } }")
 
     def test_files_outside_of_the_house_do_not_count(self):
         self.assertEqual([], self.found({"tools/x.cpp": '#include "../y.h"\n', "client/open/page.txt": ""}))
