@@ -14,7 +14,7 @@
 
 #include "OrvProfiler/foundation/UniqueHandle.h"
 #include "OrvProfiler/objects/WBEvent.h"
-#include "OrvProfiler/OrvWorkbench/Host.h"
+#include "OrvProfiler/protocol/WorkbenchMessages.h"
 #include "OrvProfiler/security/ProxySecurity.h"
 #include "OrvProfiler/share/ProxyShare.h"
 
