@@ -1,41 +1,46 @@
 """Several C++ sources as one text, so that a reader of the sources reads their headers only once.
 
-Each source stays what it was: a name that several of them keep to themselves gets a number of its own in each. Headers
-are included where they first are. Line n of a source is a line of the text; its place is given back for messages.
+Each source stays what it was: a name that it keeps to itself gets a number where others have that name too. Headers are
+included where they first are. Each line of a source is a line of the text; its place is given back for messages.
 """
 import collections
 import re
 
 # A namespace without a name, as the formatter lays it.
 INTERNAL = re.compile(r"^namespace\n\{\n(.*?)^\} // namespace", re.MULTILINE | re.DOTALL)
-DECLARED = re.compile(r"(?:class|struct|union|enum(?: class)?) (\w+)|using (\w+) =")
+DECLARED = re.compile(r"(?:class|struct|union|enum(?: class)?) (\w+)|using (\w+) =|[^=]*\(\*(\w+)\)\(")
 NAMED = re.compile(r"(\w+)(?:\(|(?:\[[^\]]*\])* = |(?:\[[^\]]*\])*;|\{)")
-NO_NAME = re.compile(r"static_assert|decltype|[A-Z_0-9]+$")
+NO_NAME = re.compile(r"static_assert|decltype|nullptr|[A-Z_0-9]+$")
 INCLUDE = re.compile(r"^#include .*$", re.MULTILINE)
+
+
+def declared_names(block):
+    """What lines at the margin declare, as the formatter lays them."""
+    names = set()
+    for line in block.split("\n"):
+        if not line or line[0] in " #/{}" or re.match(r"using [\w:]+;", line):
+            continue
+        # A template's arguments may hold brackets.
+        match = DECLARED.match(line) or NAMED.search(re.sub(r"<[^;{(=]*>", "", line))
+        name = match and next(filter(None, match.groups()))
+        if name and not NO_NAME.match(name):
+            names.add(name)
+    return names
 
 
 def internal_names(text):
     """What a source declares in its namespaces without a name."""
-    names = set()
-    for block in INTERNAL.findall(text):
-        for line in block.split("\n"):
-            if not line or line[0] in " #/{}" or re.match(r"using [\w:]+;", line):
-                continue
-            # A template's arguments may hold brackets.
-            match = DECLARED.match(line) or NAMED.search(re.sub(r"<[^;{(=]*>", "", line))
-            name = match and next(filter(None, match.groups()))
-            if name and not NO_NAME.match(name):
-                names.add(name)
-    return names
+    return set().union(*map(declared_names, INTERNAL.findall(text)))
 
 
 class Unit:
-    """The text of some sources, {name: text}."""
+    """The text of some sources, {name: text}. What their headers declare is taken too."""
 
-    def __init__(self, sources):
+    def __init__(self, sources, headers=()):
         internal = {name: internal_names(text) for name, text in sources.items()}
         counts = collections.Counter(word for words in internal.values() for word in words)
-        self.shared = sorted(name for name, count in counts.items() if count > 1)
+        taken = set().union(*map(declared_names, headers))
+        self.shared = sorted(word for word, count in counts.items() if count > 1 or word in taken)
         self.starts = []
         parts, seen, line = [], set(), 1
         for number, (name, text) in enumerate(sources.items()):

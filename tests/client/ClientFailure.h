@@ -7,7 +7,7 @@
 
 // What a call says when it throws, and the exit status; empty and 0 when it does not.
 template <class Call>
-std::pair<std::wstring, int> FailureOf(const Call& call)
+std::pair<std::wstring, int> ClientFailureOf(const Call& call)
 {
     try
     {

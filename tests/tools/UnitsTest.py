@@ -15,6 +15,7 @@ namespace
 {
 constexpr int c_limit = 3;
 int g_ones[2];
+void (*g_ending)() = nullptr;
 using Lines = std::vector<int>;
 using std::vector;
 
@@ -49,7 +50,7 @@ class UnitsTest(unittest.TestCase):
         self.unit = units.Unit({"One.cpp": ONE, "Two.cpp": TWO})
 
     def test_internal_names(self):
-        self.assertEqual({"c_limit", "g_ones", "Lines", "Item", "Count"}, units.internal_names(ONE))
+        self.assertEqual({"c_limit", "g_ones", "g_ending", "Lines", "Item", "Count"}, units.internal_names(ONE))
         self.assertEqual({"c_limit", "Count"}, units.internal_names(TWO))
 
     def test_shared_names_get_numbers(self):
@@ -57,6 +58,11 @@ class UnitsTest(unittest.TestCase):
         self.assertIn("int c_inner = c_limitU0;", self.unit.text)
         self.assertIn("return item.Count + Other::Count + c_limitU0;", self.unit.text)
         self.assertIn("void Two() { Use(c_limitU1); }", self.unit.text)
+
+    def test_name_that_a_header_has_gets_a_number(self):
+        unit = units.Unit({"One.cpp": ONE}, ["struct Item\n{\n    Lines Count();\n};\n"])
+        self.assertEqual(["Item"], unit.shared)
+        self.assertIn("int Count(ItemU0 item)", unit.text)
 
     def test_header_is_included_once(self):
         self.assertEqual(1, self.unit.text.count('#include "One.h"'))

@@ -47,7 +47,7 @@ TEST(ClientScriptFile, OtherBytesAreRefused)
                                                                            3)})
     {
         const TemporaryFile file(bytes, L"x.orv");
-        const auto failure = FailureOf([&] { ReadScript(file.Path()); });
+        const auto failure = ClientFailureOf([&] { ReadScript(file.Path()); });
         EXPECT_THAT(failure.first, HasSubstr(L"x.orv is neither UTF-8 nor UTF-16 text"));
         EXPECT_EQ(2, failure.second);
     }
@@ -55,7 +55,7 @@ TEST(ClientScriptFile, OtherBytesAreRefused)
 
 TEST(ClientScriptFile, MissingFileIsToldWithTheReason)
 {
-    const auto failure = FailureOf([] { ReadScript(L"c:\\no such folder\\x.orv"); });
+    const auto failure = ClientFailureOf([] { ReadScript(L"c:\\no such folder\\x.orv"); });
     EXPECT_THAT(failure.first, HasSubstr(L"c:\\no such folder\\x.orv cannot be read: "));
     EXPECT_THAT(failure.first, HasSubstr(L"(error 3)"));
     EXPECT_EQ(2, failure.second);

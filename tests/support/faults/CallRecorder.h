@@ -8,7 +8,7 @@
 #include <tuple>
 #include <vector>
 
-// Records the arguments of each call of a system function, and lets the call through.
+// Records the arguments of each call of a system function, and lets the call through, unless it is told to fail.
 //     const CallRecorder<decltype(OpenProcess)> openProcess("OpenProcess");
 //     ... openProcess.Calls() ...
 // At most one at a time for functions of the same type. Recorded texts are pointers, good as long as the caller's.
@@ -27,9 +27,8 @@ public:
 
     const std::vector<std::tuple<Arguments...>>& Calls() const noexcept { return m_calls; }
 
-protected:
-    // Set: calls do nothing but set this last error, and return 0.
-    std::optional<DWORD> m_error;
+    // From here on, calls do nothing but set this last error, and return 0.
+    void FailWith(DWORD error) noexcept { m_error = error; }
 
 private:
     static Result Record(Arguments... arguments)
@@ -43,6 +42,7 @@ private:
 
     static inline CallRecorder* s_self = nullptr;
 
+    std::optional<DWORD> m_error;
     std::vector<std::tuple<Arguments...>> m_calls;
     Redirect<Result(Arguments...)> m_redirect;
 };
@@ -54,5 +54,5 @@ template <class Function>
 class FailingCall : public CallRecorder<Function>
 {
 public:
-    FailingCall(const char* name, DWORD error) : CallRecorder<Function>(name) { this->m_error = error; }
+    FailingCall(const char* name, DWORD error) : CallRecorder<Function>(name) { this->FailWith(error); }
 };
