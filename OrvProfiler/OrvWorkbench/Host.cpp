@@ -64,7 +64,7 @@ CHost::CHost(uint32_t processId, const wchar_t* assemblyPath, const wchar_t* typ
 CHost::~CHost()
 {
     TraceClose();
-    m_runtimeHost.Reset();
+    m_pRuntimeHost.Reset();
     m_pEvents.reset();
 }
 
@@ -80,9 +80,9 @@ void CHost::BindRuntime()
     void* host = nullptr;
     m_hr = CorBindToRuntimeEx(c_runtimeVersion, c_runtimeFlavour, c_runtimeSingleDomain, c_runtimeHostClass,
                               c_runtimeHostInterface, &host);
-    m_runtimeHost.Reset(static_cast<ICLRRuntimeHost*>(host));
-    if (SUCCEEDED(m_hr) && m_runtimeHost)
-        m_hr = m_runtimeHost.Get()->Start();
+    m_pRuntimeHost.Reset(static_cast<ICLRRuntimeHost*>(host));
+    if (SUCCEEDED(m_hr) && m_pRuntimeHost)
+        m_hr = m_pRuntimeHost.Get()->Start();
     if (SUCCEEDED(m_hr))
     {
         TraceText(function, L"Loaded Runtime");
@@ -97,9 +97,9 @@ void CHost::BindRuntime()
 // A runtime that was never bound counts as one that cannot be called.
 HRESULT CHost::CallManaged(const wchar_t* methodName, const wchar_t* argument, DWORD& returnValue)
 {
-    if (!m_runtimeHost)
+    if (!m_pRuntimeHost)
         return E_POINTER;
-    return m_runtimeHost.Get()->ExecuteInDefaultAppDomain(m_assemblyPath, m_typeName, methodName, argument,
+    return m_pRuntimeHost.Get()->ExecuteInDefaultAppDomain(m_assemblyPath, m_typeName, methodName, argument,
                                                           &returnValue);
 }
 

@@ -70,7 +70,7 @@ private:
     };
 
     // One reference; none until bound.
-    BasicUniqueHandle<RuntimeHostTraits> m_runtimeHost;
+    BasicUniqueHandle<RuntimeHostTraits> m_pRuntimeHost;
     // The status of the last runtime call.
     HRESULT m_hr = 0;
     TString m_assemblyPath;
