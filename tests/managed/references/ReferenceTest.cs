@@ -106,14 +106,14 @@ namespace OrvReferences
 
         private static string Parent(MetadataFile file, TypeNames names, int parent)
         {
-            const int definition = 0, reference = 1, specification = 4;
+            const int definition = 0, reference = 1, constructed = 4;
             switch (parent & 7)
             {
             case definition:
                 return names.OfDefinition(parent >> 3);
             case reference:
                 return names.OfReference(parent >> 3);
-            case specification:
+            case constructed:
                 return SignatureReader.ReadDefinition(names, file.Blob(TableLayout.TypeSpec, parent >> 3, 0));
             default:
                 throw new BadImageFormatException("a member of table " + (parent & 7).ToString(CultureInfo.InvariantCulture));
