@@ -13,6 +13,7 @@
 
 #include <windows.h>
 
+#include <exception>
 #include <memory>
 #include <string_view>
 #include <utility>
@@ -85,6 +86,7 @@ std::unique_ptr<LineSource> OpenLines(const Options& options)
 }
 
 // Passes on what it is told and remembers whether anything was printed.
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): nobody deletes it as what it derives from
 class PrintWatch final : public SessionObserver
 {
 public:
@@ -195,14 +197,14 @@ private:
         m_session.Start(m_options.program);
         m_isInRun = true;
         m_report.OnStarted(m_session.WorkbenchId(), m_session.ClientId(), false);
-        std::optional<SessionError> failure;
+        std::exception_ptr failure;
         try
         {
             m_report.OnReady(m_session.AwaitReady());
         }
-        catch (const SessionError& error)
+        catch (const SessionError&)
         {
-            failure = error;
+            failure = std::current_exception();
         }
         if (m_follower != nullptr)
         {
@@ -210,7 +212,7 @@ private:
             m_follower->CatchUp();
         }
         if (failure)
-            throw *failure;
+            std::rethrow_exception(failure);
     }
 
     void ListenToTrace()

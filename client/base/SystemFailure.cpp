@@ -2,7 +2,7 @@
 
 #include "OrvProfiler/foundation/Trace.h"
 
-std::wstring SystemFailure(const std::wstring& what, unsigned long error)
+std::wstring SystemFailure(const std::wstring& what, uint32_t error)
 {
     std::wstring text = ErrorText(error);
     while (!text.empty() && (text.back() == L'\n' || text.back() == L'\r' || text.back() == L' '))

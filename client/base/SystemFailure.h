@@ -1,6 +1,7 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 // "what: the system's text for the error code (the code)".
-std::wstring SystemFailure(const std::wstring& what, unsigned long error);
+std::wstring SystemFailure(const std::wstring& what, uint32_t error);

@@ -98,7 +98,7 @@ std::wstring FullPath(const std::wstring& path)
 
 uint32_t LimitOf(double seconds)
 {
-    return seconds == 0 ? TimeLimits::c_noLimit : static_cast<uint32_t>(seconds * c_millisecondsPerSecond);
+    return seconds > 0 ? static_cast<uint32_t>(seconds * c_millisecondsPerSecond) : TimeLimits::c_noLimit;
 }
 
 // A process id: base 10 (or 16 with 0x) as the system's tools show it, or base 16 as the workbench reads it.
@@ -107,7 +107,7 @@ std::optional<uint32_t> ProcessIdOf(const std::string& text, int base, const cha
     if (text.empty())
         return std::nullopt;
     size_t length = 0;
-    unsigned long long value = 0;
+    uint64_t value = 0;
     try
     {
         const bool isHexadecimal = text.rfind("0x", 0) == 0;

@@ -28,7 +28,7 @@ bool LogFollower::CanReadFile()
     if (_wfopen_s(&writer, probe.c_str(), L"w") != 0)
         return false;
     const bool isReadable = static_cast<bool>(OpenShared(probe.c_str()));
-    std::fclose(writer);
+    static_cast<void>(std::fclose(writer));
     DeleteFileW(probe.c_str());
     // Another program may have the log itself open, and keep others out.
     return isReadable && (OpenShared(log.c_str()) || GetLastError() == ERROR_FILE_NOT_FOUND);

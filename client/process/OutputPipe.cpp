@@ -28,7 +28,7 @@ struct OutputPipe::Read
 {
     OVERLAPPED overlapped{};
     UniqueHandle arrival{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
-    char bytes[c_bufferSize];
+    char bytes[c_bufferSize]{};
 };
 
 OutputPipe::OutputPipe() : m_read(std::make_unique<Read>())

@@ -54,6 +54,7 @@ void Print(const Json& object)
     TextStream::Out().WriteUtf8(object.dump() + "\n");
 }
 
+// NOLINTNEXTLINE(bugprone-exception-escape): a document's destructor says noexcept, whatever it calls
 class JsonReport : public Report
 {
 public:

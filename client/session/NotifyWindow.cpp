@@ -23,7 +23,7 @@ LRESULT CALLBACK OnMessage(HWND window, UINT message, WPARAM wParam, LPARAM lPar
     default:
         return DefWindowProcW(window, message, wParam, lParam);
     }
-    const auto handler = reinterpret_cast<NotifyWindow::Handler*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+    auto* const handler = reinterpret_cast<NotifyWindow::Handler*>(GetWindowLongPtrW(window, GWLP_USERDATA));
     if (handler != nullptr && *handler)
         (*handler)(message);
     return 1;

@@ -41,7 +41,7 @@ class SessionErrors : public testing::Test
 protected:
     const UniqueHandle m_interrupt{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
     NoObserver m_observer;
-    const TimeLimits m_limits;
+    const TimeLimits m_limits{};
 };
 } // namespace
 
