@@ -5,7 +5,7 @@
 #include "tests/support/contract/TraceLines.h"
 #include "tests/support/faults/CallRecorder.h"
 #include "tests/support/faults/HeldResources.h"
-#include "tests/support/worlds/FreshNames.h"
+#include "tests/support/worlds/Files.h"
 #include "tests/support/worlds/NamedObjects.h"
 
 #include <iterator>
@@ -353,7 +353,8 @@ TEST_F(CHostWithStandIns, EntersTheBreakpointAlsoWhenSuccessCannotBeSignalled)
 
 TEST_F(CHostWithStandIns, ClosesTheLogThenReleasesTheRuntimeThenClosesItsEvents)
 {
-    const std::wstring path = FreshFolder() + L"\\host.log";
+    const TemporaryFolder folder;
+    const std::wstring path = folder.PathOf(L"host.log");
     bool eventsExisted = false;
     m_release = [&] { eventsExisted = EventExists(EventKernelName(0)) && EventExists(EventKernelName(10)); };
     TraceOpen(path.c_str());

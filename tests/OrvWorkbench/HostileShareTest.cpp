@@ -4,6 +4,7 @@
 #include "tests/support/contract/Contract.h"
 #include "tests/support/contract/LogFile.h"
 #include "tests/support/faults/FuzzSource.h"
+#include "tests/support/worlds/Files.h"
 #include "tests/support/worlds/ForeignMapping.h"
 #include "tests/support/worlds/FreshNames.h"
 
@@ -754,8 +755,8 @@ TEST_F(HostileClient, TextsOf70000BytesArriveWhole)
 
 TEST_F(HostileClient, EveryTextReachesTheLogFileAsText)
 {
-    const std::wstring folder = FreshFolder();
-    const std::wstring path = folder + L"\\hostile.log";
+    const TemporaryFolder folder;
+    const std::wstring path = folder.PathOf(L"hostile.log");
     TraceOpen(path.c_str());
     const std::wstring texts[] = {
         L"%s %S %n %p %c %.999999d %% \xD83D\xDE00 \xD800 %",
@@ -772,8 +773,6 @@ TEST_F(HostileClient, EveryTextReachesTheLogFileAsText)
         ASSERT_LT(2, lines.end() - line) << testing::PrintToString(text);
         EXPECT_EQ(L"CHost::Run command succeeded, result = ActionSuccess", line[2]) << testing::PrintToString(text);
     }
-    DeleteFileW(path.c_str());
-    RemoveDirectoryW(folder.c_str());
 }
 
 TEST_F(HostileClient, AnyWindowHandleIsUsedAsItStands)

@@ -1,5 +1,6 @@
 #include "tests/OrvWorkbench/WorkbenchFixture.h"
 #include "tests/support/contract/Contract.h"
+#include "tests/support/worlds/Files.h"
 #include "tests/support/worlds/FreshNames.h"
 #include "tests/support/worlds/NamedObjects.h"
 
@@ -37,15 +38,6 @@ ORV_CHILD_ROLE(ClientToBeKilled)
     return 0;
 }
 
-void PutFile(const wchar_t* path, const std::string& bytes)
-{
-    const UniqueHandle file(
-        CreateFileW(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
-    DWORD written = 0;
-    WriteFile(file.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
-    ASSERT_EQ(bytes.size(), written);
-}
-
 // Moves the log's folder elsewhere while it lives.
 class LogFolderAway
 {
@@ -59,7 +51,7 @@ public:
     LogFolderAway(const LogFolderAway&) = delete;
     LogFolderAway& operator=(const LogFolderAway&) = delete;
 
-    bool IsAway() const { return m_moved && GetFileAttributesW(c_folder) == INVALID_FILE_ATTRIBUTES; }
+    bool IsAway() const { return m_moved && !PathExists(c_folder); }
 
 private:
     static constexpr const wchar_t* c_folder = L"c:\\zeph\\logs";
@@ -324,7 +316,7 @@ TEST_F(WorkbenchDeath, TheLogIsWrittenWhileAReaderHasItOpen)
 {
     m_client.MakeShareAndWindow();
     Prepare(WorkbenchRuntime::Scripted);
-    PutFile(WorkbenchProcess::c_logPath, "the log of an earlier run, longer than nothing");
+    WriteFileBytes(WorkbenchProcess::c_logPath, "the log of an earlier run, longer than nothing");
     const UniqueHandle reader(CreateFileW(WorkbenchProcess::c_logPath, GENERIC_READ,
                                           FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
                                           FILE_ATTRIBUTE_NORMAL, nullptr));
@@ -361,7 +353,7 @@ TEST_F(WorkbenchDeath, AReadOnlyLogStaysAndTheWorkbenchServes)
 {
     m_client.MakeShareAndWindow();
     Prepare(WorkbenchRuntime::Scripted);
-    PutFile(WorkbenchProcess::c_logPath, "kept");
+    WriteFileBytes(WorkbenchProcess::c_logPath, "kept");
     ASSERT_TRUE(SetFileAttributesW(WorkbenchProcess::c_logPath, FILE_ATTRIBUTE_READONLY));
     // Wine makes it a permission of the file, which holds back every user but root.
     const bool isWritable = static_cast<bool>(

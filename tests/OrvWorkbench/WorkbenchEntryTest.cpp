@@ -2,6 +2,7 @@
 #include "tests/support/contract/Contract.h"
 #include "tests/support/contract/LogFile.h"
 #include "tests/support/contract/TraceCapture.h"
+#include "tests/support/worlds/Files.h"
 
 #include <windows.h>
 
@@ -20,15 +21,6 @@ struct IdCase
     const wchar_t* argument;
     uint32_t id;
 };
-
-void PutFile(const wchar_t* path, const std::string& bytes)
-{
-    HANDLE const file = CreateFileW(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    DWORD written = 0;
-    WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
-    CloseHandle(file);
-    ASSERT_EQ(bytes.size(), written);
-}
 
 std::vector<std::wstring> LinesWith(const std::wstring& head)
 {
@@ -57,7 +49,7 @@ TEST_F(OrvWorkBench64, DoesNothingWhenArgumentsAreMissing)
 TEST_F(OrvWorkBench64, LeavesTheLogOfAnEarlierRunAloneWhenArgumentsAreMissing)
 {
     Prepare(WorkbenchRuntime::Scripted);
-    PutFile(WorkbenchProcess::c_logPath, "an earlier run");
+    WriteFileBytes(WorkbenchProcess::c_logPath, "an earlier run");
     Process().Start(L"workbench");
     EXPECT_EQ(0U, Process().WaitForExit());
     EXPECT_EQ("an earlier run", Process().LogBytes());
@@ -182,10 +174,8 @@ TEST_F(OrvWorkBench64, WritesItsLogAsUtf16WithByteOrderMarkAndDosLineEnds)
     EXPECT_EQ(std::string::npos, log.find("\xFF\xFE", 2)) << "one mark, at the start";
     // No line feed without its carriage return, and no time that is not right-aligned in six columns.
     std::wstring line;
-    for (size_t i = 2; i < log.size(); i += 2)
+    for (const wchar_t unit : LogText(log))
     {
-        const auto unit =
-            static_cast<wchar_t>(static_cast<unsigned char>(log[i]) | static_cast<unsigned char>(log[i + 1]) << 8);
         line += unit;
         if (unit != L'\n')
             continue;
@@ -201,7 +191,7 @@ TEST_F(OrvWorkBench64, TruncatesTheLogOfAnEarlierRun)
 {
     m_client.MakeShareAndWindow();
     Prepare(WorkbenchRuntime::Scripted);
-    PutFile(WorkbenchProcess::c_logPath, std::string(1000000, 'x'));
+    WriteFileBytes(WorkbenchProcess::c_logPath, std::string(1000000, 'x'));
     Start();
     m_client.WaitForMessages(1);
     Stop();
@@ -232,7 +222,7 @@ TEST_F(OrvWorkBench64, ServesAlsoWhenItsLogCannotBeOpened)
 {
     m_client.MakeShareAndWindow();
     Prepare(WorkbenchRuntime::Scripted);
-    PutFile(WorkbenchProcess::c_logPath, "locked");
+    WriteFileBytes(WorkbenchProcess::c_logPath, "locked");
     {
         const UniqueHandle locked(CreateFileW(WorkbenchProcess::c_logPath, GENERIC_READ, FILE_SHARE_READ, nullptr,
                                               OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));

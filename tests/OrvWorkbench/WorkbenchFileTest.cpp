@@ -1,5 +1,5 @@
-#include "tests/support/contract/LogFile.h"
 #include "tests/support/processes/WorkbenchProcess.h"
+#include "tests/support/worlds/Files.h"
 
 #include <windows.h>
 

@@ -2,7 +2,7 @@
 // real runtime's.
 
 #include "tests/support/processes/ChildProcess.h"
-#include "tests/support/worlds/FreshNames.h"
+#include "tests/support/worlds/Files.h"
 
 #include <windows.h>
 
@@ -473,8 +473,8 @@ TEST_F(RuntimeBridge, ArgumentsArriveAsUtf16)
 
 TEST_F(RuntimeBridge, RelativeNamesMeanTheCurrentFolderThenTheProgramsOwn)
 {
-    const std::wstring folder = FreshFolder();
-    SetCurrentDirectoryW(folder.c_str());
+    const TemporaryFolder folder;
+    SetCurrentDirectoryW(folder.Path().c_str());
     EXPECT_EQ(0x80070002UL, Execute(L"RuntimeFixture.dll", c_type, L"Length", L"").status);
     // Beside the program: this is below its folder.
     EXPECT_EQ(0UL, Execute(L"managed\\RuntimeFixture.dll", c_type, L"Length", L"").status);
@@ -510,7 +510,8 @@ ORV_CHILD_ROLE(PrintByTurns)
 
 TEST(RuntimeBridgeOutput, ManagedOutputComesInOrderAndAsUtf8)
 {
-    const std::wstring path = FreshFolder() + L"\\out.txt";
+    const TemporaryFolder folder;
+    const std::wstring path = folder.PathOf(L"out.txt");
     SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
     const HANDLE file =
         CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherited, CREATE_ALWAYS, 0, nullptr);

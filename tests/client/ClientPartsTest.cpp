@@ -10,7 +10,7 @@
 #include "OrvProfiler/foundation/UniqueHandle.h"
 #include "tests/client/ClientFailure.h"
 #include "tests/support/faults/HeldResources.h"
-#include "tests/support/worlds/TemporaryFile.h"
+#include "tests/support/worlds/Files.h"
 
 #include <windows.h>
 

@@ -1,5 +1,5 @@
 #include "tests/faults/FaultScenario.h"
-#include "tests/support/contract/LogFile.h"
+#include "tests/support/worlds/Files.h"
 
 #include <windows.h>
 

@@ -5,7 +5,7 @@
 #include "tests/support/contract/Contract.h"
 #include "tests/support/contract/LogFile.h"
 #include "tests/support/contract/TraceLines.h"
-#include "tests/support/worlds/FreshNames.h"
+#include "tests/support/worlds/Files.h"
 #include "tests/support/worlds/NamedObjects.h"
 
 #include <windows.h>
@@ -197,7 +197,7 @@ protected:
     void NoteMissingLogLines() const
     {
         const TestsOwn own;
-        const std::wstring log = GetFileAttributesW(g_logPath.c_str()) != INVALID_FILE_ATTRIBUTES ? ReadLog() : L"";
+        const std::wstring log = PathExists(g_logPath) ? ReadLog() : L"";
         size_t at = 0;
         int missing = 0;
         for (const std::wstring& line : m_trace.Lines())
@@ -388,10 +388,9 @@ class SystemFaultsInTheProgram : public FaultyHost
 protected:
     SystemFaultsInTheProgram()
     {
-        g_logPath = m_folder + L"\\OrvWorkBench.log";
+        g_logPath = m_folder.PathOf(L"OrvWorkBench.log");
         g_realOpen = m_open.Real();
     }
-    ~SystemFaultsInTheProgram() override { RemoveDirectoryW(m_folder.c_str()); }
 
     void RunProgram()
     {
@@ -403,7 +402,7 @@ protected:
         EndShare();
     }
 
-    const std::wstring m_folder = FreshFolder();
+    const TemporaryFolder m_folder;
     Redirect<decltype(_wfopen_s)> m_open{"_wfopen_s", OpenLog};
     std::wstring m_arguments[4] = {L"c:\\folder\\OrvWorkBench64.exe", L"workbench", m_hexId, L"further"};
     FaultScenario m_scenario{m_trace, [this] { RunProgram(); }, Texts()};

@@ -5,6 +5,7 @@
 #include "tests/support/faults/HeldResources.h"
 #include "tests/support/processes/ChildProcess.h"
 #include "tests/support/worlds/ErrorTextStandIn.h"
+#include "tests/support/worlds/Files.h"
 #include "tests/support/worlds/FreshNames.h"
 #include "tests/support/worlds/NamespaceWorld.h"
 
@@ -339,7 +340,8 @@ TEST(CProxySecManager, TracesAFileMappingBeforeItIsCreated)
 
 TEST(CProxySecManager, MapsAFile)
 {
-    const std::wstring path = FreshFolder() + L"\\file";
+    const TemporaryFolder folder;
+    const std::wstring path = folder.PathOf(L"file");
     HANDLE const file = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_NEW,
                                     FILE_FLAG_DELETE_ON_CLOSE, nullptr);
     ASSERT_NE(INVALID_HANDLE_VALUE, file);
@@ -349,7 +351,6 @@ TEST(CProxySecManager, MapsAFile)
     EXPECT_EQ(5000U, GetFileSize(file, nullptr));
     CloseHandle(mapping);
     CloseHandle(file);
-    RemoveDirectoryW(path.substr(0, path.rfind(L'\\')).c_str());
 }
 
 TEST(CProxySecManager, PassesTheInheritFlagWhenItOpensAFileMapping)

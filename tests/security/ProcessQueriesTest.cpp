@@ -4,9 +4,9 @@
 #include "tests/support/faults/LeakCheck.h"
 #include "tests/support/processes/ChildProcess.h"
 #include "tests/support/worlds/ErrorTextStandIn.h"
+#include "tests/support/worlds/Files.h"
 #include "tests/support/worlds/FreshNames.h"
 #include "tests/support/worlds/NamespaceWorld.h"
-#include "tests/support/worlds/TemporaryFile.h"
 #include "tests/support/worlds/TokenStandIn.h"
 
 #include <windows.h>

@@ -6,10 +6,10 @@
 #include "tests/support/faults/LeakCheck.h"
 #include "tests/support/processes/ChildProcess.h"
 #include "tests/support/worlds/ErrorTextStandIn.h"
+#include "tests/support/worlds/Files.h"
 #include "tests/support/worlds/FreshNames.h"
 #include "tests/support/worlds/NamespaceWorld.h"
 #include "tests/support/worlds/RebuiltManager.h"
-#include "tests/support/worlds/TemporaryFile.h"
 #include "tests/support/worlds/TokenStandIn.h"
 
 #include <windows.h>
@@ -261,19 +261,18 @@ SID_AND_ATTRIBUTES WithAttributes(const SidBytes& sid, DWORD attributes)
 
 TEST(CProcess, ReadsWhatASecondProcessWasStartedWith)
 {
-    const std::wstring folder = FreshFolder();
-    SittingProcess sitting(folder.c_str(), L"A title of its own", L" \"two words\" \x00e9\x4e2d");
+    const TemporaryFolder folder;
+    SittingProcess sitting(folder.Path().c_str(), L"A title of its own", L" \"two words\" \x00e9\x4e2d");
     {
         const Process process = Open(sitting.Id());
         ASSERT_NE(process, nullptr);
         EXPECT_STREQ(process->GetImagePath(), OwnPath().c_str());
         EXPECT_STREQ(process->GetCommandLineText(), sitting.CommandLineText().c_str());
-        EXPECT_STREQ(process->GetCurrentDirectoryText(), (folder + L"\\").c_str());
+        EXPECT_STREQ(process->GetCurrentDirectoryText(), folder.PathOf(L"").c_str());
         EXPECT_STREQ(process->GetWindowTitle(), L"A title of its own");
         EXPECT_EQ(process->GetProcessId(), sitting.Id());
     }
     sitting.Child().Kill();
-    RemoveDirectoryW(folder.c_str());
 }
 
 TEST(CProcess, KnowsUserSessionAndKindOfASecondProcess)

@@ -3,6 +3,7 @@
 #include "tests/support/faults/CallRecorder.h"
 #include "tests/support/faults/HeldResources.h"
 #include "tests/support/processes/ChildProcess.h"
+#include "tests/support/worlds/Files.h"
 #include "tests/support/worlds/FreshNames.h"
 #include "tests/support/worlds/NamespaceWorld.h"
 
@@ -154,8 +155,8 @@ TEST(GetWindowsVersion, FollowsTheVersionThatWineIsConfiguredFor)
     wchar_t own[MAX_PATH]{};
     GetModuleFileNameW(nullptr, own, MAX_PATH);
     const std::wstring name = FreshName(L"version") + L".exe";
-    const std::wstring folder = FreshFolder();
-    const std::wstring program = folder + L"\\" + name;
+    const TemporaryFolder folder;
+    const std::wstring program = folder.PathOf(name);
     ASSERT_NE(FALSE, CopyFileW(own, program.c_str(), TRUE));
     const std::wstring key = L"Software\\Wine\\AppDefaults\\" + name;
     for (const Case& item : cases)
@@ -168,8 +169,6 @@ TEST(GetWindowsVersion, FollowsTheVersionThatWineIsConfiguredFor)
         EXPECT_EQ(item.version, child.WaitForExit()) << testing::PrintToString(item.configured);
     }
     RegDeleteKeyW(HKEY_CURRENT_USER, key.c_str());
-    DeleteFileW(program.c_str());
-    RemoveDirectoryW(folder.c_str());
 }
 
 TEST(CProxySecManager, UsesThePrivateNamespaceFromWindowsSixOn)

@@ -2,9 +2,9 @@
 #include "tests/support/contract/TraceCapture.h"
 #include "tests/support/faults/AllocationProbe.h"
 #include "tests/support/faults/LeakCheck.h"
+#include "tests/support/worlds/Files.h"
 #include "tests/support/worlds/NamespaceWorld.h"
 #include "tests/support/worlds/RebuiltManager.h"
-#include "tests/support/worlds/TemporaryFile.h"
 
 #include <windows.h>
 

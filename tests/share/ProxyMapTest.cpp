@@ -7,6 +7,7 @@
 #include "tests/support/faults/HeldResources.h"
 #include "tests/support/processes/ChildProcess.h"
 #include "tests/support/worlds/ErrorTextStandIn.h"
+#include "tests/support/worlds/Files.h"
 #include "tests/support/worlds/ForeignMapping.h"
 #include "tests/support/worlds/FreshNames.h"
 #include "tests/support/worlds/ManagerIn.h"
@@ -83,24 +84,6 @@ bool MappingExists(const std::wstring& kernelName)
 {
     HANDLE const mapping = OpenFileMappingW(FILE_MAP_READ, FALSE, kernelName.c_str());
     return mapping != nullptr && CloseHandle(mapping) != FALSE;
-}
-
-std::string ReadFile(const std::wstring& path)
-{
-    HANDLE const file = CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-    std::string text(1 << 16, '\0');
-    DWORD size = 0;
-    ::ReadFile(file, text.data(), static_cast<DWORD>(text.size()), &size, nullptr);
-    CloseHandle(file);
-    return text.substr(0, size);
-}
-
-void WriteFile(const std::wstring& path, const std::string& text)
-{
-    HANDLE const file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr);
-    DWORD size = 0;
-    ::WriteFile(file, text.data(), static_cast<DWORD>(text.size()), &size, nullptr);
-    CloseHandle(file);
 }
 } // namespace
 
@@ -390,9 +373,9 @@ TEST(CProxyMap, ASizeOfNothingGivesNoMapping)
 TEST(CProxyMap, AFileBacksTheMapping)
 {
     const Names names;
-    const std::wstring folder = FreshFolder();
-    const std::wstring path = folder + L"\\share.bin";
-    WriteFile(path, "what was there before");
+    const TemporaryFolder folder;
+    const std::wstring path = folder.PathOf(L"share.bin");
+    WriteFileBytes(path, "what was there before");
     const unsigned handles = OpenHandleCount();
     const unsigned views = MappedViewCount();
     const ErrorTextStandIn texts;
@@ -423,32 +406,30 @@ TEST(CProxyMap, AFileBacksTheMapping)
     EXPECT_EQ(nullptr, map.m_hFile);
     EXPECT_EQ(handles, OpenHandleCount());
     EXPECT_EQ(views, MappedViewCount());
-    EXPECT_EQ("first" + std::string(4994, '\0') + "z", ReadFile(path));
+    EXPECT_EQ("first" + std::string(4994, '\0') + "z", FileBytes(path));
     EXPECT_TRUE(DeleteFileW(path.c_str()) != FALSE);
-    RemoveDirectoryW(folder.c_str());
 }
 
 TEST(CProxyMap, AFileThatCannotBeMadeIsNoError)
 {
     const Names names;
-    const std::wstring folder = FreshFolder();
+    const TemporaryFolder folder;
     const ErrorTextStandIn texts;
     const TraceCapture trace;
     TestMap map(names.base.c_str());
-    EXPECT_TRUE(map.Create(names.id, 5000, (folder + L"\\missing\\share.bin").c_str()));
+    EXPECT_TRUE(map.Create(names.id, 5000, folder.PathOf(L"missing\\share.bin").c_str()));
     EXPECT_THAT(trace.Lines(),
                 ElementsAre(c_noProcessLine, names.OpenLine(), c_openMappingFailedLine, c_openMapFailedLine,
                             c_noProcessLine, names.CreateMapLine(), names.CreatedLine()));
     EXPECT_EQ(INVALID_HANDLE_VALUE, map.m_hFile);
     map.bytes()[4999] = 1;
-    RemoveDirectoryW(folder.c_str());
 }
 
 TEST(CProxyMap, AFileIsClosedAlsoWhenTheCreateFails)
 {
     const Names names;
-    const std::wstring folder = FreshFolder();
-    const std::wstring path = folder + L"\\share.bin";
+    const TemporaryFolder folder;
+    const std::wstring path = folder.PathOf(L"share.bin");
     const unsigned handles = OpenHandleCount();
     {
         const FailingCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_DISK_FULL);
@@ -458,7 +439,6 @@ TEST(CProxyMap, AFileIsClosedAlsoWhenTheCreateFails)
     }
     EXPECT_EQ(handles, OpenHandleCount());
     EXPECT_TRUE(DeleteFileW(path.c_str()) != FALSE);
-    RemoveDirectoryW(folder.c_str());
 }
 
 TEST(CProxyMap, AFileIsNotTouchedWhenTheMappingIsThere)

@@ -21,8 +21,9 @@ std::map<std::wstring, std::function<int(const ChildProcess::Arguments&)>>& Role
 {
     throw std::runtime_error(std::string(what) + " failed with error " + std::to_string(GetLastError()));
 }
+} // namespace
 
-HANDLE MakeKillJob()
+void* MakeKillJob()
 {
     HANDLE const job = CreateJobObjectW(nullptr, nullptr);
     JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
@@ -30,7 +31,6 @@ HANDLE MakeKillJob()
     SetInformationJobObject(job, JobObjectExtendedLimitInformation, &limits, sizeof limits);
     return job;
 }
-} // namespace
 
 ChildProcess ChildProcess::Start(const std::wstring& program, const std::wstring& commandLine, const wchar_t* folder,
                                  const wchar_t* title)

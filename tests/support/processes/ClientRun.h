@@ -1,5 +1,8 @@
 #pragma once
 
+#include "tests/support/processes/BuildFolder.h"
+#include "tests/support/worlds/Files.h"
+
 #include <memory>
 #include <string>
 #include <utility>
@@ -66,20 +69,14 @@ std::string Masked(const std::string& output);
 class WorkbenchFolder
 {
 public:
-    // Files of the build folder, as "bin/OrvWorkBench64.exe", with the names that they get.
+    // Files of the build folder, as "bin\\OrvWorkBench64.exe", with the names that they get.
     explicit WorkbenchFolder(const std::vector<std::pair<std::wstring, std::wstring>>& files);
-    ~WorkbenchFolder();
-    WorkbenchFolder(const WorkbenchFolder&) = delete;
-    WorkbenchFolder& operator=(const WorkbenchFolder&) = delete;
 
-    const std::wstring& Path() const noexcept { return m_path; }
+    const std::wstring& Path() const noexcept { return m_folder.Path(); }
 
 private:
-    std::wstring m_path;
+    TemporaryFolder m_folder;
 };
-
-// The path of a file of the build folder.
-std::wstring BuildFile(const std::wstring& name);
 
 // Whether a process of that id runs.
 bool IsProcessRunning(unsigned processId);

@@ -1,7 +1,8 @@
 #include "tests/support/processes/WorkbenchProcess.h"
 
 #include "tests/support/contract/LogFile.h"
-#include "tests/support/worlds/FreshNames.h"
+#include "tests/support/processes/BuildFolder.h"
+#include "tests/support/worlds/Files.h"
 
 #include <windows.h>
 
@@ -13,38 +14,19 @@ namespace
 {
 constexpr unsigned c_timeoutMs = 30000;
 
-bool Exists(const std::wstring& path)
-{
-    return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
-}
-
 bool IsWine()
 {
     return GetProcAddress(GetModuleHandleW(L"ntdll"), "wine_get_version") != nullptr;
-}
-
-// A folder of the build: test programs lie in "tests", or in one for the configuration below it, and so do the
-// others.
-std::wstring BuildFolder(const wchar_t* folder)
-{
-    std::wstring path(32768, L'\0');
-    path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
-    path.resize(path.rfind(L'\\'));
-    const std::wstring tests = L"\\tests";
-    const size_t root = path.rfind(tests);
-    if (root == std::wstring::npos)
-        throw std::runtime_error("the test program does not lie in the build folder");
-    return path.substr(0, root + 1) + folder + path.substr(root + tests.size());
 }
 
 // The mscoree.dll that the runtime needs beside the program, or nothing when it is the system's.
 std::wstring HostingLibrary(WorkbenchRuntime runtime)
 {
     if (runtime == WorkbenchRuntime::Scripted)
-        return BuildFolder(L"tests\\scripted") + L"\\mscoree.dll";
+        return BuildFile(L"tests\\scripted\\mscoree.dll");
     if (runtime == WorkbenchRuntime::System || !IsWine())
         return {};
-    return BuildFolder(L"bridge") + L"\\mscoree.dll";
+    return BuildFile(L"bridge\\mscoree.dll");
 }
 
 void Copy(const std::wstring& from, const std::wstring& folder)
@@ -53,68 +35,38 @@ void Copy(const std::wstring& from, const std::wstring& folder)
     if (CopyFileW(from.c_str(), to.c_str(), FALSE) == FALSE)
         throw std::runtime_error("a part of the workbench is not built");
 }
-
-void RemoveFolder(const std::wstring& folder)
-{
-    WIN32_FIND_DATAW found{};
-    HANDLE const search = FindFirstFileW((folder + L"\\*").c_str(), &found);
-    while (search != INVALID_HANDLE_VALUE)
-    {
-        DeleteFileW((folder + L"\\" + found.cFileName).c_str());
-        if (FindNextFileW(search, &found) == FALSE)
-            break;
-    }
-    FindClose(search);
-    RemoveDirectoryW(folder.c_str());
-}
 } // namespace
-
-EnvironmentVariable::EnvironmentVariable(const wchar_t* name, const std::wstring& value) : m_name(name)
-{
-    SetEnvironmentVariableW(name, value.c_str());
-}
-
-EnvironmentVariable::~EnvironmentVariable()
-{
-    SetEnvironmentVariableW(m_name, nullptr);
-}
 
 bool WorkbenchProcess::Has(WorkbenchRuntime runtime)
 {
     const std::wstring library = HostingLibrary(runtime);
-    if (!library.empty() && !Exists(library))
+    if (!library.empty() && !PathExists(library))
         return false;
-    return runtime != WorkbenchRuntime::Managed || Exists(BuildFolder(L"bin") + L"\\OrvWorkBench64.dll");
+    return runtime != WorkbenchRuntime::Managed || PathExists(BuildFile(L"bin\\OrvWorkBench64.dll"));
 }
 
 std::wstring WorkbenchProcess::BuiltProgram()
 {
-    return BuildFolder(L"bin") + L"\\OrvWorkBench64.exe";
+    return BuildFile(L"bin\\OrvWorkBench64.exe");
 }
 
 WorkbenchProcess::WorkbenchProcess(WorkbenchRuntime runtime)
-    : m_folder(FreshFolder()), m_recordPath(L"ORV_SCRIPT_LOG", m_folder + L"\\record.txt")
+    : m_recordPath(L"ORV_SCRIPT_LOG", m_folder.PathOf(L"record.txt"))
 {
-    const std::wstring bin = BuildFolder(L"bin");
-    Copy(BuiltProgram(), m_folder);
+    Copy(BuiltProgram(), Folder());
     if (!HostingLibrary(runtime).empty())
-        Copy(HostingLibrary(runtime), m_folder);
-    if (Exists(bin + L"\\OrvWorkBench64.exe.config"))
-        Copy(bin + L"\\OrvWorkBench64.exe.config", m_folder);
+        Copy(HostingLibrary(runtime), Folder());
+    const std::wstring config = BuiltProgram() + L".config";
+    if (PathExists(config))
+        Copy(config, Folder());
     if (runtime == WorkbenchRuntime::Managed)
     {
-        Copy(bin + L"\\OrvWorkBench64.dll", m_folder);
-        Copy(bin + L"\\OrvSample.dll", m_folder);
+        Copy(BuildFile(L"bin\\OrvWorkBench64.dll"), Folder());
+        Copy(BuildFile(L"bin\\OrvSample.dll"), Folder());
     }
     CreateDirectoryW(L"c:\\zeph", nullptr);
     CreateDirectoryW(L"c:\\zeph\\logs", nullptr);
     DeleteFileW(c_logPath);
-}
-
-WorkbenchProcess::~WorkbenchProcess()
-{
-    m_process.reset();
-    RemoveFolder(m_folder);
 }
 
 void WorkbenchProcess::Start(const std::wstring& arguments)
@@ -125,12 +77,12 @@ void WorkbenchProcess::Start(const std::wstring& arguments)
 void WorkbenchProcess::StartWithCommandLine(const std::wstring& commandLine)
 {
     m_process.reset();
-    m_process.emplace(ChildProcess::Start(ProgramPath(), commandLine, m_folder.c_str()));
+    m_process.emplace(ChildProcess::Start(ProgramPath(), commandLine, Folder().c_str()));
 }
 
 bool WorkbenchProcess::HasLog()
 {
-    return Exists(c_logPath);
+    return PathExists(c_logPath);
 }
 
 std::string WorkbenchProcess::LogBytes()
@@ -158,8 +110,8 @@ void WorkbenchProcess::WaitForLogLine(const std::wstring& line)
 std::vector<std::string> WorkbenchProcess::Record() const
 {
     std::vector<std::string> lines;
-    const std::wstring path = m_folder + L"\\record.txt";
-    std::istringstream text(Exists(path) ? FileBytes(path) : std::string());
+    const std::wstring path = m_folder.PathOf(L"record.txt");
+    std::istringstream text(PathExists(path) ? FileBytes(path) : std::string());
     for (std::string line; std::getline(text, line);)
         lines.push_back(line);
     return lines;

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "tests/support/processes/ChildProcess.h"
+#include "tests/support/processes/EnvironmentVariable.h"
+#include "tests/support/worlds/Files.h"
 
 #include <optional>
 #include <string>
@@ -15,19 +17,6 @@ enum class WorkbenchRuntime
     System,       // what the system has: under a Wine without Mono, none
 };
 
-// Sets an environment variable, which processes started later inherit; unset again by the destructor.
-class EnvironmentVariable
-{
-public:
-    EnvironmentVariable(const wchar_t* name, const std::wstring& value);
-    ~EnvironmentVariable();
-    EnvironmentVariable(const EnvironmentVariable&) = delete;
-    EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
-
-private:
-    const wchar_t* m_name;
-};
-
 // The real workbench program, run as a process: in a fresh folder of its own, beside it the runtime that the test
 // chooses. Its log file has one fixed place, so only one test on a machine may have one (LOCK trace-log).
 class WorkbenchProcess
@@ -38,7 +27,7 @@ public:
     // Makes the folder and removes a log left by an earlier run. Throws std::runtime_error when a part is not built.
     explicit WorkbenchProcess(WorkbenchRuntime runtime);
     // Ends the process if it still runs, and removes the folder.
-    ~WorkbenchProcess();
+    ~WorkbenchProcess() = default;
     WorkbenchProcess(const WorkbenchProcess&) = delete;
     WorkbenchProcess& operator=(const WorkbenchProcess&) = delete;
 
@@ -47,8 +36,8 @@ public:
 
     // The program as it was built, and the copy in the folder.
     static std::wstring BuiltProgram();
-    std::wstring ProgramPath() const { return m_folder + L"\\OrvWorkBench64.exe"; }
-    const std::wstring& Folder() const noexcept { return m_folder; }
+    std::wstring ProgramPath() const { return m_folder.PathOf(L"OrvWorkBench64.exe"); }
+    const std::wstring& Folder() const noexcept { return m_folder.Path(); }
     // Starts the program with the folder as current directory; the arguments are a command line's, after the
     // program's quoted path. The second form gives the whole command line.
     void Start(const std::wstring& arguments);
@@ -70,7 +59,8 @@ public:
     std::vector<std::string> Record() const;
 
 private:
-    std::wstring m_folder;
+    TemporaryFolder m_folder;
     EnvironmentVariable m_recordPath;
+    // After the folder, in which it runs.
     std::optional<ChildProcess> m_process;
 };
