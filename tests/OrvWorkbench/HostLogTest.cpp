@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <stdexcept>
 
-// A session whose log file's disk fills up and has room again.
+// The log file's disk fills up during a session, and later has room again.
 
 namespace
 {
@@ -56,7 +56,7 @@ protected:
         g_lost.clear();
     }
 
-    // The file's text as it should be: every line that went to the debugger but the lost ones.
+    // What the file should hold: every line that went to the debugger, without the lost ones.
     std::wstring WrittenText() const
     {
         std::wstring text;
@@ -113,7 +113,7 @@ TEST_P(CHostOnAFullDisk, LosesOnlyWhatTheFullDiskDidNotTakeAndEveryCommandIsServ
     EXPECT_EQ(5U, m_calls.size());
     const bool losesLines = GetParam() == FullDisk::WriteFails || GetParam() == FullDisk::WriteRaises;
     EXPECT_EQ(losesLines, g_lost.size() >= 15) << g_lost.size();
-    // The stand-in's own line about its release comes after the log is closed.
+    // The runtime's replacement traces its release after the log is closed.
     std::wstring expected = WrittenText();
     expected.erase(expected.rfind(L"\r\n", expected.size() - 3) + 2);
     EXPECT_TRUE(expected == FileText());

@@ -25,7 +25,7 @@ constexpr HRESULT Status(unsigned long value)
     return static_cast<HRESULT>(value);
 }
 
-// Before any test has made a host.
+// Read before any test makes a host.
 const uint32_t g_firstSharePid = g_sharePid;
 const HWND g_firstWindow = g_hZephWnd;
 } // namespace

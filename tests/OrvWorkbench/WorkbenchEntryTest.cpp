@@ -15,7 +15,7 @@ using testing::IsEmpty;
 
 namespace
 {
-// A client's session that ends at once, because no window is stored; keyed by the id that the workbench should read.
+// An argument, and the id that the workbench should read from it.
 struct IdCase
 {
     const wchar_t* argument;
@@ -172,7 +172,7 @@ TEST_F(OrvWorkBench64, WritesItsLogAsUtf16WithByteOrderMarkAndDosLineEnds)
     EXPECT_EQ(std::string("\r\0\n\0\r\0\n\0", 8), log.substr(log.size() - 8)) << "the last line and an empty one";
     EXPECT_NE(std::string::npos, log.find(std::string(":\0 \0\xAC\x20\r\0\n\0", 10)));
     EXPECT_EQ(std::string::npos, log.find("\xFF\xFE", 2)) << "one mark, at the start";
-    // No line feed without its carriage return, and no time that is not right-aligned in six columns.
+    // Each line feed has its carriage return, and each time is right-aligned in six columns.
     std::wstring line;
     for (const wchar_t unit : LogText(log))
     {

@@ -1,5 +1,5 @@
-// The bridge to Debian's Mono, as a host of the runtime sees it; and the dispatcher through it. The numbers are the
-// real runtime's.
+// The bridge to Debian's Mono, as a program that hosts the runtime sees it, and the dispatcher behind it. The
+// expected status codes are those of Microsoft's runtime.
 
 #include "tests/support/processes/ChildProcess.h"
 #include "tests/support/worlds/Files.h"
@@ -27,7 +27,7 @@ constexpr const wchar_t* c_type = L"OrvTest.Runtime";
 
 using BindFunction = HRESULT(WINAPI*)(LPCWSTR, LPCWSTR, DWORD, REFCLSID, REFIID, void**);
 
-// HRESULTs compared and printed as the numbers that documents give.
+// HRESULTs as the unsigned numbers in which they are documented.
 unsigned long Number(HRESULT status)
 {
     return static_cast<unsigned long>(status);
@@ -203,7 +203,7 @@ TEST(RuntimeBridgeBind, FlavourMayBeNullOrEitherInAnyCase)
     }
 }
 
-// A process of its own: the library looks for its other half once.
+// In a process of its own: the library looks for its other half only once.
 ORV_CHILD_ROLE(BindWithoutUnixHalf)
 {
     for (int i = 0; i < 10; ++i)
@@ -417,7 +417,7 @@ TEST_F(RuntimeBridge, ExceptionsOnOtherThreadsLeaveTheProcessAlive)
 
 TEST_F(RuntimeBridge, FaultsOfTheProgramStayItsOwn)
 {
-    // Mono's handlers must hand faults of foreign code on to the program's.
+    // A fault in native code must pass Mono's exception handlers and reach the program's.
     static volatile LONG seen = 0;
     void* const handler = AddVectoredExceptionHandler(1, [](EXCEPTION_POINTERS* pointers) -> LONG {
         if (pointers->ExceptionRecord->ExceptionCode != EXCEPTION_ACCESS_VIOLATION)
@@ -492,7 +492,7 @@ TEST_F(RuntimeBridge, ManagedCodeSeesTheFoldersOfTheProgram)
     EXPECT_EQ(1UL, Call(L"CurrentFolderIs", L"tests").value);
 }
 
-// Prints by turns as the program itself and as managed code.
+// Prints in turn, as the program itself and as managed code.
 ORV_CHILD_ROLE(PrintByTurns)
 {
     const Runtime runtime;

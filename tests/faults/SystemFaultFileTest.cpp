@@ -15,11 +15,11 @@
 #include <gtest/gtest.h>
 #include <iterator>
 
-// Paths, files and texts with any one call failing.
+// Paths, files and texts, with each system call failing in turn.
 
 namespace
 {
-// A system with the drives C and X, of which X is connected.
+// A system with the drives C and X, of which X is a network drive.
 class ConnectedDrive
 {
 public:
@@ -65,7 +65,7 @@ private:
     TemporaryFolder m_folder;
 };
 
-// A mapping that a file backs.
+// A mapping backed by a file.
 class FileMap : public CProxyMap
 {
 public:

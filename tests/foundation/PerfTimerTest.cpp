@@ -12,7 +12,7 @@
 
 namespace
 {
-// A clock that the test turns, in place of the system's; it notes the order in which it is read.
+// Replaces the system's clock by one that the test sets, and notes the order in which it is read.
 class FakeClock
 {
 public:

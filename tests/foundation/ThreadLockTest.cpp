@@ -16,7 +16,7 @@
 
 namespace
 {
-// The fields as they lie in memory.
+// The fields in their order in memory.
 struct LockFields
 {
     int32_t count;
@@ -262,7 +262,7 @@ TEST(CThreadLock, DropsAnExceptionOfTheDeletion)
     EXPECT_EQ(0U, heap.LiveBlocks());
 }
 
-// How a lock without a section behaves, however it came to have none.
+// What a lock without a section does, whatever the reason that it has none.
 static void ExpectToDoNothing(CThreadLock& lock)
 {
     EXPECT_EQ(nullptr, FieldsOf(lock).section);

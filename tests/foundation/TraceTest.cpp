@@ -57,7 +57,8 @@ std::vector<const wchar_t*> TakeSlots(size_t count)
 
 constexpr ptrdiff_t c_unitsBetweenSlots = 1025;
 
-// Turns the ring until the next slot taken is its first one, which is the one with the lowest address. Returns that.
+// Takes slots until the next one will be the first of the ring, the one with the lowest address. Returns that
+// address.
 const wchar_t* TurnToFirstSlot()
 {
     const std::vector<const wchar_t*> slots = TakeSlots(32);
@@ -331,7 +332,7 @@ TEST(Trace, WritesNothingForAFormatThatProducesNothing)
     EXPECT_EQ(L"first\r\n", log.Text());
 }
 
-// A text that only begins with its terminator was produced all the same.
+// A text that begins with its terminator still counts as produced.
 TEST(Trace, WritesATextThatBeginsWithItsTerminator)
 {
     const TraceCapture capture;
@@ -537,7 +538,7 @@ TEST(TraceFile, IsNoneAfterAFailedOpen)
     const TraceCapture capture;
     static FILE stray;
     {
-        // A failed open that left something behind all the same.
+        // The open fails and yet stores a stream.
         const Redirect<decltype(_wfopen_s)> open("_wfopen_s", [](FILE** file, const wchar_t*, const wchar_t*) {
             *file = &stray;
             return 13;
@@ -926,8 +927,8 @@ TEST(ResourceText, TellsTheModuleTheIdAndASizeOf1024)
     EXPECT_EQ(1024, size);
 }
 
-// DebuggerCheck. Its answer cannot be asked for: what is seen is what it asks the system. It does so once in a
-// process, so each test is a process of its own.
+// DebuggerCheck tells nobody what it finds, so the tests watch what it asks the system. It asks once in a process,
+// so each test runs in a process of its own.
 
 namespace
 {
@@ -965,7 +966,7 @@ BOOL WINAPI AnswerDebugger()
     return TRUE;
 }
 
-// In a child process: what the steps asked the system must be the expected.
+// Runs in a child process: compares what the steps asked the system with what is expected.
 int ExpectAsked(const std::vector<std::string>& expected)
 {
     if (g_asked == expected)

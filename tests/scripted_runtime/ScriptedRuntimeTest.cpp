@@ -1,4 +1,4 @@
-// The stand-in for the runtime must itself be right: what it records, and each thing that a text makes it answer.
+// Tests the stand-in for the runtime itself: what it records, and what each text makes it do.
 
 #include "tests/support/processes/ChildProcess.h"
 #include "tests/support/worlds/Files.h"

@@ -29,7 +29,7 @@ using testing::SizeIs;
 
 namespace
 {
-// A manager's life, seen through the libraries that it loads and frees. Libraries named as missing do not load.
+// Records which libraries a manager loads and frees, and keeps chosen ones from loading.
 class LibraryWatch
 {
 public:

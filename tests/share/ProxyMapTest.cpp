@@ -31,7 +31,7 @@ using testing::SizeIs;
 
 namespace
 {
-// A mapping that shows what it holds and what is called on it.
+// A mapping that shows its fields and counts what is called on it.
 class TestMap : public CProxyMap
 {
 public:
@@ -66,7 +66,7 @@ public:
     bool refuse = false;
 };
 
-// A base word, an id that is no process's, and the names made of them.
+// A base name, an id that no process has, and the names made of both.
 struct Names
 {
     std::wstring base = FreshName(L"map");
@@ -348,7 +348,7 @@ TEST(CProxyMap, ZeroesTheGivenSizeAndNoMore)
     const Names names;
     const ForeignMapping other(names.kernel, 8192, PAGE_READWRITE);
     std::memset(other.Bytes(), 0x5A, 8192);
-    // As if the other process had come just between the open and the create.
+    // As if another process had created it between the open and the create.
     const FailingCall<decltype(OpenFileMappingW)> open("OpenFileMappingW", ERROR_FILE_NOT_FOUND);
     TestMap map(names.base.c_str());
     EXPECT_TRUE(map.Create(names.id, 100, nullptr));

@@ -7,7 +7,7 @@
 
 namespace
 {
-// Only the line that a trace call begins has a time: its text may have further ones.
+// A traced text may have several lines; only the first begins with a time.
 std::wstring StripTime(const std::wstring& line)
 {
     const size_t first = line.find_first_not_of(L' ');

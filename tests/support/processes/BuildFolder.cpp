@@ -4,13 +4,21 @@
 
 #include <stdexcept>
 
+const std::wstring& OwnProgram()
+{
+    static const std::wstring program = [] {
+        std::wstring path(32768, L'\0');
+        path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
+        return path;
+    }();
+    return program;
+}
+
 // Test programs lie in "tests", or in a folder below it that bears the configuration's name; what lies in the other
 // folders has the same folder below them.
 std::wstring BuildFolder(const std::wstring& name)
 {
-    std::wstring path(32768, L'\0');
-    path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
-    path.resize(path.rfind(L'\\'));
+    const std::wstring path = OwnProgram().substr(0, OwnProgram().rfind(L'\\'));
     const std::wstring tests = L"\\tests";
     const size_t root = path.rfind(tests);
     if (root == std::wstring::npos)

@@ -2,6 +2,9 @@
 
 #include <string>
 
+// The path of this test program.
+const std::wstring& OwnProgram();
+
 // Where the build put what a test starts or copies, in the configuration that this test program is of. Both throw
 // std::runtime_error when the program does not lie in a build folder.
 

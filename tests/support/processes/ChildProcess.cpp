@@ -1,5 +1,7 @@
 #include "tests/support/processes/ChildProcess.h"
 
+#include "tests/support/processes/BuildFolder.h"
+
 #include <windows.h>
 
 #include <cstdio>
@@ -56,12 +58,10 @@ ChildProcess ChildProcess::Start(const std::wstring& program, const std::wstring
 
 ChildProcess ChildProcess::StartRole(const wchar_t* role, const Arguments& arguments)
 {
-    wchar_t program[MAX_PATH]{};
-    GetModuleFileNameW(nullptr, program, MAX_PATH);
-    std::wstring line = L"\"" + std::wstring(program) + L"\" " + c_roleSwitch + L" " + role;
+    std::wstring line = L"\"" + OwnProgram() + L"\" " + c_roleSwitch + L" " + role;
     for (const std::wstring& argument : arguments)
         line += L" \"" + argument + L"\"";
-    return Start(program, line);
+    return Start(OwnProgram(), line);
 }
 
 ChildProcess::ChildProcess(ChildProcess&& other) noexcept

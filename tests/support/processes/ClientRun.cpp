@@ -42,7 +42,7 @@ std::string ReadText(const std::wstring& path)
     return text;
 }
 
-// As the C runtime takes it apart again.
+// Quoted so that the C runtime's parser gives the argument back.
 std::wstring Quoted(const std::wstring& argument)
 {
     std::wstring quoted = L"\"";
@@ -139,7 +139,7 @@ void ClientRun::EndInput()
 
 void ClientRun::PressCtrlC() const
 {
-    // This process joins the console for a moment, and would get the key as well.
+    // This process has to join the client's console for that, and would get the key too.
     FreeConsole();
     if (AttachConsole(m_process->id) == FALSE)
         ThrowLastError("attaching to the client's console");
@@ -157,7 +157,7 @@ void ClientRun::AwaitOutput(const std::string& text) const
     {
         if (GetTickCount64() - start > c_timeoutMs || !IsRunning())
         {
-            // What it wrote last, it wrote before it ended.
+            // It may have printed the text just before it ended.
             if (Output().find(text) != std::string::npos)
                 return;
             throw std::runtime_error("the client did not print \"" + text + "\" but:\n" + Output() + Errors());
