@@ -16,7 +16,7 @@ using contract::KernelName;
 
 namespace
 {
-// The test whose host runs; the stand-ins are plain functions.
+// The running test, for the replacements, which are plain functions.
 CHostWithStandIns* g_test = nullptr;
 
 std::wstring Text(const wchar_t* text)

@@ -25,8 +25,9 @@ struct ManagedCall
     std::wstring argument;
 };
 
-// A CHost of this process around a runtime, a window and waits that the test stands in for. What the host does to
-// them becomes a line of the trace, so that the trace tells the order of everything ("runtime ...", "window ...").
+// A CHost in the test's process. The runtime, the client's window and the waits for events are replaced; what the
+// host does with them becomes a line of the trace ("runtime ...", "window ..."), so the trace shows the order of
+// everything.
 class CHostWithStandIns : public testing::Test
 {
 protected:
@@ -43,8 +44,8 @@ protected:
 
     // A client that has made the share and stored its window.
     void ClientIsThere();
-    // What the next waits for a command end with, in order; afterwards the stop event. The second form does something
-    // before.
+    // What the next wait for a command ends with; calls add up, and after them the stop event comes. The second form
+    // does something just before.
     void NextWait(DWORD result) { m_waits.push_back({result, nullptr}); }
     void NextWait(DWORD result, std::function<void()> meanwhile)
     {
@@ -57,7 +58,7 @@ protected:
     bool TakeSignal(unsigned slot) const;
     std::wstring EventKernelName(unsigned slot) const;
 
-    // The lines of the constructor, up to and with the binding, and after a binding and start that succeed.
+    // The lines of the constructor, up to the binding of the runtime.
     Lines ConstructionLines() const;
     // The lines of Init when the client has made the share, and when it has not.
     Lines OpenedShareLines() const;

@@ -1,12 +1,12 @@
 #include "OrvProfiler/foundation/Trace.h"
 #include "tests/OrvWorkbench/HostFixture.h"
 #include "tests/support/contract/LogFile.h"
-#include "tests/support/worlds/FreshNames.h"
+#include "tests/support/worlds/Files.h"
 
 #include <cstdio>
 #include <stdexcept>
 
-// A session whose log file's disk fills up and has room again.
+// The log file's disk fills up during a session, and later has room again.
 
 namespace
 {
@@ -47,9 +47,7 @@ int Flush(FILE* file)
 class CHostOnAFullDisk : public CHostWithStandIns, public testing::WithParamInterface<FullDisk>
 {
 protected:
-    CHostOnAFullDisk()
-        : m_folder(FreshFolder()), m_path(m_folder + L"\\full.log"), m_write("fputws", Write),
-          m_flush("fflush", Flush)
+    CHostOnAFullDisk() : m_path(m_folder.PathOf(L"full.log")), m_write("fputws", Write), m_flush("fflush", Flush)
     {
         g_realWrite = m_write.Real();
         g_realFlush = m_flush.Real();
@@ -57,13 +55,8 @@ protected:
         g_way = GetParam();
         g_lost.clear();
     }
-    ~CHostOnAFullDisk() override
-    {
-        DeleteFileW(m_path.c_str());
-        RemoveDirectoryW(m_folder.c_str());
-    }
 
-    // The file's text as it should be: every line that went to the debugger but the lost ones.
+    // What the file should hold: every line that went to the debugger, without the lost ones.
     std::wstring WrittenText() const
     {
         std::wstring text;
@@ -81,17 +74,9 @@ protected:
         EXPECT_EQ(g_lost.size(), lost);
         return text;
     }
-    std::wstring FileText() const
-    {
-        const std::string bytes = FileBytes(m_path);
-        std::wstring text;
-        for (size_t i = 2; i + 1 < bytes.size(); i += 2)
-            text += static_cast<wchar_t>(static_cast<unsigned char>(bytes[i]) |
-                                         static_cast<unsigned char>(bytes[i + 1]) << 8);
-        return text;
-    }
+    std::wstring FileText() const { return LogText(FileBytes(m_path)); }
 
-    const std::wstring m_folder;
+    const TemporaryFolder m_folder;
     const std::wstring m_path;
 
 private:
@@ -128,7 +113,7 @@ TEST_P(CHostOnAFullDisk, LosesOnlyWhatTheFullDiskDidNotTakeAndEveryCommandIsServ
     EXPECT_EQ(5U, m_calls.size());
     const bool losesLines = GetParam() == FullDisk::WriteFails || GetParam() == FullDisk::WriteRaises;
     EXPECT_EQ(losesLines, g_lost.size() >= 15) << g_lost.size();
-    // The stand-in's own line about its release comes after the log is closed.
+    // The runtime's replacement traces its release after the log is closed.
     std::wstring expected = WrittenText();
     expected.erase(expected.rfind(L"\r\n", expected.size() - 3) + 2);
     EXPECT_TRUE(expected == FileText());

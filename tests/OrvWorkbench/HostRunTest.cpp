@@ -63,7 +63,12 @@ protected:
                      command.breaks ? BreakpointLines() : Lines{},
                      {outcome}});
     }
-    // Runs the host over the waits that were set up.
+    // The lines of a whole run that does this between its start and a stop.
+    Lines ServedLines(const Lines& served) const
+    {
+        return Join({ReadyLines(), served, StopLines(), {L"runtime release\n"}});
+    }
+    // Runs the host until the waits that were set up are over.
     int Serve()
     {
         CHost host(m_id, c_assembly, c_type);
@@ -213,7 +218,7 @@ TEST_F(CHostWithStandIns, ReadsTheWindowAsAWhole64BitHandle)
 TEST_F(CHostRun, IsReadyBeforeTheFirstWaitAndEndsWithAStop)
 {
     EXPECT_EQ(1, Serve());
-    EXPECT_THAT(m_trace.Lines(), ElementsAreArray(Join({ReadyLines(), StopLines(), {L"runtime release\n"}})));
+    EXPECT_THAT(m_trace.Lines(), ElementsAreArray(ServedLines({})));
     EXPECT_THAT(m_calls, IsEmpty());
 }
 
@@ -231,7 +236,7 @@ TEST_F(CHostRun, DoesNotCareWhatTheWindowAnswersToReadyAndExiting)
     m_sendAnswer = 0;
     m_sendError = 1400;
     EXPECT_EQ(1, Serve());
-    EXPECT_THAT(m_trace.Lines(), ElementsAreArray(Join({ReadyLines(), StopLines(), {L"runtime release\n"}})));
+    EXPECT_THAT(m_trace.Lines(), ElementsAreArray(ServedLines({})));
 }
 
 TEST_F(CHostRun, CarriesOutEachCommand)
@@ -245,11 +250,8 @@ TEST_F(CHostRun, CarriesOutEachCommand)
         NextWait(WAIT_OBJECT_0, [&] { responded = TakeSignal(8) && !TakeSignal(9) && !TakeSignal(10); });
         EXPECT_EQ(1, Serve());
         EXPECT_THAT(m_trace.Lines(),
-                    ElementsAreArray(Join({ReadyLines(),
-                                           CommandLines(command, L"the text",
-                                                        L"CHost::Run command succeeded, result = ActionSuccess\n"),
-                                           StopLines(),
-                                           {L"runtime release\n"}})));
+                    ElementsAreArray(ServedLines(CommandLines(
+                        command, L"the text", L"CHost::Run command succeeded, result = ActionSuccess\n"))));
         EXPECT_TRUE(responded);
     }
 }
@@ -273,11 +275,8 @@ TEST_F(CHostRun, ReportsEachCommandThatFails)
         });
         EXPECT_EQ(1, Serve());
         EXPECT_THAT(m_trace.Lines(),
-                    ElementsAreArray(Join({ReadyLines(),
-                                           CommandLines(command, L"the text",
-                                                        L"CHost::Run command failed, result = ActionInvokeFail\n"),
-                                           StopLines(),
-                                           {L"runtime release\n"}})));
+                    ElementsAreArray(ServedLines(CommandLines(
+                        command, L"the text", L"CHost::Run command failed, result = ActionInvokeFail\n"))));
         EXPECT_TRUE(responded);
         EXPECT_EQ(command.breaks, passedBreakpoint);
     }
@@ -295,14 +294,11 @@ TEST_F(CHostRun, ReportsACallThatTheRuntimeRefusesAsFailed)
     NextWait(WAIT_OBJECT_0, [&] { responded = TakeSignal(9); });
     EXPECT_EQ(1, Serve());
     EXPECT_THAT(m_trace.Lines(),
-                ElementsAreArray(Join({ReadyLines(),
-                                       WaitLines(L"EV_INVOKE"),
-                                       {L"CHost::Run Command is Invoke: x\n", L"runtime Invoke \"x\"\n",
-                                        L"CHost::Execute ExecuteInDefaultAppDomain failed\n"},
-                                       BreakpointLines(),
-                                       {L"CHost::Run command failed, result = ActionFail\n"},
-                                       StopLines(),
-                                       {L"runtime release\n"}})));
+                ElementsAreArray(ServedLines(Join({WaitLines(L"EV_INVOKE"),
+                                                   {L"CHost::Run Command is Invoke: x\n", L"runtime Invoke \"x\"\n",
+                                                    L"CHost::Execute ExecuteInDefaultAppDomain failed\n"},
+                                                   BreakpointLines(),
+                                                   {L"CHost::Run command failed, result = ActionFail\n"}}))));
     EXPECT_TRUE(responded);
 }
 
@@ -446,7 +442,7 @@ TEST_F(CHostRun, StaysWithinTheTextWhileTheClientWritesIt)
         volatile wchar_t* const text = Client().TextField();
         while (!stop)
         {
-            // The end comes and goes at several places.
+            // The terminating NUL comes and goes at several places.
             for (const size_t end : {size_t{10}, c_textUnits / 2, c_textUnits - 1})
             {
                 text[end] = L'\0';
@@ -476,8 +472,7 @@ TEST_F(CHostRun, WaitsOnAfterATimeOut)
     EXPECT_EQ(1, Serve());
     const Lines heartbeat{L"CHost::Run Sleeping\n\n", L"CWBEvent::Wait Waiting\n\n", L"CWBEvent::Wait Timeout\n\n",
                           L"CHost::Run Timeout\n\n"};
-    EXPECT_THAT(m_trace.Lines(),
-                ElementsAreArray(Join({ReadyLines(), heartbeat, heartbeat, StopLines(), {L"runtime release\n"}})));
+    EXPECT_THAT(m_trace.Lines(), ElementsAreArray(ServedLines(Join({heartbeat, heartbeat}))));
 }
 
 TEST_F(CHostRun, EndsWhenTheWaitFails)

@@ -5,9 +5,8 @@
 #include "tests/support/contract/TraceLines.h"
 #include "tests/support/faults/CallRecorder.h"
 #include "tests/support/faults/HeldResources.h"
-#include "tests/support/worlds/FreshNames.h"
+#include "tests/support/worlds/Files.h"
 #include "tests/support/worlds/NamedObjects.h"
-#include "tests/support/worlds/TemporaryFile.h"
 
 #include <iterator>
 
@@ -26,7 +25,7 @@ constexpr HRESULT Status(unsigned long value)
     return static_cast<HRESULT>(value);
 }
 
-// Before any test has made a host.
+// Read before any test makes a host.
 const uint32_t g_firstSharePid = g_sharePid;
 const HWND g_firstWindow = g_hZephWnd;
 } // namespace
@@ -354,8 +353,8 @@ TEST_F(CHostWithStandIns, EntersTheBreakpointAlsoWhenSuccessCannotBeSignalled)
 
 TEST_F(CHostWithStandIns, ClosesTheLogThenReleasesTheRuntimeThenClosesItsEvents)
 {
-    const ScratchFolder folder;
-    const std::wstring path = folder.Path() + L"\\host.log";
+    const TemporaryFolder folder;
+    const std::wstring path = folder.PathOf(L"host.log");
     bool eventsExisted = false;
     m_release = [&] { eventsExisted = EventExists(EventKernelName(0)) && EventExists(EventKernelName(10)); };
     TraceOpen(path.c_str());

@@ -4,9 +4,9 @@
 #include "tests/support/contract/Contract.h"
 #include "tests/support/contract/LogFile.h"
 #include "tests/support/faults/FuzzSource.h"
+#include "tests/support/worlds/Files.h"
 #include "tests/support/worlds/ForeignMapping.h"
 #include "tests/support/worlds/FreshNames.h"
-#include "tests/support/worlds/TemporaryFile.h"
 
 #include <algorithm>
 #include <atomic>
@@ -31,9 +31,9 @@ using contract::c_threadSlotsOffset;
 using contract::Command;
 using testing::ElementsAreArray;
 
-// Whatever another process leaves in the memory that is shared with it, or goes on writing there, every operation has
-// a defined result and stays within the memory. The product's view stands alone between unmapped pages, so that an
-// access outside of it ends the test; the test has a view of its own.
+// Another process may write anything into the shared memory at any time: every operation must still have a defined
+// result and stay within that memory. The product's view lies between pages that cannot be accessed, so going past
+// its ends is an access violation. The test has a second view for itself.
 
 namespace
 {
@@ -41,7 +41,7 @@ constexpr size_t c_tableBytes = c_threadBlocksOffset - c_threadCountOffset;
 constexpr size_t c_lastOffset = 0x6E4B978;
 constexpr size_t c_privateHeaderBytes = 18376;
 
-// Where the product maps a block of that size: alone, with nothing mapped around it.
+// Makes the product map a block of that size at a chosen place, with nothing mapped around it.
 class LonelyViews
 {
 public:
@@ -54,7 +54,7 @@ public:
         VirtualFree(m_before, 0, MEM_RELEASE);
         Reserve(m_before, c_granularity);
         Reserve(m_before + c_granularity + m_viewBytes, c_granularity);
-        // Until the view comes.
+        // Reserved until the view is mapped there.
         Reserve(View(), m_viewBytes);
     }
     ~LonelyViews()
@@ -115,8 +115,7 @@ std::wstring Digits(uint32_t id)
     return (id != 0 ? L"0x" : L"") + contract::PaddedHex(id);
 }
 
-// What the thread table ought to become, computed from its bytes alone. A count below 0 counts as 0, one above 128 as
-// 128.
+// A model of the thread table: what its bytes ought to become. A count below 0 is taken as 0, one above 128 as 128.
 class TableModel
 {
 public:
@@ -236,7 +235,7 @@ private:
     std::vector<std::wstring> m_lines;
 };
 
-// A share that somebody else has made and a CProxyShare that has opened it, its view alone.
+// A share that another process has made, and a CProxyShare that has opened it in a view with nothing around it.
 class HostileShare : public testing::Test
 {
 protected:
@@ -253,7 +252,7 @@ protected:
     {
         return Theirs(c_threadBlocksOffset + c_threadBlockBytes * static_cast<size_t>(tindex));
     }
-    // An address of the test's view, seen in the product's.
+    // An address of the test's view, as the product's view has it.
     const void* Ours(const void* theirs) const
     {
         return m_views.View() + (static_cast<const unsigned char*>(theirs) - m_foreign.Bytes());
@@ -328,7 +327,8 @@ void HostileShare::Remove(FuzzSource& source, TableModel& model)
     const bool inUse = model.InUse(tindex);
     if (inUse)
     {
-        // The block goes, its neighbours stay: before the first one the table, which is compared as a whole.
+        // The block is cleared, its neighbours are not. Before the first block lies the table, which is compared as
+        // a whole.
         std::memset(Block(tindex), 0x5A, 8);
         std::memset(Block(tindex) + c_threadBlockBytes - 8, 0x5A, 16);
         if (tindex > 0)
@@ -406,7 +406,7 @@ void HostileShare::DoOne(FuzzSource& source)
     EXPECT_TRUE(std::equal(model.Bytes().begin(), model.Bytes().end(), Table()));
 }
 
-// A block of private data that somebody else has made, and the product's view of it, alone.
+// A block of private data that another process has made, and the product's view of it with nothing around it.
 class HostilePrivate : public testing::Test
 {
 protected:
@@ -424,7 +424,7 @@ protected:
     CProxyPrivate m_private{L"Hostile"};
 };
 
-// The host around a stand-in runtime, served by a client that writes what it likes.
+// A host with a stand-in for the runtime, whose client writes anything.
 class HostileClient : public CHostWithStandIns
 {
 protected:
@@ -518,7 +518,7 @@ TEST_F(HostileShare, ThreadTableOperationsHaveDefinedResultsOnAnyBytes)
 
 TEST_F(HostileShare, TouchesNothingAroundTheThreadTable)
 {
-    // Before the table stand the client's records, behind it and its blocks the client's last tables.
+    // The client's own data lie before the table, and behind the last thread block.
     unsigned char* const before = Table() - 4096;
     unsigned char* const behind = Theirs(c_lastOffset);
     FuzzSource source(5);
@@ -755,8 +755,8 @@ TEST_F(HostileClient, TextsOf70000BytesArriveWhole)
 
 TEST_F(HostileClient, EveryTextReachesTheLogFileAsText)
 {
-    const ScratchFolder folder;
-    const std::wstring path = folder.Path() + L"\\hostile.log";
+    const TemporaryFolder folder;
+    const std::wstring path = folder.PathOf(L"hostile.log");
     TraceOpen(path.c_str());
     const std::wstring texts[] = {
         L"%s %S %n %p %c %.999999d %% \xD83D\xDE00 \xD800 %",

@@ -1,7 +1,7 @@
 #include "OrvProfiler/foundation/UniqueHandle.h"
 #include "tests/support/contract/Contract.h"
 #include "tests/support/processes/InProcessClient.h"
-#include "tests/support/processes/WorkbenchProcess.h"
+#include "tests/support/processes/WorkbenchRun.h"
 #include "tests/support/worlds/ForeignMapping.h"
 #include "tests/support/worlds/FreshNames.h"
 
@@ -21,8 +21,8 @@
 using contract::c_failed;
 using contract::c_success;
 
-// Many sessions side by side, each a workbench of its own with a client's thread in this process, all of them busy.
-// A client here is a mapping, events and a window, without the library's share: a process has one of those only.
+// Many busy sessions side by side, each a workbench of its own and a client's thread in this process. A client here
+// is a mapping, events and a window, but no CProxyShare: a process can have only one.
 //   ORV_LOAD_SESSIONS  how many (20)
 //   ORV_LOAD_COMMANDS  commands of each (1000); what is held is measured after the first 100 and after the last
 
@@ -107,7 +107,8 @@ public:
     }
     void AwaitReady() const { Await(m_readySeen.Get()); }
 
-    // The commands of a run, one after the other; the first of them measured. Stops at the first that goes wrong.
+    // Runs the commands one after the other and measures what the workbench holds after the first of them and after
+    // the last. Stops at the first that goes wrong.
     void Serve(unsigned commands)
     {
         try
@@ -172,7 +173,7 @@ private:
     {
         if (message == contract::c_idleMessage)
         {
-            // The breakpoint's success has come, and no outcome yet.
+            // The breakpoint's success is signalled; the command's outcome is not yet.
             m_idleWasRight = IsSignalled(c_success) && !IsSignalled(c_failed);
             ResetEvent(m_events[c_success].Get());
             ++m_idles;
@@ -239,7 +240,7 @@ private:
     std::vector<UniqueHandle> m_events;
     UniqueHandle m_idleSeen;
     UniqueHandle m_readySeen;
-    WorkbenchProcess m_workbench;
+    WorkbenchRun m_workbench;
     std::atomic<bool> m_idleWasRight{false};
     std::atomic<unsigned> m_idles{0};
     std::atomic<unsigned> m_exits{0};

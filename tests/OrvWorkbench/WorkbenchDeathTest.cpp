@@ -1,5 +1,6 @@
 #include "tests/OrvWorkbench/WorkbenchFixture.h"
 #include "tests/support/contract/Contract.h"
+#include "tests/support/worlds/Files.h"
 #include "tests/support/worlds/FreshNames.h"
 #include "tests/support/worlds/NamedObjects.h"
 
@@ -37,15 +38,6 @@ ORV_CHILD_ROLE(ClientToBeKilled)
     return 0;
 }
 
-void PutFile(const wchar_t* path, const std::string& bytes)
-{
-    const UniqueHandle file = UniqueHandle::FromFile(
-        CreateFileW(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
-    DWORD written = 0;
-    WriteFile(file.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
-    ASSERT_EQ(bytes.size(), written);
-}
-
 // Moves the log's folder elsewhere while it lives.
 class LogFolderAway
 {
@@ -59,7 +51,7 @@ public:
     LogFolderAway(const LogFolderAway&) = delete;
     LogFolderAway& operator=(const LogFolderAway&) = delete;
 
-    bool IsAway() const { return m_moved && GetFileAttributesW(c_folder) == INVALID_FILE_ATTRIBUTES; }
+    bool IsAway() const { return m_moved && !PathExists(c_folder); }
 
 private:
     static constexpr const wchar_t* c_folder = L"c:\\zeph\\logs";
@@ -71,7 +63,7 @@ private:
 class WorkbenchDeath : public OrvWorkBench64
 {
 protected:
-    // Starts a client with a task and a workbench for it, and waits until the task is done.
+    // Starts a client with a task, and waits until the task is done.
     ChildProcess StartClient(ChildProcess::Arguments task)
     {
         const std::wstring name = FreshName(L"killed");
@@ -80,27 +72,6 @@ protected:
         ChildProcess client = ChildProcess::StartRole(L"ClientToBeKilled", task);
         ready.Wait();
         return client;
-    }
-    void StartFor(const InProcessClient& client) { Process().Start(L"workbench " + client.HexId()); }
-
-    Lines StartLinesFor(const InProcessClient& client)
-    {
-        return Join({EventLines(client.HexId()),
-                     LoadedLines(),
-                     {L"wmain  arg 0 = " + Process().ProgramPath(), L"wmain  arg 1 = workbench",
-                      L"wmain  arg 2 = " + client.HexId()},
-                     OpenedShareLines(client.ShareName(), client.HexId()),
-                     {WindowLine(client.StoredWindow())}});
-    }
-    // An invoke whose idle message found no window any more.
-    static Lines InvokeWithoutWindow(const InProcessClient& client, const std::wstring& text,
-                                     const std::wstring& outcome)
-    {
-        Lines lines = CommandLines(3, text, outcome, client.StoredWindow());
-        const Lines gone = Join(
-            {{L"CHost::Breakpoint Error is PostMessage:", L"", L"CHost::Breakpoint " + SystemText(1400)[0], L""}});
-        lines.insert(lines.begin() + 11, gone.begin(), gone.end());
-        return lines;
     }
     static Lines First(Lines lines, size_t count)
     {
@@ -123,7 +94,7 @@ TEST_F(WorkbenchDeath, WaitsOnWhenTheClientDiesBeforeAnyCommand)
     Process().WaitForLogLine(L"CWBEvent::Wait Waiting");
     client->Kill();
     client.reset();
-    // Nobody but the workbench has the events and the share now.
+    // Now only the workbench has the events and the share.
     Process().WaitForLogLine(L"CHost::Run Timeout");
     EXPECT_TRUE(Process().IsRunning());
 
@@ -142,7 +113,7 @@ TEST_F(WorkbenchDeath, FinishesTheCommandDuringWhichTheClientDies)
     const ChildProcess client = StartClient({L"invoke", L"delay=700;result=10"});
     InProcessClient heir(client.Id());
     heir.MakeShare();
-    StartFor(heir);
+    Start(heir);
     Process().WaitForLogLine(L"CHost::Run Command is Invoke: delay=700;result=10");
     client.Kill();
     Process().WaitForLogLine(L"CHost::Run command succeeded, result = ActionInvokedOk");
@@ -150,7 +121,7 @@ TEST_F(WorkbenchDeath, FinishesTheCommandDuringWhichTheClientDies)
     EXPECT_EQ(1U, Process().WaitForExit());
     EXPECT_TRUE(heir.IsSignalled(8)) << "the response stays for whoever asks";
     EXPECT_FALSE(heir.IsSignalled(9));
-    EXPECT_TRUE(LogIs(Join({StartLinesFor(heir),
+    EXPECT_TRUE(LogIs(Join({StartLines(heir),
                             InvokeWithoutWindow(heir, L"delay=700;result=10", L"succeeded, result = ActionInvokedOk"),
                             StopLines()})));
     EXPECT_THAT(Process().Record(),
@@ -159,18 +130,19 @@ TEST_F(WorkbenchDeath, FinishesTheCommandDuringWhichTheClientDies)
 
 TEST_F(WorkbenchDeath, FinishesTheCommandBetweenWhoseResponsesTheClientDies)
 {
-    // The client has taken the breakpoint's response and answered the idle message; the managed breakpoint goes on.
+    // The client has taken the breakpoint's response and answered the idle message; the managed breakpoint is still
+    // running.
     const EnvironmentVariable breakpoint(L"ORV_SCRIPT_BREAKPOINT", L"delay=1500");
     Prepare(WorkbenchRuntime::Scripted);
     const std::wstring name = FreshName(L"between");
     const Meeting ready(name);
     const ChildProcess client = ChildProcess::StartRole(L"ClientToBeKilled", {name, L"take", L"result=1"});
-    // The client is told nothing of a workbench's start before its share is there.
+    // The client signals its command once its share is there; only then may the heir open it.
     InProcessClient heir(client.Id());
     for (int i = 0; i < 600 && !heir.IsSignalled(3); ++i)
         Sleep(50);
     heir.MakeShare();
-    StartFor(heir);
+    Start(heir);
     ready.Wait();
     Process().WaitForLogLine(L"CHost::Breakpoint entering IDLE breakpoint");
     client.Kill();
@@ -178,7 +150,7 @@ TEST_F(WorkbenchDeath, FinishesTheCommandBetweenWhoseResponsesTheClientDies)
     heir.Stop();
     EXPECT_EQ(1U, Process().WaitForExit());
     EXPECT_FALSE(heir.IsSignalled(8)) << "the dead client had taken it";
-    EXPECT_TRUE(LogIs(Join({StartLinesFor(heir),
+    EXPECT_TRUE(LogIs(Join({StartLines(heir),
                             CommandLines(3, L"result=1", L"failed, result = ActionInvokeFail", heir.StoredWindow()),
                             StopLines()})));
 }
@@ -189,10 +161,10 @@ TEST_F(WorkbenchDeath, KeepsTheResponseThatTheClientDidNotLiveToTake)
     const ChildProcess client = StartClient({L"invoke", L"result=2"});
     InProcessClient heir(client.Id());
     heir.MakeShare();
-    StartFor(heir);
+    Start(heir);
     Process().WaitForLogLine(L"CHost::Run command failed, result = ActionLoadAssemblyFail");
     client.Kill();
-    // Both responses of the breakpointed command lie there; the heir begins with neither.
+    // Both responses of that command are still signalled; the heir clears them.
     EXPECT_TRUE(heir.IsSignalled(9));
     heir.Clear(8);
     heir.Clear(9);
@@ -200,7 +172,7 @@ TEST_F(WorkbenchDeath, KeepsTheResponseThatTheClientDidNotLiveToTake)
     heir.Stop();
     EXPECT_EQ(1U, Process().WaitForExit());
     EXPECT_TRUE(
-        LogIs(Join({StartLinesFor(heir),
+        LogIs(Join({StartLines(heir),
                     CommandLines(3, L"result=2", L"failed, result = ActionLoadAssemblyFail", heir.StoredWindow()),
                     CommandLines(1, L"result=6", L"succeeded, result = ActionLoadedAssemblyOk", 0), StopLines()})));
 }
@@ -213,13 +185,13 @@ TEST_P(WorkbenchMutexDeath, OfTheClientHoldsUpNobody)
     InProcessClient heir(client.Id());
     heir.MakeShare();
     // The workbench starts and serves while the mutex is held, and afterwards.
-    StartFor(heir);
+    Start(heir);
     EXPECT_EQ(8U, (heir.WriteText(L"held"), heir.Signal(1), heir.WaitForResponse()));
     EXPECT_EQ(MutexState::Held, MutexStateOf(contract::KernelName(contract::ShareMutexName(heir.Id(), index))))
         << "by the client";
     client.Kill();
     EXPECT_EQ(8U, (heir.WriteText(L"left"), heir.Signal(1), heir.WaitForResponse()));
-    // The mutex that the dead client left is taken over, and can be used as before.
+    // The dead client's mutex is taken over and works as before.
     for (int i = 0; i < 2; ++i)
     {
         g_pShare->Lock(index);
@@ -231,7 +203,7 @@ TEST_P(WorkbenchMutexDeath, OfTheClientHoldsUpNobody)
     EXPECT_TRUE(g_pShare->RemoveThread(tindex, true));
     heir.Stop();
     EXPECT_EQ(1U, Process().WaitForExit());
-    EXPECT_TRUE(LogIs(Join({StartLinesFor(heir), CommandLines(1, L"held", L"succeeded, result = ActionSuccess", 0),
+    EXPECT_TRUE(LogIs(Join({StartLines(heir), CommandLines(1, L"held", L"succeeded, result = ActionSuccess", 0),
                             CommandLines(1, L"left", L"succeeded, result = ActionSuccess", 0), StopLines()})));
 }
 
@@ -324,10 +296,10 @@ TEST_F(WorkbenchDeath, TheLogIsWrittenWhileAReaderHasItOpen)
 {
     m_client.MakeShareAndWindow();
     Prepare(WorkbenchRuntime::Scripted);
-    PutFile(WorkbenchProcess::c_logPath, "the log of an earlier run, longer than nothing");
-    const UniqueHandle reader = UniqueHandle::FromFile(CreateFileW(WorkbenchProcess::c_logPath, GENERIC_READ,
-                                                                   FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                                                   OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    WriteFileBytes(WorkbenchRun::c_logPath, "the log of an earlier run, longer than nothing");
+    const UniqueHandle reader =
+        UniqueHandle::FromFile(CreateFileW(WorkbenchRun::c_logPath, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                           nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     ASSERT_TRUE(reader);
     Start();
     m_client.WaitForMessages(1);
@@ -361,12 +333,12 @@ TEST_F(WorkbenchDeath, AReadOnlyLogStaysAndTheWorkbenchServes)
 {
     m_client.MakeShareAndWindow();
     Prepare(WorkbenchRuntime::Scripted);
-    PutFile(WorkbenchProcess::c_logPath, "kept");
-    ASSERT_TRUE(SetFileAttributesW(WorkbenchProcess::c_logPath, FILE_ATTRIBUTE_READONLY));
-    // Wine makes it a permission of the file, which holds back every user but root.
+    WriteFileBytes(WorkbenchRun::c_logPath, "kept");
+    ASSERT_TRUE(SetFileAttributesW(WorkbenchRun::c_logPath, FILE_ATTRIBUTE_READONLY));
+    // Wine turns the attribute into a permission of the file, which does not stop root.
     const bool isWritable = static_cast<bool>(
-        UniqueHandle::FromFile(CreateFileW(WorkbenchProcess::c_logPath, GENERIC_WRITE,
-                                           FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr)));
+        UniqueHandle::FromFile(CreateFileW(WorkbenchRun::c_logPath, GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                           nullptr, OPEN_EXISTING, 0, nullptr)));
     Start();
     m_client.WaitForMessages(1);
     EXPECT_EQ(8U, m_client.Carry(3, L"x"));
@@ -387,11 +359,11 @@ TEST_F(WorkbenchDeath, AFolderInTheLogsPlaceStaysAndTheWorkbenchServes)
 {
     m_client.MakeShareAndWindow();
     Prepare(WorkbenchRuntime::Scripted);
-    ASSERT_TRUE(CreateDirectoryW(WorkbenchProcess::c_logPath, nullptr));
+    ASSERT_TRUE(CreateDirectoryW(WorkbenchRun::c_logPath, nullptr));
     Start();
     m_client.WaitForMessages(1);
     EXPECT_EQ(8U, m_client.Carry(3, L"x"));
     Stop();
-    EXPECT_TRUE(RemoveDirectoryW(WorkbenchProcess::c_logPath)) << "still an empty folder";
+    EXPECT_TRUE(RemoveDirectoryW(WorkbenchRun::c_logPath)) << "still an empty folder";
     EXPECT_THAT(Process().Record(), ElementsAreArray(RecordOf({CallWithBreakpoint("Invoke", "x")})));
 }

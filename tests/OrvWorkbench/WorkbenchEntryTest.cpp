@@ -2,6 +2,7 @@
 #include "tests/support/contract/Contract.h"
 #include "tests/support/contract/LogFile.h"
 #include "tests/support/contract/TraceCapture.h"
+#include "tests/support/worlds/Files.h"
 
 #include <windows.h>
 
@@ -14,26 +15,17 @@ using testing::IsEmpty;
 
 namespace
 {
-// A client's session that ends at once, because no window is stored; keyed by the id that the workbench should read.
+// An argument, and the id that the workbench should read from it.
 struct IdCase
 {
     const wchar_t* argument;
     uint32_t id;
 };
 
-void PutFile(const wchar_t* path, const std::string& bytes)
-{
-    HANDLE const file = CreateFileW(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    DWORD written = 0;
-    WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
-    CloseHandle(file);
-    ASSERT_EQ(bytes.size(), written);
-}
-
 std::vector<std::wstring> LinesWith(const std::wstring& head)
 {
     std::vector<std::wstring> found;
-    for (const std::wstring& line : WorkbenchProcess::Log())
+    for (const std::wstring& line : WorkbenchRun::Log())
     {
         if (line.compare(0, head.size(), head) == 0)
             found.push_back(line);
@@ -57,7 +49,7 @@ TEST_F(OrvWorkBench64, DoesNothingWhenArgumentsAreMissing)
 TEST_F(OrvWorkBench64, LeavesTheLogOfAnEarlierRunAloneWhenArgumentsAreMissing)
 {
     Prepare(WorkbenchRuntime::Scripted);
-    PutFile(WorkbenchProcess::c_logPath, "an earlier run");
+    WriteFileBytes(WorkbenchRun::c_logPath, "an earlier run");
     Process().Start(L"workbench");
     EXPECT_EQ(0U, Process().WaitForExit());
     EXPECT_EQ("an earlier run", Process().LogBytes());
@@ -180,12 +172,10 @@ TEST_F(OrvWorkBench64, WritesItsLogAsUtf16WithByteOrderMarkAndDosLineEnds)
     EXPECT_EQ(std::string("\r\0\n\0\r\0\n\0", 8), log.substr(log.size() - 8)) << "the last line and an empty one";
     EXPECT_NE(std::string::npos, log.find(std::string(":\0 \0\xAC\x20\r\0\n\0", 10)));
     EXPECT_EQ(std::string::npos, log.find("\xFF\xFE", 2)) << "one mark, at the start";
-    // No line feed without its carriage return, and no time that is not right-aligned in six columns.
+    // Each line feed has its carriage return, and each time is right-aligned in six columns.
     std::wstring line;
-    for (size_t i = 2; i < log.size(); i += 2)
+    for (const wchar_t unit : LogText(log))
     {
-        const auto unit =
-            static_cast<wchar_t>(static_cast<unsigned char>(log[i]) | static_cast<unsigned char>(log[i + 1]) << 8);
         line += unit;
         if (unit != L'\n')
             continue;
@@ -201,7 +191,7 @@ TEST_F(OrvWorkBench64, TruncatesTheLogOfAnEarlierRun)
 {
     m_client.MakeShareAndWindow();
     Prepare(WorkbenchRuntime::Scripted);
-    PutFile(WorkbenchProcess::c_logPath, std::string(1000000, 'x'));
+    WriteFileBytes(WorkbenchRun::c_logPath, std::string(1000000, 'x'));
     Start();
     m_client.WaitForMessages(1);
     Stop();
@@ -213,7 +203,7 @@ TEST_F(OrvWorkBench64, HasEachLineInTheLogAtOnce)
     // The workbench waits for the window's answer: what it has logged so far must be in the file, without any delay.
     std::vector<Lines> seen;
     m_client.WhenIdle([&] {
-        seen.push_back(WorkbenchProcess::Log());
+        seen.push_back(WorkbenchRun::Log());
         m_client.Clear(8);
     });
     StartServing(WorkbenchRuntime::Scripted);
@@ -232,10 +222,10 @@ TEST_F(OrvWorkBench64, ServesAlsoWhenItsLogCannotBeOpened)
 {
     m_client.MakeShareAndWindow();
     Prepare(WorkbenchRuntime::Scripted);
-    PutFile(WorkbenchProcess::c_logPath, "locked");
+    WriteFileBytes(WorkbenchRun::c_logPath, "locked");
     {
         const UniqueHandle locked =
-            UniqueHandle::FromFile(CreateFileW(WorkbenchProcess::c_logPath, GENERIC_READ, FILE_SHARE_READ, nullptr,
+            UniqueHandle::FromFile(CreateFileW(WorkbenchRun::c_logPath, GENERIC_READ, FILE_SHARE_READ, nullptr,
                                                OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
         Start();
         m_client.WaitForMessages(1);

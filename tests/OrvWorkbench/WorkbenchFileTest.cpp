@@ -1,5 +1,5 @@
-#include "tests/support/contract/LogFile.h"
-#include "tests/support/processes/WorkbenchProcess.h"
+#include "tests/support/processes/WorkbenchRun.h"
+#include "tests/support/worlds/Files.h"
 
 #include <windows.h>
 
@@ -24,7 +24,7 @@ public:
     ProgramFile(const ProgramFile&) = delete;
     ProgramFile& operator=(const ProgramFile&) = delete;
 
-    static std::wstring Path() { return WorkbenchProcess::BuiltProgram(); }
+    static std::wstring Path() { return WorkbenchRun::BuiltProgram(); }
 
     // A resource's bytes; nothing when there is none.
     std::string Resource(const wchar_t* name, const wchar_t* type) const
@@ -151,7 +151,7 @@ TEST(WorkbenchFile, TellsWhatItIs)
 TEST(WorkbenchFile, HasAManifestThatNamesTheSystemsItKnows)
 {
     const std::string manifest = Lower(ProgramFile().Resource(MAKEINTRESOURCEW(1), MAKEINTRESOURCEW(24)));
-    // Without the last one the system says that it is 6.2 at most.
+    // Without the last entry, Windows 8.1 and later report version 6.2.
     for (const char* system : {"{e2011457-1546-43c5-a5fe-008deee3d3f0}", "{35138b9a-5d96-4fbd-8e2d-a2440225f93a}",
                                "{4a2f28e3-53b9-4441-ba9c-d69d4a4a6e38}", "{1f676c76-80e1-4239-95bb-83d0f6d0da78}",
                                "{8e0f7a12-bfb3-4fe8-b9a5-48fd50a15a9a}"})

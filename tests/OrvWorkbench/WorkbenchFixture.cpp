@@ -54,10 +54,10 @@ OrvWorkBench64::Lines OrvWorkBench64::LoadedLines()
     return {L"CHost::CHost Executing CorBindToRuntimeEx", L"CHost::CHost Loaded Runtime"};
 }
 
-OrvWorkBench64::Lines OrvWorkBench64::ArgumentLines() const
+OrvWorkBench64::Lines OrvWorkBench64::ArgumentLines(const InProcessClient& client) const
 {
     return {L"wmain  arg 0 = " + m_process->ProgramPath(), L"wmain  arg 1 = workbench",
-            L"wmain  arg 2 = " + m_client.HexId()};
+            L"wmain  arg 2 = " + client.HexId()};
 }
 
 OrvWorkBench64::Lines OrvWorkBench64::OpenedShareLines(const std::wstring& shareName, const std::wstring& hexId)
@@ -75,13 +75,13 @@ std::wstring OrvWorkBench64::WindowLine(uint64_t window)
     return L"CHost::Run Zeph window is " + PointerText(window);
 }
 
-OrvWorkBench64::Lines OrvWorkBench64::StartLines() const
+OrvWorkBench64::Lines OrvWorkBench64::StartLines(const InProcessClient& client) const
 {
-    return Join({EventLines(m_client.HexId()),
+    return Join({EventLines(client.HexId()),
                  LoadedLines(),
-                 ArgumentLines(),
-                 OpenedShareLines(m_client.ShareName(), m_client.HexId()),
-                 {WindowLine(m_client.Window())}});
+                 ArgumentLines(client),
+                 OpenedShareLines(client.ShareName(), client.HexId()),
+                 {WindowLine(client.StoredWindow())}});
 }
 
 OrvWorkBench64::Lines OrvWorkBench64::WaitLines(const std::wstring& eventName)
@@ -112,6 +112,16 @@ OrvWorkBench64::Lines OrvWorkBench64::CommandLines(unsigned slot, const std::wst
                  {L"CHost::Run command " + outcome}});
 }
 
+OrvWorkBench64::Lines OrvWorkBench64::InvokeWithoutWindow(const InProcessClient& client, const std::wstring& text,
+                                                          const std::wstring& outcome)
+{
+    Lines lines = CommandLines(3, text, outcome, client.StoredWindow());
+    const Lines gone{L"CHost::Breakpoint Error is PostMessage:", L"", L"CHost::Breakpoint " + SystemText(1400)[0],
+                     L""};
+    lines.insert(lines.begin() + 11, gone.begin(), gone.end());
+    return lines;
+}
+
 OrvWorkBench64::Lines OrvWorkBench64::StopLines()
 {
     return Join({WaitLines(L"EV_STOP"), {L"CHost::Run Stopping", L""}, ExitLines()});
@@ -127,7 +137,8 @@ OrvWorkBench64::Lines OrvWorkBench64::SystemText(unsigned error)
     wchar_t text[1024]{};
     FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, error, 0, text, 1024,
                    nullptr);
-    // The text's own line end stands in the log before that of the line, and its carriage return twice.
+    // The text ends with a line break of its own, so an empty line follows. The log's text mode adds a second
+    // carriage return to it, which stays at the line's end.
     std::wstring line = text;
     line.erase(line.find(L'\n'));
     return {line, L""};
@@ -135,7 +146,7 @@ OrvWorkBench64::Lines OrvWorkBench64::SystemText(unsigned error)
 
 testing::AssertionResult OrvWorkBench64::LogIs(const Lines& expected)
 {
-    const Lines log = WorkbenchProcess::Log();
+    const Lines log = WorkbenchRun::Log();
     for (size_t i = 0; i < std::max(expected.size(), log.size()); ++i)
     {
         const std::wstring wanted = i < expected.size() ? expected[i] : L"(the end)";

@@ -3,7 +3,7 @@
 #include "tests/support/contract/Contract.h"
 #include "tests/support/contract/TraceLines.h"
 #include "tests/support/processes/InProcessClient.h"
-#include "tests/support/processes/WorkbenchProcess.h"
+#include "tests/support/processes/WorkbenchRun.h"
 
 #include <gmock/gmock.h>
 #include <initializer_list>
@@ -11,16 +11,15 @@
 #include <string>
 #include <vector>
 
-// A client in this process and the real workbench in another. What the workbench logs is compared line by line with
-// the whole transcript, times aside.
+// The workbench as a program: its process, and its client in this one. The whole log is compared, line by line,
+// without the times.
 class OrvWorkBench64 : public testing::Test
 {
 protected:
     using Lines = contract::Lines;
     using Record = std::vector<std::string>;
 
-    // A line that ends with this stands for the same line with any text of the system's in its place: for last errors
-    // that an earlier call has left.
+    // In an expected line, stands for any text of the system: for last errors that some earlier call has left.
     static constexpr const wchar_t* c_anyText = L"<any text>";
 
     // Makes the client's share and window, then starts the workbench and waits until it is ready.
@@ -28,17 +27,20 @@ protected:
     // Makes the program's folder only.
     void Prepare(WorkbenchRuntime runtime) { m_process.emplace(runtime); }
     // Starts it as a client does: with "workbench" and the client's id.
-    void Start() { m_process->Start(L"workbench " + m_client.HexId()); }
+    void Start(const InProcessClient& client) { m_process->Start(L"workbench " + client.HexId()); }
+    void Start() { Start(m_client); }
     // Stops it and waits for its end.
     void Stop();
-    WorkbenchProcess& Process() { return *m_process; }
+    WorkbenchRun& Process() { return *m_process; }
 
-    // The transcript of a start by the client of this test: events, runtime, arguments, share and window.
-    Lines StartLines() const;
+    // The transcript of a start for a client, or for this test's own: events, runtime, arguments, share and window.
+    Lines StartLines(const InProcessClient& client) const;
+    Lines StartLines() const { return StartLines(m_client); }
     // Its parts.
     static Lines EventLines(const std::wstring& hexId);
     static Lines LoadedLines();
-    Lines ArgumentLines() const;
+    Lines ArgumentLines(const InProcessClient& client) const;
+    Lines ArgumentLines() const { return ArgumentLines(m_client); }
     static Lines OpenedShareLines(const std::wstring& shareName, const std::wstring& hexId);
     static Lines MutexLines(const std::wstring& shareName);
     static std::wstring WindowLine(uint64_t window);
@@ -52,6 +54,9 @@ protected:
     {
         return CommandLines(slot, text, outcome, m_client.Window());
     }
+    // An invoke whose idle message no longer finds the client's window.
+    static Lines InvokeWithoutWindow(const InProcessClient& client, const std::wstring& text,
+                                     const std::wstring& outcome);
     static Lines StopLines();
     static Lines ExitLines();
     // A system error's text as it stands in the log.
@@ -68,7 +73,7 @@ protected:
     InProcessClient m_client;
 
 private:
-    std::optional<WorkbenchProcess> m_process;
+    std::optional<WorkbenchRun> m_process;
 };
 
 // For failures.

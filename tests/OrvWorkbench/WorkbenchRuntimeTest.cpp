@@ -7,7 +7,7 @@ using contract::Join;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
 
-// The workbench with a real managed runtime, without one, and with one that does not come up.
+// The workbench with a real managed runtime, without one, and with one that fails to start.
 
 namespace
 {
@@ -24,7 +24,7 @@ class ManagedWorkbench : public OrvWorkBench64
 protected:
     void SetUp() override
     {
-        if (!WorkbenchProcess::Has(WorkbenchRuntime::Managed))
+        if (!WorkbenchRun::Has(WorkbenchRuntime::Managed))
             GTEST_SKIP() << "the managed side or the bridge to a runtime is not built";
     }
 
@@ -64,7 +64,7 @@ protected:
             lines[lines.size() - 3] = L"CHost::Breakpoint breakpointed workbench failed";
         return lines;
     }
-    // Asks the workbench for everything, in vain. Returns the lines.
+    // Gives every command, each of which fails. Returns the lines that they leave in the log.
     Lines AskInVain()
     {
         Lines lines;

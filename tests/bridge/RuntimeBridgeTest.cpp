@@ -1,9 +1,9 @@
-// The bridge to Debian's Mono, as a host of the runtime sees it; and the dispatcher through it. The numbers are the
-// real runtime's.
+// The bridge to Debian's Mono, as a program that hosts the runtime sees it, and the dispatcher behind it. The
+// expected status codes are those of Microsoft's runtime.
 
 #include "tests/support/processes/ChildProcess.h"
+#include "tests/support/worlds/Files.h"
 #include "tests/support/worlds/FreshNames.h"
-#include "tests/support/worlds/TemporaryFile.h"
 
 #include <windows.h>
 
@@ -28,7 +28,7 @@ constexpr const wchar_t* c_type = L"OrvTest.Runtime";
 
 using BindFunction = HRESULT(WINAPI*)(LPCWSTR, LPCWSTR, DWORD, REFCLSID, REFIID, void**);
 
-// HRESULTs compared and printed as the numbers that documents give.
+// HRESULTs as the unsigned numbers in which they are documented.
 unsigned long Number(HRESULT status)
 {
     return static_cast<unsigned long>(status);
@@ -204,7 +204,7 @@ TEST(RuntimeBridgeBind, FlavourMayBeNullOrEitherInAnyCase)
     }
 }
 
-// A process of its own: the library looks for its other half once.
+// In a process of its own: the library looks for its other half only once.
 ORV_CHILD_ROLE(BindWithoutUnixHalf)
 {
     for (int i = 0; i < 10; ++i)
@@ -418,7 +418,7 @@ TEST_F(RuntimeBridge, ExceptionsOnOtherThreadsLeaveTheProcessAlive)
 
 TEST_F(RuntimeBridge, FaultsOfTheProgramStayItsOwn)
 {
-    // Mono's handlers must hand faults of foreign code on to the program's.
+    // A fault in native code must pass Mono's exception handlers and reach the program's.
     static volatile LONG seen = 0;
     void* const handler = AddVectoredExceptionHandler(1, [](EXCEPTION_POINTERS* pointers) -> LONG {
         if (pointers->ExceptionRecord->ExceptionCode != EXCEPTION_ACCESS_VIOLATION)
@@ -474,7 +474,7 @@ TEST_F(RuntimeBridge, ArgumentsArriveAsUtf16)
 
 TEST_F(RuntimeBridge, RelativeNamesMeanTheCurrentFolderThenTheProgramsOwn)
 {
-    const ScratchFolder folder;
+    const TemporaryFolder folder;
     SetCurrentDirectoryW(folder.Path().c_str());
     EXPECT_EQ(0x80070002UL, Execute(L"RuntimeFixture.dll", c_type, L"Length", L"").status);
     // Beside the program: this is below its folder.
@@ -493,7 +493,7 @@ TEST_F(RuntimeBridge, ManagedCodeSeesTheFoldersOfTheProgram)
     EXPECT_EQ(1UL, Call(L"CurrentFolderIs", L"tests").value);
 }
 
-// Prints by turns as the program itself and as managed code.
+// Prints in turn, as the program itself and as managed code.
 ORV_CHILD_ROLE(PrintByTurns)
 {
     const Runtime runtime;
@@ -511,8 +511,8 @@ ORV_CHILD_ROLE(PrintByTurns)
 
 TEST(RuntimeBridgeOutput, ManagedOutputComesInOrderAndAsUtf8)
 {
-    const ScratchFolder folder;
-    const std::wstring path = folder.Path() + L"\\out.txt";
+    const TemporaryFolder folder;
+    const std::wstring path = folder.PathOf(L"out.txt");
     SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
     const HANDLE file =
         CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherited, CREATE_ALWAYS, 0, nullptr);

@@ -32,7 +32,7 @@ protected:
     ChildProcess StartFake(const wchar_t* steps) const
     {
         SetEnvironmentVariableW(L"ORV_FAKE", steps);
-        const std::wstring program = BuildFile(L"tests\\fake") + L"\\OrvWorkBench64.exe";
+        const std::wstring program = BuildFolder(L"tests\\fake") + L"\\OrvWorkBench64.exe";
         return ChildProcess::Start(program, L"\"" + program + L"\" workbench " + FormatSlot(L"%x", m_clientId));
     }
 

@@ -1,7 +1,7 @@
 // The client, the workbench, the dispatcher and a real managed runtime together.
 
 #include "tests/support/processes/ClientRun.h"
-#include "tests/support/worlds/TemporaryFile.h"
+#include "tests/support/worlds/Files.h"
 
 #include <gmock/gmock.h>
 #include <regex>

@@ -20,7 +20,7 @@ struct Result
 
 const std::wstring& FakeFolder()
 {
-    static const std::wstring folder = BuildFile(L"tests\\fake");
+    static const std::wstring folder = BuildFolder(L"tests\\fake");
     return folder;
 }
 

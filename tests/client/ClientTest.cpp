@@ -6,8 +6,8 @@
 #include "OrvProfiler/share/ProxyShare.h"
 #include "tests/support/processes/ChildProcess.h"
 #include "tests/support/processes/ClientRun.h"
+#include "tests/support/worlds/Files.h"
 #include "tests/support/worlds/FreshNames.h"
-#include "tests/support/worlds/TemporaryFile.h"
 
 #include <windows.h>
 

@@ -21,7 +21,7 @@ constexpr DWORD c_longestHoldMs = 5000;
 const std::wstring c_raised = L"= raised ";
 const std::wstring c_held = L"= held ";
 
-// What is taken with one function is given back with another.
+// Functions that take something, and the function that releases it.
 constexpr struct
 {
     const char* takes[2];
@@ -45,7 +45,7 @@ FaultLines Signed(wchar_t sign, std::initializer_list<FaultLines> parts)
     return lines;
 }
 
-// The lines that make one list into the other: a longest common subsequence stays.
+// The changes that make one list into the other, around a longest common subsequence.
 FaultLines Changes(const FaultLines& before, const FaultLines& after)
 {
     const size_t width = after.size() + 1;
@@ -75,7 +75,8 @@ FaultLines Changes(const FaultLines& before, const FaultLines& after)
     return changes;
 }
 
-// When an exception has ended a run, that and the line before stand for all that did not come to pass.
+// When an exception has ended a run, its line and the line before it stand for all lines that are missing for that
+// reason.
 FaultLines ChangesWithoutMemory(const FaultLines& usual, const FaultLines& lines)
 {
     if (lines.empty() || lines.back().rfind(c_raised, 0) != 0)
@@ -93,7 +94,7 @@ std::wstring Replaced(std::wstring text, const std::wstring& from, const std::ws
     return text;
 }
 
-// As C++ source, so that what is seen can be compared with a row.
+// As C++ source, ready to be compared with a row, or to become one.
 std::string Shown(const FaultLines& lines)
 {
     std::string text;
@@ -179,7 +180,7 @@ FaultLines FaultScenario::Lines() const
     return lines;
 }
 
-// What is raised is a part of the transcript.
+// An exception becomes a line of the transcript.
 void FaultScenario::RunBody()
 {
     try
@@ -193,8 +194,8 @@ void FaultScenario::RunBody()
     }
 }
 
-// One run, and the blocks that it leaves. Counting starts as late as possible: what a test needs for itself calls the
-// system too.
+// Runs the scenario once; returns how many blocks it has not freed. start begins the counting, as late as possible,
+// because the test's own preparations call the system too.
 size_t FaultScenario::RunOnce(const std::function<void()>& start)
 {
     m_trace.Clear();
@@ -208,8 +209,8 @@ size_t FaultScenario::RunOnce(const std::function<void()>& start)
     return probe.LiveBlocks();
 }
 
-// What the system and the C runtime keep from a first run is no loss. False when the scenario does not even work with
-// nothing failing.
+// A first run, because the system and the C runtime keep something from it that is no leak. False when the scenario
+// does not work even with nothing failing.
 bool FaultScenario::WarmUp()
 {
     const auto failNone = [this] { m_faults.FailNone(); };
@@ -232,7 +233,7 @@ void FaultScenario::CheckNothingIsLost(const std::string& what)
     EXPECT_TRUE(HeapIsConsistent()) << what;
 }
 
-// Of the last run: what was taken was given back, once.
+// Whether the last run released all that it took, and each only once.
 void FaultScenario::CheckPairs(const std::string& what) const
 {
     EXPECT_EQ(m_faults.SurplusReleases(), 0U) << what;
@@ -287,7 +288,7 @@ void FaultScenario::ExpectForEachCall(const FaultTable& table)
     unsigned runs = 0;
     for (const auto& [function, calls] : reached)
     {
-        // A run that does not come back is the last that is named here.
+        // When a run hangs, the output ends with its number.
         std::cout << function << ":" << std::flush;
         for (unsigned n = 1; n <= calls; ++n, ++runs)
         {

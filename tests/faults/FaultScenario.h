@@ -21,10 +21,9 @@
 
 using FaultLines = contract::Lines;
 
-// What changes when one of the calls first to last of a function fails; the scenario's first call of it is 1. A
-// change is
-// "-" and a line that is missing, or "+" and a line that is new, in the transcript's order. An empty list means that
-// nothing changes.
+// What changes in the transcript when one of the calls first to last of a function fails; the scenario's first call
+// of it is number 1. A change is "-" and a line that is missing, or "+" and a line that is new, in the transcript's
+// order. No change at all is an empty list.
 struct FaultRow
 {
     std::string function;

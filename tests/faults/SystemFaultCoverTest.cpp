@@ -1,5 +1,5 @@
 #include "tests/faults/FaultScenario.h"
-#include "tests/support/contract/LogFile.h"
+#include "tests/support/worlds/Files.h"
 
 #include <windows.h>
 
@@ -14,7 +14,7 @@
 
 namespace
 {
-// What cannot fail, or is made to fail elsewhere.
+// Functions that cannot fail, or whose failures are tested elsewhere.
 constexpr struct
 {
     const char* function;
@@ -106,7 +106,7 @@ void ReadLibrary(const std::wstring& path, Symbols& symbols)
     {
         const auto member = ReadAt<IMAGE_ARCHIVE_MEMBER_HEADER>(bytes, at);
         const size_t size = std::stoul(std::string(reinterpret_cast<const char*>(member.Size), sizeof member.Size));
-        // The symbol table and the long names are no objects.
+        // The members for the symbol table and the long names are no object files.
         const bool isObject = member.Name[0] != '/' || (member.Name[1] >= '0' && member.Name[1] <= '9');
         if (isObject)
             ReadObject(bytes.substr(at + headerSize, size), symbols);
@@ -181,7 +181,7 @@ std::vector<std::string> Difference(const std::set<std::string>& from, const std
 }
 } // namespace
 
-// A new call of the system in the product needs a row in a table, or a reason why it has none.
+// When the product begins to call another system function, that needs a row in a table, or a reason why it has none.
 TEST(FaultTables, EveryFunctionThatTheProductCallsHasARowOrAReason)
 {
     const std::set<std::string> product = ProductImports();
@@ -191,7 +191,8 @@ TEST(FaultTables, EveryFunctionThatTheProductCallsHasARowOrAReason)
     EXPECT_THAT(Difference(product, known), testing::IsEmpty());
 }
 
-// What is in the list of reasons must not be in a table, and every function that can be made to fail is.
+// A function is in the list of reasons or in a table, never in both; and every function that can be made to fail is
+// in a table.
 TEST(FaultTables, EveryFunctionIsOnOneSideOnly)
 {
     std::set<std::string> both;

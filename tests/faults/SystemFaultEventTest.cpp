@@ -11,11 +11,11 @@
 
 #include <gtest/gtest.h>
 
-// The proxy events and the access lock with any one call failing.
+// The proxy events and the access lock, with each system call failing in turn.
 
 namespace
 {
-// The other side of a wait that pumps messages: says that the command has failed.
+// Plays the other side in a wait that pumps messages: answers that the command has failed.
 DWORD WINAPI Respond(DWORD count, const HANDLE* handles, DWORD, DWORD, DWORD)
 {
     constexpr DWORD notOk = 1;
@@ -56,7 +56,7 @@ void SignalAndWait(uint32_t id)
     Note(L"ResponseWasOk", events.ResponseWasOk() ? 1 : 0);
     events.ResetAll();
 }
-// Fifty events, the ready event, and the same fifty events once more. What misses its event fails then and there.
+// The calls are fifty events, the ready event and the same fifty once more. What needs the missing event fails.
 void AddEventRows(FaultTable& table)
 {
     const std::wstring create = L"CProxySecManager::OrvPCreateEvent CreateEvent {ns}";
@@ -243,7 +243,7 @@ TEST_F(SystemFaultsInProxyEvents, AnyCallMayFail)
     m_scenario.ExpectForEachCall(ProxyEventFaults());
 }
 
-// A mask of events that cannot be had raises.
+// A mask of events throws when there is no memory for it.
 TEST_F(SystemFaultsInProxyEvents, AnyRequestForMemoryMayFail)
 {
     m_scenario.ExpectForEachRequest({{},

@@ -5,6 +5,7 @@
 #include "OrvProfiler/share/ProxyMap.h"
 #include "tests/faults/FaultScenario.h"
 #include "tests/support/worlds/ErrorTextStandIn.h"
+#include "tests/support/worlds/Files.h"
 #include "tests/support/worlds/FreshNames.h"
 #include "tests/support/worlds/NamespaceWorld.h"
 
@@ -14,11 +15,11 @@
 #include <gtest/gtest.h>
 #include <iterator>
 
-// Paths, files and texts with any one call failing.
+// Paths, files and texts, with each system call failing in turn.
 
 namespace
 {
-// A system with the drives C and X, of which X is connected.
+// A system with the drives C and X, of which X is a network drive.
 class ConnectedDrive
 {
 public:
@@ -51,29 +52,20 @@ bool CountFile(const wchar_t*, void* count)
 class Folder
 {
 public:
-    Folder() : m_path(FreshFolder())
+    Folder()
     {
-        CreateDirectoryW((m_path + L"\\sub").c_str(), nullptr);
+        CreateDirectoryW(Path(L"\\sub").c_str(), nullptr);
         for (const wchar_t* name : {L"\\one.txt", L"\\sub\\two.txt"})
-            CloseHandle(CreateFileW((m_path + name).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
+            WriteFileBytes(Path(name), "");
     }
-    ~Folder()
-    {
-        for (const wchar_t* name : {L"\\one.txt", L"\\sub\\two.txt"})
-            DeleteFileW((m_path + name).c_str());
-        RemoveDirectoryW((m_path + L"\\sub").c_str());
-        RemoveDirectoryW(m_path.c_str());
-    }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
 
-    std::wstring Path(const wchar_t* name = L"") const { return m_path + name; }
+    std::wstring Path(const wchar_t* name = L"") const { return m_folder.Path() + name; }
 
 private:
-    std::wstring m_path;
+    TemporaryFolder m_folder;
 };
 
-// A mapping that a file backs.
+// A mapping backed by a file.
 class FileMap : public CProxyMap
 {
 public:

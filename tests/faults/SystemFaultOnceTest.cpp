@@ -11,7 +11,7 @@
 #include <iterator>
 #include <set>
 
-// What a process asks the system for only once, with any one call failing: each run is a process of its own.
+// What a process asks the system only once, with each call failing in turn: each run is a process of its own.
 
 namespace
 {
@@ -72,7 +72,7 @@ struct OnceRow
 constexpr int c_all = c_ownId | c_drivePath | c_drivePathAgain | c_libraryGivenBack;
 
 constexpr OnceRow c_rows[] = {
-    // Each of the two ways to an id does without the other.
+    // There are two ways to get the id; each works without the other.
     {L"GetModuleHandleW", 1, c_all},
     {L"GetModuleHandleW", 2, c_all},
     {L"GetModuleHandleW", 3, c_all | c_noCallFailed},
@@ -82,7 +82,7 @@ constexpr OnceRow c_rows[] = {
     {L"GetProcAddress", 4, c_all | c_noCallFailed},
     {L"GetProcessId", 1, c_all & ~c_ownId},
     {L"GetProcessId", 2, c_all | c_noCallFailed},
-    // Without any drive the next path asks again; one that is missing stays away.
+    // After a failed list of drives the next path asks again; a single drive that failed stays missing.
     {L"GetLogicalDriveStringsW", 1, c_all & ~c_drivePath},
     {L"GetLogicalDriveStringsW", 2, c_all | c_noCallFailed},
     {L"QueryDosDeviceW", 1, c_all & ~(c_drivePath | c_drivePathAgain)},

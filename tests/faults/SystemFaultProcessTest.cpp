@@ -3,6 +3,7 @@
 #include "OrvProfiler/security/ProxySecurity.h"
 #include "OrvProfiler/security/VersionRecord.h"
 #include "tests/faults/FaultScenario.h"
+#include "tests/support/processes/BuildFolder.h"
 #include "tests/support/processes/ChildProcess.h"
 #include "tests/support/worlds/ErrorTextStandIn.h"
 #include "tests/support/worlds/FreshNames.h"
@@ -18,7 +19,7 @@
 #include <gtest/gtest.h>
 #include <memory>
 
-// The queries about processes, accounts and files with any one call failing.
+// The queries about processes, accounts and files, with each system call failing in turn.
 
 namespace
 {
@@ -28,26 +29,6 @@ ORV_CHILD_ROLE(Sit)
     Sleep(INFINITE);
     return 0;
 }
-
-const wchar_t* OwnPath()
-{
-    static wchar_t path[MAX_PATH];
-    GetModuleFileNameW(nullptr, path, MAX_PATH);
-    return path;
-}
-
-// A Windows with private namespaces, which are hidden.
-struct ModernSystem
-{
-    ModernSystem() : version(c_windows10)
-    {
-        exports.HideWine();
-        exports.Hide("CreatePrivateNamespaceW");
-    }
-
-    ReportedVersion version;
-    ExportTable exports;
-};
 
 // A system on which this process is the only service.
 class OneService
@@ -244,9 +225,9 @@ protected:
         Note(L"service", g_SecManager.IsProcessAService(GetCurrentProcessId()) ? 1 : 0);
         Note(L"own id", g_SecManager.GetProcessIdOfHandle(GetCurrentProcess()) == GetCurrentProcessId() ? 1 : 0);
         Note(L"64 bits", g_SecManager.Is64BitProcess(GetCurrentProcess()) ? 1 : 0);
-        Note(L"architecture", g_SecManager.GetArchitecture(OwnPath()));
+        Note(L"architecture", g_SecManager.GetArchitecture(OwnProgram().c_str()));
         Note(L"privilege", g_SecManager.OrvPHasPrivilege(GetCurrentProcess(), L"SeDebugPrivilege"));
-        const CVersionRecord version(OwnPath());
+        const CVersionRecord version(OwnProgram().c_str());
         Note(L"company", version.CompanyName().IsEmpty() ? 0 : 1);
         Note(L"product", version.ProductName());
         Note(L"description", version.FileDescription().IsEmpty() ? 0 : 1);
@@ -261,7 +242,7 @@ protected:
     ModernSystem m_system;
     OneService m_services;
     TokenStandIn m_token;
-    FaultScenario m_scenario{m_trace, [this] { Ask(); }, {{OwnPath(), L"{program}"}}};
+    FaultScenario m_scenario{m_trace, [this] { Ask(); }, {{OwnProgram(), L"{program}"}}};
 };
 
 TEST_F(SystemFaultsInProcessQueries, AnyCallMayFail)

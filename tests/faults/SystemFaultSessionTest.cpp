@@ -5,7 +5,7 @@
 #include "tests/support/contract/Contract.h"
 #include "tests/support/contract/LogFile.h"
 #include "tests/support/contract/TraceLines.h"
-#include "tests/support/worlds/FreshNames.h"
+#include "tests/support/worlds/Files.h"
 #include "tests/support/worlds/NamedObjects.h"
 
 #include <windows.h>
@@ -16,7 +16,7 @@
 #include <initializer_list>
 #include <iterator>
 
-// The program from its start to its end, and a session of commands, with any one call failing.
+// The program from its start to its end, and a session of commands, with each system call failing in turn.
 
 // The program's own entry, under another name here.
 extern "C" int WorkbenchMain(int argc, wchar_t** argv);
@@ -32,7 +32,7 @@ errno_t OpenLog(FILE** file, const wchar_t*, const wchar_t* mode)
     return g_realOpen(file, g_logPath.c_str(), mode);
 }
 
-// The parts of a transcript, as far as rows speak of them.
+// Parts of the transcript that rows use.
 const FaultLines c_mutexes =
     contract::ShareMutexLines(L"{ns}{share}") + FaultLines{L"CHost::Init Opened share for pid = {id}\n"};
 const FaultLines c_ready = {L"CHost::Run Zeph window is 0000000012345678\n", L"window posted 12345678 83f0 0 0\n"};
@@ -60,7 +60,7 @@ const FaultLines c_waitError = {L"CWBEvent::Wait Error\n\n", L"CHost::Run error 
 const FaultLines c_noWindow = {L"CHost::Run Zeph window is 0000000000000000\n",
                                L"CHost::Run Zeph Window handle for notifications is NULL cant go on\n\n"};
 
-// A command text that there is no memory for is none.
+// The changes when there is no memory for a command's text: the command runs without one.
 const FaultLines c_nullLoad = {L"-CHost::Run Command is Load: {text}\n", L"-runtime LoadAssembly \"{text}\"\n",
                                L"+CHost::Run Command is Load: (null)\n", L"+runtime LoadAssembly \"(null)\"\n"};
 const FaultLines c_nullInvoke = {L"-CHost::Run Command is Invoke: {text}\n", L"-runtime Invoke \"{text}\"\n",
@@ -71,8 +71,9 @@ FaultLines EventLines()
     return contract::EventLines(L"{ns}", L"{id}");
 }
 
-// What a run that waits and then goes through inLoop does when one request for memory fails: nothing, since strings
-// ask again; or it misses one mutex, the events, or, the last of these, the share.
+// The ways in which a run changes when one memory allocation fails. inLoop is what it does after the first wait.
+// Mostly nothing changes, because strings ask a second time; otherwise one mutex is missing, or all events, or (the
+// last way) the share.
 std::vector<FaultLines> WaysWithoutMemory(const FaultLines& inLoop)
 {
     std::vector<FaultLines> ways = {{}};
@@ -85,8 +86,8 @@ std::vector<FaultLines> WaysWithoutMemory(const FaultLines& inLoop)
     return ways;
 }
 
-// The rows of the host's start and of the share, which end where the commands begin. served is what a run without a
-// client's window misses; missingEvent, what a run does without a command event.
+// The rows of the host's start and of the share, up to the first command. served: the lines that are missing when no
+// window of the client is found. missingEvent: the changes when there is no event for a command.
 FaultTable StartRows(const FaultLines& served, const FaultLines& missingEvent)
 {
     FaultTable table = {
@@ -99,14 +100,14 @@ FaultTable StartRows(const FaultLines& served, const FaultLines& missingEvent)
          1,
          c_lastCall,
          {L"+CProxySecManager::OrvPCreateACL OrvPCreateACL\n<error 1338>\n"}},
-        // The session is asked for twice: for the name of the mapping and for those of the mutexes.
+        // The session is queried twice: for the mapping's name and for the mutexes' names.
         {"OpenProcess", 1, 2, {L"+CProxySecManager::GetSessionForProcess OpenProcess Failed\n<error 5>\n"}},
         {"OpenProcessToken", 1, 2, {L"+CProxySecManager::GetSessionForProcess OpenProcessToken Failed\n<error 5>\n"}},
         {"GetTokenInformation",
          1,
          2,
          {L"+CProxySecManager::GetSessionForProcess GetTokenInformation Failed\n<error 5>\n"}},
-        // What cannot be opened is made, and zeroed.
+        // A share that cannot be opened is created instead, and zeroed.
         {"OpenFileMappingW", 1, 1,
          With({{L"CProxySecManager::OrvPOpenFileMapping Failed with <error 5>\n",
                 L"CProxyMap::OpenMap Open returned: <error 5>\n",
@@ -150,7 +151,7 @@ protected:
         };
     }
 
-    // What the client sees of the responses; they are taken.
+    // Notes the responses that are signalled, and resets them as a client would.
     void NoteResponses() const
     {
         const TestsOwn own;
@@ -173,7 +174,7 @@ protected:
         const TestsOwn own;
         ForgetWaits();
         m_calls.clear();
-        // A share that is made anew is zeroed, the client's too.
+        // A run that creates the share anew zeroes the client's data with it.
         Client().StoreWindow(c_window);
         Client().WriteText(m_text);
     }
@@ -185,7 +186,7 @@ protected:
         NextWait(3, [this] { NoteResponses(); });
         NextWait(0, [this] { NoteResponses(); });
     }
-    // The share lives as long as the process; a run ends it.
+    // The share object would live as long as the process; each run ends its own.
     void EndShare()
     {
         NoteStrangeAssemblies();
@@ -197,7 +198,7 @@ protected:
     void NoteMissingLogLines() const
     {
         const TestsOwn own;
-        const std::wstring log = GetFileAttributesW(g_logPath.c_str()) != INVALID_FILE_ATTRIBUTES ? ReadLog() : L"";
+        const std::wstring log = PathExists(g_logPath) ? ReadLog() : L"";
         size_t at = 0;
         int missing = 0;
         for (const std::wstring& line : m_trace.Lines())
@@ -223,7 +224,7 @@ protected:
         return text;
     }
 
-    // Longer than a string is from its birth.
+    // Longer than the room that a new string has.
     const std::wstring m_text = std::wstring(600, L'x');
 
     std::vector<std::pair<std::wstring, std::wstring>> Texts() const
@@ -256,7 +257,7 @@ FaultTable SessionFaults()
             row.changes = row.changes + With({{L"= Run 0"}, c_failure});
     }
     const FaultTable commands = {
-        // The success of the load, of the breakpoint and of the invoke cannot be told.
+        // Without this event no success can be signalled: not the load's, not the breakpoint's, not the invoke's.
         {"CreateEventW",
          9,
          9,
@@ -331,8 +332,8 @@ TEST_F(SystemFaultsInASession, AnyRequestForMemoryMayFail)
     m_scenario.ExpectForEachRequest(ways);
 }
 
-// In the order in which they come: without events and share, without the share, without its name, without its
-// mutexes from some index on, without the texts.
+// As memory ends later and later, this is missing: events and share, the share, its name, its mutexes from some
+// index on, the command texts.
 TEST_F(SystemFaultsInASession, MemoryMayEnd)
 {
     const FaultLines size = {contract::c_shareSizeLine};
@@ -388,10 +389,9 @@ class SystemFaultsInTheProgram : public FaultyHost
 protected:
     SystemFaultsInTheProgram()
     {
-        g_logPath = m_folder + L"\\OrvWorkBench.log";
+        g_logPath = m_folder.PathOf(L"OrvWorkBench.log");
         g_realOpen = m_open.Real();
     }
-    ~SystemFaultsInTheProgram() override { RemoveDirectoryW(m_folder.c_str()); }
 
     void RunProgram()
     {
@@ -403,7 +403,7 @@ protected:
         EndShare();
     }
 
-    const std::wstring m_folder = FreshFolder();
+    const TemporaryFolder m_folder;
     Redirect<decltype(_wfopen_s)> m_open{"_wfopen_s", OpenLog};
     std::wstring m_arguments[4] = {L"c:\\folder\\OrvWorkBench64.exe", L"workbench", m_hexId, L"further"};
     FaultScenario m_scenario{m_trace, [this] { RunProgram(); }, Texts()};

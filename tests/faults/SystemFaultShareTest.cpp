@@ -12,7 +12,7 @@
 #include <gtest/gtest.h>
 #include <memory>
 
-// The thread table of the share and the private data block, with any one call failing.
+// The share's thread table and the private data block, with each system call failing in turn.
 
 namespace
 {
@@ -47,7 +47,7 @@ const FaultLines c_threadWorkRefused = {
     L"= AddThread 0",  L"= tindex -1",      L"= SetAllThreadsState 0", L"= Record 0",
     L"= SetControl 0", L"= RemoveThread 0", L"= RemoveThread 0"};
 
-// What changes for whoever opens a block that was not made.
+// The changes when a block is opened that nobody has made.
 const FaultLines c_noBlock = {L"-CProxyMap::Open opened share {block} successfully\n",
                               L"-CProxySecManager::OrvPCreateMutex Create Mutex {ns}AgentDataMutex\n",
                               L"-= Open 1",
@@ -66,7 +66,7 @@ const FaultLines c_noBlock = {L"-CProxyMap::Open opened share {block} successful
                               L"+= SetText 0",
                               L"+= text (null)"};
 
-// What changes for a private block whose maker has no memory for its name, of which this is left.
+// The changes when there is no memory for the name of a private block; name is what is left of it.
 FaultLines WithoutName(const std::wstring& name)
 {
     return {L"-CProxyMap::OpenMap Open Map Name: {block}\n",
@@ -100,7 +100,7 @@ FaultLines WithoutName(const std::wstring& name)
             L"+= text (null)"};
 }
 
-// The rows of a mapping that is opened or created and of its mutexes.
+// The rows of a mapping, opened or created, and of its mutexes.
 FaultTable MappingRows()
 {
     return {
@@ -197,7 +197,7 @@ TEST_F(SystemFaultsInTheThreadTable, AnyCallMayFail)
     m_scenario.ExpectForEachCall(ThreadTableFaults());
 }
 
-// A mutex that cannot be had is missing alone.
+// A mutex for which there is no memory is missing; nothing else is.
 TEST_F(SystemFaultsInTheThreadTable, AnyRequestForMemoryMayFail)
 {
     std::vector<FaultLines> ways = {{}};
@@ -206,7 +206,8 @@ TEST_F(SystemFaultsInTheThreadTable, AnyRequestForMemoryMayFail)
     m_scenario.ExpectForEachRequest(ways);
 }
 
-// Without a name there is no share; later on, the mutexes from some index on are missing.
+// When memory ends before the name is made, there is no share. When it ends later, the mutexes from some index on
+// are missing.
 TEST_F(SystemFaultsInTheThreadTable, MemoryMayEnd)
 {
     std::vector<FaultLines> ways = {{}};

@@ -2,6 +2,7 @@
 #include "OrvProfiler/security/ProxySecurity.h"
 #include "OrvProfiler/security/VersionRecord.h"
 #include "tests/faults/FaultScenario.h"
+#include "tests/support/processes/BuildFolder.h"
 #include "tests/support/worlds/ErrorTextStandIn.h"
 #include "tests/support/worlds/NamespaceWorld.h"
 #include "tests/support/worlds/TokenStandIn.h"
@@ -12,7 +13,7 @@
 #include <memory>
 #include <new>
 
-// The security manager's construction and destruction with any one call failing.
+// The security manager's construction and destruction, with each system call failing in turn.
 
 namespace
 {
@@ -24,13 +25,6 @@ const char* WineVersion()
 const char* WineBuildId()
 {
     return "wine-9.1";
-}
-
-const wchar_t* OwnPath()
-{
-    static wchar_t path[MAX_PATH];
-    GetModuleFileNameW(nullptr, path, MAX_PATH);
-    return path;
 }
 
 // An older Windows under Wine.
@@ -56,7 +50,7 @@ public:
     NoManager& operator=(const NoManager&) = delete;
 };
 
-// The process's manager, for the time of a run.
+// The process's manager, for one run of a scenario.
 class Manager
 {
 public:
@@ -66,7 +60,7 @@ public:
     Manager& operator=(const Manager&) = delete;
 };
 
-// What the manager has found, by what it answers.
+// Notes what the manager answers, which shows what it has found.
 void Describe()
 {
     static SidBytes administrators = MakeSid(5, {32, 544});
@@ -79,16 +73,16 @@ void Describe()
          std::unique_ptr<CProxySecManager::CAccount>(CProxySecManager::CAccount::Create(&group)) ? 1 : 0);
     Note(L"has image name", g_SecManager.GetImageName(GetCurrentProcess()).IsEmpty() ? 0 : 1);
     Note(L"64 bits", g_SecManager.Is64BitProcess(GetCurrentProcess()) ? 1 : 0);
-    Note(L"version", CVersionRecord(OwnPath()).ProductVersion());
+    Note(L"version", CVersionRecord(OwnProgram().c_str()).ProductVersion());
 }
 
 const FaultLines c_noVersion = {L"-= version 5.6.7.8", L"+= version "};
 
-// An account needs memory, and the texts of a version do. A string that has asked once asks once more.
+// An account needs memory, and so do the texts of a version. Strings ask a second time and then succeed.
 const std::vector<FaultLines> c_startWithoutMemory = {
     {}, {L"-= finds accounts 1", L"+= finds accounts 0"}, c_noVersion};
 
-// What both systems have: the privilege, and what the manager looks up for later.
+// The rows that both systems share: the privilege, and the functions that the manager looks up.
 void AddCommonStart(FaultTable& table)
 {
     const FaultTable rows = {
@@ -115,7 +109,7 @@ void AddCommonStart(FaultTable& table)
          {L"-= finds accounts 1", L"+CProxySecManager::CAccount::Create <error 1332>\n", L"+= finds accounts 0"}},
         {"GetFileVersionInfoSizeW", 1, 1, c_noVersion},
         {"GetFileVersionInfoW", 1, 1, c_noVersion},
-        // The languages, three texts that are not asked for, and the product's version.
+        // The calls are the languages, three texts that the scenario does not use, and the product's version.
         {"VerQueryValueW", 1, 1, c_noVersion},
         {"VerQueryValueW", 2, 4, {}},
         {"VerQueryValueW", 5, 5, c_noVersion},
@@ -132,7 +126,7 @@ FaultTable OldSystemStartFaults()
     FaultTable table = {
         {"VerifyVersionInfoW", 1, c_lastCall, {}},
         {"NtQueryInformationProcess", 1, 1, noImageName},
-        // Without a library that tells, the system is no Wine.
+        // When ntdll cannot be loaded, nothing says that this is Wine.
         {"LoadLibraryW",
          1,
          1,
@@ -202,7 +196,7 @@ FaultTable NamespaceStartFaults()
         {"GetProcAddress", 17, 25, {}}, // the second manager's, which is asked for its name only
         {"GetProcAddress", 26, 32, {noNamespace}},
         {"CreateBoundaryDescriptorW", 1, 2, {start + L"CreateBoundaryDescriptor\n<error 8>\n", noNamespace}},
-        // Whoever may not open the namespace may not create it either, once it is there.
+        // A namespace that exists and cannot be opened cannot be created either.
         {"OpenPrivateNamespaceW",
          1,
          1,

@@ -298,7 +298,7 @@ TEST(BitMask, OverlapNeedsACommonBitInEveryExaminedWord)
         {{1, 1, 0}, {1, 1}, true},
         // 32 bits against 4 words: again the other's words, of which this mask has only the first two.
         {{1, 1}, {1, 1, 1, 1}, false},
-        // No bits against any word: this mask's single word.
+        // A mask of no bits: its single word is examined.
         {{1}, {1, 0, 0}, true},
         {{2}, {1, 0, 0}, false},
     };

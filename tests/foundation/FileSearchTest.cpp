@@ -1,10 +1,10 @@
 #include "OrvProfiler/foundation/Path.h"
-#include "tests/foundation/TemporaryFolder.h"
 #include "tests/support/contract/TraceCapture.h"
 #include "tests/support/faults/AllocationProbe.h"
 #include "tests/support/faults/CallRecorder.h"
 #include "tests/support/faults/HeldResources.h"
 #include "tests/support/faults/PageEdge.h"
+#include "tests/support/worlds/Files.h"
 
 #include <windows.h>
 

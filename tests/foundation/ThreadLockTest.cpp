@@ -16,7 +16,7 @@
 
 namespace
 {
-// The fields as they lie in memory.
+// The fields in their order in memory.
 struct LockFields
 {
     int32_t count;

@@ -1,9 +1,11 @@
 #include "OrvProfiler/foundation/Trace.h"
 
+#include "tests/support/contract/LogFile.h"
 #include "tests/support/contract/TraceCapture.h"
 #include "tests/support/faults/HeldResources.h"
 #include "tests/support/faults/ImportRedirect.h"
 #include "tests/support/processes/ChildProcess.h"
+#include "tests/support/worlds/Files.h"
 #include "tests/support/worlds/FreshNames.h"
 
 #include <windows.h>
@@ -29,50 +31,19 @@ class LogFile
 {
 public:
     LogFile() = default;
-    ~LogFile()
-    {
-        TraceClose();
-        DeleteFileW(Path().c_str());
-        RemoveDirectoryW(m_folder.c_str());
-    }
+    ~LogFile() { TraceClose(); }
     LogFile(const LogFile&) = delete;
     LogFile& operator=(const LogFile&) = delete;
 
-    std::wstring Path() const { return m_folder + L"\\test.log"; }
-    const std::wstring& Folder() const { return m_folder; }
-    bool Exists() const { return GetFileAttributesW(Path().c_str()) != INVALID_FILE_ATTRIBUTES; }
+    std::wstring Path() const { return m_folder.PathOf(L"test.log"); }
+    const std::wstring& Folder() const { return m_folder.Path(); }
+    bool Exists() const { return PathExists(Path()); }
 
-    // The file's bytes, read the way another program would, while it may still be open for writing.
-    std::string Bytes() const
-    {
-        HANDLE const file =
-            CreateFileW(Path().c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                        OPEN_EXISTING, 0, nullptr);
-        if (file == INVALID_HANDLE_VALUE)
-            throw std::runtime_error("the log file cannot be read");
-        std::string bytes(GetFileSize(file, nullptr), '\0');
-        DWORD read = 0;
-        ReadFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &read, nullptr);
-        CloseHandle(file);
-        bytes.resize(read);
-        return bytes;
-    }
-
-    // The file's text without its byte-order mark, line ends as they lie in the file.
-    std::wstring Text() const
-    {
-        const std::string bytes = Bytes();
-        if (bytes.substr(0, 2) != "\xFF\xFE" || bytes.size() % 2 != 0)
-            throw std::runtime_error("the log file is not UTF-16LE text with a byte-order mark");
-        std::wstring text;
-        for (size_t i = 2; i < bytes.size(); i += 2)
-            text += static_cast<wchar_t>(static_cast<unsigned char>(bytes[i]) |
-                                         static_cast<unsigned char>(bytes[i + 1]) << 8);
-        return text;
-    }
+    std::string Bytes() const { return FileBytes(Path()); }
+    std::wstring Text() const { return LogText(Bytes()); }
 
 private:
-    std::wstring m_folder = FreshFolder();
+    TemporaryFolder m_folder;
 };
 
 // The addresses of the next count slots.
@@ -612,7 +583,7 @@ TEST(TraceFile, IsNoneAfterAFailedOpen)
     const TraceCapture capture;
     static FILE stray;
     {
-        // A failed open that left something behind all the same.
+        // The open fails and yet stores a stream.
         const Redirect<decltype(_wfopen_s)> open("_wfopen_s", [](FILE** file, const wchar_t*, const wchar_t*) {
             *file = &stray;
             return 13;
@@ -1001,8 +972,8 @@ TEST(ResourceText, TellsTheModuleTheIdAndASizeOf1024)
     EXPECT_EQ(1024, size);
 }
 
-// DebuggerCheck. Its answer cannot be asked for: what is seen is what it asks the system. It does so once in a
-// process, so each test is a process of its own.
+// DebuggerCheck tells nobody what it finds, so the tests watch what it asks the system. It asks once in a process,
+// so each test runs in a process of its own.
 
 namespace
 {
@@ -1040,7 +1011,7 @@ BOOL WINAPI AnswerDebugger()
     return TRUE;
 }
 
-// In a child process: what the steps asked the system must be the expected.
+// Runs in a child process: compares what the steps asked the system with what is expected.
 int ExpectAsked(const std::vector<std::string>& expected)
 {
     if (g_asked == expected)

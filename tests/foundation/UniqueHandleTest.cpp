@@ -1,8 +1,8 @@
 #include "OrvProfiler/foundation/UniqueHandle.h"
 
-#include "tests/foundation/TemporaryFolder.h"
 #include "tests/support/faults/CallRecorder.h"
 #include "tests/support/faults/HeldResources.h"
+#include "tests/support/worlds/Files.h"
 
 #include <windows.h>
 

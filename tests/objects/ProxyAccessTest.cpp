@@ -323,7 +323,7 @@ TEST(CProxyAccess, ManyThreadsTakeTurns)
     constexpr int threadCount = 8;
     constexpr int rounds = 500;
     CProxyAccess access(c_noSession, FreshName(L"access").c_str());
-    // Unprotected but for the lock.
+    // Protected by nothing but the lock.
     volatile int counter = 0;
     volatile bool inside = false;
     std::atomic<int> disturbed{0};

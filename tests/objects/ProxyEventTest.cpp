@@ -101,7 +101,7 @@ std::wstring KernelName(int32_t number, uint32_t id)
     return contract::LocalName(ObjectName(number, id));
 }
 
-// The numbers whose events are signalled.
+// The numbers of the signalled events.
 std::set<int32_t> Signalled(uint32_t id)
 {
     std::set<int32_t> signalled;
@@ -111,6 +111,15 @@ std::set<int32_t> Signalled(uint32_t id)
             signalled.insert(number);
     }
     return signalled;
+}
+
+// Setting a command resets both responses, so these are set once more at the end.
+void SetAllFifty(CProxyEvent& events)
+{
+    for (int32_t number = 1; number <= 50; ++number)
+        events.SetQuietly(number);
+    events.SetQuietly(12);
+    events.SetQuietly(13);
 }
 
 BitMask SetOf(std::initializer_list<int32_t> numbers)
@@ -456,10 +465,7 @@ TEST(CProxyEvent, ResetAllResetsEveryEventAndSaysNothing)
 {
     const uint32_t id = FreshId();
     CProxyEvent events(id);
-    for (int32_t number = 1; number <= 50; ++number)
-        events.SetQuietly(number);
-    events.SetQuietly(12);
-    events.SetQuietly(13);
+    SetAllFifty(events);
     ASSERT_THAT(Signalled(id), SizeIs(50));
     const TraceCapture trace;
     events.ResetAll();
@@ -529,10 +535,7 @@ TEST(CProxyEvent, WaitForAnyTakesAllFiftyAndNoMore)
 {
     const uint32_t id = FreshId();
     CProxyEvent events(id);
-    for (int32_t number = 1; number <= 50; ++number)
-        events.SetQuietly(number);
-    events.SetQuietly(12);
-    events.SetQuietly(13);
+    SetAllFifty(events);
     BitMask everything;
     everything.Invert();
     EXPECT_THAT(Numbers(events.WaitForAny(everything, 0)), SizeIs(50));
@@ -810,7 +813,7 @@ namespace
 {
 constexpr UINT c_message = WM_APP + 5;
 
-// A message-only window of the calling thread that keeps what it is told.
+// A message-only window of the calling thread that notes the messages it gets.
 class TestWindow
 {
 public:
@@ -850,7 +853,7 @@ private:
     std::vector<WPARAM> m_values;
 };
 
-// A clock that stands still but for what the test says, and a blocking wait that takes such time only.
+// A clock that only the test moves, and a blocking wait that moves it instead of waiting.
 class ScriptedClock
 {
 public:
@@ -871,7 +874,7 @@ public:
         DWORD flags;
     };
 
-    // How long each blocking wait seems to take, what it answers, and what is done in it.
+    // How far each wait moves the clock, what it answers, and what happens during it.
     static inline int64_t s_waitMs = 0;
     static inline DWORD s_result = WAIT_TIMEOUT;
     static inline std::function<void()> s_onWait;
@@ -951,7 +954,7 @@ TEST(CProxyEventPumpingWait, AnswersMessagesUntilTheResponseComes)
     EXPECT_THAT(window.Values(), testing::IsSupersetOf({WPARAM{1}, WPARAM{2}, WPARAM{21}, WPARAM{4}}));
 }
 
-// Without it a window sees keys, but no characters.
+// Without translation a window sees keys, but no characters.
 TEST(CProxyEventPumpingWait, TranslatesEachMessageBeforeItIsDispatched)
 {
     const CallRecorder<decltype(TranslateMessage)> translate("TranslateMessage");
@@ -1097,7 +1100,7 @@ TEST(CProxyEvent, ManyThreadsSetAndWaitOnOneSet)
     CProxyEvent events(FreshId());
     std::atomic<int> served{0};
     std::vector<std::thread> threads;
-    // Pairs of threads play a ball over two events each, none of them a response.
+    // Each pair of threads signals each other in turn through two events, neither of them a response.
     for (int32_t pair = 0; pair < 6; ++pair)
     {
         const int32_t there = 20 + 2 * pair;

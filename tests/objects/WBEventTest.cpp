@@ -31,7 +31,7 @@ using testing::SizeIs;
 
 namespace
 {
-// The number that an index the set does not have is filled with.
+// What the index holds before the call, to show whether the call writes it.
 constexpr uint32_t c_nothing = 0x5A5A5A5A;
 
 std::wstring KernelName(uint32_t index, uint32_t id)
@@ -414,7 +414,7 @@ TEST(CWBEvent, WaitOverAMissingSlotIsAnError)
 
 TEST(CWBEvent, WaitOverAnImpossibleCountIsAnError)
 {
-    // What lies behind the set are handles too, so that it shows when one of them is waited for.
+    // Signalled handles lie behind the set, so that a wait which reads past its end succeeds and is seen.
     struct
     {
         CWBEvent events;
@@ -647,7 +647,7 @@ ORV_CHILD_ROLE(ServeCommands)
 
 namespace
 {
-// Plays the client against a child; the events' names are as the caller's manager forms them.
+// Plays the client; a child process plays the workbench.
 void ExpectAConversation(uint32_t id, const wchar_t* role)
 {
     const std::wstring readyName = FreshName(L"serving");

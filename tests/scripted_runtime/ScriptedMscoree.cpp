@@ -103,7 +103,7 @@ void Record(const std::wstring& line)
     const std::wstring path = EnvironmentText(L"ORV_SCRIPT_LOG");
     if (path.empty())
         return;
-    // Opened and closed each time: a reader in another process sees every call that was made.
+    // Opened and closed for each call, so that a reader in another process sees every call so far.
     const HANDLE file = CreateFileW(path.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                                     OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE)
@@ -182,7 +182,7 @@ Answer AnswerFrom(const wchar_t* variable)
     return ReadAnswer(isStatus ? L"status=" + text : text);
 }
 
-// These two never carry a text.
+// The breakpoint and the reset never have a text; the environment says what they do.
 Answer AnswerOf(const std::wstring& method, const std::wstring& argument)
 {
     if (method == L"OrvBreakPoint")

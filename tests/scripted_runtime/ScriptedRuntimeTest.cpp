@@ -1,7 +1,7 @@
-// The stand-in for the runtime must itself be right: what it records, and each thing that a text makes it answer.
+// Tests the stand-in for the runtime itself: what it records, and what each text makes it do.
 
 #include "tests/support/processes/ChildProcess.h"
-#include "tests/support/worlds/FreshNames.h"
+#include "tests/support/worlds/Files.h"
 
 #include <windows.h>
 
@@ -64,7 +64,7 @@ ORV_CHILD_ROLE(ExecuteWithDelay)
 class ScriptedRuntime : public testing::Test
 {
 protected:
-    ScriptedRuntime() : m_log(FreshFolder() + L"\\log.txt")
+    ScriptedRuntime() : m_log(m_folder.PathOf(L"log.txt"))
     {
         for (const wchar_t* name : {L"ORV_SCRIPT_BIND", L"ORV_SCRIPT_NULL", L"ORV_SCRIPT_START",
                                     L"ORV_SCRIPT_BREAKPOINT", L"ORV_SCRIPT_RESET"})
@@ -85,6 +85,7 @@ protected:
         return m_host->ExecuteInDefaultAppDomain(L"a.dll", L"T", method, argument, &m_value);
     }
 
+    TemporaryFolder m_folder;
     std::wstring m_log;
     ICLRRuntimeHost* m_host = nullptr;
     DWORD m_value = 0;

@@ -5,9 +5,9 @@
 #include "tests/support/faults/HeldResources.h"
 #include "tests/support/processes/ChildProcess.h"
 #include "tests/support/worlds/ErrorTextStandIn.h"
+#include "tests/support/worlds/Files.h"
 #include "tests/support/worlds/FreshNames.h"
 #include "tests/support/worlds/NamespaceWorld.h"
-#include "tests/support/worlds/TemporaryFile.h"
 
 #include <windows.h>
 
@@ -340,8 +340,8 @@ TEST(CProxySecManager, TracesAFileMappingBeforeItIsCreated)
 
 TEST(CProxySecManager, MapsAFile)
 {
-    const ScratchFolder folder;
-    const std::wstring path = folder.Path() + L"\\file";
+    const TemporaryFolder folder;
+    const std::wstring path = folder.PathOf(L"file");
     HANDLE const file = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_NEW,
                                     FILE_FLAG_DELETE_ON_CLOSE, nullptr);
     ASSERT_NE(INVALID_HANDLE_VALUE, file);

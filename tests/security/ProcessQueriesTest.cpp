@@ -2,11 +2,12 @@
 #include "tests/support/contract/TraceCapture.h"
 #include "tests/support/faults/CallRecorder.h"
 #include "tests/support/faults/LeakCheck.h"
+#include "tests/support/processes/BuildFolder.h"
 #include "tests/support/processes/ChildProcess.h"
 #include "tests/support/worlds/ErrorTextStandIn.h"
+#include "tests/support/worlds/Files.h"
 #include "tests/support/worlds/FreshNames.h"
 #include "tests/support/worlds/NamespaceWorld.h"
-#include "tests/support/worlds/TemporaryFile.h"
 #include "tests/support/worlds/TokenStandIn.h"
 
 #include <windows.h>
@@ -24,30 +25,6 @@ using testing::IsEmpty;
 
 namespace
 {
-std::wstring OwnPath()
-{
-    wchar_t path[MAX_PATH]{};
-    GetModuleFileNameW(nullptr, path, MAX_PATH);
-    return path;
-}
-
-// The system as a Windows with private namespaces, which are hidden.
-class ModernSystem
-{
-public:
-    ModernSystem() : m_version(c_windows10)
-    {
-        m_exports.HideWine();
-        m_exports.Hide("CreatePrivateNamespaceW");
-    }
-
-    ExportTable& Exports() noexcept { return m_exports; }
-
-private:
-    ReportedVersion m_version;
-    ExportTable m_exports;
-};
-
 const SidBytes c_everyone = MakeSid(1, {0});
 const SidBytes c_builtInAdministrators = MakeSid(5, {32, 544});
 const SidBytes c_builtInUsers = MakeSid(5, {32, 545});
@@ -101,7 +78,7 @@ TEST(IsRunAsAdmin, ReportsEachKindOfAdministratorAmongTheGroups)
         {{c_domainAdmins, c_everyone}, 4},
         {{c_domainAdmins, c_builtInAdministrators, c_everyone, c_administrator, c_domainAdmins}, 7},
     };
-    // Enabled, not enabled, and held for denying only: all count.
+    // Groups count whether they are enabled, disabled or for denying only.
     for (const DWORD attributes : {0x7U, 0x0U, 0x10U})
     {
         for (const auto& row : cases)
@@ -247,7 +224,7 @@ uint32_t ArchitectureOf(const std::string& content)
 
 TEST(GetArchitecture, Is64ForThisProgram)
 {
-    EXPECT_EQ(g_SecManager.GetArchitecture(OwnPath().c_str()), 64U);
+    EXPECT_EQ(g_SecManager.GetArchitecture(OwnProgram().c_str()), 64U);
 }
 
 TEST(GetArchitecture, IsWhatTheImageHeaderSays)
@@ -567,8 +544,8 @@ ORV_CHILD_ROLE(EndWithCode)
     return std::stoi(arguments[0]);
 }
 
-// The functions are looked up once in a process: each choice is made in a process of its own, which tells by its exit
-// code.
+// The product looks the functions up once in a process, so each case runs in a process of its own and answers with
+// its exit code.
 ORV_CHILD_ROLE(IdWithoutExports)
 {
     ExportTable exports;
@@ -659,7 +636,7 @@ TEST(GetImageName, IsEmptyForAHandleThatIsNoProcess)
 
 TEST(GetImageName, IsTheKernelsNameOfTheFile)
 {
-    const std::wstring path = OwnPath();
+    const std::wstring path = OwnProgram();
     const std::wstring native = std::wstring(g_SecManager.GetImageName(GetCurrentProcess()));
     EXPECT_THAT(native, testing::AnyOf(testing::StartsWith(L"\\Device\\"), testing::StartsWith(L"\\??\\")));
     EXPECT_THAT(native, testing::EndsWith(path.substr(2)));
@@ -717,7 +694,7 @@ TEST(GetImageName, AsksAModernSystemForUpTo259Units)
 
 namespace
 {
-// The answer of class 27 as a test wants it: a counted text and what follows it.
+// What a query for class 27 (the image name) answers: a counted text and what follows it.
 struct NameAnswer
 {
     LONG status;

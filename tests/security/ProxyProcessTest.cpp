@@ -4,12 +4,13 @@
 #include "tests/support/faults/CallRecorder.h"
 #include "tests/support/faults/HeldResources.h"
 #include "tests/support/faults/LeakCheck.h"
+#include "tests/support/processes/BuildFolder.h"
 #include "tests/support/processes/ChildProcess.h"
 #include "tests/support/worlds/ErrorTextStandIn.h"
+#include "tests/support/worlds/Files.h"
 #include "tests/support/worlds/FreshNames.h"
 #include "tests/support/worlds/NamespaceWorld.h"
 #include "tests/support/worlds/RebuiltManager.h"
-#include "tests/support/worlds/TemporaryFile.h"
 #include "tests/support/worlds/TokenStandIn.h"
 
 #include <windows.h>
@@ -39,39 +40,15 @@ using Process = std::unique_ptr<CProcess>;
 using Account = std::unique_ptr<CAccount>;
 using Lines = std::vector<std::wstring>;
 
-// A Windows with private namespaces, without a namespace: what access and which image name are asked for.
-class ModernSystem
-{
-public:
-    ModernSystem() : m_version(c_windows10)
-    {
-        m_exports.HideWine();
-        m_exports.Hide("CreatePrivateNamespaceW");
-    }
-
-    ExportTable& Exports() noexcept { return m_exports; }
-
-private:
-    ReportedVersion m_version;
-    ExportTable m_exports;
-};
-
-std::wstring OwnPath()
-{
-    wchar_t path[MAX_PATH]{};
-    GetModuleFileNameW(nullptr, path, MAX_PATH);
-    return path;
-}
-
-// A second process that stays until the test ends it.
+// A second process that runs until the test ends it.
 class SittingProcess
 {
 public:
     explicit SittingProcess(const wchar_t* folder = nullptr, const wchar_t* title = nullptr,
                             const std::wstring& furtherArguments = L"")
         : m_ready(FreshName(L"ready")),
-          m_commandLine(L"\"" + OwnPath() + L"\" --child-role Sit " + m_ready + furtherArguments),
-          m_child(ChildProcess::Start(OwnPath(), m_commandLine, folder, title))
+          m_commandLine(L"\"" + OwnProgram() + L"\" --child-role Sit " + m_ready + furtherArguments),
+          m_child(ChildProcess::Start(OwnProgram(), m_commandLine, folder, title))
     {
         Meeting(m_ready).Wait();
     }
@@ -139,7 +116,7 @@ public:
     void PutMemory(uintptr_t address, const std::wstring& content) { m_memory[address] = content; }
 
     const std::vector<Read>& Reads() const noexcept { return m_reads; }
-    // The bytes asked for at an address; c_none when it was not read.
+    // How many bytes were asked for at an address; c_none when none were.
     size_t BytesReadAt(uintptr_t address) const
     {
         for (const Read& read : m_reads)
@@ -207,7 +184,7 @@ const void* At(uintptr_t address)
     return reinterpret_cast<const void*>(address); // NOLINT(performance-no-int-to-ptr)
 }
 
-// The image path of a process whose own word for it cannot be read.
+// The image path of a process whose parameter block cannot be read.
 std::wstring KernelImagePath(HANDLE process)
 {
     return DeviceToDrivePath(g_SecManager.GetImageName(process));
@@ -235,7 +212,7 @@ private:
     HANDLE m_handle = nullptr;
 };
 
-// The account of this process as the system itself tells it.
+// This process's account, as the system's own functions give it.
 std::wstring OwnUserName()
 {
     wchar_t name[260]{};
@@ -261,14 +238,14 @@ SID_AND_ATTRIBUTES WithAttributes(const SidBytes& sid, DWORD attributes)
 
 TEST(CProcess, ReadsWhatASecondProcessWasStartedWith)
 {
-    const ScratchFolder folder;
+    const TemporaryFolder folder;
     SittingProcess sitting(folder.Path().c_str(), L"A title of its own", L" \"two words\" \x00e9\x4e2d");
     {
         const Process process = Open(sitting.Id());
         ASSERT_NE(process, nullptr);
-        EXPECT_STREQ(process->GetImagePath(), OwnPath().c_str());
+        EXPECT_STREQ(process->GetImagePath(), OwnProgram().c_str());
         EXPECT_STREQ(process->GetCommandLineText(), sitting.CommandLineText().c_str());
-        EXPECT_STREQ(process->GetCurrentDirectoryText(), (folder.Path() + L"\\").c_str());
+        EXPECT_STREQ(process->GetCurrentDirectoryText(), folder.PathOf(L"").c_str());
         EXPECT_STREQ(process->GetWindowTitle(), L"A title of its own");
         EXPECT_EQ(process->GetProcessId(), sitting.Id());
     }
@@ -295,16 +272,16 @@ TEST(CProcess, KnowsUserSessionAndKindOfASecondProcess)
 
 TEST(CProcess, ATitleThatOnlyRepeatsTheImagePathIsEmpty)
 {
-    const SittingProcess sitting(nullptr, OwnPath().c_str());
+    const SittingProcess sitting(nullptr, OwnProgram().c_str());
     const Process process = Open(sitting.Id());
     ASSERT_NE(process, nullptr);
-    EXPECT_STREQ(process->GetImagePath(), OwnPath().c_str());
+    EXPECT_STREQ(process->GetImagePath(), OwnProgram().c_str());
     EXPECT_STREQ(process->GetWindowTitle(), L"");
 }
 
 TEST(CProcess, ATitleThatDiffersFromTheImagePathInCaseStays)
 {
-    std::wstring title = OwnPath();
+    std::wstring title = OwnProgram();
     title[0] = static_cast<wchar_t>(title[0] ^ 0x20);
     const SittingProcess sitting(nullptr, title.c_str());
     const Process process = Open(sitting.Id());
@@ -357,7 +334,7 @@ TEST(CProcess, IsReadWithLimitedAccessOnAModernSystem)
     const CProxySecManager manager;
     const Process process(manager.OpenProcessObject(sitting.Id()));
     ASSERT_NE(process, nullptr);
-    EXPECT_STREQ(process->GetImagePath(), OwnPath().c_str());
+    EXPECT_STREQ(process->GetImagePath(), OwnProgram().c_str());
     EXPECT_STREQ(process->GetCommandLineText(), sitting.CommandLineText().c_str());
     EXPECT_NE(process->GetUserAccount(), nullptr);
 }
@@ -411,7 +388,7 @@ TEST(CProcess, OfWhichTheMemoryIsDeniedHasADrivePathOnAModernSystem)
     EXPECT_EQ(std::wstring(manager.GetImageName(sitting.Handle())).substr(0, 8), L"\\Device\\");
     const Process process(manager.OpenProcessObject(sitting.Id()));
     ASSERT_NE(process, nullptr);
-    EXPECT_STREQ(process->GetImagePath(), OwnPath().c_str());
+    EXPECT_STREQ(process->GetImagePath(), OwnProgram().c_str());
     EXPECT_EQ(process->GetArchitecture(), 64U);
 }
 
@@ -494,7 +471,7 @@ TEST(CProcess, ARemoteTextTooNearTheEndOfItsMemoryIsEmpty)
     const Process process = Open(sitting.Id());
     ASSERT_NE(process, nullptr);
     EXPECT_STREQ(process->GetCommandLineText(), L"");
-    EXPECT_STREQ(process->GetImagePath(), OwnPath().c_str());
+    EXPECT_STREQ(process->GetImagePath(), OwnProgram().c_str());
 }
 
 TEST(CProcess, ARemoteTextOfNoLengthIsNotRead)
@@ -800,7 +777,7 @@ TEST(CProcessGetUser, FailsWithOneLineWhateverTheQueryAnswers)
         TokenStandIn standIn;
         if (row.atSize)
             standIn.FailSizeQuery(TokenUser, row.error, row.sizeBytes);
-        // A failed question for the size is not followed by another one.
+        // When the query for the size fails, there is no second one.
         standIn.FailAnswer(TokenUser, row.atSize ? DWORD{ERROR_GEN_FAILURE} : row.error);
         {
             const TraceCapture trace;
@@ -934,7 +911,7 @@ TEST(PtrArrayAccount, KeepsItsAccountWhenAssignedToItself)
     PtrArrayAccount& same = owned;
     owned = std::move(same);
     ASSERT_NE(owned.GetValue(), nullptr);
-    // The account's memory would be used again here, had it been deleted.
+    // Had the account been deleted, this block would lie where it was.
     const auto other = std::make_unique<unsigned char[]>(sizeof *owned.GetValue());
     EXPECT_NE(static_cast<void*>(other.get()), owned.GetValue());
     EXPECT_EQ(name, owned.GetValue()->GetName().GetBuffer());
@@ -1026,7 +1003,7 @@ TEST(CurrentProcess, IsMadeOnceAndStaysTheManagers)
     EXPECT_EQ(g_SecManager.GetCurrentProcessObject(), process);
     EXPECT_EQ(openProcess.Calls().size(), 1U);
     EXPECT_EQ(process->GetProcessId(), GetCurrentProcessId());
-    EXPECT_STREQ(process->GetImagePath(), OwnPath().c_str());
+    EXPECT_STREQ(process->GetImagePath(), OwnProgram().c_str());
     EXPECT_STREQ(process->GetCommandLineText(), GetCommandLineW());
     wchar_t folder[MAX_PATH]{};
     GetCurrentDirectoryW(MAX_PATH, folder);

@@ -3,9 +3,9 @@
 #include "tests/support/faults/CallRecorder.h"
 #include "tests/support/faults/HeldResources.h"
 #include "tests/support/processes/ChildProcess.h"
+#include "tests/support/worlds/Files.h"
 #include "tests/support/worlds/FreshNames.h"
 #include "tests/support/worlds/NamespaceWorld.h"
-#include "tests/support/worlds/TemporaryFile.h"
 
 #include <windows.h>
 
@@ -29,7 +29,7 @@ using testing::SizeIs;
 
 namespace
 {
-// A manager's life, seen through the libraries that it loads and frees. Libraries named as missing do not load.
+// Records which libraries a manager loads and frees, and keeps chosen ones from loading.
 class LibraryWatch
 {
 public:
@@ -175,8 +175,8 @@ TEST(GetWindowsVersion, FollowsTheVersionThatWineIsConfiguredFor)
     wchar_t own[MAX_PATH]{};
     GetModuleFileNameW(nullptr, own, MAX_PATH);
     const std::wstring name = FreshName(L"version") + L".exe";
-    const ScratchFolder folder;
-    const std::wstring program = folder.Path() + L"\\" + name;
+    const TemporaryFolder folder;
+    const std::wstring program = folder.PathOf(name);
     ASSERT_NE(FALSE, CopyFileW(own, program.c_str(), TRUE));
     const ProgramDefaults defaults(name);
     for (const Case& item : cases)

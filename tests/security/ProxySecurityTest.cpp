@@ -34,7 +34,7 @@ struct NameCase
     const wchar_t* kernelName;
 };
 
-// A kernel name's part after its prefix, for long names.
+// A long name, without a prefix.
 std::wstring Letters(size_t count)
 {
     return std::wstring(count, L'n');

@@ -16,7 +16,7 @@ using testing::Contains;
 
 namespace
 {
-// A static object with no say in the order: the linker decides whether it comes before or after the library's.
+// A static object whose place in the order is left to the linker.
 class PlainObject
 {
 public:

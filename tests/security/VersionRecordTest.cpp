@@ -2,9 +2,10 @@
 #include "tests/support/contract/TraceCapture.h"
 #include "tests/support/faults/AllocationProbe.h"
 #include "tests/support/faults/LeakCheck.h"
+#include "tests/support/processes/BuildFolder.h"
+#include "tests/support/worlds/Files.h"
 #include "tests/support/worlds/NamespaceWorld.h"
 #include "tests/support/worlds/RebuiltManager.h"
-#include "tests/support/worlds/TemporaryFile.h"
 
 #include <windows.h>
 
@@ -21,14 +22,6 @@ using testing::IsEmpty;
 
 namespace
 {
-// The test program's own file, which has a version resource of two languages.
-std::wstring OwnPath()
-{
-    wchar_t path[MAX_PATH]{};
-    GetModuleFileNameW(nullptr, path, MAX_PATH);
-    return path;
-}
-
 void ExpectNoTexts(const CVersionRecord& record)
 {
     EXPECT_STREQ(record.CompanyName(), L"");
@@ -41,7 +34,7 @@ void ExpectNoTexts(const CVersionRecord& record)
 TEST(CVersionRecord, HasTheTextsOfTheFirstLanguageListed)
 {
     const TraceCapture trace;
-    const CVersionRecord record(OwnPath().c_str());
+    const CVersionRecord record(OwnProgram().c_str());
     EXPECT_STREQ(record.CompanyName(), L"Soci\x00e9t\x00e9");
     EXPECT_STREQ(record.ProductName(), L"Produit");
     EXPECT_STREQ(record.FileDescription(), L"Description en fran\x00e7"
@@ -73,20 +66,20 @@ TEST(CVersionRecord, IsEmptyWithoutAnyOneOfTheThreeFunctions)
         ExportTable exports;
         exports.Hide(missing);
         manager.Rebuild();
-        const CVersionRecord record(OwnPath().c_str());
+        const CVersionRecord record(OwnProgram().c_str());
         ExpectNoTexts(record);
     }
 }
 
 TEST(CVersionRecord, LeavesNothingBehind)
 {
-    const std::wstring path = OwnPath();
+    const std::wstring path = OwnProgram();
     ExpectNothingLeaks([&] { EXPECT_FALSE(CVersionRecord(path.c_str()).ProductName().IsEmpty()); });
 }
 
 TEST(CVersionRecord, HasAWholeTextOrNoneWhenMemoryFails)
 {
-    const std::wstring path = OwnPath();
+    const std::wstring path = OwnProgram();
     ExpectNoTexts(CVersionRecord(nullptr)); // the empty text is made on first use and stays
     unsigned halfTexts = 0;
     const unsigned failures = ExpectNothingLeaksWithoutMemory([&] {
@@ -113,7 +106,7 @@ struct Values
     // Where in the block the text of each key lies, and its length as the resource claims.
     size_t textAt;
     UINT textUnits;
-    // Whether the values lie just behind the block.
+    // Whether the values lie right behind the block instead.
     bool outside;
     // The key without a text.
     std::wstring missing;

@@ -7,11 +7,11 @@
 #include "tests/support/faults/HeldResources.h"
 #include "tests/support/processes/ChildProcess.h"
 #include "tests/support/worlds/ErrorTextStandIn.h"
+#include "tests/support/worlds/Files.h"
 #include "tests/support/worlds/ForeignMapping.h"
 #include "tests/support/worlds/FreshNames.h"
 #include "tests/support/worlds/ManagerIn.h"
 #include "tests/support/worlds/NamespaceWorld.h"
-#include "tests/support/worlds/TemporaryFile.h"
 
 #include <windows.h>
 
@@ -31,7 +31,7 @@ using testing::SizeIs;
 
 namespace
 {
-// A mapping that shows what it holds and what is called on it.
+// A mapping that shows its fields and counts what is called on it.
 class TestMap : public CProxyMap
 {
 public:
@@ -66,7 +66,7 @@ public:
     bool refuse = false;
 };
 
-// A base word, an id that is no process's, and the names made of them.
+// A base name, an id that no process has, and the names made of both.
 struct Names
 {
     std::wstring base = FreshName(L"map");
@@ -84,24 +84,6 @@ bool MappingExists(const std::wstring& kernelName)
 {
     HANDLE const mapping = OpenFileMappingW(FILE_MAP_READ, FALSE, kernelName.c_str());
     return mapping != nullptr && CloseHandle(mapping) != FALSE;
-}
-
-std::string ReadFile(const std::wstring& path)
-{
-    HANDLE const file = CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-    std::string text(1 << 16, '\0');
-    DWORD size = 0;
-    ::ReadFile(file, text.data(), static_cast<DWORD>(text.size()), &size, nullptr);
-    CloseHandle(file);
-    return text.substr(0, size);
-}
-
-void WriteFile(const std::wstring& path, const std::string& text)
-{
-    HANDLE const file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr);
-    DWORD size = 0;
-    ::WriteFile(file, text.data(), static_cast<DWORD>(text.size()), &size, nullptr);
-    CloseHandle(file);
 }
 } // namespace
 
@@ -366,7 +348,7 @@ TEST(CProxyMap, ZeroesTheGivenSizeAndNoMore)
     const Names names;
     const ForeignMapping other(names.kernel, 8192, PAGE_READWRITE);
     std::memset(other.Bytes(), 0x5A, 8192);
-    // As if the other process had come just between the open and the create.
+    // As if another process had created it between the open and the create.
     const FailingCall<decltype(OpenFileMappingW)> open("OpenFileMappingW", ERROR_FILE_NOT_FOUND);
     TestMap map(names.base.c_str());
     EXPECT_TRUE(map.Create(names.id, 100, nullptr));
@@ -391,9 +373,9 @@ TEST(CProxyMap, ASizeOfNothingGivesNoMapping)
 TEST(CProxyMap, AFileBacksTheMapping)
 {
     const Names names;
-    const ScratchFolder folder;
-    const std::wstring path = folder.Path() + L"\\share.bin";
-    WriteFile(path, "what was there before");
+    const TemporaryFolder folder;
+    const std::wstring path = folder.PathOf(L"share.bin");
+    WriteFileBytes(path, "what was there before");
     const unsigned handles = OpenHandleCount();
     const unsigned views = MappedViewCount();
     const ErrorTextStandIn texts;
@@ -424,18 +406,18 @@ TEST(CProxyMap, AFileBacksTheMapping)
     EXPECT_EQ(nullptr, map.m_hFile);
     EXPECT_EQ(handles, OpenHandleCount());
     EXPECT_EQ(views, MappedViewCount());
-    EXPECT_EQ("first" + std::string(4994, '\0') + "z", ReadFile(path));
+    EXPECT_EQ("first" + std::string(4994, '\0') + "z", FileBytes(path));
     EXPECT_TRUE(DeleteFileW(path.c_str()) != FALSE);
 }
 
 TEST(CProxyMap, AFileThatCannotBeMadeIsNoError)
 {
     const Names names;
-    const ScratchFolder folder;
+    const TemporaryFolder folder;
     const ErrorTextStandIn texts;
     const TraceCapture trace;
     TestMap map(names.base.c_str());
-    EXPECT_TRUE(map.Create(names.id, 5000, (folder.Path() + L"\\missing\\share.bin").c_str()));
+    EXPECT_TRUE(map.Create(names.id, 5000, folder.PathOf(L"missing\\share.bin").c_str()));
     EXPECT_THAT(trace.Lines(),
                 ElementsAre(c_noProcessLine, names.OpenLine(), c_openMappingFailedLine, c_openMapFailedLine,
                             c_noProcessLine, names.CreateMapLine(), names.CreatedLine()));
@@ -446,8 +428,8 @@ TEST(CProxyMap, AFileThatCannotBeMadeIsNoError)
 TEST(CProxyMap, AFileIsClosedAlsoWhenTheCreateFails)
 {
     const Names names;
-    const ScratchFolder folder;
-    const std::wstring path = folder.Path() + L"\\share.bin";
+    const TemporaryFolder folder;
+    const std::wstring path = folder.PathOf(L"share.bin");
     const unsigned handles = OpenHandleCount();
     {
         const FailingCall<decltype(CreateFileMappingW)> create("CreateFileMappingW", ERROR_DISK_FULL);

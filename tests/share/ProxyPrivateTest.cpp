@@ -352,7 +352,7 @@ TEST(CProxyPrivate, SizesAreAddedIn32Bits)
     {
         uint32_t dataSize;
         const wchar_t* printed;
-        // What is asked of the system, and what becomes of it.
+        // The size that the system is asked for, whether there is a block, and how much of it is data.
         uint32_t mappingSize;
         bool created;
         uint32_t usableSize;
@@ -360,7 +360,7 @@ TEST(CProxyPrivate, SizesAreAddedIn32Bits)
     constexpr Row rows[] = {
         {0, L"0", 18376, true, 0},
         {1, L"1", 18377, true, 1},
-        // One less than the header, but the page behind it is there: as much as lies in it is data.
+        // One byte less than the header; the rest of the last page is there all the same, and is the data.
         {4294967295U, L"-1", 18375, true, 2104},
         {4294948920U, L"-18376", 0, false, 0},
         {4294948921U, L"-18375", 1, false, 0},
@@ -456,7 +456,7 @@ TEST(CProxyPrivate, LosesNoMemory)
     });
 }
 
-// What a broken or hostile process may have made.
+// Blocks that a broken or hostile process may have made.
 
 TEST(CProxyPrivate, AMappingSmallerThanTheHeaderIsRefused)
 {
@@ -508,7 +508,7 @@ TEST(CProxyPrivate, AnnouncedDataThatDoesNotLieInTheBlockIsNoData)
 
 namespace
 {
-// Counts in the data area, without a lock of its own.
+// Counts in the data area, under the block's lock alone.
 bool CountInData(CProxyPrivate& block, int turns)
 {
     for (int turn = 0; turn < turns; ++turn)
@@ -543,7 +543,7 @@ ORV_CHILD_ROLE(UsePrivateBlock)
     Meeting(arguments.at(3)).Signal();
     if (!CountInData(block, 1000))
         return 5;
-    // Ends while it holds the mutex, as a process that crashes.
+    // Ends while it holds the mutex, as a crash would.
     block.LockData();
     TerminateProcess(GetCurrentProcess(), 0);
     return 6;
@@ -593,7 +593,7 @@ ORV_CHILD_ROLE(UsePrivateBlockInNamespace)
 
 TEST(CProxyPrivate, TwoProcessesShareTheBlockAndItsMutexInThePrivateNamespace)
 {
-    // The namespace itself keeps the mutex apart from other tests'.
+    // In the namespace no other test has this mutex.
     const ManagerIn<NamespaceWorld> world;
     {
         const Names names;

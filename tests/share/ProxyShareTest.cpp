@@ -49,7 +49,7 @@ std::wstring MutexName(uint32_t id, uint32_t index)
     return contract::LocalName(contract::ShareMutexName(id, index));
 }
 
-// A control block whose bytes differ from their neighbours.
+// A control block in which no byte is like its neighbour.
 std::vector<unsigned char> MakeControl()
 {
     std::vector<unsigned char> control(contract::c_controlBytes);
@@ -58,7 +58,7 @@ std::vector<unsigned char> MakeControl()
     return control;
 }
 
-// A share that was there before, as the client leaves it, and the product's view of it.
+// A share that the client has made, and the product's view of it.
 class CProxyShareMapped : public testing::Test
 {
 protected:
@@ -150,7 +150,7 @@ TEST(CProxyShare, CreatesZeroedMemoryAndSevenMutexes)
         for (uint32_t i = 0; i < 7; ++i)
             EXPECT_EQ(MutexState::Free, MutexStateOf(MutexName(id, i))) << i;
 
-        // A second create on the same object lets the first share go.
+        // Opening another share on the same object closes the first.
         trace.Clear();
         EXPECT_FALSE(share.CProxyMap::Open(FreshId()));
         EXPECT_EQ(nullptr, share.GetControl());
@@ -502,7 +502,7 @@ TEST(CProxyShare, AShareThatCannotBeHadIsNoShare)
     EXPECT_TRUE(share.Create(id)) << "the next try works";
 }
 
-// A fault of the view that a handler turns into an exception.
+// A fault in the view, which a handler turns into a C++ exception.
 
 TEST_F(CProxyShareMapped, AFaultReleasesTheLockOnItsWayOut)
 {
@@ -539,7 +539,7 @@ TEST_F(CProxyShareMapped, AFaultReleasesTheLockOnItsWayOut)
     };
     for (const Row& row : rows)
     {
-        // Slots 0, 1 are in use; slot 2, the first free one, reaches over the end of its page.
+        // Slots 0 and 1 are in use; slot 2, the first free one, crosses the end of a page.
         m_client.At<int32_t>(0x254F70) = 4;
         m_client.At<uint32_t>(0x255178) = 1;
         m_client.At<uint32_t>(0x255178 + 1736) = 2;

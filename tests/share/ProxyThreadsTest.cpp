@@ -31,12 +31,12 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-// The thread table of the share, looked at from the client's side.
+// The share's thread table, as the client sees it.
 
 namespace
 {
 constexpr uint64_t c_gap = 0x255174;
-// The table up to the blocks, with the end of what lies before it.
+// From a little before the table.
 constexpr uint64_t c_tableBegin = c_threadCountOffset - 64;
 
 class ThreadTable
@@ -57,7 +57,7 @@ public:
         return m_client.Bytes() + c_threadBlocksOffset + Unsigned(tindex) * c_threadBlockBytes;
     }
 
-    // The valid part of the order list.
+    // The used part of the order list.
     std::vector<int32_t> OrderList() const
     {
         const int32_t* const begin = &Order(0);
@@ -281,7 +281,7 @@ TEST_F(CProxyShareThreads, NoSlotIsFoundBehindTheTable)
 {
     AddMany(128);
     m_table.Count() = 5;
-    // What would be the id of a slot behind the last, and of the one behind that.
+    // Where the next two slots behind the last would have their ids.
     std::memset(m_client.Bytes() + c_threadBlocksOffset, 0x5A, c_threadSlotBytes);
     const std::vector<unsigned char> before = m_table.Bytes();
     int32_t tindex = -7;
@@ -478,7 +478,7 @@ TEST_F(CProxyShareThreads, GetThreadEntryGivesEntriesBelowTheCount)
         EXPECT_EQ(nullptr, entry(tindex, 0)) << tindex;
 }
 
-// What a broken or hostile process may have written.
+// Tables that a broken or hostile process may have written.
 
 TEST_F(CProxyShareThreads, AnEntryCountThatLiesLeadsNowhere)
 {
@@ -499,7 +499,7 @@ TEST_F(CProxyShareThreads, AnEntryCountThatLiesLeadsNowhere)
 
 TEST_F(CProxyShareThreads, WhatLiesOutsideTheTableIsNoSlotAndNoBlock)
 {
-    // The words that a slot, and the entries that a block, would have one place before the first and behind the last.
+    // Where a slot before the first and one behind the last would lie, and the same for blocks.
     m_client.At<uint32_t>(c_threadSlotsOffset - c_threadSlotBytes) = 5;
     m_client.At<uint32_t>(c_threadSlotsOffset + 128 * c_threadSlotBytes) = 5;
     m_client.At<int32_t>(c_threadBlocksOffset - c_threadBlockBytes + 4) = 256;
@@ -546,7 +546,7 @@ TEST_F(CProxyShareThreads, AHugeThreadCountCountsAs128)
         EXPECT_TRUE(m_share.Record(127, 2));
         EXPECT_EQ(2U, m_table.RecordMode(127));
 
-        // One found in the believable part shortens it; the gap behind the list is no entry.
+        // An index found in the part that counts is removed; what lies behind the list is no entry.
         m_trace.Clear();
         EXPECT_TRUE(m_share.RemoveThread(2, false));
         EXPECT_EQ(127, m_table.Count());
@@ -642,11 +642,11 @@ TEST_F(CProxyShareThreads, ARecordWithoutAnIdLeavesItsSlotFree)
     EXPECT_EQ(0, m_client.At<int32_t>(c_gap));
 }
 
-// Two processes on one table.
+// Two processes use one table.
 
 namespace
 {
-// How many threads a process of the test has in the table at most, and where it says at the end which ones.
+// How many threads each process has in the table at most, and where the child reports which ones it has left.
 constexpr size_t c_maxLive = 15;
 constexpr uint64_t c_report = 0x6E4B978;
 
@@ -656,8 +656,8 @@ struct LiveThread
     uint32_t id;
 };
 
-// Adds, removes and records threads, again and again, and leaves some. Throws when something is not as it left it.
-// No other process gives ids with the same tag.
+// Adds, records and removes threads many times, leaves some in the table and returns those. Throws when one is not as
+// it was left. The tag keeps the ids apart from those of the other process.
 std::vector<LiveThread> Churn(CProxyShare& share, uint32_t tag, int rounds)
 {
     const auto require = [](bool condition, const char* what) {
@@ -720,7 +720,7 @@ ORV_CHILD_ROLE(ChurnThreads)
         return 1;
     Meeting(arguments.at(1)).Signal();
     const std::vector<LiveThread> live = Churn(share, c_childTag, c_churnRounds);
-    // Tells the parent in a region that the library does not touch.
+    // Reports to the parent in a part of the share that the library does not touch.
     auto* report = reinterpret_cast<uint32_t*>(static_cast<unsigned char*>(share.GetView()) + c_report);
     *report = static_cast<uint32_t>(live.size());
     for (const LiveThread& thread : live)

@@ -2,7 +2,7 @@
 
 #include "OrvProfiler/share/ProxyPrivate.h"
 #include "OrvProfiler/share/ProxyShare.h"
-#include "tests/support/contract/LogFile.h"
+#include "tests/support/worlds/Files.h"
 
 #include <gtest/gtest.h>
 #include <map>

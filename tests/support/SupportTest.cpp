@@ -17,7 +17,7 @@
 #include <new>
 #include <vector>
 
-// The harness itself: each way a child can fail has its own exit code, and a redirection is undone.
+// Tests of the harness itself.
 
 ORV_CHILD_ROLE(ReturnSeven)
 {
@@ -78,7 +78,7 @@ TEST(ChildProcess, TimesOutAndIsKilled)
 
 namespace
 {
-// A call of its own: within one function the compiler may keep the import's address in a register.
+// A function of its own for the call: within one function the compiler may keep the import's address in a register.
 ORV_NOINLINE DWORD AskProcessId()
 {
     return GetCurrentProcessId();

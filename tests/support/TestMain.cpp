@@ -46,7 +46,7 @@ LONG WINAPI OnCrash(EXCEPTION_POINTERS* exception)
     return EXCEPTION_EXECUTE_HANDLER;
 }
 
-// A plain system thread: one of the C++ library's would open handles of its own at times that no test expects.
+// Runs on a plain system thread: a std::thread opens handles at times that no test expects.
 DWORD WINAPI Watch(void*)
 {
     for (;;)

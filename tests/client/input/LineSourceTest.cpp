@@ -1,7 +1,7 @@
 #include "client/input/LineSource.h"
 
 #include "tests/client/ClientFailure.h"
-#include "tests/support/worlds/TemporaryFile.h"
+#include "tests/support/worlds/Files.h"
 
 #include <gmock/gmock.h>
 #include <string>

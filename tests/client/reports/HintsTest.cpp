@@ -1,6 +1,6 @@
 #include "client/reports/Hints.h"
 
-#include "tests/support/worlds/TemporaryFile.h"
+#include "tests/support/worlds/Files.h"
 
 #include <gmock/gmock.h>
 #include <string>

@@ -3,11 +3,12 @@
 #include <string>
 #include <vector>
 
-// Reading a trace log file as any other program would, also while it is still being written.
+// Reads a trace log file's bytes (FileBytes in Files.h). Both throw std::runtime_error when they are not UTF-16LE
+// text with a byte-order mark.
 
-// The file's bytes. Throws std::runtime_error when it cannot be read.
-std::string FileBytes(const std::wstring& path);
+// The text without the mark, line ends as they are.
+std::wstring LogText(const std::string& bytes);
 
-// The lines of a log's bytes, without byte-order mark, line ends and times; an unfinished last line is left out.
-// Throws std::runtime_error when the bytes are not UTF-16LE text with a byte-order mark and CR LF line ends.
+// The lines without line ends and times; an unfinished last line is left out. Throws also when a line does not end
+// with CR LF.
 std::vector<std::wstring> LogLines(const std::string& bytes);

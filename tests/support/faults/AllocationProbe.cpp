@@ -57,7 +57,7 @@ bool IsToFail(size_t bytes) noexcept
     return true;
 }
 
-// Notes a request and says whether it is to fail.
+// Counts an allocation and says whether it is to fail.
 bool Request(size_t bytes) noexcept
 {
     g_watch.requests[g_watch.requestCount++ % c_requestsKept] = bytes;

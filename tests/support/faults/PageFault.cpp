@@ -25,7 +25,7 @@ bool IsInThisProgram(DWORD64 instruction)
     return base == reinterpret_cast<DWORD64>(GetModuleHandleW(nullptr));
 }
 
-// Leaves the function in which the context stands: it then stands behind the call.
+// Makes the context return from the function that it is in, to behind the call.
 void ReturnFromFunction(CONTEXT& context)
 {
     DWORD64 base = 0;
@@ -41,12 +41,12 @@ void ReturnFromFunction(CONTEXT& context)
     RtlVirtualUnwind(UNW_FLAG_NHANDLER, base, context.Rip, function, &context, &handlerData, &frame, nullptr);
 }
 
-// Makes the context call ThrowPageFault. A call pushes the address behind it, and the unwinder takes one off that to
-// find the instruction that threw: behind a real call that is right, at a faulting instruction one is added.
+// Makes the context call ThrowPageFault. The unwinder subtracts one from a return address to find the instruction of
+// the call; here that has to be the faulting instruction itself, so its address plus one is pushed.
 void CallThrow(CONTEXT& context)
 {
     DWORD64 returnAddress = context.Rip + 1;
-    // Frames of the system's are left; so is a function without a frame of its own, which cannot catch anything.
+    // Functions of the system are left, and so are functions without a stack frame, which cannot catch anything.
     while (!IsInThisProgram(context.Rip) || context.Rsp % c_stackAlignment != 0)
     {
         ReturnFromFunction(context);

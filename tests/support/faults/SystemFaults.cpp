@@ -29,7 +29,7 @@ enum class Found
     LookedUp, // with GetProcAddress
 };
 
-// How a call that is to fail does it.
+// What a call does that is made to fail.
 enum class Way
 {
     DoesNothing,
@@ -318,7 +318,7 @@ SystemFaults::SystemFaults() : m_installed(std::make_unique<Installed>())
 SystemFaults::~SystemFaults()
 {
     g_state.counting = false;
-    // In the reverse order: the look-up's entry was made last and over another.
+    // In reverse order: the last entry redirects GetProcAddress, which an earlier entry has redirected already.
     while (!m_installed->entries.empty())
         m_installed->entries.pop_back();
 }

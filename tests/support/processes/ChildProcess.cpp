@@ -1,5 +1,7 @@
 #include "tests/support/processes/ChildProcess.h"
 
+#include "tests/support/processes/BuildFolder.h"
+
 #include <windows.h>
 
 #include <cstdio>
@@ -21,8 +23,9 @@ std::map<std::wstring, std::function<int(const ChildProcess::Arguments&)>>& Role
 {
     throw std::runtime_error(std::string(what) + " failed with error " + std::to_string(GetLastError()));
 }
+} // namespace
 
-HANDLE MakeKillJob()
+void* MakeKillJob()
 {
     HANDLE const job = CreateJobObjectW(nullptr, nullptr);
     JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
@@ -30,7 +33,6 @@ HANDLE MakeKillJob()
     SetInformationJobObject(job, JobObjectExtendedLimitInformation, &limits, sizeof limits);
     return job;
 }
-} // namespace
 
 ChildProcess ChildProcess::Start(const std::wstring& program, const std::wstring& commandLine, const wchar_t* folder,
                                  const wchar_t* title)
@@ -56,12 +58,10 @@ ChildProcess ChildProcess::Start(const std::wstring& program, const std::wstring
 
 ChildProcess ChildProcess::StartRole(const wchar_t* role, const Arguments& arguments)
 {
-    wchar_t program[MAX_PATH]{};
-    GetModuleFileNameW(nullptr, program, MAX_PATH);
-    std::wstring line = L"\"" + std::wstring(program) + L"\" " + c_roleSwitch + L" " + role;
+    std::wstring line = L"\"" + OwnProgram() + L"\" " + c_roleSwitch + L" " + role;
     for (const std::wstring& argument : arguments)
         line += L" \"" + argument + L"\"";
-    return Start(program, line);
+    return Start(OwnProgram(), line);
 }
 
 ChildProcess::ChildProcess(ChildProcess&& other) noexcept

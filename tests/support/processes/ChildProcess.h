@@ -4,6 +4,9 @@
 #include <string>
 #include <vector>
 
+// A job that ends the processes in it when its handle is closed, which the caller does.
+void* MakeKillJob();
+
 // A second process that never outlives the test: it runs in a job that ends it when this object goes.
 class ChildProcess
 {

@@ -1,16 +1,22 @@
 #include "tests/support/processes/ClientRun.h"
 
 #include "OrvProfiler/foundation/UniqueHandle.h"
-#include "tests/support/worlds/FreshNames.h"
+#include "tests/support/processes/ChildProcess.h"
+#include "tests/support/processes/EnvironmentVariable.h"
+#include "tests/support/worlds/Files.h"
 
 #include <windows.h>
 
+#include <algorithm>
+#include <deque>
 #include <regex>
 #include <stdexcept>
 
 namespace
 {
 constexpr DWORD c_pollMs = 20;
+constexpr const wchar_t* c_outputName = L"out.txt";
+constexpr const wchar_t* c_errorName = L"err.txt";
 
 [[noreturn]] void ThrowLastError(const std::string& what)
 {
@@ -18,32 +24,25 @@ constexpr DWORD c_pollMs = 20;
     throw std::runtime_error(what + " failed with error " + std::to_string(error));
 }
 
-UniqueHandle OpenInheritable(const std::wstring& path, DWORD access, DWORD disposition)
+UniqueHandle MakeInheritable(const std::wstring& path)
 {
     SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
-    UniqueHandle file = UniqueHandle::FromFile(
-        CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, &inheritable, disposition, 0, nullptr));
+    UniqueHandle file = UniqueHandle::FromFile(CreateFileW(
+        path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inheritable, CREATE_ALWAYS, 0, nullptr));
     if (!file)
         ThrowLastError("opening a file");
     return file;
 }
 
-std::string ReadAll(const std::wstring& path)
+// A text file, with CR LF as LF.
+std::string ReadText(const std::wstring& path)
 {
-    const UniqueHandle file = OpenInheritable(path, GENERIC_READ, OPEN_EXISTING);
-    std::string text;
-    char buffer[4096];
-    DWORD size = 0;
-    while (ReadFile(file.Get(), buffer, sizeof buffer, &size, nullptr) != FALSE && size != 0)
-        text.append(buffer, size);
-    std::string plain;
-    for (const char c : text)
-        if (c != '\r')
-            plain += c;
-    return plain;
+    std::string text = FileBytes(path);
+    text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
+    return text;
 }
 
-// As the C runtime takes it apart again.
+// Quoted so that the C runtime's parser gives the argument back.
 std::wstring Quoted(const std::wstring& argument)
 {
     std::wstring quoted = L"\"";
@@ -59,28 +58,6 @@ std::wstring Quoted(const std::wstring& argument)
     return quoted + L"\"";
 }
 
-// This process's environment while the object lives, which children inherit.
-class EnvironmentGuard
-{
-public:
-    explicit EnvironmentGuard(const std::vector<std::pair<std::wstring, std::wstring>>& variables)
-        : m_variables(variables)
-    {
-        for (const auto& [name, value] : m_variables)
-            SetEnvironmentVariableW(name.c_str(), value.c_str());
-    }
-    ~EnvironmentGuard()
-    {
-        for (const auto& [name, value] : m_variables)
-            SetEnvironmentVariableW(name.c_str(), nullptr);
-    }
-    EnvironmentGuard(const EnvironmentGuard&) = delete;
-    EnvironmentGuard& operator=(const EnvironmentGuard&) = delete;
-
-private:
-    const std::vector<std::pair<std::wstring, std::wstring>>& m_variables;
-};
-
 // Unlike the system's own way of ignoring the key, children do not inherit it.
 BOOL WINAPI IgnoreKey(DWORD)
 {
@@ -90,8 +67,8 @@ BOOL WINAPI IgnoreKey(DWORD)
 
 struct ClientRun::Process
 {
-    ScratchFolder folder;
-    UniqueHandle job{CreateJobObjectW(nullptr, nullptr)};
+    TemporaryFolder folder;
+    UniqueHandle job{MakeKillJob()};
     UniqueHandle process;
     UniqueHandle input;
     unsigned id = 0;
@@ -99,19 +76,13 @@ struct ClientRun::Process
 
 ClientRun::ClientRun(const Setup& setup) : m_process(std::make_unique<Process>())
 {
-    JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
-    limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
-    SetInformationJobObject(m_process->job.Get(), JobObjectExtendedLimitInformation, &limits, sizeof limits);
-
     SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
     UniqueHandle inputEnd;
     if (CreatePipe(inputEnd.Receive(), m_process->input.Receive(), &inheritable, 0) == FALSE)
         ThrowLastError("making a pipe");
     SetHandleInformation(m_process->input.Get(), HANDLE_FLAG_INHERIT, 0);
-    const UniqueHandle output =
-        OpenInheritable(m_process->folder.Path() + L"\\out.txt", GENERIC_WRITE, CREATE_ALWAYS);
-    const UniqueHandle errors =
-        OpenInheritable(m_process->folder.Path() + L"\\err.txt", GENERIC_WRITE, CREATE_ALWAYS);
+    const UniqueHandle output = MakeInheritable(m_process->folder.PathOf(c_outputName));
+    const UniqueHandle errors = MakeInheritable(m_process->folder.PathOf(c_errorName));
 
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
@@ -125,7 +96,9 @@ ClientRun::ClientRun(const Setup& setup) : m_process(std::make_unique<Process>()
         line += L" --workbench " + Quoted(setup.workbenchFolder + L"\\OrvWorkBench64.exe");
     for (const std::wstring& argument : setup.arguments)
         line += L" " + Quoted(argument);
-    const EnvironmentGuard environment(setup.environment);
+    std::deque<EnvironmentVariable> environment;
+    for (const auto& [name, value] : setup.environment)
+        environment.emplace_back(name, value);
     PROCESS_INFORMATION process{};
     const DWORD flags = CREATE_SUSPENDED | (setup.hasConsole ? DWORD{CREATE_NO_WINDOW} : 0);
     if (CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, flags, nullptr, nullptr, &startup,
@@ -166,7 +139,7 @@ void ClientRun::EndInput()
 
 void ClientRun::PressCtrlC() const
 {
-    // This process joins the console for a moment, and would get the key as well.
+    // This process has to join the client's console for that, and would get the key too.
     FreeConsole();
     if (AttachConsole(m_process->id) == FALSE)
         ThrowLastError("attaching to the client's console");
@@ -184,7 +157,7 @@ void ClientRun::AwaitOutput(const std::string& text) const
     {
         if (GetTickCount64() - start > c_timeoutMs || !IsRunning())
         {
-            // What it wrote last, it wrote before it ended.
+            // It may have printed the text just before it ended.
             if (Output().find(text) != std::string::npos)
                 return;
             throw std::runtime_error("the client did not print \"" + text + "\" but:\n" + Output() + Errors());
@@ -215,12 +188,12 @@ bool ClientRun::IsRunning() const
 
 std::string ClientRun::Output() const
 {
-    return ReadAll(m_process->folder.Path() + L"\\out.txt");
+    return ReadText(m_process->folder.PathOf(c_outputName));
 }
 
 std::string ClientRun::Errors() const
 {
-    return ReadAll(m_process->folder.Path() + L"\\err.txt");
+    return ReadText(m_process->folder.PathOf(c_errorName));
 }
 
 unsigned ClientRun::WorkbenchId() const
@@ -245,16 +218,8 @@ std::string Masked(const std::string& output)
 WorkbenchFolder::WorkbenchFolder(const std::vector<std::pair<std::wstring, std::wstring>>& files)
 {
     for (const auto& [source, name] : files)
-        if (CopyFileW(BuildFile(source).c_str(), (Path() + L"\\" + name).c_str(), TRUE) == FALSE)
+        if (CopyFileW(BuildFile(source).c_str(), m_folder.PathOf(name).c_str(), TRUE) == FALSE)
             ThrowLastError("copying a file of the build");
-}
-
-std::wstring BuildFile(const std::wstring& name)
-{
-    std::wstring path(MAX_PATH, L'\0');
-    path.resize(GetModuleFileNameW(nullptr, path.data(), MAX_PATH));
-    const std::wstring tests = path.substr(0, path.find_last_of(L'\\'));
-    return tests.substr(0, tests.find_last_of(L'\\') + 1) + name;
 }
 
 bool IsProcessRunning(unsigned processId)

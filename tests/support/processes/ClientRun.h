@@ -1,6 +1,7 @@
 #pragma once
 
-#include "tests/support/worlds/TemporaryFile.h"
+#include "tests/support/processes/BuildFolder.h"
+#include "tests/support/worlds/Files.h"
 
 #include <memory>
 #include <string>
@@ -68,17 +69,14 @@ std::string Masked(const std::string& output);
 class WorkbenchFolder
 {
 public:
-    // Files of the build folder, as "bin/OrvWorkBench64.exe", with the names that they get.
+    // Files of the build folder, as "bin\\OrvWorkBench64.exe", with the names that they get.
     explicit WorkbenchFolder(const std::vector<std::pair<std::wstring, std::wstring>>& files);
 
     const std::wstring& Path() const noexcept { return m_folder.Path(); }
 
 private:
-    ScratchFolder m_folder;
+    TemporaryFolder m_folder;
 };
-
-// The path of a file of the build folder.
-std::wstring BuildFile(const std::wstring& name);
 
 // Whether a process of that id runs.
 bool IsProcessRunning(unsigned processId);

@@ -20,7 +20,7 @@ bool HasBreakpoint(unsigned slot)
     return command != std::end(contract::c_commands) && command->breaks;
 }
 
-// Whether the message being handled was sent, also by another process.
+// Whether the message being handled was sent rather than posted.
 bool IsSent()
 {
     return (InSendMessageEx(nullptr) & (ISMEX_SEND | ISMEX_NOTIFY | ISMEX_CALLBACK)) != 0;
@@ -197,7 +197,7 @@ std::vector<WindowMessage> InProcessClient::WaitForMessages(size_t count, unsign
     }
 }
 
-// The idle message counts as received when its handling is over: whoever waited for it may then wait for a response.
+// A message is noted when it has been handled, so whoever waited for the idle message may wait for a response next.
 int64_t InProcessClient::OnMessage(unsigned message, uint64_t wParam, int64_t lParam, bool sent)
 {
     const WindowMessage received{

@@ -3,7 +3,6 @@
 #include <windows.h>
 
 #include <atomic>
-#include <stdexcept>
 
 namespace
 {
@@ -19,19 +18,4 @@ uint32_t FreshId()
 {
     // Process ids are multiples of 4 and small; an odd number with the top bit set is none.
     return 0x80000001U | (GetCurrentProcessId() & 0x7FFFU) << 16 | (++g_counter & 0x7FFFU) << 1;
-}
-
-std::wstring FreshFolder()
-{
-    wchar_t temp[MAX_PATH]{};
-    GetTempPathW(MAX_PATH, temp);
-    std::wstring folder = temp + FreshName(L"orv");
-    // A process id may come again, and an earlier run may have left its folder.
-    while (CreateDirectoryW(folder.c_str(), nullptr) == FALSE)
-    {
-        if (GetLastError() != ERROR_ALREADY_EXISTS)
-            throw std::runtime_error("no temporary folder");
-        folder = temp + FreshName(L"orv");
-    }
-    return folder;
 }

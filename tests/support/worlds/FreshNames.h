@@ -11,7 +11,3 @@ std::wstring FreshName(const wchar_t* prefix);
 // A number that stands for a process in the names of kernel objects. No process has it, no other test process has
 // used it, and no earlier call.
 uint32_t FreshId();
-
-// A new empty folder below the user's temporary folder, without a trailing backslash. Throws std::runtime_error when
-// none can be made.
-std::wstring FreshFolder();

@@ -35,8 +35,8 @@ DWORD WINAPI TakeMutexAndEnd(void* mutex)
     return WaitForSingleObject(mutex, 0);
 }
 
-// On a plain system thread: one of the C++ library's keeps handles that would look like a leak. Returns the thread's
-// exit code.
+// Runs a function on a plain system thread, because std::thread keeps handles that would look like a leak. Returns
+// the thread's exit code.
 DWORD RunOnAThread(DWORD(WINAPI* function)(void*), void* argument)
 {
     const UniqueHandle thread(CreateThread(nullptr, 0, function, argument, 0, nullptr));

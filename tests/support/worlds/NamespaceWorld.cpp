@@ -23,7 +23,7 @@ ReportedVersion* g_version = nullptr;
 ExportTable* g_exports = nullptr;
 NamespaceWorld* g_world = nullptr;
 
-// Calls an Nt function on the directory of that name beside the session's named objects.
+// Calls an Nt function for the object directory of that name among the session's named objects.
 NTSTATUS CallForDirectory(const char* function, const std::wstring& name, SECURITY_ATTRIBUTES* attributes,
                           HANDLE& directory)
 {
@@ -70,7 +70,7 @@ std::wstring Describe(const SECURITY_ATTRIBUTES* attributes)
            std::to_wstring(attributes->bInheritHandle) + L", " + access + L")";
 }
 
-// A boundary descriptor of the stand-ins: its handle is the object's address.
+// What stands for a boundary descriptor: the handle is the address of one of these.
 struct Boundary
 {
     std::wstring name;
@@ -154,6 +154,12 @@ WindowsWithoutNamespaces::WindowsWithoutNamespaces() : m_version(c_windowsXp64)
     m_exports.HideWine();
 }
 
+ModernSystem::ModernSystem() : m_version(c_windows10)
+{
+    m_exports.HideWine();
+    m_exports.Hide("CreatePrivateNamespaceW");
+}
+
 struct NamespaceStandIn
 {
     // Whether the function is to fail; the last error is set then.
@@ -235,7 +241,7 @@ NamespaceWorld::NamespaceWorld(Entry entry, const SystemVersion& version) : m_ve
             CloseHandle(m_turn);
             throw std::runtime_error("another test keeps the namespace");
         }
-        // A process of an earlier test may still be ending.
+        // A process of an earlier test may still be ending and hold the directory open.
         for (DWORD waitedMs = 0; DirectoryExists(c_directoryOfProduct); waitedMs += 10)
         {
             if (waitedMs >= c_goneTimeoutMs)

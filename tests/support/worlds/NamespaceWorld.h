@@ -106,6 +106,19 @@ private:
     ExportTable m_exports;
 };
 
+// A Windows 10 that is new enough for private namespaces but does not export them, under Wine too.
+class ModernSystem
+{
+public:
+    ModernSystem();
+
+    ExportTable& Exports() noexcept { return m_exports; }
+
+private:
+    ReportedVersion m_version;
+    ExportTable m_exports;
+};
+
 // A Windows with private namespaces, under Wine too: the given version, no exports that betray Wine, and replacements
 // for the five namespace functions, which make and open a real directory object of the system. So "OrvP\E" names a
 // real kernel object in a real directory, and the processes of a test can share it.

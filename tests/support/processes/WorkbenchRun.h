@@ -1,7 +1,8 @@
 #pragma once
 
 #include "tests/support/processes/ChildProcess.h"
-#include "tests/support/worlds/TemporaryFile.h"
+#include "tests/support/processes/EnvironmentVariable.h"
+#include "tests/support/worlds/Files.h"
 
 #include <optional>
 #include <string>
@@ -16,39 +17,26 @@ enum class WorkbenchRuntime
     System,       // what the system has: under a Wine without Mono, none
 };
 
-// Sets an environment variable, which processes started later inherit; unset again by the destructor.
-class EnvironmentVariable
-{
-public:
-    EnvironmentVariable(const wchar_t* name, const std::wstring& value);
-    ~EnvironmentVariable();
-    EnvironmentVariable(const EnvironmentVariable&) = delete;
-    EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
-
-private:
-    const wchar_t* m_name;
-};
-
 // The real workbench program, run as a process: in a fresh folder of its own, beside it the runtime that the test
 // chooses. Its log file has one fixed place, so only one test on a machine may have one (LOCK trace-log).
-class WorkbenchProcess
+class WorkbenchRun
 {
 public:
     static constexpr const wchar_t* c_logPath = L"c:\\zeph\\logs\\OrvWorkBench.log";
 
     // Makes the folder and clears the log's place. Throws std::runtime_error when a part is not built.
-    explicit WorkbenchProcess(WorkbenchRuntime runtime);
+    explicit WorkbenchRun(WorkbenchRuntime runtime);
     // Ends the process if it still runs, removes the folder and clears the log's place.
-    ~WorkbenchProcess();
-    WorkbenchProcess(const WorkbenchProcess&) = delete;
-    WorkbenchProcess& operator=(const WorkbenchProcess&) = delete;
+    ~WorkbenchRun();
+    WorkbenchRun(const WorkbenchRun&) = delete;
+    WorkbenchRun& operator=(const WorkbenchRun&) = delete;
 
     // Whether the parts for that runtime are there.
     static bool Has(WorkbenchRuntime runtime);
 
     // The program as it was built, and the copy in the folder.
     static std::wstring BuiltProgram();
-    std::wstring ProgramPath() const { return Folder() + L"\\OrvWorkBench64.exe"; }
+    std::wstring ProgramPath() const { return m_folder.PathOf(L"OrvWorkBench64.exe"); }
     const std::wstring& Folder() const noexcept { return m_folder.Path(); }
     // Starts the program with the folder as current directory; the arguments are a command line's, after the
     // program's quoted path. The second form gives the whole command line.
@@ -71,7 +59,8 @@ public:
     std::vector<std::string> Record() const;
 
 private:
-    ScratchFolder m_folder;
+    TemporaryFolder m_folder;
     EnvironmentVariable m_recordPath;
+    // After the folder, in which it runs.
     std::optional<ChildProcess> m_process;
 };
