@@ -100,7 +100,7 @@ HRESULT CHost::CallManaged(const wchar_t* methodName, const wchar_t* argument, D
     if (!m_pRuntimeHost)
         return E_POINTER;
     return m_pRuntimeHost.Get()->ExecuteInDefaultAppDomain(m_assemblyPath, m_typeName, methodName, argument,
-                                                          &returnValue);
+                                                           &returnValue);
 }
 
 int32_t CHost::Execute(const wchar_t* methodName, const wchar_t* argument)
