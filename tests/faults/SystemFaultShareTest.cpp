@@ -18,7 +18,7 @@ namespace
 {
 using Texts = std::vector<std::pair<std::wstring, std::wstring>>;
 
-const FaultLines c_mutexes = contract::ShareMutexLines(L"{ns}{share}");
+const FaultLines c_tableMutexes = contract::ShareMutexLines(L"{ns}{share}");
 // What the thread table scenario does once it has a view.
 const FaultLines c_threadWork = {L"= Create 1",
                                  L"= mapped 1",
@@ -132,7 +132,7 @@ FaultTable ThreadTableFaults()
     FaultTable table = MappingRows();
     const FaultTable own = {
         {"CreateMutexW", 1, c_lastCall, {L"+CProxySecManager::OrvPCreateMutex CreateMutex Failed <error 1450>\n"}},
-        {"MapViewOfFile", 1, 1, Without({c_mutexes, c_threadWork}) + With({c_threadWorkRefused})},
+        {"MapViewOfFile", 1, 1, Without({c_tableMutexes, c_threadWork}) + With({c_threadWorkRefused})},
         {"OpenFileMappingW",
          1,
          1,
@@ -141,7 +141,7 @@ FaultTable ThreadTableFaults()
           L"+CProxySecManager::OrvPCreateFileMapping Create Named File Map: {ns}{share}\n",
           L"+CProxyMap::Create created share {share} successfully \n"}},
         {"VirtualQuery", 1, 1,
-         Without({c_mutexes, c_threadWork}) +
+         Without({c_tableMutexes, c_threadWork}) +
              With({{L"CProxyShare::OnMapped share {share} is smaller than 116197744 bytes\n"}, c_threadWorkRefused})},
         {"WaitForSingleObject", 1, c_lastCall, {}},
         {"ReleaseMutex", 1, c_lastCall, {}},
@@ -202,7 +202,7 @@ TEST_F(SystemFaultsInTheThreadTable, AnyRequestForMemoryMayFail)
 {
     std::vector<FaultLines> ways = {{}};
     for (unsigned i = 0; i < 7; ++i)
-        ways.push_back({L"-" + c_mutexes[i]});
+        ways.push_back({L"-" + c_tableMutexes[i]});
     m_scenario.ExpectForEachRequest(ways);
 }
 
@@ -214,7 +214,7 @@ TEST_F(SystemFaultsInTheThreadTable, MemoryMayEnd)
     FaultLines missing;
     for (unsigned i = 7; i-- > 0;)
     {
-        missing = FaultLines{L"-" + c_mutexes[i]} + missing;
+        missing = FaultLines{L"-" + c_tableMutexes[i]} + missing;
         ways.push_back(missing);
     }
     for (const wchar_t* name : {L"(null)", L"(null){id}"})

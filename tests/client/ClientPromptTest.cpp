@@ -1,0 +1,51 @@
+#include "tests/client/ScriptedClient.h"
+
+#include <gmock/gmock.h>
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+TEST(ClientPrompt, AsksHelpsAndGoesOnAfterFailures)
+{
+    const ClientResult result =
+        Finish(Scripted({L"-i"}, "load result=2; print=no\n\nnonsense\nhelp\nload x\nstop\nstart\nexit\nload y\n"));
+    EXPECT_EQ("workbench # started, client id #\n"
+              "    message ready\n"
+              "  ready after # ms\n"
+              "orv>     | no\n"
+              "    response failed\n"
+              "  failed after # ms\n"
+              "orv> orv> orv>   load TEXT       load an assembly\n"
+              "  create TEXT     create an instance of a type\n"
+              "  invoke TEXT     call a method\n"
+              "  get TEXT        read a property\n"
+              "  set TEXT        write a property\n"
+              "  delete TEXT     forget an instance\n"
+              "  reset           forget everything\n"
+              "  stop            end the workbench\n"
+              "  start           start a new workbench after the end of the last one\n"
+              "  help            show this list\n"
+              "  quit, exit      end the client\n"
+              "orv>     response success\n"
+              "  succeeded after # ms\n"
+              "orv>     message exiting\n"
+              "  succeeded after # ms\n"
+              "workbench ended with exit code 1\n"
+              "orv> workbench # started, client id #\n"
+              "    message ready\n"
+              "  ready after # ms\n"
+              "orv>     message exiting\n"
+              "workbench ended with exit code 1\n",
+              result.output);
+    EXPECT_THAT(result.errors, StartsWith("OrvClient: input:3: unknown command \"nonsense\""));
+    EXPECT_EQ(1, result.status);
+}
+
+TEST(ClientPrompt, NewWorkbenchCanBeStartedAfterTheLossOfOne)
+{
+    const ClientResult result = Finish(Scripted({L"-i"}, "load exit=3\nload x\nstart\nload y\n"));
+    EXPECT_THAT(result.output, HasSubstr("workbench ended with exit code 3\n"));
+    EXPECT_THAT(result.output, HasSubstr("  succeeded after # ms\n"));
+    EXPECT_THAT(result.errors, HasSubstr("OrvClient: input:2: no workbench is running\n"));
+    EXPECT_EQ(3, result.status);
+}

@@ -1,0 +1,188 @@
+#include "tests/client/ScriptedClient.h"
+#include "tests/support/worlds/Files.h"
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+#include <string>
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+using Json = nlohmann::json;
+
+TEST(ClientScript, EveryCommandIsPostedAnsweredAndShown)
+{
+    const TemporaryFile script("# a comment\n"
+                               "load print=loading; result=6\n"
+                               "\n"
+                               "   # another comment\n"
+                               "create print=creating; result=8\r\n"
+                               "get result=5\n"
+                               "set print=one\n"
+                               "\tinvoke print=two; result=10\n"
+                               "DELETE print=three\n"
+                               "reset print=not looked at\n"
+                               "stop",
+                               L"golden.orv");
+    const ClientResult result = Finish(Scripted({L"--script", script.Path()}));
+    EXPECT_EQ("workbench # started, client id #\n"
+              "    message ready\n"
+              "  ready after # ms\n"
+              "> load print=loading; result=6\n"
+              "    | loading\n"
+              "    response success\n"
+              "  succeeded after # ms\n"
+              "> create print=creating; result=8\n"
+              "    | creating\n"
+              "    response success\n"
+              "    message idle\n"
+              "    response success\n"
+              "  succeeded after # ms\n"
+              "> get result=5\n"
+              "    response success\n"
+              "    message idle\n"
+              "    response success\n"
+              "  succeeded after # ms\n"
+              "> set print=one\n"
+              "    | one\n"
+              "    response success\n"
+              "    message idle\n"
+              "    response success\n"
+              "  succeeded after # ms\n"
+              "> invoke print=two; result=10\n"
+              "    | two\n"
+              "    response success\n"
+              "    message idle\n"
+              "    response success\n"
+              "  succeeded after # ms\n"
+              "> delete print=three\n"
+              "    | three\n"
+              "    response success\n"
+              "  succeeded after # ms\n"
+              "> reset print=not looked at\n"
+              "    response success\n"
+              "  succeeded after # ms\n"
+              "> stop\n"
+              "    message exiting\n"
+              "  succeeded after # ms\n"
+              "workbench ended with exit code 1\n",
+              result.output);
+    EXPECT_EQ("", result.errors);
+    EXPECT_EQ(0, result.status);
+}
+
+TEST(ClientScript, TextsReachTheDispatcherUnchanged)
+{
+    const ScriptRecord record;
+    ClientRun::Setup setup = Scripted({}, "load  c:\\a b\\x.dll  \n"
+                                          "create \"quoted\" # no comment\n"
+                                          "invoke\ta\tb\n"
+                                          "get\n"
+                                          "reset ignored\n");
+    setup.environment = {record.Variable()};
+    EXPECT_EQ(0, Finish(setup).status);
+    EXPECT_THAT(record.Calls(),
+                ElementsAre("LoadAssembly: c:\\\\a b\\\\x.dll  ", "CreateType: \\\"quoted\\\" # no comment",
+                            "Invoke: a\\tb", "GetProperty: ", "Reset: "));
+}
+
+TEST(ClientScript, StopsAtTheFirstFailure)
+{
+    const ClientResult result = Finish(Scripted({}, "load result=2\nload never\n"));
+    EXPECT_THAT(result.output, HasSubstr("> load result=2\n"
+                                         "    response failed\n"
+                                         "  failed after # ms\n"));
+    EXPECT_THAT(result.output, Not(HasSubstr("never")));
+    EXPECT_EQ(1, result.status);
+}
+
+TEST(ClientScript, GoesOnWhenToldSo)
+{
+    const ClientResult result = Finish(Scripted({L"--keep-going"}, "load result=2\nload always\n"));
+    EXPECT_THAT(result.output, HasSubstr("> load always\n"
+                                         "    response success\n"));
+    EXPECT_EQ(1, result.status);
+}
+
+TEST(ClientScript, ResultsBelowFiveFailAfterTheBreakpoint)
+{
+    for (const wchar_t* failing : {L"result=0", L"result=1", L"result=4", L"result=-1", L"status=0x80131513"})
+        EXPECT_EQ(1, Finish(Scripted({std::wstring(L"invoke ") + failing})).status) << failing;
+    for (const wchar_t* succeeding : {L"result=5", L"result=11", L"result=13"})
+        EXPECT_EQ(0, Finish(Scripted({std::wstring(L"invoke ") + succeeding})).status) << succeeding;
+}
+
+TEST(ClientScript, WithABadLineIsNotBegun)
+{
+    const TemporaryFile script("load x\nlaod y\n", L"bad.orv");
+    const ClientResult result = Finish(Scripted({L"-s", script.Path()}));
+    EXPECT_EQ("", result.output);
+    EXPECT_THAT(result.errors,
+                HasSubstr("bad.orv:2: unknown command \"laod\"; the commands are load, create, invoke, "
+                          "get, set, delete, reset, stop\n"));
+    EXPECT_EQ(2, result.status);
+}
+
+TEST(ClientScript, BadLineOfTheInputIsToldWithItsNumber)
+{
+    const ClientResult result = Finish(Scripted({L"-k"}, "load x\n\nlaod y\nload z\n"));
+    EXPECT_THAT(result.errors, StartsWith("OrvClient: input:3: unknown command \"laod\""));
+    EXPECT_THAT(result.output, HasSubstr("> load z\n"));
+    EXPECT_EQ(2, result.status);
+}
+
+TEST(ClientScript, CommandAfterStopIsRefused)
+{
+    const ClientResult result = Finish(Scripted({}, "stop\nload x\n"));
+    EXPECT_EQ("OrvClient: input:2: no workbench is running\n", result.errors);
+    EXPECT_EQ(3, result.status);
+}
+
+TEST(ClientScript, StartBeginsANewWorkbench)
+{
+    const ClientResult result = Finish(Scripted({}, "load x\nstop\nstart\nload y\n"));
+    EXPECT_THAT(result.output, HasSubstr("workbench ended with exit code 1\n"
+                                         "workbench # started, client id #\n"
+                                         "    message ready\n"
+                                         "  ready after # ms\n"
+                                         "> load y\n"
+                                         "    response success\n"));
+    EXPECT_EQ(0, result.status);
+}
+
+TEST(ClientScript, QuitEndsItBeforeTheRest)
+{
+    const ClientResult result = Finish(Scripted({}, "quit\nload x\n"));
+    EXPECT_EQ("workbench # started, client id #\n"
+              "    message ready\n"
+              "  ready after # ms\n"
+              "    message exiting\n"
+              "workbench ended with exit code 1\n",
+              result.output);
+    EXPECT_EQ(0, result.status);
+}
+
+TEST(ClientScript, HundredsOfCommandsKeepTheirResponsesApart)
+{
+    std::string script;
+    for (int i = 0; i < 300; ++i)
+        script += i % 3 == 0 ? "invoke result=1\n" : i % 3 == 1 ? "get result=5\n" : "load result=6\n";
+    const ClientResult result = Finish(Scripted({L"-k", L"--json"}, script));
+    std::string outcomes;
+    for (const std::string& line : LinesOf(result.rawOutput))
+    {
+        const Json object = Json::parse(line);
+        if (object["type"] != "command")
+            continue;
+        EXPECT_FALSE(object.contains("deviation")) << line;
+        EXPECT_EQ(object["command"] == "load" ? 1U : 3U, object["happenings"].size()) << line;
+        outcomes += object["outcome"] == "succeeded" ? '+' : '-';
+    }
+    std::string expected;
+    for (int i = 0; i < 100; ++i)
+        expected += "-++";
+    EXPECT_EQ(expected, outcomes);
+    EXPECT_EQ(1, result.status);
+}
