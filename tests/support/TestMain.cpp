@@ -1,3 +1,4 @@
+#include "tests/support/faults/HeldResources.h"
 #include "tests/support/processes/ChildProcess.h"
 
 #include <windows.h>
@@ -5,6 +6,7 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <gmock/gmock.h>
 
 // The main function of every test program. A test that hangs or crashes becomes a failure that names it.
@@ -31,6 +33,12 @@ class WatchedTests : public testing::EmptyTestEventListener
     {
         g_testName = test.name();
         g_deadline = GetTickCount64() + TestLimitMs();
+    }
+    // A handle too many says nothing by its number.
+    void OnTestPartResult(const testing::TestPartResult& result) override
+    {
+        if (result.failed() && std::strstr(result.message(), "OpenHandleCount") != nullptr)
+            std::printf("handles open now:\n%s", OpenHandleNames().c_str());
     }
     void OnTestEnd(const testing::TestInfo&) override { g_deadline = 0; }
 };

@@ -1,10 +1,13 @@
 #include "tests/support/faults/HeldResources.h"
 
+#include "OrvProfiler/foundation/SystemFunction.h"
+
 #include <windows.h>
 
 #include <malloc.h>
 
 #include <cstdint>
+#include <sstream>
 
 namespace
 {
@@ -12,22 +15,60 @@ namespace
 // many free values.
 constexpr unsigned c_handleStep = 4;
 constexpr unsigned c_freeHandlesBehindTheLast = 1024;
-} // namespace
 
 // Tries each possible value. GetProcessHandleCount always answers 0 under Wine, and reading the system's handle table
 // (NtQuerySystemInformation, class 16) while another process starts or ends can crash the Wine server.
+template <typename Visitor>
+void VisitOpenHandles(Visitor visit)
+{
+    uintptr_t value = c_handleStep;
+    for (unsigned free = 0; free < c_freeHandlesBehindTheLast; value += c_handleStep, ++free)
+    {
+        HANDLE const handle = reinterpret_cast<HANDLE>(value);
+        DWORD flags = 0;
+        if (GetHandleInformation(handle, &flags) == FALSE)
+            continue;
+        visit(handle);
+        free = 0;
+    }
+}
+
+// The name or the type of an object: both classes answer with a counted text first.
+std::string ObjectText(HANDLE handle, int informationClass)
+{
+    using Query = LONG(HANDLE, int, void*, ULONG, ULONG*);
+    static const SystemFunction<Query> query(GetModuleHandleW(L"ntdll"), "NtQueryObject");
+    struct
+    {
+        unsigned short bytes;
+        unsigned short capacity;
+        const wchar_t* text;
+        wchar_t rest[1024];
+    } answer{};
+    if (query == nullptr || query(handle, informationClass, &answer, sizeof answer, nullptr) != 0)
+        return "?";
+    return std::string(answer.text, answer.text + answer.bytes / sizeof(wchar_t));
+}
+} // namespace
+
 unsigned OpenHandleCount()
 {
     unsigned count = 0;
-    uintptr_t handle = c_handleStep;
-    for (unsigned free = 0; free < c_freeHandlesBehindTheLast; handle += c_handleStep)
-    {
-        DWORD flags = 0;
-        const bool isOpen = GetHandleInformation(reinterpret_cast<HANDLE>(handle), &flags) != FALSE;
-        count += isOpen ? 1U : 0U;
-        free = isOpen ? 0 : free + 1;
-    }
+    VisitOpenHandles([&count](HANDLE) { ++count; });
     return count;
+}
+
+std::string OpenHandleNames()
+{
+    constexpr int nameClass = 1;
+    constexpr int typeClass = 2;
+    std::ostringstream names;
+    VisitOpenHandles([&names](HANDLE handle) {
+        const std::string type = ObjectText(handle, typeClass);
+        // The question for a pipe's name may wait for what the pipe is busy with.
+        names << handle << ' ' << type << ' ' << (type == "File" ? "" : ObjectText(handle, nameClass)) << '\n';
+    });
+    return names.str();
 }
 
 unsigned MappedViewCount()

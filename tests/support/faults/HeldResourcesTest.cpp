@@ -1,8 +1,11 @@
 #include "tests/support/faults/HeldResources.h"
 
+#include "tests/support/worlds/FreshNames.h"
+
 #include <windows.h>
 
 #include <gmock/gmock.h>
+#include <string>
 
 TEST(HeldResources, CountAHandleThatStaysOpen)
 {
@@ -12,4 +15,13 @@ TEST(HeldResources, CountAHandleThatStaysOpen)
     CloseHandle(event);
     EXPECT_EQ(before, OpenHandleCount());
     EXPECT_TRUE(HeapIsConsistent());
+}
+
+TEST(HeldResources, NameWhatIsOpen)
+{
+    const std::wstring name = FreshName(L"held");
+    HANDLE const event = CreateEventW(nullptr, TRUE, FALSE, name.c_str());
+    EXPECT_THAT(OpenHandleNames(),
+                testing::ContainsRegex(" Event .*" + std::string(name.begin(), name.end()) + "\n"));
+    CloseHandle(event);
 }
