@@ -78,8 +78,8 @@ void Write(const std::wstring& line)
     if (g_log == nullptr)
         return;
     OutputDebugStringW(line.c_str());
-    std::fputws(line.c_str(), g_log);
-    std::fflush(g_log);
+    static_cast<void>(std::fputws(line.c_str(), g_log));
+    static_cast<void>(std::fflush(g_log));
 }
 
 template <size_t Count>
@@ -170,9 +170,10 @@ extern "C" int wmain(int argc, wchar_t** argv)
     if (view == nullptr)
         return 4;
     for (uint32_t i = 0; i < c_shareMutexCount; ++i)
+        // cppcheck-suppress leakReturnValNotUsed ; held to the end of the process
         CreateMutexW(nullptr, FALSE, (share + L"_" + std::to_wstring(i)).c_str());
     HWND window = nullptr;
-    std::memcpy(&window, view + c_windowOffset, sizeof window);
+    std::memcpy(&window, view + c_windowOffset, sizeof(HWND));
     PostMessageW(window, WM_WORKBENCH_READY, 0, 0);
     Serve(events, window, reinterpret_cast<const wchar_t*>(view + c_textOffset), runtime);
 }

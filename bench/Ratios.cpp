@@ -2,9 +2,12 @@
 #include "bench/Ratios.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
-#include <map>
+#include <fstream>
+#include <iomanip>
+#include <iostream>
+#include <nlohmann/json.hpp>
+#include <sstream>
 #include <utility>
 #include <vector>
 
@@ -13,7 +16,7 @@ namespace
 struct Row
 {
     std::string name;
-    double aim;
+    Aim aim;
     std::vector<double> productNs;
     std::vector<double> baselineNs;
 };
@@ -40,45 +43,52 @@ double Ratio(const Row& row)
 
 const char* Verdict(const Row& row)
 {
-    if (row.aim == c_stated)
+    if (!row.aim)
         return "";
-    return Ratio(row) <= row.aim ? "met" : "missed";
+    return Ratio(row) <= *row.aim ? "met" : "missed";
+}
+
+std::string Figure(double value, int decimals)
+{
+    std::ostringstream text;
+    text << std::fixed << std::setprecision(decimals) << value;
+    return text.str();
+}
+
+void PrintRow(const std::string& name, const std::string& product, const std::string& baseline,
+              const std::string& ratio, const std::string& aim)
+{
+    std::cout << std::left << std::setw(52) << name << ' ' << std::right << std::setw(12) << product << ' '
+              << std::setw(12) << baseline << ' ' << std::setw(7) << ratio << ' ' << std::setw(6) << aim;
 }
 
 void PrintTable()
 {
-    std::printf("%-52s %12s %12s %7s %6s\n", "what", "product us", "baseline us", "ratio", "aim");
+    PrintRow("what", "product us", "baseline us", "ratio", "aim");
+    std::cout << '\n';
     for (const Row& row : g_rows)
     {
-        std::printf("%-52s %12.3f %12.3f %7.3f ", row.name.c_str(), Median(row.productNs) / 1000,
-                    Median(row.baselineNs) / 1000, Ratio(row));
-        if (row.aim == c_stated)
-            std::printf("%6s\n", "-");
-        else
-            std::printf("%6.2f %s\n", row.aim, Verdict(row));
+        PrintRow(row.name, Figure(Median(row.productNs) / 1000, 3), Figure(Median(row.baselineNs) / 1000, 3),
+                 Figure(Ratio(row), 3), row.aim ? Figure(*row.aim, 2) : "-");
+        std::cout << ' ' << Verdict(row) << '\n';
     }
     for (const auto& [name, figure] : g_statements)
-        std::printf("%-52s %s\n", name.c_str(), figure.c_str());
+        std::cout << std::left << std::setw(52) << name << ' ' << figure << '\n';
 }
 
 void WriteJson(const char* path)
 {
-    std::FILE* const file = std::fopen(path, "w");
-    if (file == nullptr)
-        return;
-    std::fputs("{\n  \"rows\": [\n", file);
+    nlohmann::ordered_json table = {{"rows", nlohmann::json::array()}, {"statements", nlohmann::json::object()}};
     for (const Row& row : g_rows)
-        std::fprintf(file,
-                     "    {\"name\": \"%s\", \"product_ns\": %.1f, \"baseline_ns\": %.1f, \"ratio\": %.4f, "
-                     "\"aim\": %.2f, \"verdict\": \"%s\"}%s\n",
-                     row.name.c_str(), Median(row.productNs), Median(row.baselineNs), Ratio(row), row.aim,
-                     Verdict(row), &row == &g_rows.back() ? "" : ",");
-    std::fputs("  ],\n  \"statements\": {\n", file);
-    for (const auto& statement : g_statements)
-        std::fprintf(file, "    \"%s\": \"%s\"%s\n", statement.first.c_str(), statement.second.c_str(),
-                     &statement == &g_statements.back() ? "" : ",");
-    std::fputs("  }\n}\n", file);
-    std::fclose(file);
+        table["rows"].push_back({{"name", row.name},
+                                 {"product_ns", Median(row.productNs)},
+                                 {"baseline_ns", Median(row.baselineNs)},
+                                 {"ratio", Ratio(row)},
+                                 {"aim", row.aim.value_or(0)},
+                                 {"verdict", Verdict(row)}});
+    for (const auto& [name, figure] : g_statements)
+        table["statements"][name] = figure;
+    std::ofstream(path) << table.dump(2) << '\n';
 }
 
 // Gathers the rounds and prints the table at the end.
@@ -93,10 +103,10 @@ public:
     bool assertionEnded(const Catch::AssertionStats& stats) override
     {
         if (!stats.assertionResult.isOk())
-            std::printf("FAILED: %s\n", stats.assertionResult.getExpressionInMacro().c_str());
+            std::cout << "FAILED: " << stats.assertionResult.getExpressionInMacro() << '\n';
         return true;
     }
-    void benchmarkFailed(const std::string& error) override { std::printf("FAILED: %s\n", error.c_str()); }
+    void benchmarkFailed(const std::string& error) override { std::cout << "FAILED: " << error << '\n'; }
     void benchmarkEnded(const Catch::BenchmarkStats<>& stats) override
     {
         std::vector<double> samples;
@@ -109,6 +119,7 @@ public:
     void testRunEnded(const Catch::TestRunStats& stats) override
     {
         PrintTable();
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing else runs any more
         if (const char* const path = std::getenv("ORV_BENCH_JSON"))
             WriteJson(path);
         StreamingReporterBase::testRunEnded(stats);
@@ -118,10 +129,10 @@ public:
 CATCH_REGISTER_REPORTER("ratios", RatioReporter)
 } // namespace
 
-void ratios::Begin(const std::string& row, double aim)
+void ratios::Begin(const std::string& row, Aim aim)
 {
     g_rows.push_back({row, aim, {}, {}});
-    std::fprintf(stderr, "%s\n", row.c_str());
+    std::cerr << row << '\n';
 }
 
 std::string ratios::ProductName(const std::string& row)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <catch2/catch.hpp>
+#include <optional>
 #include <string>
 
 // Every figure is a ratio of the product to a bare baseline, measured in the same run: the two take turns for several
@@ -9,13 +10,14 @@
 
 constexpr int c_rounds = 9;
 
-// No aim: the figure is only stated.
-constexpr double c_stated = 0;
+// The greatest ratio that is meant; without one the figure is only stated.
+using Aim = std::optional<double>;
+constexpr Aim c_stated = std::nullopt;
 
 namespace ratios
 {
 // Announces a row of the table. rounds: how often the two take turns.
-void Begin(const std::string& row, double aim);
+void Begin(const std::string& row, Aim aim);
 // The names under which the two halves of a row are measured.
 std::string ProductName(const std::string& row);
 std::string BaselineName(const std::string& row);
@@ -25,7 +27,7 @@ void State(const std::string& row, const std::string& figure);
 
 // Both return a value, so that the work cannot be optimised away.
 template <class Product, class Baseline>
-void CompareRatio(const std::string& row, double aim, Product&& product, Baseline&& baseline, int rounds = c_rounds)
+void CompareRatio(const std::string& row, Aim aim, Product&& product, Baseline&& baseline, int rounds = c_rounds)
 {
     ratios::Begin(row, aim);
     const auto runProduct = [&] {

@@ -3,11 +3,12 @@
 #include "OrvProfiler/protocol/WorkbenchCommandLine.h"
 #include "OrvProfiler/protocol/WorkbenchFiles.h"
 
+#include <cstdint>
 #include <string>
 
 namespace
 {
-std::string Kilobytes(unsigned long long bytes)
+std::string Kilobytes(uint64_t bytes)
 {
     return std::to_string((bytes + 1023) / 1024) + " KiB";
 }

@@ -2,9 +2,10 @@
 
 #include <windows.h>
 
-#include <cstdio>
+#include <cstdint>
 #include <cwchar>
 #include <exception>
+#include <iostream>
 
 // Plays the client of one whole session, for a tool that watches what the workbench does meanwhile.
 //     OrvSessionDriver OrvWorkBench64.exe|OrvBareWorkbench.exe load|invoke <number of commands>
@@ -14,11 +15,11 @@ extern "C" int wmain(int argc, wchar_t** argv);
 
 namespace
 {
-void RunSession(const wchar_t* program, bool invoke, unsigned long commands)
+void RunSession(const wchar_t* program, bool invoke, uint32_t commands)
 {
     const BenchClient client(GetCurrentProcessId());
     const BenchWorkbench workbench(client, program, L"session");
-    for (unsigned long i = 0; i < commands; ++i)
+    for (uint32_t i = 0; i < commands; ++i)
         invoke ? client.Invoke() : client.Load();
     client.Stop();
     workbench.WaitExit();
@@ -36,7 +37,7 @@ extern "C" int wmain(int argc, wchar_t** argv)
     }
     catch (const std::exception& error)
     {
-        std::fprintf(stderr, "OrvSessionDriver: %s\n", error.what());
+        std::cerr << "OrvSessionDriver: " << error.what() << '\n';
         return 1;
     }
 }

@@ -92,7 +92,7 @@ TEST_CASE("share memory")
         return 0;
     };
     const auto fillRunData = [&] {
-        std::memset(bytes + 0x28B578, 0, 128 * 882696);
+        std::memset(bytes + 0x28B578, 0, size_t{128} * 882696);
         std::memset(bytes + 0x254F70, 0, 222728);
         return *static_cast<uint8_t*>(std::memset(bytes + 0x36F68, 0, 2220040));
     };
@@ -158,6 +158,7 @@ TEST_CASE("share open")
     HANDLE const keeper =
         CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, c_shareSizeBytes, name.c_str());
     std::vector<std::wstring> mutexNames;
+    mutexNames.reserve(7);
     for (int i = 0; i < 7; ++i)
         mutexNames.push_back(name + L"_" + std::to_wstring(i));
     const auto openProduct = [] {

@@ -17,7 +17,10 @@ namespace
 constexpr double c_countingAim = 1.5;
 // Rows of this name have a std::wstring that does what the rules demand as their baseline: the floor of the row
 // above.
-const std::string c_floor = "  as the rules demand: ";
+std::string Floor(const std::string& row)
+{
+    return "  as the rules demand: " + row;
+}
 
 // Words of a few letters, so that searching, replacing and splitting have something to do.
 std::wstring MakeText(size_t units)
@@ -87,14 +90,14 @@ void CompareChanges(const std::string& suffix, const std::wstring& bare, const T
         return assigned.GetCapacity();
     };
     CompareRatio("TString assign" + suffix, c_countingAim, assign, [&] {
-        assignedBare = bare.c_str();
+        assignedBare.assign(bare.c_str());
         return assignedBare.size();
     });
-    CompareRatio(c_floor + "assign" + suffix, c_stated, assign, [&] {
+    CompareRatio(Floor("assign" + suffix), c_stated, assign, [&] {
         if (IsBadStringPtrW(bare.c_str(), 1) != FALSE)
             return size_t{0};
         const size_t old = std::wcslen(assignedBare.c_str());
-        assignedBare = bare.c_str();
+        assignedBare.assign(bare.c_str());
         return assignedBare.size() + old;
     });
     CompareRatio(
@@ -106,7 +109,7 @@ void CompareChanges(const std::string& suffix, const std::wstring& bare, const T
         },
         [&] {
             assignedBare.clear();
-            assignedBare += bare.c_str();
+            assignedBare.append(bare.c_str());
             return assignedBare.size();
         });
     const auto replace = [&] {
@@ -117,7 +120,7 @@ void CompareChanges(const std::string& suffix, const std::wstring& bare, const T
         std::wstring copy(bare);
         return ReplaceBare(copy, L",defg", L";de");
     });
-    CompareRatio(c_floor + "replace" + suffix, c_stated, replace, [&] {
+    CompareRatio(Floor("replace" + suffix), c_stated, replace, [&] {
         std::wstring copy = WithRoom(bare.c_str(), std::wcslen(bare.c_str()));
         std::wstring replaced = WithRoom(copy.c_str(), copy.size());
         const size_t count = ReplaceBare(replaced, L",defg", L";de");
@@ -133,14 +136,14 @@ void CompareParts(const std::string& suffix, const std::wstring& bare, const TSt
     const size_t half = bare.size() / 2;
     const auto mid = [&] { return text.Mid(2, half).GetCapacity(); };
     CompareRatio("TString mid" + suffix, c_countingAim, mid, [&] { return bare.substr(2, half).size(); });
-    CompareRatio(c_floor + "mid" + suffix, c_stated, mid,
+    CompareRatio(Floor("mid" + suffix), c_stated, mid,
                  [&] { return WithRoom(bare.c_str() + 2, wcsnlen(bare.c_str() + 2, half)).size(); });
     const auto split = [&] {
         std::vector<TString> parts;
         return text.Split(L',', parts);
     };
     CompareRatio("TString split" + suffix, c_countingAim, split, [&] { return SplitBare(bare, L',').size(); });
-    CompareRatio(c_floor + "split" + suffix, c_stated, split, [&] { return SplitWithRoom(bare, L',').size(); });
+    CompareRatio(Floor("split" + suffix), c_stated, split, [&] { return SplitWithRoom(bare, L',').size(); });
 }
 } // namespace
 

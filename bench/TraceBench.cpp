@@ -25,7 +25,7 @@ std::atomic<uint32_t> g_next{0};
 // What any bounded formatting into a buffer costs: the runtime is asked for the length, then for the text.
 size_t FormatInto(wchar_t* buffer, const wchar_t* format, va_list arguments)
 {
-    va_list again;
+    va_list again{};
     va_copy(again, arguments);
     const int count = _vscwprintf(format, arguments);
     _vsnwprintf_s(buffer, c_bufferUnits, static_cast<size_t>(count), format, again);
@@ -35,7 +35,7 @@ size_t FormatInto(wchar_t* buffer, const wchar_t* format, va_list arguments)
 
 size_t FormatBare(const wchar_t* format, ...)
 {
-    va_list arguments;
+    va_list arguments{};
     va_start(arguments, format);
     const size_t count = FormatInto(g_buffer, format, arguments);
     va_end(arguments);
@@ -45,7 +45,7 @@ size_t FormatBare(const wchar_t* format, ...)
 // The same into the next of as many buffers as there are slots, which threads share: the floor of a slot.
 size_t FormatInRing(const wchar_t* format, ...)
 {
-    va_list arguments;
+    va_list arguments{};
     va_start(arguments, format);
     const size_t count = FormatInto(g_ring[g_next.fetch_add(1) % c_ringSize], format, arguments);
     va_end(arguments);
@@ -55,7 +55,7 @@ size_t FormatInRing(const wchar_t* format, ...)
 // Formatting alone, without asking for the length first.
 size_t FormatOnce(const wchar_t* format, ...)
 {
-    va_list arguments;
+    va_list arguments{};
     va_start(arguments, format);
     const int count = _vsnwprintf_s(g_buffer, c_bufferUnits, c_bufferUnits - 1, format, arguments);
     va_end(arguments);
@@ -86,11 +86,11 @@ TEST_CASE("trace")
         [bareFile] {
             FormatBare(c_format, TickMs(), c_function, c_text);
             OutputDebugStringW(g_buffer);
-            std::fputws(g_buffer, bareFile);
+            static_cast<void>(std::fputws(g_buffer, bareFile));
             return std::fflush(bareFile);
         });
     TraceClose();
-    std::fclose(bareFile);
+    static_cast<void>(std::fclose(bareFile));
     DeleteFileW(file.c_str());
     DeleteFileW(bareName.c_str());
 }

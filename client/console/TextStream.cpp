@@ -64,8 +64,10 @@ void TextStream::WriteBytes(std::string_view bytes)
 {
     DWORD written = 0;
     for (size_t done = 0; done < bytes.size(); done += written)
-        if (WriteFile(m_handle, bytes.data() + done, static_cast<DWORD>(bytes.size() - done), &written, nullptr) ==
-                FALSE ||
+    {
+        const std::string_view rest = bytes.substr(done);
+        if (WriteFile(m_handle, rest.data(), static_cast<DWORD>(rest.size()), &written, nullptr) == FALSE ||
             written == 0)
             return;
+    }
 }

@@ -42,7 +42,7 @@ public:
         SIZE_T size = 0;
         InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
         m_memory = std::make_unique<char[]>(size);
-        const auto list = reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(m_memory.get());
+        auto* const list = reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(m_memory.get());
         if (InitializeProcThreadAttributeList(list, 1, 0, &size) != FALSE)
             m_list.Reset(list);
         if (!m_list || UpdateProcThreadAttribute(list, 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, handles,

@@ -494,12 +494,12 @@ TEST_F(CHostRun, EndsWhenTheWaitFails)
 TEST_F(CHostRun, EndsWhenACommandEventIsMissing)
 {
     // The fourth event is the invoke command's.
-    static int s_created;
-    s_created = 0;
+    static int created;
+    created = 0;
     const Redirect<decltype(CreateEventW)> create(
         "CreateEventW", [](LPSECURITY_ATTRIBUTES, BOOL, BOOL, LPCWSTR name) -> HANDLE {
-            return ++s_created == 4 ? nullptr
-                                    : CreateEventExW(nullptr, name, CREATE_EVENT_MANUAL_RESET, MAXIMUM_ALLOWED);
+            return ++created == 4 ? nullptr
+                                  : CreateEventExW(nullptr, name, CREATE_EVENT_MANUAL_RESET, MAXIMUM_ALLOWED);
         });
     CHost host(m_id, c_assembly, c_type);
     m_trace.Clear();

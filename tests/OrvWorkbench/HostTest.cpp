@@ -26,14 +26,14 @@ constexpr HRESULT Status(unsigned long value)
 }
 
 // Read before any test makes a host.
-const uint32_t g_firstSharePid = g_sharePid;
-const HWND g_firstWindow = g_hZephWnd;
+const uint32_t c_firstSharePid = g_sharePid;
+const HWND c_firstWindow = g_hZephWnd;
 } // namespace
 
 TEST(CHost, IsOfNoProcessAndNoWindowBeforeThereIsOne)
 {
-    EXPECT_EQ(0U, g_firstSharePid);
-    EXPECT_EQ(nullptr, g_firstWindow);
+    EXPECT_EQ(0U, c_firstSharePid);
+    EXPECT_EQ(nullptr, c_firstWindow);
 }
 
 TEST(ActionResult, HasTheNumbersOfTheManagedSide)

@@ -31,8 +31,9 @@ public:
     {
         HRSRC const found = FindResourceW(m_module, name, type);
         HGLOBAL const loaded = found != nullptr ? LoadResource(m_module, found) : nullptr;
-        const auto* const bytes = static_cast<const char*>(LockResource(loaded));
-        return bytes != nullptr ? std::string(bytes, SizeofResource(m_module, found)) : std::string();
+        if (loaded == nullptr)
+            return {};
+        return {static_cast<const char*>(LockResource(loaded)), SizeofResource(m_module, found)};
     }
 
 private:

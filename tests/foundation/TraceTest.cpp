@@ -15,6 +15,7 @@
 #include <atomic>
 #include <cstdarg>
 #include <cstdio>
+#include <cwchar>
 #include <gmock/gmock.h>
 #include <map>
 #include <set>
@@ -844,7 +845,7 @@ DWORD WINAPI AnswerMessage(DWORD flags, const void* source, DWORD code, DWORD la
 {
     g_messageRequests.push_back({flags, source, code, language, size, arguments});
     const std::wstring text = L"<" + std::to_wstring(code) + L">\r\n";
-    std::copy(text.begin(), text.end() + 1, buffer);
+    std::wmemcpy(buffer, text.c_str(), text.size() + 1);
     return static_cast<DWORD>(text.size());
 }
 

@@ -244,15 +244,15 @@ TEST(UniqueFindHandle, ClosesTheSearchOnceAndKeepsTheLastError)
 {
     using CloseSearch = Redirect<int(intptr_t)>;
     static std::vector<intptr_t> closed;
-    static CloseSearch* s_close = nullptr;
+    static CloseSearch* closeSearch = nullptr;
     closed.clear();
     CloseSearch close("_findclose", [](intptr_t search) {
         closed.push_back(search);
-        const int result = s_close->Real()(search);
+        const int result = closeSearch->Real()(search);
         SetLastError(ERROR_INVALID_HANDLE);
         return result;
     });
-    s_close = &close;
+    closeSearch = &close;
     const TemporaryFolder folder;
     _wfinddata64_t entry{};
     const intptr_t search = _wfindfirst64((folder.Path() + L"\\*").c_str(), &entry);

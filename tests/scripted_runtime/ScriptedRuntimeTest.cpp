@@ -39,7 +39,8 @@ HRESULT BindTo(ICLRRuntimeHost*& host)
 {
     std::wstring path(MAX_PATH, L'\0');
     path.resize(GetModuleFileNameW(nullptr, path.data(), MAX_PATH));
-    path = path.substr(0, path.find_last_of(L'\\')) + L"\\scripted\\mscoree.dll";
+    path.resize(path.find_last_of(L'\\'));
+    path += L"\\scripted\\mscoree.dll";
     const HMODULE library = LoadLibraryW(path.c_str());
     if (library == nullptr)
         throw std::runtime_error("scripted/mscoree.dll cannot be loaded");

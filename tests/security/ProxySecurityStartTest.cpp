@@ -34,10 +34,9 @@ class LibraryWatch
 {
 public:
     explicit LibraryWatch(std::vector<std::wstring> missing = {})
-        : m_load("LoadLibraryW", Load), m_free("FreeLibrary", Free)
+        : m_missing(std::move(missing)), m_load("LoadLibraryW", Load), m_free("FreeLibrary", Free)
     {
         s_self = this;
-        m_missing = std::move(missing);
     }
     ~LibraryWatch() { s_self = nullptr; }
     LibraryWatch(const LibraryWatch&) = delete;

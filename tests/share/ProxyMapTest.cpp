@@ -48,7 +48,7 @@ public:
     void OnMapped() override
     {
         ++mapped;
-        zeroWhenMapped = bytes()[0] == 0;
+        zeroWhenMapped = Bytes()[0] == 0;
         if (refuse)
             Close();
     }
@@ -58,7 +58,7 @@ public:
         CProxyMap::Close();
     }
 
-    unsigned char* bytes() const { return static_cast<unsigned char*>(m_pView); }
+    unsigned char* Bytes() const { return static_cast<unsigned char*>(m_pView); }
 
     int mapped = 0;
     int closed = 0;
@@ -149,9 +149,9 @@ TEST(CProxyMap, OpensWhatIsThereAsItIs)
     EXPECT_EQ(1, map.mapped);
     EXPECT_FALSE(map.IsCreated());
     EXPECT_EQ(map.m_pView, map.GetView());
-    EXPECT_STREQ("from the client", reinterpret_cast<char*>(map.bytes()));
+    EXPECT_STREQ("from the client", reinterpret_cast<char*>(map.Bytes()));
     EXPECT_EQ(12288U, map.ViewSize());
-    map.bytes()[9999] = 7;
+    map.Bytes()[9999] = 7;
     EXPECT_EQ(7, client.Bytes()[9999]);
     EXPECT_EQ(nullptr, map.m_hFile);
 }
@@ -213,7 +213,7 @@ TEST(CProxyMap, CreatesWhatIsNotThereYet)
     EXPECT_EQ(1, map.mapped);
     EXPECT_TRUE(map.zeroWhenMapped);
     EXPECT_EQ(map.m_pView, map.GetView());
-    EXPECT_TRUE(std::all_of(map.bytes(), map.bytes() + 10000, [](unsigned char byte) { return byte == 0; }));
+    EXPECT_TRUE(std::all_of(map.Bytes(), map.Bytes() + 10000, [](unsigned char byte) { return byte == 0; }));
     EXPECT_EQ(INVALID_HANDLE_VALUE, map.m_hFile);
     EXPECT_TRUE(MappingExists(names.kernel));
 
@@ -238,7 +238,7 @@ TEST(CProxyMap, CreateOpensWhatTheClientMadeAndLeavesItsContents)
     EXPECT_THAT(trace.Lines(), ElementsAre(c_noProcessLine, names.OpenLine()));
     EXPECT_FALSE(map.IsCreated());
     EXPECT_EQ(1, map.mapped);
-    EXPECT_TRUE(std::all_of(map.bytes(), map.bytes() + 10000, [](unsigned char byte) { return byte == 0x5A; }));
+    EXPECT_TRUE(std::all_of(map.Bytes(), map.Bytes() + 10000, [](unsigned char byte) { return byte == 0x5A; }));
     EXPECT_EQ(nullptr, map.m_hFile) << "no create was attempted";
 }
 
@@ -399,9 +399,9 @@ TEST(CProxyMap, AFileBacksTheMapping)
                             c_noProcessLine, names.CreateMapLine(), names.CreatedLine()));
     EXPECT_NE(INVALID_HANDLE_VALUE, map.m_hFile);
     EXPECT_NE(nullptr, map.m_hFile);
-    EXPECT_EQ(0, map.bytes()[0]);
-    std::memcpy(map.bytes(), "first", 5);
-    map.bytes()[4999] = 'z';
+    EXPECT_EQ(0, map.Bytes()[0]);
+    std::memcpy(map.Bytes(), "first", 5);
+    map.Bytes()[4999] = 'z';
     map.Close();
     EXPECT_EQ(nullptr, map.m_hFile);
     EXPECT_EQ(handles, OpenHandleCount());
@@ -422,7 +422,7 @@ TEST(CProxyMap, AFileThatCannotBeMadeIsNoError)
                 ElementsAre(c_noProcessLine, names.OpenLine(), c_openMappingFailedLine, c_openMapFailedLine,
                             c_noProcessLine, names.CreateMapLine(), names.CreatedLine()));
     EXPECT_EQ(INVALID_HANDLE_VALUE, map.m_hFile);
-    map.bytes()[4999] = 1;
+    map.Bytes()[4999] = 1;
 }
 
 TEST(CProxyMap, AFileIsClosedAlsoWhenTheCreateFails)

@@ -26,7 +26,8 @@ struct Field
     }
 };
 
-void PrintTo(const Field& field, std::ostream* stream)
+// Found by GoogleTest.
+[[maybe_unused]] void PrintTo(const Field& field, std::ostream* stream)
 {
     *stream << field.name << " at " << field.offset << ", " << field.size << " bytes";
 }

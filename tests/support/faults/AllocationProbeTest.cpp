@@ -50,8 +50,9 @@ TEST(AllocationProbe, FailsTheRequestAskedForOnce)
     g_free(g_malloc(200));
     EXPECT_THROW(g_new(300), std::bad_alloc);
     g_delete(g_new(300));
-    for (const auto& attempt :
-         {+[] { return g_malloc(15); }, +[] { return g_calloc(3, 5); }, +[] { return g_realloc(nullptr, 15); }})
+    using Attempt = void* (*)();
+    for (const Attempt attempt : {Attempt([] { return g_malloc(15); }), Attempt([] { return g_calloc(3, 5); }),
+                                  Attempt([] { return g_realloc(nullptr, 15); })})
     {
         heap.FailRequest(2);
         g_free(g_malloc(15));

@@ -20,7 +20,7 @@ ORV_CHILD_ROLE(Throw)
 
 ORV_CHILD_ROLE(Crash)
 {
-    volatile int* const nowhere = reinterpret_cast<int*>(static_cast<uintptr_t>(arguments.size()) * 16);
+    const volatile int* const nowhere = reinterpret_cast<int*>(static_cast<uintptr_t>(arguments.size()) * 16);
     return *nowhere;
 }
 
