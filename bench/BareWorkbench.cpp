@@ -173,7 +173,8 @@ extern "C" int wmain(int argc, wchar_t** argv)
         // cppcheck-suppress leakReturnValNotUsed ; held to the end of the process
         CreateMutexW(nullptr, FALSE, (share + L"_" + std::to_wstring(i)).c_str());
     HWND window = nullptr;
-    std::memcpy(&window, view + c_windowOffset, sizeof(HWND));
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): the handle itself
+    std::memcpy(&window, view + c_windowOffset, sizeof window);
     PostMessageW(window, WM_WORKBENCH_READY, 0, 0);
     Serve(events, window, reinterpret_cast<const wchar_t*>(view + c_textOffset), runtime);
 }

@@ -90,14 +90,14 @@ void CompareChanges(const std::string& suffix, const std::wstring& bare, const T
         return assigned.GetCapacity();
     };
     CompareRatio("TString assign" + suffix, c_countingAim, assign, [&] {
-        assignedBare.assign(bare.c_str());
+        assignedBare.assign(bare.c_str()); // NOLINT(readability-redundant-string-cstr): a pointer, as above
         return assignedBare.size();
     });
     CompareRatio(Floor("assign" + suffix), c_stated, assign, [&] {
         if (IsBadStringPtrW(bare.c_str(), 1) != FALSE)
             return size_t{0};
         const size_t old = std::wcslen(assignedBare.c_str());
-        assignedBare.assign(bare.c_str());
+        assignedBare.assign(bare.c_str()); // NOLINT(readability-redundant-string-cstr): a pointer, as above
         return assignedBare.size() + old;
     });
     CompareRatio(
@@ -109,7 +109,7 @@ void CompareChanges(const std::string& suffix, const std::wstring& bare, const T
         },
         [&] {
             assignedBare.clear();
-            assignedBare.append(bare.c_str());
+            assignedBare.append(bare.c_str()); // NOLINT(readability-redundant-string-cstr): a pointer, as above
             return assignedBare.size();
         });
     const auto replace = [&] {

@@ -69,6 +69,7 @@ bool Request(size_t bytes) noexcept
 
 void Exchange(void* old, void* now) noexcept
 {
+    // NOLINTNEXTLINE(readability-qualified-auto): an array's iterator need not be a pointer
     const auto found = std::find(g_watch.blocks.begin(), g_watch.blocks.end(), old);
     if (found != g_watch.blocks.end())
         *found = now;

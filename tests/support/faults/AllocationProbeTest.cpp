@@ -51,8 +51,9 @@ TEST(AllocationProbe, FailsTheRequestAskedForOnce)
     EXPECT_THROW(g_new(300), std::bad_alloc);
     g_delete(g_new(300));
     using Attempt = void* (*)();
-    for (const Attempt attempt : {Attempt([] { return g_malloc(15); }), Attempt([] { return g_calloc(3, 5); }),
-                                  Attempt([] { return g_realloc(nullptr, 15); })})
+    constexpr Attempt attempts[] = {[] { return g_malloc(15); }, [] { return g_calloc(3, 5); },
+                                    [] { return g_realloc(nullptr, 15); }};
+    for (const Attempt attempt : attempts)
     {
         heap.FailRequest(2);
         g_free(g_malloc(15));

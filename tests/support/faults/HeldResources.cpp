@@ -24,7 +24,7 @@ void VisitOpenHandles(Visitor visit)
     uintptr_t value = c_handleStep;
     for (unsigned free = 0; free < c_freeHandlesBehindTheLast; value += c_handleStep, ++free)
     {
-        HANDLE const handle = reinterpret_cast<HANDLE>(value);
+        auto* const handle = reinterpret_cast<HANDLE>(value);
         DWORD flags = 0;
         if (GetHandleInformation(handle, &flags) == FALSE)
             continue;

@@ -1,7 +1,5 @@
 #include "tests/support/faults/HeldResources.h"
 
-#include "tests/support/worlds/FreshNames.h"
-
 #include <windows.h>
 
 #include <gmock/gmock.h>
@@ -19,7 +17,7 @@ TEST(HeldResources, CountAHandleThatStaysOpen)
 
 TEST(HeldResources, NameWhatIsOpen)
 {
-    const std::wstring name = FreshName(L"held");
+    const std::wstring name = L"orv-held-" + std::to_wstring(GetCurrentProcessId());
     HANDLE const event = CreateEventW(nullptr, TRUE, FALSE, name.c_str());
     EXPECT_THAT(OpenHandleNames(),
                 testing::ContainsRegex(" Event .*" + std::string(name.begin(), name.end()) + "\n"));

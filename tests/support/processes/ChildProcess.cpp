@@ -121,7 +121,7 @@ bool RunChildRole(int argc, wchar_t** argv, int& exitCode)
     }
     catch (const std::exception& error)
     {
-        std::fprintf(stderr, "child role %ls: %s\n", argv[2], error.what());
+        static_cast<void>(std::fprintf(stderr, "child role %ls: %s\n", argv[2], error.what()));
         exitCode = c_exitRoleThrew;
     }
     return true;

@@ -8,9 +8,9 @@
 #include <stdexcept>
 
 ForeignMapping::ForeignMapping(const std::wstring& kernelName, uint64_t sizeBytes, DWORD protection)
+    : m_mapping(CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, protection, static_cast<DWORD>(sizeBytes >> 32),
+                                   static_cast<DWORD>(sizeBytes), kernelName.c_str()))
 {
-    m_mapping = CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, protection, static_cast<DWORD>(sizeBytes >> 32),
-                                   static_cast<DWORD>(sizeBytes), kernelName.c_str());
     const bool taken = GetLastError() == ERROR_ALREADY_EXISTS;
     if (m_mapping != nullptr && !taken)
         m_bytes = static_cast<unsigned char*>(MapViewOfFile(m_mapping, FILE_MAP_WRITE, 0, 0, 0));
