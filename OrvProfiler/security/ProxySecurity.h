@@ -69,8 +69,9 @@ public:
     // Opens a mutex by its full kernel name, which is used as it is. The handle is not inherited.
     HANDLE OrvPOpenMutex(const wchar_t* kernelName, DWORD access) const noexcept;
 
-    // Creates the file mapping, or opens it when it exists already. file may be INVALID_HANDLE_VALUE for the paging
-    // file. The size is in bytes; protection is a PAGE_ constant.
+    // Creates the file mapping, or opens it when it exists already. The last error is then ERROR_ALREADY_EXISTS
+    // (183). file may be INVALID_HANDLE_VALUE for the paging file. The size is in bytes; protection is a PAGE_
+    // constant.
     HANDLE OrvPCreateFileMapping(uint32_t session, HANDLE file, SECURITY_ATTRIBUTES* attributes, DWORD protection,
                                  uint32_t sizeHigh, uint32_t sizeLow, const wchar_t* name) const noexcept;
     // Opens a file mapping with the given access.

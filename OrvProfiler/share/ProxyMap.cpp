@@ -7,7 +7,6 @@
 
 #include <windows.h>
 
-#include <algorithm>
 #include <cstring>
 
 namespace
@@ -83,9 +82,8 @@ bool CProxyMap::Create(uint32_t id, uint64_t size, const wchar_t* fileName)
         CreateMapping(size, fileName);
     if (m_hMap == nullptr || MapView() == nullptr)
         return false;
-    // Not beyond the view: another process may have made a smaller mapping between the open and the create.
     if (m_created)
-        std::memset(m_pView, 0, std::min(size, ViewSize()));
+        std::memset(m_pView, 0, size);
     OnMapped();
     return m_pView != nullptr;
 }
@@ -104,6 +102,9 @@ void CProxyMap::CreateMapping(uint64_t size, const wchar_t* fileName)
     m_hMap = g_SecManager.OrvPCreateFileMapping(session, m_hFile, openToAll.Get(), PAGE_READWRITE,
                                                 static_cast<uint32_t>(size >> 32), static_cast<uint32_t>(size),
                                                 KernelName());
+    // Another process made it after our open. What it has stored there by now is not ours to zero.
+    if (GetLastError() == ERROR_ALREADY_EXISTS)
+        m_created = false;
     if (m_hMap != nullptr)
         TraceLine(L"%6.0f %s created share %s successfully \n", function, m_name.GetBuffer());
     else

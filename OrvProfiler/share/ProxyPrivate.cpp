@@ -3,6 +3,7 @@
 #include "OrvProfiler/foundation/DebugAssert.h"
 #include "OrvProfiler/foundation/Trace.h"
 #include "OrvProfiler/security/ProxySecurity.h"
+#include "OrvProfiler/share/MappedMemory.h"
 #include "OrvProfiler/share/TextField.h"
 
 #include <windows.h>
@@ -53,12 +54,13 @@ void CProxyPrivate::OnMapped()
     }
     const uint32_t session = g_SecManager.GetSessionForProcess(m_id);
     m_pMutex.reset(new (std::nothrow) CProxyAccess(session, c_privateMutexName));
-    // Whatever size the block announces, there is no data beyond the view.
-    const uint64_t limit = viewSize - sizeof(PrivateHeader);
-    const uint32_t announced = IsCreated() ? m_dataSize : header->dataSize;
-    m_dataSize = static_cast<uint32_t>(std::min<uint64_t>(announced, limit));
     if (IsCreated())
         header->dataSize = m_dataSize;
+    else
+        m_dataSize = ReadOnce(header->dataSize);
+    // Whatever size the block announces, there is no data beyond the view.
+    const uint64_t limit = viewSize - sizeof(PrivateHeader);
+    m_dataSize = static_cast<uint32_t>(std::min<uint64_t>(m_dataSize, limit));
 }
 
 void CProxyPrivate::Close()
