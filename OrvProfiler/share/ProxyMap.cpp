@@ -7,6 +7,7 @@
 
 #include <windows.h>
 
+#include <cstddef>
 #include <cstring>
 
 namespace
@@ -16,7 +17,14 @@ constexpr const wchar_t* c_source = L"ProxyShare";
 constexpr const wchar_t* c_header = L"ProxyShare.h";
 } // namespace
 
-CProxyMap::CProxyMap(const wchar_t* baseName) : m_baseName(baseName) {}
+CProxyMap::CProxyMap(const wchar_t* baseName) : m_baseName(baseName)
+{
+    static_assert(sizeof(CProxyMap) == 72 && offsetof(CProxyMap, m_hFile) == 8 && offsetof(CProxyMap, m_hMap) == 16 &&
+                      offsetof(CProxyMap, m_pView) == 24 && offsetof(CProxyMap, m_name) == 32 &&
+                      offsetof(CProxyMap, m_baseName) == 48 && offsetof(CProxyMap, m_created) == 64 &&
+                      offsetof(CProxyMap, m_id) == 68,
+                  "the order of the fields is the family's");
+}
 
 CProxyMap::~CProxyMap()
 {

@@ -11,6 +11,10 @@
 //
 // Every step is traced. Nothing throws. One thread uses the object; named mutexes of the derived classes guard the
 // mapped memory.
+//
+// The order of the fields and of the virtual operations is the family's, here and in every class whose source asserts
+// the places of its fields. The slots of the virtual operations are counted as Microsoft's compiler lays them out,
+// with one slot for a destructor; MinGW's has two, so what follows a destructor lies one slot further on.
 class CProxyMap
 {
 public:

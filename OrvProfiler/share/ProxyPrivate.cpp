@@ -9,6 +9,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <new>
 
 namespace
@@ -20,7 +21,12 @@ constexpr uint64_t c_textUnits = sizeof(PrivateHeader::text) / sizeof(wchar_t);
 constexpr uint64_t c_shortTextUnits = sizeof(PrivateHeader::shortText) / sizeof(wchar_t);
 } // namespace
 
-CProxyPrivate::CProxyPrivate(const wchar_t* baseName) : CProxyMap(baseName) {}
+CProxyPrivate::CProxyPrivate(const wchar_t* baseName) : CProxyMap(baseName)
+{
+    static_assert(sizeof(CProxyPrivate) == 88 && offsetof(CProxyPrivate, m_dataSize) == 72 &&
+                      offsetof(CProxyPrivate, m_pMutex) == 80,
+                  "the order of the fields is the family's");
+}
 
 CProxyPrivate::~CProxyPrivate()
 {

@@ -12,7 +12,8 @@ constexpr const wchar_t* c_privateMutexName = L"AgentDataMutex";
 
 // A block of private data: a fixed header (PrivateHeader) and a data area whose size the creator chooses. The caller
 // chooses the base name. One named mutex guards the data area: work on it between LockData and UnlockData. The
-// header's values are not guarded. While the block is not mapped, readers return null, 0 or false.
+// header's values are not guarded. While the block is not mapped, readers return null, 0 or false. The order of the
+// fields is the family's.
 class CProxyPrivate : public CProxyMap
 {
 public:

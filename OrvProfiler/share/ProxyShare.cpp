@@ -20,6 +20,10 @@ constexpr int32_t c_controlCountLimit = 256;
 
 CProxyShare::CProxyShare() : CProxyMap(c_shareBaseName)
 {
+    static_assert(sizeof(CProxyShare) == 152 && offsetof(CProxyShare, m_pFile) == 72 &&
+                      offsetof(CProxyShare, m_reserved) == 80 && offsetof(CProxyShare, m_pShare) == 88 &&
+                      offsetof(CProxyShare, m_mutex) == 96,
+                  "the order of the fields is the family's");
     DebugAssert(g_pShare == nullptr, c_source, 661);
     g_pShare = this;
 }

@@ -4,20 +4,22 @@
 #include "tests/support/contract/Contract.h"
 #include "tests/support/faults/ChangingWord.h"
 #include "tests/support/faults/ImportRedirect.h"
+#include "tests/support/faults/PageEdge.h"
 #include "tests/support/worlds/ForeignMapping.h"
 #include "tests/support/worlds/FreshNames.h"
 
 #include <windows.h>
 
 #include <climits>
-#include <cstring>
+#include <cwchar>
 #include <gtest/gtest.h>
 #include <string>
+#include <vector>
 
 // Whoever maps the share may change a word of it between two reads. So a word is read once before it is checked and
-// used: here each one changes right after its first read, to a value that would lead out of the table. These tests are
-// also compiled together with sources of the product that no compiler has optimised: it reads a word there as often as
-// it is written in the source.
+// used: here each one changes right after its first read, to a value that would lead out of the table. These tests
+// are also compiled together with sources of the product that no compiler has optimised: it reads a word there as
+// often as it is written in the source.
 
 using contract::c_controlOffset;
 using contract::c_threadBlockBytes;
@@ -157,6 +159,39 @@ TEST_F(SharedWord, ClientWindowIsReadOnce)
     const ChangingWord window(Product(m_client.At<uint64_t>(0x1CB30)), uint64_t{0});
     EXPECT_EQ(0x10052U, reinterpret_cast<uintptr_t>(m_share.GetClientWindow()));
     EXPECT_EQ(1U, window.Reads());
+}
+
+TEST(ReadField, ReadsEachUnitOnceToTheNulOrTheEndOfTheField)
+{
+    constexpr size_t capacity = 4;
+    struct Row
+    {
+        const wchar_t* field;
+        const wchar_t* text;
+    };
+    for (const Row& row : {Row{L"abcd", L"abcd"}, Row{L"abc", L"abc"}, Row{L"a\0cd", L"a"}, Row{L"", L""}})
+    {
+        // Nothing may be read behind the field, nor written behind the text.
+        const PageEdge<wchar_t> source(std::wstring(capacity - 1, L'-'));
+        const PageEdge<wchar_t> target(std::wstring(capacity, L'#'));
+        std::wmemcpy(source.Text(), row.field, capacity);
+        ReadField(*reinterpret_cast<wchar_t(*)[capacity + 1]>(target.Text()),
+                  *reinterpret_cast<wchar_t(*)[capacity]>(source.Text()));
+        EXPECT_STREQ(row.text, target.Text());
+    }
+}
+
+TEST_F(SharedWord, CommandTextEndsWhereItWasReadToEnd)
+{
+    auto& field = *reinterpret_cast<wchar_t(*)[contract::c_textUnits]>(m_client.TextField());
+    m_client.WriteText(L"abc");
+    auto& product = Product(field);
+    const ChangingWord end(product[3], L'x');
+    std::vector<wchar_t> text(contract::c_textUnits + 1, L'#');
+    ReadField(*reinterpret_cast<wchar_t(*)[contract::c_textUnits + 1]>(text.data()), product);
+    EXPECT_STREQ(L"abc", text.data());
+    EXPECT_EQ(1U, end.Reads());
+    EXPECT_EQ(L'x', field[3]);
 }
 
 namespace
