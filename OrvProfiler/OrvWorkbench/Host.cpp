@@ -6,6 +6,7 @@
 #include "OrvProfiler/protocol/TraceLines.h"
 #include "OrvProfiler/share/ProxyShare.h"
 
+#include <cstddef>
 #include <iterator>
 #include <new>
 
@@ -14,20 +15,13 @@ HWND g_hZephWnd = nullptr;
 
 namespace
 {
-// The command text as the client left it; without a NUL it ends with the control block. Each unit is read once, so
-// that a client that goes on writing cannot move the end.
+// The command text as the client left it; without a NUL it ends with the control block.
 TString ReadCommandText()
 {
     wchar_t text[c_commandTextCapacity + 1];
-    const ShareControl* const control = g_pShare->GetControl();
-    size_t length = 0;
-    if (control != nullptr)
-    {
-        const volatile wchar_t* const source = control->commandText;
-        while (length < c_commandTextCapacity && (text[length] = source[length]) != L'\0')
-            ++length;
-    }
-    text[length] = L'\0';
+    text[0] = L'\0';
+    if (const ShareControl* const control = g_pShare->GetControl())
+        ReadField(text, control->commandText);
     return TString(text);
 }
 
@@ -55,6 +49,10 @@ const wchar_t* ActionResultName(int32_t result) noexcept
 CHost::CHost(uint32_t processId, const wchar_t* assemblyPath, const wchar_t* typeName)
     : m_assemblyPath(assemblyPath), m_typeName(typeName)
 {
+    static_assert(sizeof(CHost) == 64 && offsetof(CHost, m_pRuntimeHost) == 8 && offsetof(CHost, m_hr) == 16 &&
+                      offsetof(CHost, m_assemblyPath) == 24 && offsetof(CHost, m_typeName) == 40 &&
+                      offsetof(CHost, m_pEvents) == 56,
+                  "the order of the fields is the family's");
     g_sharePid = processId;
     // cppcheck-suppress useInitializationList ; after the share's id, as whoever sees the events may ask for it
     m_pEvents.reset(new (std::nothrow) CWBEvent(processId));

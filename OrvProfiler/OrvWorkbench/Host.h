@@ -21,6 +21,7 @@ const wchar_t* ActionResultName(int32_t result) noexcept;
 
 // The body of the workbench: hosts the managed runtime, and serves the commands of one client. The runtime is bound
 // at version "v2.0.50727" and never stopped. Everything runs on the thread that constructs the host. One per process.
+// The order of the fields is the family's.
 class CHost
 {
 public:

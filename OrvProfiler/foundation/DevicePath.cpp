@@ -19,9 +19,11 @@ constexpr DWORD c_driveStringsUnits = 512;
 constexpr DWORD c_deviceNameUnits = 1048;
 
 // The drives in the system's order: the drive string (X:\), the text that the drive's device paths begin with, and
-// the length of that text.
+// the length of that text. Filled when it is made; empty when anything fails.
 struct DeviceTable
 {
+    DeviceTable() noexcept;
+
     PtrArray<PtrArrayText> drives{100};
     PtrArray<PtrArrayText> devices{100};
     PtrArray<PtrArrayNumber> lengths{100};
@@ -54,8 +56,7 @@ void AddDrive(DeviceTable& table, const wchar_t* driveString)
     table.lengths.Add(static_cast<int64_t>(wcslen(prefix)), false);
 }
 
-// Fills the table, or leaves it empty when anything fails.
-void FillTable(DeviceTable& table) noexcept
+DeviceTable::DeviceTable() noexcept
 {
     wchar_t driveStrings[c_driveStringsUnits + 2]{};
     const DWORD length = GetLogicalDriveStringsW(c_driveStringsUnits, driveStrings);
@@ -65,37 +66,28 @@ void FillTable(DeviceTable& table) noexcept
     try
     {
         for (const wchar_t* drive = driveStrings; *drive != L'\0'; drive += wcslen(drive) + 1)
-            AddDrive(table, drive);
+            AddDrive(*this, drive);
     }
     catch (const std::bad_alloc&)
     {
         complete = false;
     }
-    const bool sameDevices = table.drives.GetCount() == table.devices.GetCount();
-    const bool sameLengths = table.drives.GetCount() == table.lengths.GetCount();
+    const bool sameDevices = drives.GetCount() == devices.GetCount();
+    const bool sameLengths = drives.GetCount() == lengths.GetCount();
     DebugAssert(sameDevices, c_source, 852);
     DebugAssert(sameLengths, c_source, 853);
     if (complete && sameDevices && sameLengths)
         return;
-    table.drives.DeleteAll();
-    table.devices.DeleteAll();
-    table.lengths.DeleteAll();
-}
-
-const DeviceTable& Devices() noexcept
-{
-    static DeviceTable table;
-    // A table that could not be filled is filled by a later call.
-    if (table.drives.GetCount() == 0)
-        FillTable(table);
-    return table;
+    drives.DeleteAll();
+    devices.DeleteAll();
+    lengths.DeleteAll();
 }
 
 // The path with its drive letter, in a static buffer; null when it lies on no drive.
 const wchar_t* PathOnDrive(const wchar_t* path) noexcept
 {
     static wchar_t result[c_maximumPathUnits + 1];
-    const DeviceTable& table = Devices();
+    static const DeviceTable table;
     for (int32_t i = 0; i < table.drives.GetCount(); ++i)
     {
         const auto length = static_cast<size_t>(table.lengths[i]);

@@ -6,5 +6,6 @@
 // may end in the middle of a name, on purpose. A path of no drive is returned in its long form, if the system knows
 // one (\Device\Mup\server becomes \\server first), else as it was given. A path that is empty, null or unreadable, or
 // has more than 260 units, is returned as it is. The result is the argument itself or a buffer that the next call
-// overwrites. The drives are looked up once per process. Does not raise. Not for concurrent use.
+// overwrites. The drives are looked up once per process, by the first call that needs them; when that fails there are
+// none from then on. Does not raise. Not for concurrent use.
 const wchar_t* DeviceToDrivePath(const wchar_t* path) noexcept;

@@ -235,7 +235,7 @@ bool CPath::Append(const wchar_t* name) noexcept
     DebugAssert(!HasFileName(), c_source, 639);
     TString text(m_text);
     // A root ends with its backslash already; a second one would make it a network path.
-    if (!text.IsEmpty() && text.Last() != L'\\')
+    if (text.Last() != L'\\')
         text.Append(L'\\');
     text.Append(name);
     if (text.GetBuffer() != nullptr)

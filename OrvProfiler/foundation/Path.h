@@ -82,8 +82,9 @@ public:
     // The components with backslashes between them; a network path begins with two. Without a buffer when memory is
     // short.
     TString Join() const noexcept;
-    // Appends a name, or another path's text, behind a backslash, and parses the result as the new path; an empty
-    // path becomes the name alone. The path should have no file name. Returns what Parse returns.
+    // Appends a name, or another path's text, behind a backslash, and parses the result as the new path: an empty
+    // path becomes the name in the root (\name). A path that is a root gets no second backslash. The path should have
+    // no file name. Returns what Parse returns.
     bool Append(const wchar_t* name) noexcept;
     bool Append(const CPath& path) noexcept;
 

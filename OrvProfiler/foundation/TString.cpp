@@ -354,7 +354,11 @@ const wchar_t* TString::StripQuotes() noexcept
     wchar_t* const end = m_buffer + GetLength();
     wchar_t* const rest = std::find_if_not(m_buffer, end, IsBlankOrControl);
     if (rest != end)
-        *std::remove_copy_if(rest, end, m_buffer, IsQuote) = L'\0';
+    {
+        const auto kept = static_cast<size_t>(std::remove_if(rest, end, IsQuote) - rest);
+        std::wmemmove(m_buffer, rest, kept);
+        m_buffer[kept] = L'\0';
+    }
     TraceLine(L"%6.0f %s after:%s\n", L"TString::StripQuotes", m_buffer);
     return m_buffer;
 }
@@ -434,6 +438,7 @@ bool TString::GetEnv(const wchar_t* name, TString& value) noexcept
     if (length > limit)
     {
         limit = length;
+        block.reset(); // not two at once
         block = AllocateBlock<wchar_t>(uint64_t{limit} + 1);
         if (block == nullptr)
             return false;

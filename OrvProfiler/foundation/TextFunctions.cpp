@@ -38,6 +38,14 @@ struct Text<char>
     static int CompareNoCase(const char* left, const char* right) noexcept { return _stricmp(left, right); }
 };
 
+// The text itself, or an empty one where it cannot be read.
+template <class Char>
+const Char* ReadableOrEmpty(const Char* text) noexcept
+{
+    static constexpr Char empty = 0;
+    return Text<Char>::IsReadable(text) ? text : &empty;
+}
+
 template <class Char>
 uint64_t TextLength(const Char* text) noexcept
 {
@@ -132,9 +140,7 @@ const Char* FindSubReverseIn(const Char* begin, const Char* from, const Char* su
     DebugAssert(fromReadable, c_source, 462);
     if (!beginReadable || !fromReadable)
         return nullptr;
-    const Char empty = 0;
-    if (!Text<Char>::IsReadable(sub))
-        sub = &empty;
+    sub = ReadableOrEmpty(sub);
     for (const Char* behind = from + 1; behind > begin; --behind)
     {
         if (BeginsWith(behind - 1, sub))
@@ -276,10 +282,10 @@ void CopyText(Char* destination, const Char* source) noexcept
 template <class Char>
 int CompareTexts(const Char* left, const Char* right, bool caseSensitive) noexcept
 {
-    const bool hasLeft = Text<Char>::IsReadable(left);
-    const bool hasRight = Text<Char>::IsReadable(right);
-    if (!hasLeft || !hasRight)
-        return (hasLeft ? 1 : 0) - (hasRight ? 1 : 0);
+    if (left == nullptr || right == nullptr)
+        return (left != nullptr ? 1 : 0) - (right != nullptr ? 1 : 0);
+    left = ReadableOrEmpty(left);
+    right = ReadableOrEmpty(right);
     return caseSensitive ? Text<Char>::Compare(left, right) : Text<Char>::CompareNoCase(left, right);
 }
 } // namespace

@@ -54,12 +54,13 @@ void Lower(char* text) noexcept;
 void SafeCopy(wchar_t* destination, const wchar_t* source) noexcept;
 void SafeCopy(char* destination, const char* source) noexcept;
 
-// Whether two texts are the same. Two absent texts are the same; an absent and an empty one are not.
+// Whether two texts are the same. Two null texts are the same; a null text and any other are not. One that cannot be
+// read counts as empty.
 bool Equal(const wchar_t* left, const wchar_t* right, bool caseSensitive) noexcept;
 bool Equal(const char* left, const char* right, bool caseSensitive) noexcept;
 
-// Below 0, 0 or above 0: left is smaller than, equal to or greater than right. An absent text equals another absent
-// one and is smaller than all others, the empty one included.
+// Below 0, 0 or above 0: left is smaller than, equal to or greater than right. A null text equals another null one
+// and is smaller than all others, the empty one included. One that cannot be read counts as empty.
 int Compare(const wchar_t* left, const wchar_t* right, bool caseSensitive) noexcept;
 int Compare(const char* left, const char* right, bool caseSensitive) noexcept;
 

@@ -62,27 +62,15 @@ size_t FormatIntoSlot(wchar_t* slot, const wchar_t* format, va_list arguments) n
     return count;
 }
 
-// A text of the client may hold U+FFFF. The C runtime takes it for a failure and stops behind it: a further call
-// writes the rest of the line.
-void WriteLine(const wchar_t* line)
-{
-    constexpr wchar_t mark = 0xFFFF;
-    for (const wchar_t* rest = line; rest != nullptr;)
-    {
-        const int result = fputws(rest, TraceFile);
-        const bool hasFailed = result == EOF || result == mark;
-        const wchar_t* const found = hasFailed ? std::wcschr(rest, mark) : nullptr;
-        rest = found != nullptr ? found + 1 : nullptr;
-    }
-}
-
 void WriteToFile(const wchar_t* line) noexcept
 {
     if (TraceFile == nullptr)
         return;
     try
     {
-        WriteLine(line);
+        // One write, so that lines of several threads are not mixed. Not fputws: it stops behind a U+FFFF, which a
+        // text of the client may hold.
+        static_cast<void>(fwrite(line, sizeof *line, wcslen(line), TraceFile));
         static_cast<void>(fflush(TraceFile));
     }
     catch (...) // NOLINT(bugprone-empty-catch): a line that cannot be written is dropped, the next one is tried

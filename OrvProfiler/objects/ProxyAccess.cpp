@@ -6,8 +6,14 @@
 
 #include <windows.h>
 
+#include <cstddef>
+
 CProxyAccess::CProxyAccess(uint32_t session, const wchar_t* name) : m_name(name)
 {
+    static_assert(sizeof(CProxyAccess) == 56 && offsetof(CProxyAccess, m_mutex) == 0 &&
+                      offsetof(CProxyAccess, m_firstInstance) == 8 && offsetof(CProxyAccess, m_name) == 16 &&
+                      offsetof(CProxyAccess, m_companion) == 32 && offsetof(CProxyAccess, m_owner) == 48,
+                  "the order of the fields is the family's");
     OpenToAll openToAll;
     m_mutex.Reset(g_SecManager.OrvPCreateMutex(session, openToAll.Get(), m_name));
     // NOLINTNEXTLINE(cppcoreguidelines-prefer-member-initializer): right after the create, or the answer is gone

@@ -8,7 +8,8 @@
 #include <cstdint>
 
 // A named mutex shared by several processes, which knows the thread of this process that holds it. One Unlock
-// releases it, however often its owner has locked it. A mutex whose holder has died is acquired like a free one.
+// releases it, however often its owner has locked it. A mutex whose holder has died is acquired like a free one. The
+// order of the fields is the family's.
 class CProxyAccess
 {
 public:

@@ -8,6 +8,8 @@
 
 #include <windows.h>
 
+#include <cstddef>
+
 namespace
 {
 constexpr const wchar_t* c_source = L"ProxyEvent";
@@ -92,6 +94,11 @@ uint32_t BitOf(int32_t number) noexcept
 
 CProxyEvent::CProxyEvent(uint32_t processId, HWND window) : m_window(window)
 {
+    static_assert(sizeof(CProxyEvent) == 472 && offsetof(CProxyEvent, m_window) == 8 &&
+                      offsetof(CProxyEvent, m_handles) == 16 && offsetof(CProxyEvent, m_responses) == 416 &&
+                      offsetof(CProxyEvent, m_lastResponseOk) == 432 && sizeof m_lastResponseOk == 1 &&
+                      offsetof(CProxyEvent, m_invalidEvents) == 440,
+                  "the order of the fields is the family's");
     Construct(processId);
 }
 

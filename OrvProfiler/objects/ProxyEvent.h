@@ -74,6 +74,9 @@ constexpr int32_t c_proxyEventCount = 50;
 //
 // Any thread may set and wait. The last response is the one that any thread saw last. Time-outs are in milliseconds,
 // 0xFFFFFFFF for no limit. The result tells of a failed system call. Only an event set that cannot allocate throws.
+//
+// The order of the fields and of the virtual operations is the family's, counted as Microsoft's compiler lays them
+// out.
 class CProxyEvent
 {
 public:

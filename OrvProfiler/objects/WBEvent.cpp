@@ -6,8 +6,13 @@
 
 #include <windows.h>
 
+#include <cstddef>
+
 CWBEvent::CWBEvent(uint32_t processId) noexcept
 {
+    static_assert(sizeof(CWBEvent) == 96 && offsetof(CWBEvent, m_waiting) == 0 && sizeof m_waiting == 1 &&
+                      offsetof(CWBEvent, m_handles) == 8,
+                  "the order of the fields is the family's");
     for (uint32_t i = 0; i < c_workbenchEventCount; ++i)
         m_handles[i] = g_SecManager.OrvPCreateEvent(c_sessionNone, nullptr, true, false,
                                                     EventName(static_cast<int32_t>(i), processId));

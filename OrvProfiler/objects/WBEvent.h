@@ -9,7 +9,7 @@
 // The eleven named, manual-reset events through which a client and its workbench signal each other, keyed by the
 // client's process id. Both sides construct the same set: whoever comes first creates the events, the other opens
 // them. Wait is the workbench's half, GetResponse and ResetAll the client's. Nothing throws. Used by one thread of
-// each process.
+// each process. The order of the fields is the family's.
 class CWBEvent
 {
 public:

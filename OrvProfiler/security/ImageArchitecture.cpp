@@ -2,6 +2,7 @@
 
 #include "OrvProfiler/foundation/Trace.h"
 #include "OrvProfiler/foundation/UniqueHandle.h"
+#include "OrvProfiler/security/DiskFile.h"
 
 #include <windows.h>
 
@@ -49,11 +50,12 @@ uint32_t ReadHeader(HANDLE file) noexcept
 
 uint32_t ReadImageArchitecture(const wchar_t* path) noexcept
 {
-    const UniqueHandle file = UniqueHandle::FromFile(
-        CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (file)
-        return ReadHeader(file.Get());
-    TraceLine(L"%6.0f %s CreateFile(OPEN_EXISTING) failed for file:%s, %s\n", L"CProxySecManager::GetArchitecture",
-              path, ErrorText(GetLastError()));
-    return c_architectureUnreadable;
+    const UniqueHandle file = OpenToRead(path);
+    if (!file)
+    {
+        TraceLine(L"%6.0f %s CreateFile(OPEN_EXISTING) failed for file:%s, %s\n",
+                  L"CProxySecManager::GetArchitecture", path, ErrorText(GetLastError()));
+        return c_architectureUnreadable;
+    }
+    return IsDiskFile(file) ? ReadHeader(file.Get()) : c_architectureUnreadable;
 }

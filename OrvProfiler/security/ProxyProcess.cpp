@@ -10,6 +10,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <new>
 #include <utility>
 
@@ -63,6 +64,12 @@ CAccount* CAccount::Create(const SID_AND_ATTRIBUTES* sid) noexcept
 CProcess::CProcess(const SystemFunctionTable& functions, uint32_t processId, UniqueHandle process) noexcept
     : m_process(std::move(process)), m_processId(processId)
 {
+    static_assert(sizeof(CProcess) == 152 && offsetof(CProcess, m_groups) == 8 && offsetof(CProcess, m_user) == 32 &&
+                      offsetof(CProcess, m_flags) == 40 && offsetof(CProcess, m_token) == 48 &&
+                      offsetof(CProcess, m_process) == 56 && offsetof(CProcess, m_session) == 64 &&
+                      offsetof(CProcess, m_processId) == 68 && offsetof(CProcess, m_texts) == 72 &&
+                      offsetof(CProcess, m_architecture) == 136 && offsetof(CProcess, m_version) == 144,
+                  "the order of the fields is the family's");
     ReadProcessTexts(functions, m_process.Get(), m_texts);
     if (m_texts.imagePath.IsEmpty())
         m_texts.imagePath = DeviceToDrivePath(QueryImageName(functions, m_process.Get()));

@@ -83,7 +83,7 @@ static_assert(sizeof(PtrArrayAccount) == 16, "elements of every kind share one l
 
 // A running process, as it was when the object was made. Belongs to one thread: the version record and the
 // architecture are read when they are first asked for. Its public name is CProxySecManager::CProcess, and
-// CProxySecManager::OpenProcessObject makes it.
+// CProxySecManager::OpenProcessObject makes it. The order of the fields is the family's.
 class CProcess
 {
 public:

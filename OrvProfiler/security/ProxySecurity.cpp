@@ -11,6 +11,7 @@
 
 #include <windows.h>
 
+#include <cstddef>
 #include <new>
 #include <utility>
 
@@ -25,6 +26,15 @@ bool CProxySecManager::s_allowNoUser = false;
 
 CProxySecManager::CProxySecManager() noexcept : m_osVersion(GetWindowsVersion())
 {
+    static_assert(sizeof(CProxySecManager) == 192 && offsetof(CProxySecManager, m_osVersion) == 0 &&
+                      offsetof(CProxySecManager, m_namespaceCreatedHere) == 8 &&
+                      offsetof(CProxySecManager, m_version) == 16 && offsetof(CProxySecManager, m_kernel32) == 24 &&
+                      offsetof(CProxySecManager, m_ntdll) == 32 && offsetof(CProxySecManager, m_advApi32) == 40 &&
+                      offsetof(CProxySecManager, m_namespace) == 48 && offsetof(CProxySecManager, m_boundary) == 56 &&
+                      offsetof(CProxySecManager, m_functions) == 64 &&
+                      offsetof(CProxySecManager, m_currentProcess) == 176 &&
+                      offsetof(CProxySecManager, m_runningUnderWine) == 184,
+                  "the order of the fields is the family's");
     DebugAssert(this == &g_SecManager, c_source);
     DebugAssert(m_osVersion != 0, c_source);
     OrvPEnablePrivilege(L"SeDebugPrivilege"); // the system goes on whether it got the privilege or not

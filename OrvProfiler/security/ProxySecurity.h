@@ -26,6 +26,8 @@
 //
 // Callers pass short object names; only BuildObjectName turns one into a kernel name. With a null name an operation
 // makes no system call and returns null. The caller owns every handle that is returned.
+//
+// The order of the fields is the family's.
 class CProxySecManager
 {
 public:
@@ -69,8 +71,9 @@ public:
     // Opens a mutex by its full kernel name, which is used as it is. The handle is not inherited.
     HANDLE OrvPOpenMutex(const wchar_t* kernelName, DWORD access) const noexcept;
 
-    // Creates the file mapping, or opens it when it exists already. file may be INVALID_HANDLE_VALUE for the paging
-    // file. The size is in bytes; protection is a PAGE_ constant.
+    // Creates the file mapping, or opens it when it exists already. The last error is then ERROR_ALREADY_EXISTS
+    // (183). file may be INVALID_HANDLE_VALUE for the paging file. The size is in bytes; protection is a PAGE_
+    // constant.
     HANDLE OrvPCreateFileMapping(uint32_t session, HANDLE file, SECURITY_ATTRIBUTES* attributes, DWORD protection,
                                  uint32_t sizeHigh, uint32_t sizeLow, const wchar_t* name) const noexcept;
     // Opens a file mapping with the given access.
@@ -117,8 +120,9 @@ public:
     uint32_t IsRunAsAdmin(HANDLE process) const noexcept;
 
     // 32 or 64: the word length of an executable file, by its header. c_architectureUnknown when the file is no
-    // executable or one of another kind. c_architectureUnreadable when it is too short, cannot be read or, with one
-    // trace line, cannot be opened.
+    // executable or one of another kind. c_architectureUnreadable when it is too short, cannot be read, is no file on
+    // a disk or, with one trace line, cannot be opened. The path may come from another process, as an image path
+    // does.
     uint32_t GetArchitecture(const wchar_t* path) const noexcept;
 
     // Whether a running Win32 service has that process id. False also when the services cannot be listed.

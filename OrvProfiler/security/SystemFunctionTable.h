@@ -3,6 +3,8 @@
 #include "OrvProfiler/foundation/SystemFunction.h"
 #include "OrvProfiler/foundation/WinTypes.h"
 
+#include <cstddef>
+
 // Asks for a kind of information (a PROCESSINFOCLASS) about a process; 0 or above on success.
 // NOLINTNEXTLINE(google-runtime-int): a status is a long
 using NtQueryInformationProcessFunction = SystemFunction<long(HANDLE, int, void*, DWORD, DWORD*)>;
@@ -44,6 +46,22 @@ struct SystemFunctionTable
     // Whether SIDs can be told apart and accounts be found.
     bool HasAccountFunctions() const noexcept;
 };
+
+static_assert(sizeof(SystemFunctionTable) == 112 && offsetof(SystemFunctionTable, verQueryValueW) == 0 &&
+                  offsetof(SystemFunctionTable, getFileVersionInfoSizeW) == 8 &&
+                  offsetof(SystemFunctionTable, getFileVersionInfoW) == 16 &&
+                  offsetof(SystemFunctionTable, createPrivateNamespaceW) == 24 &&
+                  offsetof(SystemFunctionTable, openPrivateNamespaceW) == 32 &&
+                  offsetof(SystemFunctionTable, closePrivateNamespace) == 40 &&
+                  offsetof(SystemFunctionTable, createBoundaryDescriptorW) == 48 &&
+                  offsetof(SystemFunctionTable, deleteBoundaryDescriptor) == 56 &&
+                  offsetof(SystemFunctionTable, queryFullProcessImageNameW) == 64 &&
+                  offsetof(SystemFunctionTable, isWow64Process) == 72 &&
+                  offsetof(SystemFunctionTable, ntQueryInformationProcess) == 80 &&
+                  offsetof(SystemFunctionTable, isWellKnownSid) == 88 &&
+                  offsetof(SystemFunctionTable, lookupAccountSidW) == 96 &&
+                  offsetof(SystemFunctionTable, lookupAccountNameW) == 104,
+              "the order of the functions is the family's");
 
 // Those of the process's one security manager. Defined where the manager is, in StaticObjects.cpp, so that what lies
 // below the manager can call system functions without knowing it.

@@ -1,6 +1,8 @@
 #include "OrvProfiler/security/VersionRecord.h"
 
 #include "OrvProfiler/foundation/Trace.h"
+#include "OrvProfiler/foundation/UniqueHandle.h"
+#include "OrvProfiler/security/DiskFile.h"
 #include "OrvProfiler/security/SystemFunctionTable.h"
 
 #include <windows.h>
@@ -10,17 +12,11 @@
 #include <algorithm>
 #include <cwchar>
 #include <new>
-#include <string>
 #include <type_traits>
 #include <utility>
 
 namespace
 {
-constexpr std::wstring_view c_fileDescription = L"FileDescription";
-constexpr std::wstring_view c_productName = L"ProductName";
-constexpr std::wstring_view c_companyName = L"CompanyName";
-constexpr std::wstring_view c_productVersion = L"ProductVersion";
-
 // One entry of the resource's table of languages.
 struct Translation
 {
@@ -28,6 +24,18 @@ struct Translation
     uint16_t codePage;
 };
 static_assert(sizeof(Translation) == 4, "a language and a code page");
+
+// Takes the text as far as its NUL, at most count units. On failure the text is empty.
+void TakeText(const wchar_t* units, uint32_t count, TString& text) noexcept
+{
+    const size_t length = wcsnlen(units, count);
+    text.Reserve(length);
+    wchar_t* const buffer = text.GetBuffer();
+    if (buffer == nullptr)
+        return;
+    std::wmemcpy(buffer, units, length);
+    buffer[length] = L'\0';
+}
 } // namespace
 
 CVersionRecord::CVersionRecord(const wchar_t* path) noexcept
@@ -40,6 +48,9 @@ bool CVersionRecord::ReadBlock(const wchar_t* path) noexcept
 {
     const SystemFunctionTable& functions = GetSystemFunctions();
     if (path == nullptr || functions.getFileVersionInfoSizeW == nullptr || functions.getFileVersionInfoW == nullptr)
+        return false;
+    const UniqueHandle file = OpenDiskFile(path);
+    if (!file)
         return false;
     DWORD ignored = 0;
     const DWORD size = functions.getFileVersionInfoSizeW(path, &ignored);
@@ -73,49 +84,22 @@ const Element* CVersionRecord::FindValue(const wchar_t* name, uint32_t& count) c
 
 void CVersionRecord::ReadTexts() noexcept
 {
-    try
+    uint32_t count = 0;
+    const auto* const translation = FindValue<Translation>(L"\\VarFileInfo\\Translation", count);
+    if (translation == nullptr || count == 0)
+        return;
+    const std::pair<const wchar_t*, TString&> texts[] = {
+        {L"FileDescription", m_fileDescription},
+        {L"ProductName", m_productName},
+        {L"CompanyName", m_companyName},
+        {L"ProductVersion", m_productVersion},
+    };
+    for (const auto& [key, text] : texts)
     {
-        uint32_t count = 0;
-        const auto* const translation = FindValue<Translation>(L"\\VarFileInfo\\Translation", count);
-        if (translation == nullptr || count == 0)
-            return;
-        for (const std::wstring_view key : {c_fileDescription, c_productName, c_companyName, c_productVersion})
-        {
-            const wchar_t* const name = FormatSlot(L"\\StringFileInfo\\%04x%04x\\%s", translation->language,
-                                                   translation->codePage, key.data());
-            const auto* const text = FindValue<wchar_t>(name, count);
-            if (text != nullptr)
-                m_texts[key] = std::wstring(text, wcsnlen(text, count)).c_str();
-        }
+        const wchar_t* const name =
+            FormatSlot(L"\\StringFileInfo\\%04x%04x\\%s", translation->language, translation->codePage, key);
+        const auto* const units = FindValue<wchar_t>(name, count);
+        if (units != nullptr)
+            TakeText(units, count, text);
     }
-    catch (...) // NOLINT(bugprone-empty-catch): without memory the record keeps the texts that it has
-    {
-    }
-}
-
-const TString& CVersionRecord::GetText(std::wstring_view key) const noexcept
-{
-    static const TString none;
-    const auto text = m_texts.find(key);
-    return text != m_texts.end() ? text->second : none;
-}
-
-const TString& CVersionRecord::CompanyName() const noexcept
-{
-    return GetText(c_companyName);
-}
-
-const TString& CVersionRecord::ProductName() const noexcept
-{
-    return GetText(c_productName);
-}
-
-const TString& CVersionRecord::FileDescription() const noexcept
-{
-    return GetText(c_fileDescription);
-}
-
-const TString& CVersionRecord::ProductVersion() const noexcept
-{
-    return GetText(c_productVersion);
 }

@@ -18,9 +18,8 @@ uint32_t PackTaggedId(uint32_t kind, uint32_t lowByte, uint32_t value) noexcept
 {
     DebugAssert(lowByte <= 0xFF, c_source, 200);
     DebugAssert(value <= 0xFF, c_source, 201);
-    // What does not fit must not reach the bit of the kind, or the bits beside the low byte.
-    const uint32_t id = ((value << c_taggedValueShift) & ~c_taggedKindBit) | (lowByte & 0xFF);
-    DebugAssert((value << c_taggedValueShift & c_taggedKindBit) == 0, c_source, 205);
+    const uint32_t id = value << c_taggedValueShift | lowByte;
+    DebugAssert((id & c_taggedKindBit) == 0, c_source, 205);
     return kind == 2 ? id | c_taggedKindBit : id;
 }
 

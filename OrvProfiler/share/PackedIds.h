@@ -4,8 +4,8 @@
 
 // Ids and indices that the client and its helper processes pack into one word. Pure computation: any thread.
 
-// A tagged id: a value (0 to 255) in bits 23 to 30, a low byte, and a kind, 1 or 2; bit 31 says that it is 2. Bits of
-// value or low byte that do not fit are dropped.
+// A tagged id: a value (0 to 255) in bits 23 to 30, a low byte, and a kind, 1 or 2; bit 31 says that it is 2. Nothing
+// is cut: a value or a low byte that does not fit sets bits that are not its own.
 uint32_t PackTaggedId(uint32_t kind, uint32_t lowByte, uint32_t value) noexcept;
 uint32_t TaggedIdValue(uint32_t id) noexcept;
 uint32_t TaggedIdLow(uint32_t id) noexcept;

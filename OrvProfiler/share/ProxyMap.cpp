@@ -7,7 +7,7 @@
 
 #include <windows.h>
 
-#include <algorithm>
+#include <cstddef>
 #include <cstring>
 
 namespace
@@ -17,7 +17,14 @@ constexpr const wchar_t* c_source = L"ProxyShare";
 constexpr const wchar_t* c_header = L"ProxyShare.h";
 } // namespace
 
-CProxyMap::CProxyMap(const wchar_t* baseName) : m_baseName(baseName) {}
+CProxyMap::CProxyMap(const wchar_t* baseName) : m_baseName(baseName)
+{
+    static_assert(sizeof(CProxyMap) == 72 && offsetof(CProxyMap, m_hFile) == 8 && offsetof(CProxyMap, m_hMap) == 16 &&
+                      offsetof(CProxyMap, m_pView) == 24 && offsetof(CProxyMap, m_name) == 32 &&
+                      offsetof(CProxyMap, m_baseName) == 48 && offsetof(CProxyMap, m_created) == 64 &&
+                      offsetof(CProxyMap, m_id) == 68,
+                  "the order of the fields is the family's");
+}
 
 CProxyMap::~CProxyMap()
 {
@@ -83,9 +90,8 @@ bool CProxyMap::Create(uint32_t id, uint64_t size, const wchar_t* fileName)
         CreateMapping(size, fileName);
     if (m_hMap == nullptr || MapView() == nullptr)
         return false;
-    // Not beyond the view: another process may have made a smaller mapping between the open and the create.
     if (m_created)
-        std::memset(m_pView, 0, std::min(size, ViewSize()));
+        std::memset(m_pView, 0, size);
     OnMapped();
     return m_pView != nullptr;
 }
@@ -104,6 +110,9 @@ void CProxyMap::CreateMapping(uint64_t size, const wchar_t* fileName)
     m_hMap = g_SecManager.OrvPCreateFileMapping(session, m_hFile, openToAll.Get(), PAGE_READWRITE,
                                                 static_cast<uint32_t>(size >> 32), static_cast<uint32_t>(size),
                                                 KernelName());
+    // Another process made it after our open. What it has stored there by now is not ours to zero.
+    if (GetLastError() == ERROR_ALREADY_EXISTS)
+        m_created = false;
     if (m_hMap != nullptr)
         TraceLine(L"%6.0f %s created share %s successfully \n", function, m_name.GetBuffer());
     else

@@ -11,11 +11,13 @@
 //
 // Every step is traced. Nothing throws. One thread uses the object; named mutexes of the derived classes guard the
 // mapped memory.
+//
+// The order of the fields and of the virtual operations is the family's, here and in every class whose source asserts
+// the places of its fields. The slots of the virtual operations are counted as Microsoft's compiler lays them out,
+// with one slot for a destructor; MinGW's has two, so what follows a destructor lies one slot further on.
 class CProxyMap
 {
 public:
-    // Unmapped. The base word is copied.
-    explicit CProxyMap(const wchar_t* baseName);
     CProxyMap(const CProxyMap&) = delete;
     CProxyMap& operator=(const CProxyMap&) = delete;
 
@@ -30,7 +32,8 @@ public:
 
     // Opens the mapping of that id as it is. If there is none, creates it with the given size in bytes, and zeroes
     // it. Behind it is the file, which is created or truncated; the paging file when fileName is null or the file
-    // cannot be opened. Releases an earlier view first. True when a view exists.
+    // cannot be opened. A mapping that another process makes between the open and the create is taken as it is.
+    // Releases an earlier view first. True when a view exists.
     bool Create(uint32_t id, uint64_t size, const wchar_t* fileName);
     // Opens the mapping of that id, which must exist. True when a view exists.
     bool Open(uint32_t id);
@@ -43,6 +46,9 @@ public:
     bool IsCreated() const noexcept { return m_created; }
 
 protected:
+    // Unmapped. The base word is copied.
+    explicit CProxyMap(const wchar_t* baseName);
+
     // How many bytes of the view can be used: the mapping's size rounded up to whole pages. 0 while not mapped.
     uint64_t ViewSize() const noexcept;
 

@@ -3,11 +3,13 @@
 #include "OrvProfiler/foundation/DebugAssert.h"
 #include "OrvProfiler/foundation/Trace.h"
 #include "OrvProfiler/security/ProxySecurity.h"
+#include "OrvProfiler/share/MappedMemory.h"
 #include "OrvProfiler/share/TextField.h"
 
 #include <windows.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <new>
 
 namespace
@@ -19,7 +21,12 @@ constexpr uint64_t c_textUnits = sizeof(PrivateHeader::text) / sizeof(wchar_t);
 constexpr uint64_t c_shortTextUnits = sizeof(PrivateHeader::shortText) / sizeof(wchar_t);
 } // namespace
 
-CProxyPrivate::CProxyPrivate(const wchar_t* baseName) : CProxyMap(baseName) {}
+CProxyPrivate::CProxyPrivate(const wchar_t* baseName) : CProxyMap(baseName)
+{
+    static_assert(sizeof(CProxyPrivate) == 88 && offsetof(CProxyPrivate, m_dataSize) == 72 &&
+                      offsetof(CProxyPrivate, m_pMutex) == 80,
+                  "the order of the fields is the family's");
+}
 
 CProxyPrivate::~CProxyPrivate()
 {
@@ -53,12 +60,13 @@ void CProxyPrivate::OnMapped()
     }
     const uint32_t session = g_SecManager.GetSessionForProcess(m_id);
     m_pMutex.reset(new (std::nothrow) CProxyAccess(session, c_privateMutexName));
-    // Whatever size the block announces, there is no data beyond the view.
-    const uint64_t limit = viewSize - sizeof(PrivateHeader);
-    const uint32_t announced = IsCreated() ? m_dataSize : header->dataSize;
-    m_dataSize = static_cast<uint32_t>(std::min<uint64_t>(announced, limit));
     if (IsCreated())
         header->dataSize = m_dataSize;
+    else
+        m_dataSize = ReadOnce(header->dataSize);
+    // Whatever size the block announces, there is no data beyond the view.
+    const uint64_t limit = viewSize - sizeof(PrivateHeader);
+    m_dataSize = static_cast<uint32_t>(std::min<uint64_t>(m_dataSize, limit));
 }
 
 void CProxyPrivate::Close()

@@ -12,7 +12,8 @@ constexpr const wchar_t* c_privateMutexName = L"AgentDataMutex";
 
 // A block of private data: a fixed header (PrivateHeader) and a data area whose size the creator chooses. The caller
 // chooses the base name. One named mutex guards the data area: work on it between LockData and UnlockData. The
-// header's values are not guarded. While the block is not mapped, readers return null, 0 or false.
+// header's values are not guarded. While the block is not mapped, readers return null, 0 or false. The order of the
+// fields is the family's.
 class CProxyPrivate : public CProxyMap
 {
 public:
@@ -26,11 +27,12 @@ public:
     // The start of the data area; null while not mapped.
     void* GetView() override;
 
-    // Opens the block of that id. If there is none, creates it with a data area of dataSize bytes, all zero. The
-    // creator's size counts; GetDataSize returns it. True when the block is mapped.
+    // Opens the block of that id. If there is none, creates it with a data area of dataSize bytes, all zero, and
+    // stores that size in the header, also one that with the header goes beyond 32 bits: the block is smaller then.
+    // The creator's size counts; GetDataSize returns it. True when the block is mapped.
     bool Create(uint32_t id, uint32_t dataSize);
-    // The size of the data area in bytes, never beyond the end of the block; 0 after a failed create.
-    uint32_t GetDataSize() const noexcept { return m_dataSize; }
+    // The size of the data area in bytes, never beyond the end of the block; 0 while not mapped.
+    uint32_t GetDataSize() const noexcept { return m_pView != nullptr ? m_dataSize : 0; }
 
     // Waits for the data mutex without time limit, and returns the data area with the mutex held. Null, with nothing
     // held, when there is no mutex or no view. The same thread must call UnlockData; one call is enough, however

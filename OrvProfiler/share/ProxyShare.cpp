@@ -20,6 +20,10 @@ constexpr int32_t c_controlCountLimit = 256;
 
 CProxyShare::CProxyShare() : CProxyMap(c_shareBaseName)
 {
+    static_assert(sizeof(CProxyShare) == 152 && offsetof(CProxyShare, m_pFile) == 72 &&
+                      offsetof(CProxyShare, m_reserved) == 80 && offsetof(CProxyShare, m_pShare) == 88 &&
+                      offsetof(CProxyShare, m_mutex) == 96,
+                  "the order of the fields is the family's");
     DebugAssert(g_pShare == nullptr, c_source, 661);
     g_pShare = this;
 }
@@ -70,12 +74,12 @@ ShareControl* CProxyShare::GetControl() const noexcept
 
 HWND CProxyShare::GetClientWindow() const
 {
-    return m_pShare != nullptr ? reinterpret_cast<HWND>(m_pShare->control.clientWindow) : nullptr;
+    return m_pShare != nullptr ? reinterpret_cast<HWND>(ReadOnce(m_pShare->control.clientWindow)) : nullptr;
 }
 
 int32_t CProxyShare::GetControlCount() const
 {
-    const int32_t count = m_pShare != nullptr ? m_pShare->control.count : 0;
+    const int32_t count = m_pShare != nullptr ? ReadOnce(m_pShare->control.count) : 0;
     return count >= 1 && count < c_controlCountLimit ? count : c_controlCountLimit;
 }
 
@@ -158,11 +162,13 @@ bool CProxyShare::AddThreadWith(int32_t* tindex, const Fill& fill)
     const Guard guard(*this, c_threadLock);
     const ThreadTable threads(*m_pShare);
     const int32_t index = threads.FindFree();
-    if (index == ThreadTable::c_noThread)
+    const int32_t count = threads.GetCount();
+    // Without room in the order list nobody would find the thread.
+    if (index == ThreadTable::c_noThread || count == c_threadCapacity)
         return false;
     *tindex = index;
     fill(threads, index);
-    threads.AddToOrder(index);
+    threads.AddToOrder(index, count);
     TraceThread(L"CProxyShare::AddThread", index);
     return true;
 }
@@ -191,7 +197,7 @@ bool CProxyShare::RemoveThread(int32_t tindex, bool assertIfInvalid)
         return false;
     }
     threads.Clear(tindex);
-    threads.RemoveFromOrder(tindex);
+    threads.RemoveFromOrder(tindex, threads.GetCount());
     TraceThread(L"CProxyShare::RemoveThread", tindex);
     return true;
 }
@@ -232,10 +238,16 @@ ThreadBlockEntry* CProxyShare::GetThreadEntry(int32_t tindex, int32_t entryIndex
 
 int32_t CProxyShare::AddToOrder(int32_t tindex)
 {
-    return m_pShare != nullptr ? ThreadTable(*m_pShare).AddToOrder(tindex) : 0;
+    if (m_pShare == nullptr)
+        return 0;
+    const ThreadTable threads(*m_pShare);
+    return threads.AddToOrder(tindex, threads.GetCount());
 }
 
 int32_t CProxyShare::RemoveFromOrder(int32_t tindex)
 {
-    return m_pShare != nullptr ? ThreadTable(*m_pShare).RemoveFromOrder(tindex) : 0;
+    if (m_pShare == nullptr)
+        return 0;
+    const ThreadTable threads(*m_pShare);
+    return threads.RemoveFromOrder(tindex, threads.GetCount());
 }

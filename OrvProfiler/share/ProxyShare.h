@@ -32,7 +32,8 @@ constexpr uint32_t c_threadLock = 3;
 // Guarded operations wait for their lock without time limit, and release it on every path. Nothing here throws, but a
 // program's fault handler may turn an unreadable page of the view into an exception; the lock is released then too.
 // The locks are not recursive: an operation whose lock the calling thread already holds releases it.
-// Nothing in the share is trusted: counts and indices out of range never lead outside a table.
+// Nothing in the share is trusted: counts and indices out of range never lead outside a table, and each word is read
+// once before it is checked and used. The order of the fields is the family's.
 class CProxyShare : public CProxyMap
 {
 public:

@@ -25,20 +25,20 @@ void CopyInto(wchar_t (&destination)[Capacity], const wchar_t* source)
 
 int32_t ThreadTable::GetCount() const
 {
-    return std::clamp(m_share.threadCount, 0, c_threadCapacity);
+    return std::clamp(ReadOnce(m_share.threadCount), 0, c_threadCapacity);
 }
 
 int32_t ThreadTable::FindFree() const
 {
     int32_t tindex = 0;
-    while (tindex < c_threadCapacity && m_share.threads[tindex].threadId != 0)
+    while (tindex < c_threadCapacity && ReadOnce(m_share.threads[tindex].threadId) != 0)
         ++tindex;
-    return tindex == c_threadCapacity || GetCount() == c_threadCapacity ? c_noThread : tindex;
+    return tindex == c_threadCapacity ? c_noThread : tindex;
 }
 
 ThreadSlot* ThreadTable::Find(int32_t tindex) const
 {
-    if (!IsThreadIndex(tindex) || m_share.threads[tindex].threadId == 0)
+    if (!IsThreadIndex(tindex) || ReadOnce(m_share.threads[tindex].threadId) == 0)
         return nullptr;
     return &m_share.threads[tindex];
 }
@@ -50,7 +50,7 @@ ThreadBlockEntry* ThreadTable::FindEntry(int32_t tindex, int32_t entryIndex) con
     ThreadBlock& block = m_share.threadBlocks[tindex];
     const bool inRange = entryIndex >= 0 && entryIndex < c_threadEntryCapacity;
     DebugAssert(inRange, c_source, 531);
-    const bool inUse = entryIndex < block.entryCount;
+    const bool inUse = entryIndex < ReadOnce(block.entryCount);
     DebugAssert(inUse, c_source, 550);
     return inRange && inUse ? &block.entries[entryIndex] : nullptr;
 }
@@ -85,24 +85,22 @@ void ThreadTable::SetStates(uint32_t state) const
         m_share.threads[i].state = state;
 }
 
-int32_t ThreadTable::AddToOrder(int32_t tindex) const
+int32_t ThreadTable::AddToOrder(int32_t tindex, int32_t count) const
 {
-    int32_t count = GetCount();
     if (count < c_threadCapacity)
         m_share.threadOrder[count++] = tindex;
     m_share.threadCount = count;
     return count;
 }
 
-int32_t ThreadTable::RemoveFromOrder(int32_t tindex) const
+int32_t ThreadTable::RemoveFromOrder(int32_t tindex, int32_t count) const
 {
     int32_t* const begin = m_share.threadOrder;
-    int32_t* const end = begin + GetCount();
+    int32_t* const end = begin + count;
     int32_t* const found = std::find(begin, end, tindex);
-    if (found != end)
-    {
-        CopyBytes(found, found + 1, static_cast<size_t>(end - found - 1) * sizeof *found);
-        m_share.threadCount = static_cast<int32_t>(end - begin) - 1;
-    }
-    return GetCount();
+    if (found == end)
+        return count;
+    CopyBytes(found, found + 1, static_cast<size_t>(end - found - 1) * sizeof *found);
+    m_share.threadCount = count - 1;
+    return count - 1;
 }

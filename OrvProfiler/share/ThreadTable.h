@@ -8,7 +8,8 @@
 // which the threads came. Works on the share's memory in place and keeps nothing of its own.
 //
 // It takes no lock and traces nothing: CProxyShare does both, and is what callers use. Nothing in the share is
-// trusted: counts and indices out of range never lead outside a table. An unreadable page of the share may raise.
+// trusted: counts and indices out of range never lead outside a table, and each word is read once before it is checked
+// and used. An unreadable page of the share may raise.
 class ThreadTable
 {
 public:
@@ -20,7 +21,7 @@ public:
 
     // The number of threads, brought into 0 to 128 whatever the share says.
     int32_t GetCount() const;
-    // The first free slot, c_noThread when there is none or the order list is full.
+    // The first free slot, c_noThread when there is none.
     int32_t FindFree() const;
     // The slot, null when it is free or the index is out of range.
     ThreadSlot* Find(int32_t tindex) const;
@@ -36,9 +37,10 @@ public:
     // Sets the state of the first GetCount() slots; on purpose by position, not by the order list.
     void SetStates(uint32_t state) const;
 
-    // Change the order list and return the new thread count. A full list takes no more.
-    int32_t AddToOrder(int32_t tindex) const;
-    int32_t RemoveFromOrder(int32_t tindex) const;
+    // Change the order list, whose first count entries are in use, and return the new thread count. count is what
+    // GetCount answered. A full list takes no more.
+    int32_t AddToOrder(int32_t tindex, int32_t count) const;
+    int32_t RemoveFromOrder(int32_t tindex, int32_t count) const;
 
 private:
     ProxyShareData& m_share;

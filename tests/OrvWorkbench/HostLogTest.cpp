@@ -21,17 +21,20 @@ enum class FullDisk
 bool g_full = false;
 FullDisk g_way = FullDisk::WriteFails;
 std::vector<std::wstring> g_lost;
-decltype(&fputws) g_realWrite = nullptr;
+// As declared, fwrite has an attribute that no template argument may have.
+using WriteFunction = size_t(const void*, size_t, size_t, FILE*);
+WriteFunction* g_realWrite = nullptr;
 decltype(&fflush) g_realFlush = nullptr;
 
-int Write(const wchar_t* line, FILE* file)
+size_t Write(const void* line, size_t sizeBytes, size_t count, FILE* file)
 {
-    if (!g_full || g_way == FullDisk::FlushFails || g_way == FullDisk::FlushRaises)
-        return g_realWrite(line, file);
-    g_lost.emplace_back(line);
+    const bool isLog = file != stdout && file != stderr;
+    if (!isLog || !g_full || g_way == FullDisk::FlushFails || g_way == FullDisk::FlushRaises)
+        return g_realWrite(line, sizeBytes, count, file);
+    g_lost.emplace_back(static_cast<const wchar_t*>(line), count);
     if (g_way == FullDisk::WriteRaises)
         throw std::runtime_error("the disk is full");
-    return -1;
+    return 0;
 }
 
 // What a failed flush leaves in the stream's buffer is written by the next one.
@@ -47,7 +50,7 @@ int Flush(FILE* file)
 class CHostOnAFullDisk : public CHostWithStandIns, public testing::WithParamInterface<FullDisk>
 {
 protected:
-    CHostOnAFullDisk() : m_path(m_folder.PathOf(L"full.log")), m_write("fputws", Write), m_flush("fflush", Flush)
+    CHostOnAFullDisk() : m_path(m_folder.PathOf(L"full.log")), m_write("fwrite", Write), m_flush("fflush", Flush)
     {
         g_realWrite = m_write.Real();
         g_realFlush = m_flush.Real();
@@ -80,7 +83,7 @@ protected:
     const std::wstring m_path;
 
 private:
-    Redirect<decltype(fputws)> m_write;
+    Redirect<WriteFunction> m_write;
     Redirect<decltype(fflush)> m_flush;
 };
 } // namespace

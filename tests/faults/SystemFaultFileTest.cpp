@@ -69,7 +69,7 @@ private:
 class FileMap : public CProxyMap
 {
 public:
-    using CProxyMap::CProxyMap;
+    explicit FileMap(const wchar_t* baseName) : CProxyMap(baseName) {}
 
 private:
     void OnMapped() override {}
@@ -93,7 +93,6 @@ FaultTable FileFaults()
           L"-CProxyMap::OpenMap Open returned: <error 2>\n",
           L"+CProxySecManager::OrvPOpenFileMapping Failed with <error 5>\n",
           L"+CProxyMap::OpenMap Open returned: <error 5>\n"}},
-        {"VirtualQuery", 1, 1, {}},
         {"CloseHandle", 1, c_lastCall, {}},
         {"UnmapViewOfFile", 1, 1, {}},
         {"InitializeSecurityDescriptor", 1, 1, {L"+CProxySecManager::OrvPCreateACL OrvPCreateACL\n<error 1305>\n"}},

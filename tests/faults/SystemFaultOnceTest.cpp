@@ -82,8 +82,8 @@ constexpr OnceRow c_rows[] = {
     {L"GetProcAddress", 4, c_all | c_noCallFailed},
     {L"GetProcessId", 1, c_all & ~c_ownId},
     {L"GetProcessId", 2, c_all | c_noCallFailed},
-    // After a failed list of drives the next path asks again; a single drive that failed stays missing.
-    {L"GetLogicalDriveStringsW", 1, c_all & ~c_drivePath},
+    // After a failed list of drives there is none for good, and a single drive that failed stays missing.
+    {L"GetLogicalDriveStringsW", 1, c_all & ~(c_drivePath | c_drivePathAgain)},
     {L"GetLogicalDriveStringsW", 2, c_all | c_noCallFailed},
     {L"QueryDosDeviceW", 1, c_all & ~(c_drivePath | c_drivePathAgain)},
     {L"QueryDosDeviceW", 2, c_all},

@@ -108,12 +108,12 @@ FaultTable StartRows(const FaultLines& served, const FaultLines& missingEvent)
          2,
          {L"+CProxySecManager::GetSessionForProcess GetTokenInformation Failed\n<error 5>\n"}},
         // A share that cannot be opened is created instead, and zeroed.
+        // The create then opens the client's share, which stays as it is.
         {"OpenFileMappingW", 1, 1,
          With({{L"CProxySecManager::OrvPOpenFileMapping Failed with <error 5>\n",
                 L"CProxyMap::OpenMap Open returned: <error 5>\n",
                 L"CProxySecManager::OrvPCreateFileMapping Create Named File Map: {ns}{share}\n",
-                L"CProxyMap::Create created share {share} successfully \n"}}) +
-             Without({c_ready, served}) + With({c_noWindow})},
+                L"CProxyMap::Create created share {share} successfully \n"}})},
         {"MapViewOfFile", 1, 1,
          Without({c_mutexes, c_ready, served}) + With({{L"CHost::Init Failed to open share\n\n"}, c_noWindow})},
         {"VirtualQuery", 1, 1,
@@ -376,7 +376,7 @@ FaultTable WorkbenchFaults()
           L"-runtime start\n", L"-CHost::CHost Loaded Runtime\n", L"+CHost::CHost Failed to Loaded Runtime\n",
           L"+CHost::CHost #s\n", L"-runtime release\n"}},
         {"_wfopen_s", 1, 1, {L"-= lines missing in the log 0", L"+= lines missing in the log 37"}},
-        {"fputws", 1, c_lastCall, {L"-= lines missing in the log 0", L"+= lines missing in the log 1"}},
+        {"fwrite", 1, c_lastCall, {L"-= lines missing in the log 0", L"+= lines missing in the log 1"}},
         {"fflush", 1, c_lastCall, {}},
         {"fclose", 1, 1, {}},
     };

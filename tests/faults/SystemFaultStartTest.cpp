@@ -107,6 +107,8 @@ void AddCommonStart(FaultTable& table)
          1,
          1,
          {L"-= finds accounts 1", L"+CProxySecManager::CAccount::Create <error 1332>\n", L"+= finds accounts 0"}},
+        {"CreateFileW", 1, 1, c_noVersion},
+        {"GetFileType", 1, 1, c_noVersion},
         {"GetFileVersionInfoSizeW", 1, 1, c_noVersion},
         {"GetFileVersionInfoW", 1, 1, c_noVersion},
         // The calls are the languages, three texts that the scenario does not use, and the product's version.

@@ -255,16 +255,22 @@ ORV_TEST_IN_OWN_PROCESS(DeviceToDrivePath, AsksForTheDrivesOnceAndReusesItsBuffe
     Require(world.QueryCalls() == 8, "a device was asked for again");
 }
 
-ORV_TEST_IN_OWN_PROCESS(DeviceToDrivePath, WithoutDriveStringsThereAreNoDrivesUntilTheyAreThere)
+// The argument is what the system answers when it is asked for the drives.
+ORV_CHILD_ROLE(AskWithoutDriveStrings)
 {
     DosDevices world(UsualDevices());
-    for (const DWORD result : {0U, 513U, 0xFFFFFFFFU})
-    {
-        world.FailDriveStrings(result);
-        RequireTranslation(L"\\Device\\HarddiskVolume2\\a", L"<\\Device\\HarddiskVolume2\\a>");
-    }
+    world.FailDriveStrings(std::stoul(arguments.at(0)));
+    RequireTranslation(L"\\Device\\HarddiskVolume2\\a", L"<\\Device\\HarddiskVolume2\\a>");
     world.RepairDriveStrings();
-    RequireTranslation(L"\\Device\\HarddiskVolume2\\a", L"C:\\a");
+    RequireTranslation(L"\\Device\\HarddiskVolume2\\a", L"<\\Device\\HarddiskVolume2\\a>");
+    Require(world.DriveStringsCalls() == 1, "the drives were asked for again");
+    return 0;
+}
+
+TEST(DeviceToDrivePath, WithoutDriveStringsThereAreNoDrivesForGood)
+{
+    for (const wchar_t* const answer : {L"0", L"513", L"4294967295"})
+        EXPECT_EQ(0U, ChildProcess::StartRole(L"AskWithoutDriveStrings", {answer}).WaitForExit()) << answer;
 }
 
 ORV_TEST_IN_OWN_PROCESS(DeviceToDrivePath, ADriveWithoutADeviceNameIsLeftOut)
@@ -274,33 +280,33 @@ ORV_TEST_IN_OWN_PROCESS(DeviceToDrivePath, ADriveWithoutADeviceNameIsLeftOut)
     RequireTranslation(L"\\Device\\HarddiskVolume2\\a", L"C:\\a");
 }
 
-ORV_TEST_IN_OWN_PROCESS(DeviceToDrivePath, AFailedAllocationLeavesNoHalfTable)
+// The argument is the number of the request for memory that fails. Returns 1 when there is no such request.
+ORV_CHILD_ROLE(AskWithoutMemory)
 {
-    DosDevices world(UsualDevices());
+    const DosDevices world(UsualDevices());
     const std::wstring path = L"\\Device\\Mup\\srv2\\s$\\f";
-    // The first call makes the tables.
-    world.FailDriveStrings(0);
-    DeviceToDrivePath(path.c_str());
-    world.RepairDriveStrings();
     AllocationProbe heap;
-    unsigned failures = 0;
-    for (unsigned n = 1;; ++n)
-    {
-        Require(n < 200, "the allocations never end");
-        heap.FailRequest(n);
-        const size_t before = heap.LiveBlocks();
-        const wchar_t* const result = DeviceToDrivePath(path.c_str());
-        const bool translated = wcscmp(result, L"Y:\\f") == 0;
-        heap.StopFailing();
-        if (translated)
-            break;
-        ++failures;
-        Require(wcscmp(result, L"<\\\\srv2\\s$\\f>") == 0, "neither translated nor the long form");
-        const bool nothingStayed = heap.LiveBlocks() == before;
-        Require(nothingStayed, "a half table stayed");
-    }
+    heap.FailRequest(std::stoul(arguments.at(0)));
+    DeviceToDrivePath(path.c_str());
+    heap.StopFailing();
+    if (!heap.HasFailed())
+        return 1;
+    const bool nothingStayed = heap.LiveBlocks() == 0;
+    Require(nothingStayed, "a half table stayed");
+    RequireTranslation(path, L"<\\\\srv2\\s$\\f>");
+    Require(world.DriveStringsCalls() == 1, "the drives were asked for again");
+    return 0;
+}
+
+TEST(DeviceToDrivePath, AFailedAllocationLeavesNoHalfTable)
+{
     // Three arrays, and for each of seven drives three elements and two texts.
-    Require(failures == 3 + 7 * 5, "allocations not covered: " + std::to_string(failures));
+    constexpr unsigned requests = 3 + 7 * 5;
+    for (unsigned n = 1; n <= requests + 1; ++n)
+    {
+        const ChildProcess child = ChildProcess::StartRole(L"AskWithoutMemory", {std::to_wstring(n)});
+        EXPECT_EQ(n <= requests ? 0U : 1U, child.WaitForExit()) << n;
+    }
 }
 
 ORV_TEST_IN_OWN_PROCESS(DeviceToDrivePath, KnowsTheSystemsOwnDrives)

@@ -339,9 +339,10 @@ TEST(CPath, AppendsNamesAndPaths)
              {L".", L"a", 2, L"", L"a"},
              {L"\\", L"a", 2, L"", L"\\a"},
              {L"..\\x", L"..", 2, L"", L"..\\x\\.."},
-             {L"", L"a.txt", 3, L"a.txt", L"a.txt"},
+             {L"", L"a.txt", 2, L"a.txt", L"\\a.txt"},
              {L"", L"c:\\a", 0, L"", L"c:\\a"},
-             {L"", L"", 3, L"", L""},
+             {L"", L"\\srv\\share", 1, L"", L"\\\\srv\\share"},
+             {L"", L"", 2, L"", L"\\"},
          })
     {
         SCOPED_TRACE(std::wstring(example.path) + L" and " + example.name);

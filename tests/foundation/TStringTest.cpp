@@ -1107,6 +1107,29 @@ TEST(TString, TakesOneUnitMoreThanALongEnvironmentVariableNeeds)
     EXPECT_THAT(heap.Requests(), ElementsAre(1024 * 2, 5002 * 2, 5001 * 2));
 }
 
+TEST(TString, FreesTheFirstBlockOfALongEnvironmentVariableBeforeItTakesTheSecond)
+{
+    constexpr size_t secondBytes = 5002 * 2;
+    static void* (*allocate)(size_t);
+    static const AllocationProbe* watching;
+    static size_t blocksBefore;
+    const Variable variable(Filled(5000));
+    TString value;
+    blocksBefore = 77;
+    const AllocationProbe heap;
+    watching = &heap;
+    const Redirect<void*(size_t)> redirect("malloc", [](size_t sizeBytes) -> void* {
+        if (sizeBytes == secondBytes)
+            blocksBefore = watching->LiveBlocks();
+        return allocate(sizeBytes);
+    });
+    allocate = redirect.Real();
+    const size_t own = heap.LiveBlocks(); // the redirection's
+    const bool found = TString::GetEnv(variable.Name(), value);
+    EXPECT_TRUE(found);
+    EXPECT_EQ(own, blocksBefore);
+}
+
 // The two limits of what the second call may return.
 TEST(TString, TakesAnEnvironmentVariableThatFillsItsBlock)
 {

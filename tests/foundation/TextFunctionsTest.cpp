@@ -84,6 +84,7 @@ TYPED_TEST(TextFunctions, AbsentTextsAreEmpty)
         EXPECT_EQ(-1, Compare(absent, text.c_str(), true));
         EXPECT_EQ(1, Compare(text.c_str(), absent, true));
         EXPECT_EQ(0, Compare(absent, absent, false));
+        EXPECT_FALSE(Equal(absent, text.c_str(), false));
         auto target = this->Make("target");
         EXPECT_EQ(0U, this->ReplaceInto(absent, target, text.c_str(), text.c_str()));
         EXPECT_EQ(0U, this->ReplaceInto(text.c_str(), target, absent, text.c_str()));
@@ -100,6 +101,28 @@ TYPED_TEST(TextFunctions, AbsentIsNotEmptyWhenCompared)
     EXPECT_FALSE(Equal(empty.c_str(), none, true));
     EXPECT_EQ(-1, Compare(none, empty.c_str(), true));
     EXPECT_EQ(1, Compare(empty.c_str(), none, true));
+}
+
+TYPED_TEST(TextFunctions, UnreadableIsEmptyWhenCompared)
+{
+    const PageEdge<TypeParam> page(this->Make("abc"));
+    const TypeParam* const unreadable = page.Unreadable();
+    const TypeParam* const none = nullptr;
+    const auto empty = this->Make("");
+    const auto text = this->Make("a");
+    for (const bool caseSensitive : {true, false})
+    {
+        EXPECT_TRUE(Equal(unreadable, empty.c_str(), caseSensitive));
+        EXPECT_TRUE(Equal(empty.c_str(), unreadable, caseSensitive));
+        EXPECT_FALSE(Equal(unreadable, none, caseSensitive));
+        EXPECT_FALSE(Equal(none, unreadable, caseSensitive));
+        EXPECT_EQ(0, Compare(unreadable, empty.c_str(), caseSensitive));
+        EXPECT_EQ(0, Compare(empty.c_str(), unreadable, caseSensitive));
+        EXPECT_GT(0, Compare(unreadable, text.c_str(), caseSensitive));
+        EXPECT_LT(0, Compare(text.c_str(), unreadable, caseSensitive));
+        EXPECT_EQ(1, Compare(unreadable, none, caseSensitive));
+        EXPECT_EQ(-1, Compare(none, unreadable, caseSensitive));
+    }
 }
 
 TYPED_TEST(TextFunctions, NeverReadPastTheNul)

@@ -613,6 +613,12 @@ TEST(TraceFile, IsNoneAfterAnOpenThatRaises)
     EXPECT_FALSE(log.Exists());
 }
 
+namespace
+{
+// The type of fwrite: as declared, it has an attribute that no template argument may have.
+using WriteFunction = size_t(const void*, size_t, size_t, FILE*);
+} // namespace
+
 TEST(TraceFile, LosesOnlyTheLineWhoseWriteFails)
 {
     const LogFile log;
@@ -620,12 +626,12 @@ TEST(TraceFile, LosesOnlyTheLineWhoseWriteFails)
     TraceOpen(log.Path().c_str());
     Trace(L"1\n");
     {
-        const Redirect<decltype(fputws)> write("fputws", [](const wchar_t*, FILE*) { return EOF; });
+        const Redirect<WriteFunction> write("fwrite", [](const void*, size_t, size_t, FILE*) -> size_t { return 0; });
         Trace(L"2\n");
     }
     {
-        const Redirect<decltype(fputws)> write(
-            "fputws", [](const wchar_t*, FILE*) -> int { throw std::runtime_error("on purpose"); });
+        const Redirect<WriteFunction> write(
+            "fwrite", [](const void*, size_t, size_t, FILE*) -> size_t { throw std::runtime_error("on purpose"); });
         EXPECT_NO_THROW(Trace(L"3\n"));
     }
     Trace(L"4\n");
@@ -633,7 +639,7 @@ TEST(TraceFile, LosesOnlyTheLineWhoseWriteFails)
     EXPECT_EQ(L"1\r\n4\r\n", log.Text());
 }
 
-TEST(TraceFile, HoldsTheRestOfALineBehindWhatTheCRuntimeTakesForAFailure)
+TEST(TraceFile, HoldsTheMarkThatTheCRuntimeTakesForAFailure)
 {
     const LogFile log;
     const TraceCapture capture;
@@ -645,26 +651,26 @@ TEST(TraceFile, HoldsTheRestOfALineBehindWhatTheCRuntimeTakesForAFailure)
     EXPECT_EQ(L"x\xFFFF\xFFFFy\r\n\xFFFF\r\n\xFFFFz\r\n", log.Text());
 }
 
-TEST(TraceFile, WritesOnBehindAMarkOnlyWhenTheCRuntimeSaysThatItFailed)
+TEST(TraceFile, TakesEachLineInOneWrite)
 {
     static std::vector<std::wstring> texts;
-    static int result;
     const LogFile log;
     const TraceCapture capture;
     TraceOpen(log.Path().c_str());
-    const auto written = [](int answer) {
-        result = answer;
+    const auto written = [](const std::wstring& line) {
         texts.clear();
-        const Redirect<decltype(fputws)> write("fputws", [](const wchar_t* text, FILE*) {
-            texts.emplace_back(text);
-            return result;
-        });
-        Trace(L"%s\n", L"x\xFFFFy");
+        const Redirect<WriteFunction> write(
+            "fwrite", [](const void* text, size_t sizeBytes, size_t count, FILE*) -> size_t {
+                texts.emplace_back(static_cast<const wchar_t*>(text), sizeBytes * count / sizeof(wchar_t));
+                return count;
+            });
+        Trace(L"%s", line.c_str());
         return texts;
     };
-    EXPECT_THAT(written(EOF), ElementsAre(L"x\xFFFFy\n", L"y\n"));
-    EXPECT_THAT(written(0xFFFF), ElementsAre(L"x\xFFFFy\n", L"y\n"));
-    EXPECT_THAT(written(0), ElementsAre(L"x\xFFFFy\n"));
+    for (const std::wstring& line :
+         {std::wstring(L"plain\n"), std::wstring(L"x\xFFFFy\n"), std::wstring(L"\xFFFF"),
+          std::wstring(L"\xFFFF\xFFFF\n\xFFFF\n"), std::wstring(1024, L'l'), std::wstring(1024, L'\n')})
+        EXPECT_THAT(written(line), ElementsAre(line));
 }
 
 TEST(TraceFile, TriesALineThatCannotBeWrittenOnce)
@@ -673,16 +679,16 @@ TEST(TraceFile, TriesALineThatCannotBeWrittenOnce)
     const LogFile log;
     const TraceCapture capture;
     TraceOpen(log.Path().c_str());
-    for (const int failure : {EOF, 0xFFFF})
+    for (const size_t taken : {size_t{0}, size_t{3}})
     {
-        static int result;
-        result = failure;
+        static size_t result;
+        result = taken;
         count = 0;
-        const Redirect<decltype(fputws)> write("fputws", [](const wchar_t*, FILE*) {
+        const Redirect<WriteFunction> write("fwrite", [](const void*, size_t, size_t, FILE*) -> size_t {
             ++count;
             return result;
         });
-        Trace(L"line\n");
+        Trace(L"li\xFFFFne\n");
         EXPECT_EQ(1, count);
     }
 }
@@ -715,9 +721,9 @@ TEST(TraceFile, IsFlushedOncePerLineAndItselfOnly)
     count = 0;
     TraceOpen(log.Path().c_str());
     {
-        const Redirect<decltype(fputws)> write("fputws", [](const wchar_t*, FILE* file) {
+        const Redirect<WriteFunction> write("fwrite", [](const void*, size_t, size_t units, FILE* file) -> size_t {
             opened = file;
-            return 0;
+            return units;
         });
         const Redirect<decltype(fflush)> flush("fflush", [](FILE* file) {
             flushed = file;
@@ -786,6 +792,12 @@ TEST(TraceFile, NeverMixesTheLinesOfSeveralThreads)
     // In each round every thread traces one line, so that no slot comes round again while its line is written.
     constexpr int threadCount = 16;
     constexpr int rounds = 60;
+    // With a unit in it that the C runtime takes for a failure.
+    const auto tailOf = [](int t) {
+        std::wstring tail(static_cast<size_t>(50 + 13 * t), static_cast<wchar_t>(L'a' + t));
+        tail[25] = L'\xFFFF';
+        return tail;
+    };
     const LogFile log;
     const TraceCapture capture;
     TraceOpen(log.Path().c_str());
@@ -793,8 +805,7 @@ TEST(TraceFile, NeverMixesTheLinesOfSeveralThreads)
     std::vector<std::thread> threads;
     for (int t = 0; t < threadCount; ++t)
     {
-        threads.emplace_back([&arrived, t] {
-            const std::wstring tail(static_cast<size_t>(50 + 13 * t), static_cast<wchar_t>(L'a' + t));
+        threads.emplace_back([&arrived, tail = tailOf(t)] {
             for (int round = 0; round < rounds; ++round)
             {
                 ++arrived;
@@ -811,8 +822,7 @@ TEST(TraceFile, NeverMixesTheLinesOfSeveralThreads)
     for (int t = 0; t < threadCount; ++t)
     {
         for (int round = 0; round < rounds; ++round)
-            expected.insert(std::to_wstring(round) + L" " +
-                            std::wstring(static_cast<size_t>(50 + 13 * t), static_cast<wchar_t>(L'a' + t)) + L"\n");
+            expected.insert(std::to_wstring(round) + L" " + tailOf(t) + L"\n");
     }
     const std::vector<std::wstring> raw = capture.Raw();
     EXPECT_TRUE(expected == std::multiset<std::wstring>(raw.begin(), raw.end()));

@@ -5,6 +5,7 @@
 #include "tests/support/processes/BuildFolder.h"
 #include "tests/support/worlds/ErrorTextStandIn.h"
 #include "tests/support/worlds/Files.h"
+#include "tests/support/worlds/OwnPipe.h"
 
 #include <windows.h>
 
@@ -111,6 +112,30 @@ TEST(GetArchitecture, OpensTheFileToReadAndLetsOthersReadIt)
     EXPECT_EQ(std::get<1>(createFile.Calls()[0]), 0x80000000U);
     EXPECT_EQ(std::get<2>(createFile.Calls()[0]), 1U);
     EXPECT_EQ(std::get<4>(createFile.Calls()[0]), 3U);
+    // Whoever owns what is opened may learn who asks, but not act for them.
+    EXPECT_EQ(std::get<5>(createFile.Calls()[0]), 0x00110080U);
+}
+
+TEST(GetArchitecture, IsZeroAtOnceForWhatIsNoFileOnADisk)
+{
+    const TraceCapture trace;
+    const CallRecorder<decltype(ReadFile)> readFile("ReadFile");
+    ExpectNothingLeaks([] {
+        // Nobody writes to it: a read would wait as long as it lives.
+        const OwnPipe pipe;
+        EXPECT_EQ(g_SecManager.GetArchitecture(pipe.Path()), 0U);
+    });
+    EXPECT_THAT(readFile.Calls(), IsEmpty());
+    EXPECT_THAT(trace.Lines(), IsEmpty());
+}
+
+TEST(GetArchitecture, IsZeroWhenTheSystemCannotTellWhatItIs)
+{
+    const TemporaryFile file(ImageBytes(0x10B));
+    const FailingCall<decltype(GetFileType)> fileType("GetFileType", ERROR_INVALID_HANDLE);
+    const TraceCapture trace;
+    EXPECT_EQ(g_SecManager.GetArchitecture(file.Path()), 0U);
+    EXPECT_THAT(trace.Lines(), IsEmpty());
 }
 
 TEST(GetArchitecture, IsZeroWhenTheSeekFails)

@@ -1,10 +1,12 @@
 #include "OrvProfiler/security/ProxySecurity.h"
 #include "tests/support/contract/TraceCapture.h"
 #include "tests/support/faults/AllocationProbe.h"
+#include "tests/support/faults/CallRecorder.h"
 #include "tests/support/faults/LeakCheck.h"
 #include "tests/support/processes/BuildFolder.h"
 #include "tests/support/worlds/Files.h"
 #include "tests/support/worlds/NamespaceWorld.h"
+#include "tests/support/worlds/OwnPipe.h"
 #include "tests/support/worlds/RebuiltManager.h"
 
 #include <windows.h>
@@ -113,11 +115,21 @@ struct Values
     std::vector<std::wstring> asked;
     DWORD readHandle;
     DWORD readSize;
+    unsigned sizesAsked;
+    // Whether somebody could change or rename the file while the system is asked about it.
+    bool changeable;
 };
 Values g_values;
 
-DWORD WINAPI AnswerSize(const wchar_t*, DWORD* handle)
+DWORD WINAPI AnswerSize(const wchar_t* path, DWORD* handle)
 {
+    ++g_values.sizesAsked;
+    HANDLE const writer =
+        CreateFileW(path, GENERIC_WRITE | DELETE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    g_values.changeable = writer != INVALID_HANDLE_VALUE;
+    if (g_values.changeable)
+        CloseHandle(writer);
     *handle = 0;
     return g_values.size;
 }
@@ -151,19 +163,23 @@ BOOL WINAPI AnswerValue(const void* block, const wchar_t* name, void** value, UI
     return g_values.missing.empty() || text.find(g_values.missing) == std::wstring::npos ? TRUE : FALSE;
 }
 
+// The system's functions, and a file to ask them about.
 class VersionStandIn
 {
 public:
     VersionStandIn()
     {
-        g_values = {c_blockBytes, true, true, 4, std::wstring(L"text", 5), 16, 5, false, {}, {}, 0, 0};
+        g_values = {c_blockBytes, true, true, 4, std::wstring(L"text", 5), 16, 5, false, {}, {}, 0, 0, 0, false};
         m_exports.Replace("GetFileVersionInfoSizeW", AnswerSize);
         m_exports.Replace("GetFileVersionInfoW", AnswerBlock);
         m_exports.Replace("VerQueryValueW", AnswerValue);
         m_manager.Rebuild();
     }
 
+    const wchar_t* Path() const { return m_file.Path(); }
+
 private:
+    const TemporaryFile m_file{"any"};
     RebuiltManager m_manager;
     ExportTable m_exports;
 };
@@ -172,7 +188,7 @@ private:
 TEST(CVersionRecord, AsksForEachTextByLanguageAndCodePage)
 {
     const VersionStandIn standIn;
-    const CVersionRecord record(L"any");
+    const CVersionRecord record(standIn.Path());
     EXPECT_EQ(g_values.readHandle, 0U);
     EXPECT_EQ(g_values.readSize, 64U);
     EXPECT_THAT(g_values.asked,
@@ -188,13 +204,13 @@ TEST(CVersionRecord, AsksForNoTextWithoutABlock)
     g_values.readSize = 77;
     ExpectNoTexts(CVersionRecord(nullptr));
     g_values.size = 0;
-    ExpectNoTexts(CVersionRecord(L"any"));
+    ExpectNoTexts(CVersionRecord(standIn.Path()));
     EXPECT_EQ(g_values.readSize, 77U) << "nothing is read when there is nothing";
     g_values.size = c_blockBytes;
     {
         AllocationProbe heap;
         heap.FailSize(c_blockBytes);
-        const CVersionRecord record(L"any");
+        const CVersionRecord record(standIn.Path());
         EXPECT_TRUE(heap.HasFailed());
     }
     EXPECT_EQ(g_values.readSize, 77U);
@@ -205,7 +221,7 @@ TEST(CVersionRecord, IsEmptyWhenTheBlockCannotBeRead)
 {
     const VersionStandIn standIn;
     g_values.readable = false;
-    const CVersionRecord record(L"any");
+    const CVersionRecord record(standIn.Path());
     ExpectNoTexts(record);
     EXPECT_THAT(g_values.asked, IsEmpty());
 }
@@ -214,10 +230,10 @@ TEST(CVersionRecord, IsEmptyWithoutALanguage)
 {
     const VersionStandIn standIn;
     g_values.hasTranslation = false;
-    ExpectNoTexts(CVersionRecord(L"any"));
+    ExpectNoTexts(CVersionRecord(standIn.Path()));
     g_values.hasTranslation = true;
     g_values.translationBytes = 3;
-    ExpectNoTexts(CVersionRecord(L"any"));
+    ExpectNoTexts(CVersionRecord(standIn.Path()));
 }
 
 TEST(CVersionRecord, TakesATextAsFarAsItIsLongAndTheBlockReaches)
@@ -243,7 +259,7 @@ TEST(CVersionRecord, TakesATextAsFarAsItIsLongAndTheBlockReaches)
         g_values.text = row.text;
         g_values.textAt = row.at;
         g_values.textUnits = row.units;
-        EXPECT_STREQ(CVersionRecord(L"any").ProductName(), row.expected);
+        EXPECT_STREQ(CVersionRecord(standIn.Path()).ProductName(), row.expected);
     }
 }
 
@@ -251,7 +267,7 @@ TEST(CVersionRecord, HasTheOtherTextsWhenOneIsMissing)
 {
     const VersionStandIn standIn;
     g_values.missing = L"\\CompanyName";
-    const CVersionRecord record(L"any");
+    const CVersionRecord record(standIn.Path());
     EXPECT_STREQ(record.CompanyName(), L"");
     EXPECT_STREQ(record.ProductName(), L"text");
     EXPECT_STREQ(record.FileDescription(), L"text");
@@ -262,5 +278,52 @@ TEST(CVersionRecord, TakesNothingFromOutsideItsBlock)
 {
     const VersionStandIn standIn;
     g_values.outside = true;
-    ExpectNoTexts(CVersionRecord(L"any"));
+    ExpectNoTexts(CVersionRecord(standIn.Path()));
+}
+
+TEST(CVersionRecord, AsksOnlyForAFileOnADiskThatItHasOpened)
+{
+    const VersionStandIn standIn;
+    {
+        const CallRecorder<decltype(CreateFileW)> createFile("CreateFileW");
+        EXPECT_STREQ(CVersionRecord(standIn.Path()).ProductName(), L"text");
+        const auto& [path, access, sharing, attributes, disposition, flags, templateFile] = createFile.Calls().at(0);
+        EXPECT_STREQ(path, standIn.Path());
+        EXPECT_EQ(access, 0x80000000U);
+        EXPECT_EQ(sharing, 1U);
+        EXPECT_EQ(disposition, 3U);
+        EXPECT_EQ(flags, 0x00110080U);
+    }
+    EXPECT_EQ(g_values.sizesAsked, 1U);
+    EXPECT_FALSE(g_values.changeable);
+    {
+        const FailingCall<decltype(CreateFileW)> createFile("CreateFileW", ERROR_ACCESS_DENIED);
+        ExpectNoTexts(CVersionRecord(standIn.Path()));
+    }
+    {
+        const FailingCall<decltype(GetFileType)> fileType("GetFileType", ERROR_INVALID_HANDLE);
+        ExpectNoTexts(CVersionRecord(standIn.Path()));
+    }
+    const OwnPipe pipe;
+    const TraceCapture trace;
+    ExpectNoTexts(CVersionRecord(pipe.Path()));
+    EXPECT_EQ(g_values.sizesAsked, 1U);
+    EXPECT_THAT(trace.Lines(), IsEmpty());
+}
+
+TEST(CVersionRecord, TakesNoMemoryThatCouldRaise)
+{
+    const std::wstring path = OwnProgram();
+    {
+        const AllocationProbe heap;
+        const CVersionRecord record(path.c_str());
+        // Its four texts and the block; nothing that a standard library would take by itself.
+        EXPECT_THAT(heap.Requests(), testing::ElementsAre(522, 522, 522, 522, testing::Gt(1000U)));
+    }
+    AllocationProbe heap;
+    heap.FailFrom(1);
+    const CVersionRecord record(path.c_str());
+    heap.StopFailing();
+    EXPECT_TRUE(record.ProductName().IsEmpty());
+    EXPECT_TRUE(record.CompanyName().IsEmpty());
 }

@@ -36,10 +36,12 @@ TEST(PackedIds, TaggedIdsAreReadByTheirMasks)
     EXPECT_EQ(0U, TaggedIdLow(0xFFFFFF00));
 }
 
-TEST(PackedIds, WhatDoesNotFitATaggedIdIsDropped)
+TEST(PackedIds, WhatDoesNotFitATaggedIdReachesItsNeighbours)
 {
-    EXPECT_EQ(0x00000034U, PackTaggedId(1, 0x34, 256)) << "not the bit of kind 2";
-    EXPECT_EQ(0x00800034U, PackTaggedId(1, 0xFF34, 0xFFFFFF01));
+    EXPECT_EQ(0x80000034U, PackTaggedId(1, 0x34, 256)) << "the bit of kind 2";
+    EXPECT_EQ(0x8080FF34U, PackTaggedId(1, 0xFF34, 0xFFFFFF01));
+    EXPECT_EQ(0xFFFFFFFFU, PackTaggedId(1, 0xFFFFFFFF, 0));
+    EXPECT_EQ(0x80000034U, PackTaggedId(2, 0x34, 256));
 }
 
 TEST(PackedIds, IndexPairsShareAWord)

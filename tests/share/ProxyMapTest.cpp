@@ -20,6 +20,7 @@
 #include <gmock/gmock.h>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 using contract::c_noProcessLine;
@@ -35,7 +36,8 @@ namespace
 class TestMap : public CProxyMap
 {
 public:
-    using CProxyMap::CProxyMap;
+    explicit TestMap(const wchar_t* baseName) : CProxyMap(baseName) {}
+
     using CProxyMap::m_baseName;
     using CProxyMap::m_created;
     using CProxyMap::m_hFile;
@@ -64,6 +66,13 @@ public:
     int closed = 0;
     bool zeroWhenMapped = false;
     bool refuse = false;
+};
+
+// One that adds nothing to the base.
+class PlainMap : public CProxyMap
+{
+public:
+    explicit PlainMap(const wchar_t* baseName) : CProxyMap(baseName) {}
 };
 
 // A base name, an id that no process has, and the names made of both.
@@ -346,20 +355,40 @@ TEST(CProxyMap, ADerivedClassMayRefuseTheView)
 TEST(CProxyMap, ZeroesTheGivenSizeAndNoMore)
 {
     const Names names;
-    const ForeignMapping other(names.kernel, 8192, PAGE_READWRITE);
-    std::memset(other.Bytes(), 0x5A, 8192);
-    // As if another process had created it between the open and the create.
-    const FailingCall<decltype(OpenFileMappingW)> open("OpenFileMappingW", ERROR_FILE_NOT_FOUND);
+    // As if the system gave memory that is not zero.
+    const Redirect<decltype(MapViewOfFile)> mapView(
+        "MapViewOfFile", [](HANDLE mapping, DWORD access, DWORD high, DWORD low, SIZE_T size) -> void* {
+            void* const view = MapViewOfFileEx(mapping, access, high, low, size, nullptr);
+            std::memset(view, 0x5A, 8192);
+            return view;
+        });
     TestMap map(names.base.c_str());
-    EXPECT_TRUE(map.Create(names.id, 100, nullptr));
+    EXPECT_TRUE(map.Create(names.id, 8191, nullptr));
     EXPECT_TRUE(map.IsCreated());
-    EXPECT_EQ(0, other.Bytes()[99]);
-    EXPECT_EQ(0x5A, other.Bytes()[100]);
+    EXPECT_TRUE(map.zeroWhenMapped);
+    EXPECT_TRUE(std::all_of(map.Bytes(), map.Bytes() + 8191, [](unsigned char byte) { return byte == 0; }));
+    EXPECT_EQ(0x5A, map.Bytes()[8191]);
+}
 
-    TestMap larger(names.base.c_str());
-    EXPECT_TRUE(larger.Create(names.id, 1 << 20, nullptr)) << "the other's is smaller";
-    EXPECT_TRUE(std::all_of(other.Bytes(), other.Bytes() + 8192, [](unsigned char byte) { return byte == 0; }));
-    EXPECT_EQ(8192U, larger.ViewSize());
+TEST(CProxyMap, AMappingMadeBetweenOpenAndCreateIsTakenAsItIs)
+{
+    for (const uint64_t size : {uint64_t{100}, uint64_t{1} << 20})
+    {
+        const Names names;
+        const ForeignMapping other(names.kernel, 8192, PAGE_READWRITE);
+        std::memset(other.Bytes(), 0x5A, 8192);
+        const ErrorTextStandIn texts;
+        const TraceCapture trace;
+        const FailingCall<decltype(OpenFileMappingW)> open("OpenFileMappingW", ERROR_FILE_NOT_FOUND);
+        TestMap map(names.base.c_str());
+        EXPECT_TRUE(map.Create(names.id, size, nullptr)) << size;
+        EXPECT_EQ(names.CreatedLine(), trace.Lines().back()) << "it says so all the same";
+        EXPECT_FALSE(map.IsCreated());
+        EXPECT_EQ(1, map.mapped);
+        EXPECT_EQ(8192U, map.ViewSize());
+        EXPECT_TRUE(
+            std::all_of(other.Bytes(), other.Bytes() + 8192, [](unsigned char byte) { return byte == 0x5A; }));
+    }
 }
 
 TEST(CProxyMap, ASizeOfNothingGivesNoMapping)
@@ -399,6 +428,7 @@ TEST(CProxyMap, AFileBacksTheMapping)
                             c_noProcessLine, names.CreateMapLine(), names.CreatedLine()));
     EXPECT_NE(INVALID_HANDLE_VALUE, map.m_hFile);
     EXPECT_NE(nullptr, map.m_hFile);
+    EXPECT_TRUE(map.IsCreated()) << "that the file was there already says nothing about the mapping";
     EXPECT_EQ(0, map.Bytes()[0]);
     std::memcpy(map.Bytes(), "first", 5);
     map.Bytes()[4999] = 'z';
@@ -531,10 +561,15 @@ TEST(CProxyMap, ReleasesEverythingWhenItIsDestroyed)
     EXPECT_FALSE(MappingExists(names.kernel));
 }
 
+TEST(CProxyMap, OnlyADerivedClassCanBeMade)
+{
+    EXPECT_FALSE((std::is_constructible_v<CProxyMap, const wchar_t*>));
+}
+
 TEST(CProxyMap, TheBasesOwnOnMappedDoesNothing)
 {
     const Names names;
-    CProxyMap map(names.base.c_str());
+    PlainMap map(names.base.c_str());
     EXPECT_TRUE(map.Create(names.id, 4096, nullptr));
     void* const view = map.GetView();
     EXPECT_NE(nullptr, view);
@@ -570,7 +605,7 @@ TEST(CProxyMap, AViewWhoseMemoryIsOnlyReservedHasNoSize)
 
 ORV_CHILD_ROLE(WriteIntoMap)
 {
-    CProxyMap map(arguments.at(0).c_str());
+    PlainMap map(arguments.at(0).c_str());
     if (!map.Open(std::stoul(arguments.at(1), nullptr, 16)))
         return 1;
     auto* const text = static_cast<char*>(map.GetView());
@@ -583,7 +618,7 @@ ORV_CHILD_ROLE(WriteIntoMap)
 TEST(CProxyMap, TwoProcessesSeeTheSameMemory)
 {
     const Names names;
-    CProxyMap map(names.base.c_str());
+    PlainMap map(names.base.c_str());
     ASSERT_TRUE(map.Create(names.id, 4096, nullptr));
     auto* const text = static_cast<char*>(map.GetView());
     std::strcpy(text, "from the parent");
@@ -604,7 +639,7 @@ TEST(CProxyMap, TwoProcessesSeeTheSameMemoryInThePrivateNamespace)
     const ManagerIn<NamespaceWorld> world;
     const ErrorTextStandIn texts;
     const TraceCapture trace;
-    CProxyMap map(names.base.c_str());
+    PlainMap map(names.base.c_str());
     ASSERT_TRUE(map.Create(names.id, 4096, nullptr));
     EXPECT_THAT(trace.Lines(),
                 ElementsAre(c_noProcessLine, names.OpenLine(), c_openMappingFailedLine, c_openMapFailedLine,
@@ -627,7 +662,7 @@ TEST(CProxyMap, ItsNameCarriesTheSessionOfTheProcessWithoutPrivateNamespaces)
     DWORD session = 0;
     ASSERT_TRUE(ProcessIdToSessionId(GetCurrentProcessId(), &session) != FALSE);
     const TraceCapture trace;
-    CProxyMap map(names.base.c_str());
+    PlainMap map(names.base.c_str());
     EXPECT_FALSE(map.Create(names.id, 4096, nullptr));
     EXPECT_FALSE(map.Create(GetCurrentProcessId(), 4096, nullptr));
     std::vector<std::wstring> created;

@@ -168,6 +168,36 @@ TEST(CProxyPrivate, TheCreatorsSizeWins)
     EXPECT_EQ(4096U, opened.GetDataSize());
 }
 
+TEST(CProxyPrivate, ABlockMadeBetweenOpenAndCreateIsAdopted)
+{
+    const Names names;
+    const OwnMutexName mutex;
+    const ForeignMapping creator(names.kernel, 18376 + 4096, PAGE_READWRITE);
+    creator.At<uint32_t>(0) = 4096;
+    creator.At<uint32_t>(4) = 7;
+    const FailingCall<decltype(OpenFileMappingW)> open("OpenFileMappingW", ERROR_FILE_NOT_FOUND);
+    CProxyPrivate block(names.base.c_str());
+    ASSERT_TRUE(block.Create(names.id, 100));
+    EXPECT_FALSE(block.IsCreated());
+    EXPECT_EQ(4096U, block.GetDataSize());
+    EXPECT_EQ(4096U, creator.At<uint32_t>(0));
+    EXPECT_EQ(7U, block.GetValue4());
+}
+
+TEST(CProxyPrivate, HasNoSizeOnceItIsClosed)
+{
+    const Names names;
+    const OwnMutexName mutex;
+    CProxyPrivate block(names.base.c_str());
+    ASSERT_TRUE(block.Create(names.id, 100));
+    block.Close();
+    EXPECT_EQ(0U, block.GetDataSize());
+    ASSERT_TRUE(block.Create(names.id, 200));
+    EXPECT_EQ(200U, block.GetDataSize());
+    EXPECT_FALSE(block.Open(FreshId()));
+    EXPECT_EQ(0U, block.GetDataSize());
+}
+
 TEST(CProxyPrivate, ValuesLieAtTheirOffsets)
 {
     const Names names;
@@ -385,6 +415,8 @@ TEST(CProxyPrivate, SizesAreAddedIn32Bits)
             EXPECT_EQ(row.usableSize, block.GetDataSize());
             EXPECT_EQ(row.created, block.GetView() != nullptr);
             EXPECT_EQ(row.created, block.SetText(L"text"));
+            EXPECT_EQ(row.created ? row.dataSize : 0, row.created ? At<uint32_t>(block, 0) : 0)
+                << "the header tells what was asked for";
         }
         EXPECT_EQ(handles, OpenHandleCount());
         EXPECT_EQ(views, MappedViewCount());

@@ -200,6 +200,7 @@ void ListFiles()
     IMPORTED(GetLogicalDrives, 0U, ERROR_NO_SYSTEM_RESOURCES);
     IMPORTED(GetLongPathNameW, 0U, ERROR_PATH_NOT_FOUND);
     IMPORTED(QueryDosDeviceW, 0U, ERROR_FILE_NOT_FOUND);
+    IMPORTED(GetFileType, static_cast<DWORD>(FILE_TYPE_UNKNOWN), ERROR_INVALID_HANDLE);
     IMPORTED(ReadFile, FALSE, ERROR_READ_FAULT);
     IMPORTED(SetFilePointerEx, FALSE, ERROR_NEGATIVE_SEEK);
     IMPORTED(SystemTimeToFileTime, FALSE, ERROR_INVALID_PARAMETER);
@@ -209,7 +210,9 @@ void ListFiles()
     IMPORTED(_wfindnext64, -1, ERROR_NO_MORE_FILES);
     IMPORTED(_wfopen_s, EACCES, ERROR_ACCESS_DENIED);
     IMPORTED(fflush, EOF, ERROR_DISK_FULL);
-    IMPORTED(fputws, EOF, ERROR_DISK_FULL);
+    // Its declared type has an attribute that no template argument may have.
+    using Write = size_t(const void*, size_t, size_t, FILE*);
+    Add<__LINE__, Write>("fwrite", Found::Imported, size_t{0}, ERROR_DISK_FULL, Way::DoesNothing);
     GIVING_BACK(_findclose, -1, ERROR_INVALID_HANDLE);
     GIVING_BACK(fclose, EOF, ERROR_DISK_FULL);
     LOOKED_UP(GetFileVersionInfoSizeW, 0U, ERROR_RESOURCE_DATA_NOT_FOUND);
