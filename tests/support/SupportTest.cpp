@@ -7,7 +7,9 @@
 #include "tests/support/faults/ImportRedirect.h"
 #include "tests/support/faults/PageEdge.h"
 #include "tests/support/faults/SystemFaults.h"
+#include "tests/support/processes/BuildFolder.h"
 #include "tests/support/processes/ChildProcess.h"
+#include "tests/support/processes/PassingDebugger.h"
 #include "tests/support/worlds/FreshNames.h"
 
 #include <windows.h>
@@ -68,6 +70,34 @@ TEST(ChildProcess, TimesOutAndIsKilled)
     EXPECT_TRUE(child.IsRunning());
     child.Kill(42);
     EXPECT_EQ(42U, child.WaitForExit());
+}
+
+ORV_CHILD_ROLE(TakeOneExceptionOfTwo)
+{
+    AddVectoredExceptionHandler(1, [](EXCEPTION_POINTERS* exception) -> LONG {
+        return exception->ExceptionRecord->ExceptionCode == 0xE0000001 ? EXCEPTION_CONTINUE_EXECUTION
+                                                                       : EXCEPTION_CONTINUE_SEARCH;
+    });
+    RaiseException(0xE0000001, 0, 0, nullptr);
+    RaiseException(0xE0000002, 0, 0, nullptr);
+    return 0;
+}
+
+TEST(PassingDebugger, PassesOnWhatItSees)
+{
+    PassingDebugger debugger;
+    const ChildProcess child =
+        debugger.Start(OwnProgram(), L"\"" + OwnProgram() + L"\" --child-role TakeOneExceptionOfTwo", nullptr);
+    EXPECT_EQ(0xE0000002U, child.WaitForExit());
+    EXPECT_THAT(debugger.Exceptions(),
+                testing::ElementsAre(SeenException{0xE0000001, true}, SeenException{0xE0000002, true},
+                                     SeenException{0xE0000002, false}));
+}
+
+TEST(PassingDebugger, SaysThatThereIsNoProgram)
+{
+    PassingDebugger debugger;
+    EXPECT_THROW(debugger.Start(L"c:\\no such program.exe", L"x", nullptr), std::runtime_error);
 }
 
 #ifdef _MSC_VER
