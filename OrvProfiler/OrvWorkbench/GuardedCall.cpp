@@ -78,7 +78,7 @@ extern "C" EXCEPTION_DISPOSITION LeaveHandledFrame(EXCEPTION_RECORD* exception, 
     constexpr DWORD languageThrow = 0x20474343;
     constexpr DWORD languageUnwind = 0x21474343;
     const DWORD code = exception->ExceptionCode;
-    if (IS_DISPATCHING(exception->ExceptionFlags) && code != languageThrow && code != languageUnwind)
+    if (code != languageThrow && code != languageUnwind)
         RtlUnwindEx(frame, reinterpret_cast<void*>(HandledFrameLeft), exception, nullptr, dispatcher->ContextRecord,
                     static_cast<UNWIND_HISTORY_TABLE*>(dispatcher->HistoryTable));
     return ExceptionContinueSearch;
