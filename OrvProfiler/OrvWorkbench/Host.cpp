@@ -1,7 +1,7 @@
 #include "OrvProfiler/OrvWorkbench/Host.h"
 
 #include "OrvProfiler/foundation/Trace.h"
-#include "OrvProfiler/OrvWorkbench/CrashFilter.h"
+#include "OrvProfiler/OrvWorkbench/GuardedCall.h"
 #include "OrvProfiler/OrvWorkbench/RuntimeHost.h"
 #include "OrvProfiler/protocol/TraceLines.h"
 #include "OrvProfiler/share/ProxyShare.h"
@@ -23,19 +23,6 @@ TString ReadCommandText()
     if (const ShareControl* const control = g_pShare->GetControl())
         ReadField(text, control->commandText);
     return TString(text);
-}
-
-// What follows the main loop, however it ended.
-void End()
-{
-    TraceText(c_traceMainLoop, L"WorkBench Exiting\n");
-    SendMessageW(g_hZephWnd, WM_WORKBENCH_EXITING, 0, 0);
-}
-
-void EndAfterException()
-{
-    TraceText(c_traceMainLoop, L"WorkBench Exception in main loop\n");
-    End();
 }
 } // namespace
 
@@ -61,14 +48,18 @@ CHost::CHost(uint32_t processId, const wchar_t* assemblyPath, const wchar_t* typ
 
 CHost::~CHost()
 {
-    TraceClose();
-    m_pRuntimeHost.Reset();
-    m_pEvents.reset();
+    const auto end = [this] {
+        TraceClose();
+        m_pRuntimeHost.Reset();
+        m_pEvents.reset();
+    };
+    CallOrEndProcess(end, c_exitCode);
 }
 
 void CHost::RuntimeHostTraits::Close(Handle host) noexcept
 {
-    host->Release();
+    // Guarded here too: an exception of the language would not get past noexcept.
+    CallOrEndProcess([host] { host->Release(); }, c_exitCode);
 }
 
 void CHost::BindRuntime()
@@ -167,17 +158,14 @@ int CHost::Run()
         return 0;
     }
     PostMessageW(g_hZephWnd, WM_WORKBENCH_READY, 0, 0);
-    const CCrashFilter crashFilter(EndAfterException, c_exitCode);
-    try
-    {
-        ServeCommands();
-    }
-    catch (...)
-    {
-        EndAfterException();
-        return 1;
-    }
-    End();
+    const bool isComplete = CallGuarded([this] { ServeCommands(); });
+    const auto end = [=] {
+        if (!isComplete)
+            TraceText(function, L"WorkBench Exception in main loop\n");
+        TraceText(function, L"WorkBench Exiting\n");
+        SendMessageW(g_hZephWnd, WM_WORKBENCH_EXITING, 0, 0);
+    };
+    CallOrEndProcess(end, c_exitCode);
     return 1;
 }
 

@@ -31,6 +31,7 @@ public:
     // for the events every wait does.
     CHost(uint32_t processId, const wchar_t* assemblyPath, const wchar_t* typeName);
     // Closes the trace log file before it releases the runtime: what is traced afterwards reaches the debugger only.
+    // An exception, of the runtime's release for example, ends the process with c_exitCode.
     virtual ~CHost();
     CHost(const CHost&) = delete;
     CHost& operator=(const CHost&) = delete;
@@ -40,9 +41,9 @@ public:
     bool Init();
 
     // Serves the client: tells its window that the workbench is ready, carries out commands until the stop event, a
-    // failed or abandoned wait, or an exception, and tells the window that the workbench exits. Returns 1 then; 0 at
-    // once when there is no share or the client left no window in it. After a Windows exception that catch (...) does
-    // not take, it does all that too, but ends the process instead of returning.
+    // failed or abandoned wait, or an exception of the language or of Windows (GuardedCall.h), and tells the window
+    // that the workbench exits. Returns 1 then; 0 at once when there is no share or the client left no window in it.
+    // An exception while it tells the window ends the process with c_exitCode.
     int Run();
 
     // Calls a static method of the dispatcher type with one string. Returns the method's result, or ActionFail, with

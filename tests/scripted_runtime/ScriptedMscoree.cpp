@@ -8,6 +8,7 @@
 //   ORV_SCRIPT_START       status of Start
 //   ORV_SCRIPT_BREAKPOINT  what the method "OrvBreakPoint" does: a status, or a text in the language below
 //   ORV_SCRIPT_RESET       what the method "Reset" does, likewise
+//   ORV_SCRIPT_RELEASE     what the last Release does, a text in the language below
 //
 // The argument of every other method is a text in this language: items separated by ';', blanks around them allowed.
 // Anything else in it is ignored, so that any command text can carry an answer.
@@ -18,8 +19,13 @@
 //   exit=N         ends the process with that exit code
 //   throw          raises a C++ exception (std::runtime_error)
 //   raise=N        raises a Windows exception with that code
-// The items take effect in the order print, delay, exit, throw, raise, status, result, whatever their order in the
-// text.
+//   crash=WHAT     does what a faulty program does: access (writes where there is no memory), divide (by zero),
+//                  overflow (uses up the stack)
+//   in=WHERE       where it throws, raises or crashes: window (in a window procedure that the method calls), message
+//                  (in one that the system calls for another thread's message, for which the method waits), thread
+//                  (on another thread, for which the method waits); in the method itself without it
+// The items take effect in the order print, delay, exit, throw, raise, crash, status, result, whatever their order in
+// the text.
 //
 // The record is UTF-8, one line for each call, written before a delay or an exception:
 //   bind version="v2.0.50727" flavour="svr" flags=2 class={...} interface={...} status=0x00000000
@@ -29,6 +35,8 @@
 //   release count=0
 //   stop | query interface={...} | other method="GetCLRControl"
 // A null text is written null without quotes; in a text, \ " CR LF and TAB are written \\ \" \r \n \t.
+
+#include "tests/support/faults/Crashes.h"
 
 #include <windows.h>
 
@@ -128,6 +136,8 @@ struct Answer
     DWORD exitCode = 0;
     bool throws = false;
     DWORD raises = 0;
+    std::wstring crash;
+    std::wstring where;
 };
 
 void ReadItem(const std::wstring& item, Answer& answer)
@@ -152,6 +162,10 @@ void ReadItem(const std::wstring& item, Answer& answer)
         answer.throws = true;
     else if (name == L"raise")
         answer.raises = value;
+    else if (name == L"crash")
+        answer.crash = item.substr(equals + 1);
+    else if (name == L"in")
+        answer.where = item.substr(equals + 1);
 }
 
 Answer ReadAnswer(const std::wstring& script)
@@ -192,6 +206,91 @@ Answer AnswerOf(const std::wstring& method, const std::wstring& argument)
     return ReadAnswer(argument);
 }
 
+void Crash(const std::wstring& what)
+{
+    if (what == L"access")
+        WriteNowhere();
+    if (what == L"divide")
+        DivideByZero();
+    if (what == L"overflow")
+        UseUpTheStack();
+}
+
+void Fail(const Answer& answer)
+{
+    if (answer.throws)
+        throw std::runtime_error("the script says so");
+    if (answer.raises != 0)
+        RaiseException(answer.raises, 0, 0, nullptr);
+    Crash(answer.crash);
+}
+
+constexpr UINT c_failMessage = WM_APP;
+
+LRESULT CALLBACK OnMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    if (message == c_failMessage)
+        Fail(*reinterpret_cast<const Answer*>(lParam));
+    return DefWindowProcW(window, message, wParam, lParam);
+}
+
+HWND MakeWindow()
+{
+    WNDCLASSEXW type{};
+    type.cbSize = sizeof type;
+    type.lpfnWndProc = OnMessage;
+    type.hInstance = GetModuleHandleW(nullptr);
+    type.lpszClassName = L"OrvScriptedRuntime";
+    RegisterClassExW(&type); // an earlier call may have registered it
+    return CreateWindowExW(0, type.lpszClassName, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, type.hInstance, nullptr);
+}
+
+// What another thread does, and what it needs for it.
+struct Errand
+{
+    const Answer& answer;
+    HWND window;
+};
+
+DWORD WINAPI FailOnThread(void* errand)
+{
+    // As the system does where nobody wants to look at the crash; Wine would start its debugger.
+    SetUnhandledExceptionFilter([](EXCEPTION_POINTERS*) -> LONG { return EXCEPTION_EXECUTE_HANDLER; });
+    Fail(static_cast<Errand*>(errand)->answer);
+    return 0;
+}
+
+DWORD WINAPI SendFromThread(void* errand)
+{
+    const Errand* const own = static_cast<Errand*>(errand);
+    SendMessageW(own->window, c_failMessage, 0, reinterpret_cast<LPARAM>(&own->answer));
+    return 0;
+}
+
+// Runs a thread to its end; meanwhile messages that are sent to this one are answered.
+void RunThread(LPTHREAD_START_ROUTINE function, Errand errand)
+{
+    HANDLE const thread = CreateThread(nullptr, 0, function, &errand, 0, nullptr);
+    while (MsgWaitForMultipleObjects(1, &thread, FALSE, INFINITE, QS_SENDMESSAGE) == WAIT_OBJECT_0 + 1)
+    {
+        MSG message{};
+        PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
+    }
+    CloseHandle(thread);
+}
+
+void FailWhereTold(const Answer& answer)
+{
+    if (answer.where == L"window")
+        SendMessageW(MakeWindow(), c_failMessage, 0, reinterpret_cast<LPARAM>(&answer));
+    else if (answer.where == L"message")
+        RunThread(SendFromThread, {answer, MakeWindow()});
+    else if (answer.where == L"thread")
+        RunThread(FailOnThread, {answer, nullptr});
+    else
+        Fail(answer);
+}
+
 HRESULT Carry(const Answer& answer, DWORD* result)
 {
     if (!answer.print.empty())
@@ -200,10 +299,7 @@ HRESULT Carry(const Answer& answer, DWORD* result)
         Sleep(answer.delayMs);
     if (answer.exits)
         ExitProcess(answer.exitCode);
-    if (answer.throws)
-        throw std::runtime_error("the script says so");
-    if (answer.raises != 0)
-        RaiseException(answer.raises, 0, 0, nullptr);
+    FailWhereTold(answer);
     if (SUCCEEDED(answer.status) && result != nullptr)
         *result = answer.result;
     return answer.status;
@@ -231,9 +327,11 @@ public:
     {
         const ULONG count = --m_references;
         Record(L"release count=" + std::to_wstring(count));
-        if (count == 0)
-            delete this;
-        return count;
+        if (count != 0)
+            return count;
+        delete this;
+        Carry(AnswerFrom(L"ORV_SCRIPT_RELEASE"), nullptr);
+        return 0;
     }
 
     HRESULT STDMETHODCALLTYPE Start() override

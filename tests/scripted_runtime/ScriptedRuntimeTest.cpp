@@ -1,6 +1,8 @@
 // Tests the stand-in for the runtime itself: what it records, and what each text makes it do.
 
+#include "tests/support/processes/BuildFolder.h"
 #include "tests/support/processes/ChildProcess.h"
+#include "tests/support/processes/PassingDebugger.h"
 #include "tests/support/worlds/Files.h"
 
 #include <windows.h>
@@ -11,6 +13,7 @@
 #include <gtest/gtest.h>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace
 {
@@ -62,13 +65,36 @@ ORV_CHILD_ROLE(ExecuteWithDelay)
     return 0;
 }
 
+ORV_CHILD_ROLE(ExecuteText)
+{
+    ICLRRuntimeHost* host = nullptr;
+    BindTo(host);
+    DWORD value = 0;
+    host->ExecuteInDefaultAppDomain(L"a.dll", L"T", L"Invoke", arguments.at(0).c_str(), &value);
+    return 0;
+}
+
+constexpr DWORD c_raised = 0xE0001234;
+DWORD g_raisingThread = 0;
+int g_raisedCount = 0;
+
+// Notes an exception of the script and lets the script go on.
+LONG CALLBACK GoOnAfterRaise(EXCEPTION_POINTERS* exception)
+{
+    if (exception->ExceptionRecord->ExceptionCode != c_raised)
+        return EXCEPTION_CONTINUE_SEARCH;
+    g_raisingThread = GetCurrentThreadId();
+    ++g_raisedCount;
+    return EXCEPTION_CONTINUE_EXECUTION;
+}
+
 class ScriptedRuntime : public testing::Test
 {
 protected:
     ScriptedRuntime() : m_log(m_folder.PathOf(L"log.txt"))
     {
         for (const wchar_t* name : {L"ORV_SCRIPT_BIND", L"ORV_SCRIPT_NULL", L"ORV_SCRIPT_START",
-                                    L"ORV_SCRIPT_BREAKPOINT", L"ORV_SCRIPT_RESET"})
+                                    L"ORV_SCRIPT_BREAKPOINT", L"ORV_SCRIPT_RESET", L"ORV_SCRIPT_RELEASE"})
             SetEnvironmentVariableW(name, nullptr);
         SetEnvironmentVariableW(L"ORV_SCRIPT_LOG", m_log.c_str());
     }
@@ -219,15 +245,37 @@ TEST_F(ScriptedRuntime, ExceptionsReachTheCaller)
     }
     EXPECT_TRUE(caught);
 
-    static volatile LONG seen = 0;
-    void* const handler = AddVectoredExceptionHandler(1, [](EXCEPTION_POINTERS* pointers) -> LONG {
-        if (pointers->ExceptionRecord->ExceptionCode != 0xE0001234)
-            return EXCEPTION_CONTINUE_SEARCH;
-        seen = seen + 1;
-        return EXCEPTION_CONTINUE_EXECUTION;
-    });
-    Execute(L"Invoke", L"raise=0xE0001234;result=7");
+    void* const handler = AddVectoredExceptionHandler(1, GoOnAfterRaise);
+    for (const wchar_t* const where : {L"", L";in=window", L";in=message", L";in=thread"})
+    {
+        SCOPED_TRACE(testing::PrintToString(where));
+        g_raisedCount = 0;
+        Execute(L"Invoke", (std::wstring(L"raise=0xE0001234;result=7") + where).c_str());
+        EXPECT_EQ(1, g_raisedCount);
+        EXPECT_EQ(std::wstring(where) != L";in=thread", g_raisingThread == GetCurrentThreadId());
+        EXPECT_EQ(7UL, m_value);
+    }
+    g_raisedCount = 0;
+    SetEnvironmentVariableW(L"ORV_SCRIPT_RELEASE", L"raise=0xE0001234");
+    m_host->AddRef();
+    m_host->Release();
+    EXPECT_EQ(0, g_raisedCount) << "only the last one";
+    m_host->Release();
+    m_host = nullptr;
+    EXPECT_EQ(1, g_raisedCount);
     RemoveVectoredExceptionHandler(handler);
-    EXPECT_EQ(1, seen);
-    EXPECT_EQ(7UL, m_value);
+}
+
+TEST_F(ScriptedRuntime, CrashesAsTold)
+{
+    const std::pair<const wchar_t*, unsigned long> cases[] = {
+        {L"crash=access", 0xC0000005}, {L"crash=divide", 0xC0000094}, {L"crash=overflow", 0xC00000FD}};
+    for (const auto& [text, code] : cases)
+    {
+        PassingDebugger debugger;
+        const std::wstring line = L"\"" + OwnProgram() + L"\" --child-role ExecuteText " + text;
+        const ChildProcess child = debugger.Start(OwnProgram(), line, nullptr);
+        ASSERT_FALSE(debugger.Exceptions().empty());
+        EXPECT_EQ((SeenException{code, true}), debugger.Exceptions().front());
+    }
 }

@@ -7,6 +7,7 @@
 #include <windows.h>
 
 #include <io.h>
+#include <malloc.h>
 #include <winnetwk.h>
 #include <winsvc.h>
 #include <winternl.h>
@@ -155,6 +156,7 @@ void ListObjects()
     IMPORTED(OpenMutexW, nullptr, ERROR_ACCESS_DENIED);
     IMPORTED(ResetEvent, FALSE, ERROR_INVALID_HANDLE);
     IMPORTED(SetEvent, FALSE, ERROR_INVALID_HANDLE);
+    IMPORTED(SetThreadStackGuarantee, FALSE, ERROR_INVALID_PARAMETER);
     IMPORTED(VirtualQuery, 0U, ERROR_INVALID_PARAMETER);
     IMPORTED(WaitForMultipleObjects, WAIT_FAILED, ERROR_INVALID_HANDLE);
     IMPORTED(WaitForSingleObject, WAIT_FAILED, ERROR_INVALID_HANDLE);
@@ -205,6 +207,7 @@ void ListFiles()
     IMPORTED(SetFilePointerEx, FALSE, ERROR_NEGATIVE_SEEK);
     IMPORTED(SystemTimeToFileTime, FALSE, ERROR_INVALID_PARAMETER);
     IMPORTED(SystemTimeToTzSpecificLocalTime, FALSE, ERROR_INVALID_PARAMETER);
+    IMPORTED(_resetstkoflw, 0, ERROR_NOT_ENOUGH_MEMORY);
     IMPORTED(_wchdir, -1, ERROR_PATH_NOT_FOUND);
     IMPORTED(_wfindfirst64, -1, ERROR_NO_MORE_FILES);
     IMPORTED(_wfindnext64, -1, ERROR_NO_MORE_FILES);

@@ -37,6 +37,18 @@ void* MakeKillJob()
 ChildProcess ChildProcess::Start(const std::wstring& program, const std::wstring& commandLine, const wchar_t* folder,
                                  const wchar_t* title)
 {
+    return StartWith(0, program, commandLine, folder, title);
+}
+
+ChildProcess ChildProcess::StartDebugged(const std::wstring& program, const std::wstring& commandLine,
+                                         const wchar_t* folder)
+{
+    return StartWith(DEBUG_PROCESS, program, commandLine, folder, nullptr);
+}
+
+ChildProcess ChildProcess::StartWith(unsigned creationFlags, const std::wstring& program,
+                                     const std::wstring& commandLine, const wchar_t* folder, const wchar_t* title)
+{
     ChildProcess child;
     child.m_job = MakeKillJob();
     STARTUPINFOW startup{};
@@ -45,8 +57,8 @@ ChildProcess ChildProcess::Start(const std::wstring& program, const std::wstring
     startup.lpTitle = title != nullptr ? ownTitle.data() : nullptr;
     PROCESS_INFORMATION process{};
     std::wstring line = commandLine;
-    if (CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, FALSE, CREATE_SUSPENDED, nullptr, folder,
-                       &startup, &process) == FALSE)
+    if (CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, FALSE, CREATE_SUSPENDED | creationFlags,
+                       nullptr, folder, &startup, &process) == FALSE)
         ThrowLastError("starting a child process");
     AssignProcessToJobObject(child.m_job, process.hProcess);
     ResumeThread(process.hThread);

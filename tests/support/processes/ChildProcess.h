@@ -19,6 +19,9 @@ public:
     // when it cannot be started.
     static ChildProcess Start(const std::wstring& program, const std::wstring& commandLine,
                               const wchar_t* folder = nullptr, const wchar_t* title = nullptr);
+    // The same; the calling thread is the process's debugger.
+    static ChildProcess StartDebugged(const std::wstring& program, const std::wstring& commandLine,
+                                      const wchar_t* folder = nullptr);
 
     // Starts this test program again, to run the role of the given name (see ORV_CHILD_ROLE).
     static ChildProcess StartRole(const wchar_t* role, const Arguments& arguments = {});
@@ -38,6 +41,8 @@ public:
 
 private:
     ChildProcess() = default;
+    static ChildProcess StartWith(unsigned creationFlags, const std::wstring& program,
+                                  const std::wstring& commandLine, const wchar_t* folder, const wchar_t* title);
 
     void* m_job = nullptr;
     void* m_process = nullptr;

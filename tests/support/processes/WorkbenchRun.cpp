@@ -93,6 +93,14 @@ void WorkbenchRun::StartWithCommandLine(const std::wstring& commandLine)
     m_process.emplace(ChildProcess::Start(ProgramPath(), commandLine, Folder().c_str()));
 }
 
+void WorkbenchRun::StartDebugged(const std::wstring& arguments)
+{
+    m_process.reset();
+    m_debugger.emplace();
+    const std::wstring program = ProgramPath();
+    m_process.emplace(m_debugger->Start(program, L"\"" + program + L"\" " + arguments, Folder().c_str()));
+}
+
 bool WorkbenchRun::HasLog()
 {
     return PathExists(c_logPath);

@@ -2,6 +2,7 @@
 
 #include "tests/support/processes/ChildProcess.h"
 #include "tests/support/processes/EnvironmentVariable.h"
+#include "tests/support/processes/PassingDebugger.h"
 #include "tests/support/worlds/Files.h"
 
 #include <optional>
@@ -42,6 +43,10 @@ public:
     // program's quoted path. The second form gives the whole command line.
     void Start(const std::wstring& arguments);
     void StartWithCommandLine(const std::wstring& commandLine);
+    // The first form, under a debugger that passes on what it sees.
+    void StartDebugged(const std::wstring& arguments);
+    // What that debugger has seen; waits for the end.
+    const std::vector<SeenException>& SeenExceptions() { return m_debugger->Exceptions(); }
     bool IsRunning() const { return m_process && m_process->IsRunning(); }
     unsigned WaitForExit() const { return m_process->WaitForExit(); }
     // Ends it at once, as a crash would, and waits until it is gone.
@@ -61,6 +66,8 @@ public:
 private:
     TemporaryFolder m_folder;
     EnvironmentVariable m_recordPath;
+    // Waits for the process that it debugs, so before it.
+    std::optional<PassingDebugger> m_debugger;
     // After the folder, in which it runs.
     std::optional<ChildProcess> m_process;
 };

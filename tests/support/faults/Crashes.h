@@ -1,0 +1,25 @@
+#pragma once
+
+// What faulty programs do. Each raises the processor's exception, if the compiler does not see it coming.
+
+inline void WriteNowhere()
+{
+    static int* volatile nowhere = nullptr;
+    *nowhere = 1;
+}
+
+inline void DivideByZero()
+{
+    static volatile int number = 1000;
+    static volatile int zero = 0;
+    number = number / zero;
+}
+
+// NOLINTNEXTLINE(misc-no-recursion): that is what it is for
+inline int UseUpTheStack(int depth = 0)
+{
+    static const volatile bool endless = true;
+    volatile char page[4096];
+    page[0] = static_cast<char>(depth);
+    return endless ? UseUpTheStack(depth + 1) + page[0] : 0;
+}
