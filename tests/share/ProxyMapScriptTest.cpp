@@ -1,4 +1,5 @@
 #include "OrvProfiler/share/ProxyMap.h"
+#include "tests/share/ViewWatch.h"
 #include "tests/support/contract/Contract.h"
 #include "tests/support/worlds/Files.h"
 #include "tests/support/worlds/ForeignMapping.h"
@@ -63,29 +64,6 @@ protected:
     const std::wstring m_base = FreshName(L"map");
     const uint32_t m_id = FreshId();
     std::unique_ptr<ScriptedMap> m_map;
-};
-
-// Watches the first page of each view that is made.
-class ViewWatch
-{
-public:
-    explicit ViewWatch(CallScript& script) : m_redirect("MapViewOfFile", Map)
-    {
-        s_script = &script;
-        s_real = m_redirect.Real();
-    }
-
-private:
-    static void* Map(HANDLE mapping, DWORD access, DWORD high, DWORD low, SIZE_T size)
-    {
-        void* const view = s_real(mapping, access, high, low, size);
-        s_script->WatchWrites(view, L"{view}");
-        return view;
-    }
-
-    static inline CallScript* s_script = nullptr;
-    static inline decltype(&MapViewOfFile) s_real = nullptr;
-    Redirect<decltype(MapViewOfFile)> m_redirect;
 };
 } // namespace
 

@@ -220,8 +220,7 @@ CallScript::CallScript() : m_hidden(std::begin(c_hidden), std::end(c_hidden)), m
 CallScript::~CallScript()
 {
     m_calls.Stop();
-    for (Page& page : m_pages)
-        page.Open();
+    OpenPages();
     if (m_faultHandler != nullptr)
         RemoveVectoredExceptionHandler(m_faultHandler);
     g_script = nullptr;
@@ -264,6 +263,7 @@ void CallScript::Clear()
     const Own own;
     NoteState();
     m_steps.clear();
+    ProtectPages();
 }
 
 Script CallScript::Steps()
@@ -278,6 +278,7 @@ testing::AssertionResult CallScript::Is(const Script& expected)
     const Own own;
     NoteState();
     const Script steps = std::exchange(m_steps, Script());
+    ProtectPages();
     if (steps == expected)
         return testing::AssertionSuccess();
     const auto differs = std::mismatch(steps.begin(), steps.end(), expected.begin(), expected.end());
@@ -400,6 +401,12 @@ bool CallScript::OnSpecialCall(const SystemCall& call)
     return true;
 }
 
+void CallScript::OpenPages()
+{
+    for (Page& page : m_pages)
+        page.Open();
+}
+
 // The pages of a view that goes.
 void CallScript::ForgetPages(uint64_t view)
 {
@@ -414,6 +421,9 @@ void CallScript::BeforeCall(const SystemCall& call)
 {
     if (std::strcmp(call.function, "UnmapViewOfFile") == 0)
         ForgetPages(call.arguments[0].number);
+    // The watched pages must not look like regions of their own.
+    if (std::strcmp(call.function, "VirtualQuery") == 0)
+        OpenPages();
     if (m_hidden.count(call.function) != 0 || OnSpecialCall(call))
         return;
     std::wstring step = Widened(call.function);
@@ -430,6 +440,8 @@ void CallScript::BeforeCall(const SystemCall& call)
 // Learns the names of the handles.
 void CallScript::AfterCall(const SystemCall& call, const CallValue& result)
 {
+    if (std::strcmp(call.function, "VirtualQuery") == 0)
+        ProtectPages();
     const FunctionText* const shown = TextOf(call.function);
     if (shown == nullptr || shown->gives == nullptr || result.number == 0 ||
         result.number == Address(INVALID_HANDLE_VALUE))

@@ -85,6 +85,7 @@ private:
     void NoteState();
     void Add(std::wstring step);
     void ProtectPages();
+    void OpenPages();
     void ForgetPages(uint64_t view);
     std::wstring ArgumentText(const SystemCall& call, size_t index, wchar_t kind) const;
     std::wstring HandleText(uint64_t handle) const;
