@@ -15,6 +15,7 @@ PURE = re.compile(r"\b(?:static_cast|reinterpret_cast|const_cast|sizeof|offsetof
 CALL = re.compile(r"\b([A-Za-z_]\w*(?:::\w+)*)(?:<[^<>;]*>)?\(|\b[A-Za-z_][\w:<>*& ]* \w+[({]\w")
 STORE = re.compile(r"(?:\b[mg]_\w+(?:\[[^\]]*\])*|\bTraceFile|->\w+|\*\w+|\.\w+) [-+|&]?= |(?:\+\+|--)(?:m_|g_)|"
                    r"\bm_\w+\.(?:Reset|reset|Add|Receive)\b")
+CLASS = re.compile(r"(?:template\b.*)?(?:class|struct|union|enum|namespace|extern)\b")
 CHANGED = re.compile(r"\b(\w+)(?:\[[^\]]*\]|\.\w+)? [-+|&]?= |(?:\+\+|--)(\w+)")
 GUARD = re.compile(r"const Guard guard\(|const std::lock_guard|const std::scoped_lock")
 NUMBER = re.compile(r"-?(?:0[xX][0-9a-fA-F]+|\d+)[uUlL]*")
@@ -29,15 +30,20 @@ def blocks(text):
         lines.append((at, len(line) - len(line.lstrip(" ")), line.strip()))
         at += len(line) + 1
     open_units = {}  # indent: neighbours so far
-    current = None  # (start, indent)
+    declarations = set()  # the indents of class bodies, whose order only the compiler sees
+    header = ""
     for number, (start, indent, line) in enumerate(lines):
         if not line or line.startswith(("//", "#")):
             continue
+        if line == "{":
+            (declarations.add if CLASS.match(header) else declarations.discard)(indent + 4)
+        else:
+            header = line
         if line.startswith("}"):
             for deeper in [key for key in open_units if key > indent]:
                 yield open_units.pop(deeper)
             continue
-        if line.startswith(("{", "else", "catch")) or indent < 4:
+        if line.startswith(("{", "else", "catch")) or indent < 4 or indent in declarations:
             continue
         end = unit_end(lines, number)
         unit = Unit(start + indent, end, text[start + indent:end], indent)

@@ -404,6 +404,8 @@ SystemFaults::SystemFaults(Listener* listener) : m_installed(std::make_unique<In
 {
     g_state = {};
     g_state.listener = listener;
+    // Nothing is freed between a redirection and its function's being known.
+    m_installed->entries.reserve(Faults().size() + 1);
     for (const Fault& fault : Faults())
     {
         if (fault.found != Found::Imported || !IsInstalled(fault))
