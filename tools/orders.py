@@ -124,7 +124,7 @@ def out_of_locks(text):
             pad = " " * guard.indent
             for place, unit in enumerate(inside):
                 # A whole clause may move with its return; a bare return has nothing to move.
-                if INERT.match(unit.text):
+                if INERT.match(unit.text) or (declared(unit.text) and not calls(unit.text)):
                     continue
                 before = text[guard.start:unit.start]
                 yield guard.start, unit.end, unit.text + "\n" + pad + before.rstrip()

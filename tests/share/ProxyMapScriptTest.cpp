@@ -150,9 +150,11 @@ TEST_F(CProxyMapScript, PutsAFileBehindTheMapping)
           L"= created, view 0, map 1, file 1, name {map}",
           L"trace CProxyMap::Create created share {map} successfully \n", L"MapViewOfFile Local\\{map} f001f 0 0 0",
           L"= created, view 1, map 1, file 1, name {map}", L"OnMapped"}})));
-    m_map.reset();
-    EXPECT_TRUE(
-        m_script.Is({L"= gone", L"UnmapViewOfFile view", L"CloseHandle Local\\{map}", L"CloseHandle {file}"}));
+    m_map->Close();
+    EXPECT_TRUE(m_script.Is({L"= not created, view 1, map 1, file 1, name {map}", L"UnmapViewOfFile view",
+                             L"= not created, view 0, map 1, file 1, name {map}", L"CloseHandle Local\\{map}",
+                             L"= not created, view 0, map 0, file 1, name {map}", L"CloseHandle {file}",
+                             L"= not created, view 0, map 0, file 0, name {map}"}));
 }
 
 TEST_F(CProxyMapScript, GoesOnWithoutTheFile)

@@ -164,6 +164,32 @@ TEST_F(CProxyPrivateScript, HasNoDataWhenTheWaitFails)
     EXPECT_TRUE(m_script.Is({L"WaitForSingleObject {mutex} forever fails"}));
 }
 
+// The view is looked at when the wait is over.
+TEST_F(CProxyPrivateScript, HasNoDataWhenTheViewGoesDuringTheWait)
+{
+    static CProxyPrivate* s_block = nullptr;
+    s_block = &Created();
+    const Redirect<DWORD(HANDLE, DWORD)> wait("WaitForSingleObject", [](HANDLE, DWORD) -> DWORD {
+        s_block->CProxyMap::Close();
+        return WAIT_OBJECT_0;
+    });
+    m_script.Clear();
+    EXPECT_EQ(nullptr, s_block->LockData());
+    EXPECT_TRUE(m_script.Is({L"UnmapViewOfFile view", L"CloseHandle Local\\{block}", L"ReleaseMutex {mutex}"}));
+}
+
+// The field is emptied before the text is looked at: also when the text is the field's own.
+TEST_F(CProxyPrivateScript, EmptiesATextBeforeItIsRead)
+{
+    CProxyPrivate& block = Created();
+    block.SetText(L"text");
+    EXPECT_TRUE(block.SetText(block.GetText()));
+    EXPECT_STREQ(L"", block.GetText());
+    block.SetShortText(L"text");
+    EXPECT_TRUE(block.SetShortText(block.GetShortText()));
+    EXPECT_STREQ(L"", block.GetShortText());
+}
+
 TEST_F(CProxyPrivateScript, DoesNotWaitWithoutAMutex)
 {
     EXPECT_EQ(nullptr, m_block->LockData());

@@ -84,7 +84,7 @@ protected:
             {0x28B578, L"{block 0}"},      {0x363000, L"{block 1}"},
         };
         for (const auto& part : parts)
-            m_script.WatchWrites(m_client->Bytes() == nullptr ? nullptr : ViewBytes() + part.offset, part.name);
+            m_script.WatchWrites(ViewBytes() + part.offset, part.name);
         m_script.Clear();
     }
 
@@ -120,6 +120,16 @@ TEST_F(CProxyShareScript, OpensWhatItsClientHasMade)
     EXPECT_TRUE(m_script.Is(Join({{L"UnmapViewOfFile view", L"CloseHandle Local\\{share}"}, DropMutexes()})));
     m_share->Close();
     EXPECT_TRUE(m_script.Is({}));
+}
+
+TEST_F(CProxyShareScript, IsUnmappedBehindTheViewAndBeforeTheMutexes)
+{
+    CProxyShare& share = Open();
+    m_script.WatchState([&share] { return share.GetControl() != nullptr ? L"mapped" : L"unmapped"; });
+    share.Close();
+    EXPECT_TRUE(
+        m_script.Is(Join({{L"UnmapViewOfFile view", L"CloseHandle Local\\{share}", L"= unmapped"}, DropMutexes()})));
+    m_script.WatchState(nullptr);
 }
 
 TEST_F(CProxyShareScript, CreatesWhatNobodyHasMade)
@@ -306,6 +316,19 @@ TEST_F(CProxyShareScript, AddsAThreadUnderLock3)
         m_script.Is({L"WaitForSingleObject Local\\{share}_3 forever", L"writes {slot 0}", L"writes {thread count}",
                      L"trace CProxyShare::AddThread Thread name() id(0x00000008) tindex (1)\n",
                      L"trace CProxyShare::AddThread Thread count now 2\n", L"ReleaseMutex Local\\{share}_3"}));
+}
+
+TEST_F(CProxyShareScript, StoresTheIndexBeforeTheSlot)
+{
+    CProxyShare& share = Open();
+    WatchParts();
+    int32_t index = -1;
+    m_script.WatchState([&index] { return L"index " + std::to_wstring(index); });
+    m_script.Hide("OutputDebugStringW");
+    m_script.Clear();
+    EXPECT_TRUE(share.AddThread(&index, 7, L"detail", L"name"));
+    EXPECT_TRUE(m_script.Is(Locked(3, {L"= index 0", L"writes {slot 0}", L"writes {thread count}"})));
+    m_script.WatchState(nullptr);
 }
 
 TEST_F(CProxyShareScript, SaysNothingWhenNoSlotIsFree)
