@@ -282,7 +282,10 @@ TEST_F(CProxyEventScript, TheWaitWithAWindowEndsWhenTheTimeIsOver)
     m_script.Clear();
     m_script.Fail("MsgWaitForMultipleObjectsEx");
     EXPECT_FALSE(events.WaitForResponse(INFINITE));
-    EXPECT_TRUE(m_script.Is({L"?"}));
+    EXPECT_TRUE(
+        m_script.Is({L"WaitForSingleObject Local\\Event12_{set} 0", L"WaitForSingleObject Local\\Event11_{set} 0",
+                     L"PeekMessageW {window} 1",
+                     L"MsgWaitForMultipleObjectsEx 2 Local\\Event12_{set},Local\\Event11_{set} 200 140 0 fails"}));
 }
 
 TEST_F(CProxyEventScript, MakesTheReadyEvent)
