@@ -393,6 +393,12 @@ TEST_F(CProxyShareScript, KeepsTheOrderListWithoutALock)
     EXPECT_TRUE(m_script.Is({L"writes {thread count}"}));
     EXPECT_EQ(0, share.RemoveFromOrder(3));
     EXPECT_TRUE(m_script.Is({L"writes {thread count}"}));
+    // The end of the list lies in the page of the first slot.
+    for (int32_t i = 0; i < 40; ++i)
+        share.AddToOrder(i);
+    m_script.Clear();
+    EXPECT_EQ(39, share.RemoveFromOrder(37));
+    EXPECT_TRUE(m_script.Is({L"writes {slot 0}", L"writes {thread count}"}));
 }
 
 TEST_F(CProxyShareScript, DoesNothingWhileNotMapped)
