@@ -98,6 +98,8 @@ int32_t CHost::Execute(const wchar_t* methodName, const wchar_t* argument)
     m_hr = CallManaged(methodName, argument, returnValue);
     if (FAILED(m_hr))
     {
+        // Deliberately looked up although the line does not print it.
+        static_cast<void>(ErrorText(GetLastError()));
         TraceLine(L"%6.0f %s ExecuteInDefaultAppDomain failed\n", L"CHost::Execute");
         return ActionFail;
     }

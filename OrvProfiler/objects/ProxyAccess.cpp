@@ -24,6 +24,8 @@ CProxyAccess::CProxyAccess(uint32_t session, const wchar_t* name) : m_name(name)
 CProxyAccess::~CProxyAccess()
 {
     Unlock();
+    // First the handle, then the companion, then the name, on purpose. The members' own order has the other two.
+    m_mutex.Reset();
 }
 
 bool CProxyAccess::Lock(uint32_t timeoutMs)

@@ -68,22 +68,22 @@ bool CWBEvent::ResetAll() noexcept
     return succeeded == c_workbenchEventCount;
 }
 
-uint32_t CWBEvent::Block(const wchar_t* function, uint32_t first, uint32_t count, uint32_t timeoutMs) noexcept
+void CWBEvent::Block(const wchar_t* function, uint32_t first, uint32_t count, uint32_t timeoutMs,
+                     uint32_t& result) noexcept
 {
     m_waiting = true;
     TraceText(function, L"Waiting\n");
     const bool inTable = count <= c_workbenchEventCount - first;
-    const uint32_t result =
-        inTable ? WaitForMultipleObjects(count, &m_handles[first], FALSE, timeoutMs) : WAIT_FAILED;
+    result = inTable ? WaitForMultipleObjects(count, &m_handles[first], FALSE, timeoutMs) : WAIT_FAILED;
+    // After the result is stored: who sees the wait ended can read it.
     m_waiting = false;
-    return result;
 }
 
 uint32_t CWBEvent::Wait(uint32_t* index, uint32_t count, uint32_t timeoutMs) noexcept
 {
     constexpr const wchar_t* function = L"CWBEvent::Wait";
-    const uint32_t result = Block(function, 0, count, timeoutMs);
-    *index = result;
+    Block(function, 0, count, timeoutMs, *index);
+    const uint32_t result = *index;
     if (result < count)
     {
         // The events are manual-reset: whoever was woken resets what woke it.
@@ -112,7 +112,8 @@ uint32_t CWBEvent::GetResponse(uint32_t timeoutMs) noexcept
     constexpr const wchar_t* responses[] = {L"Success\n", L"Failed\n", L"Breakpoint\n"};
     constexpr uint32_t count = c_workbenchResponseCount;
     static_assert(count == sizeof responses / sizeof *responses, "one text for each response");
-    const uint32_t result = Block(function, c_responseSuccess, count, timeoutMs);
+    uint32_t result = 0;
+    Block(function, c_responseSuccess, count, timeoutMs, result);
     if (result < count)
     {
         TraceText(function, responses[result]);

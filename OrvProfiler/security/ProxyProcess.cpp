@@ -76,7 +76,11 @@ CProcess::CProcess(const SystemFunctionTable& functions, uint32_t processId, Uni
     ReadToken();
 }
 
-CProcess::~CProcess() = default;
+CProcess::~CProcess()
+{
+    m_token.Reset();
+    m_process.Reset();
+}
 
 void CProcess::ReadToken() noexcept
 {

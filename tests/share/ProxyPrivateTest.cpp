@@ -1,5 +1,6 @@
 #include "OrvProfiler/share/ProxyPrivate.h"
 
+#include "tests/share/OwnMutexName.h"
 #include "tests/support/contract/Contract.h"
 #include "tests/support/contract/TraceCapture.h"
 #include "tests/support/contract/TraceLines.h"
@@ -32,37 +33,6 @@ using testing::SizeIs;
 
 namespace
 {
-constexpr const wchar_t* c_mutexName = L"Local\\AgentDataMutex";
-
-// The data mutex has one name for all, so tests that run at once would wait for each other: while one of these lives
-// the name gets an ending that only this test and its children have.
-class OwnMutexName
-{
-public:
-    explicit OwnMutexName(const std::wstring& ending = FreshName(L"test")) : m_redirect("CreateMutexW", Create)
-    {
-        s_ending = ending;
-        s_name = c_mutexName + ending;
-        s_real = m_redirect.Real();
-    }
-
-    const std::wstring& Ending() const noexcept { return s_ending; }
-    const std::wstring& KernelName() const noexcept { return s_name; }
-
-private:
-    static HANDLE Create(SECURITY_ATTRIBUTES* attributes, int initialOwner, const wchar_t* name)
-    {
-        const bool isData = name != nullptr && std::wstring(name) == c_mutexName;
-        return s_real(attributes, initialOwner, isData ? s_name.c_str() : name);
-    }
-
-    static inline std::wstring s_ending;
-    static inline std::wstring s_name;
-    static inline decltype(&CreateMutexW) s_real = nullptr;
-
-    Redirect<HANDLE(SECURITY_ATTRIBUTES*, int, const wchar_t*)> m_redirect;
-};
-
 struct Names
 {
     std::wstring base = FreshName(L"private");

@@ -34,7 +34,8 @@ enum class Found
 enum class Way
 {
     DoesNothing,
-    GivesBack, // a release: does its work all the same
+    GivesBack,  // a release: does its work all the same
+    CannotFail, // it is only told of
 };
 
 struct Fault
@@ -43,6 +44,7 @@ struct Fault
     Found found;
     void* stand;
     void** real;
+    Way way;
 };
 
 constexpr size_t c_mostFaults = 128;
@@ -59,6 +61,7 @@ struct State
     unsigned failingCall = 0;
     bool failed = false;
     unsigned surplusReleases = 0;
+    SystemFaults::Listener* listener = nullptr;
 };
 
 State g_state;
@@ -79,12 +82,67 @@ bool Reach(size_t index) noexcept
     return true;
 }
 
+// While one of these lives, what the thread does is neither the product's nor the test's; the last error stays.
+class Aside
+{
+public:
+    Aside() = default;
+    ~Aside() { SetLastError(m_error); }
+    Aside(const Aside&) = delete;
+    Aside& operator=(const Aside&) = delete;
+
+private:
+    DWORD m_error = GetLastError();
+    SystemFaults::Paused m_paused;
+    AllocationProbe::Unwatched m_unwatched;
+};
+
+template <class... Arguments>
+void TellBefore(const char* name, bool fails, const Arguments&... arguments)
+{
+    if (g_state.listener == nullptr)
+        return;
+    const Aside aside;
+    g_state.listener->BeforeCall({name, {ToCallValue(arguments)...}, fails});
+}
+
+template <class Result, class... Arguments>
+void TellAfter(const char* name, const Result& result, const Arguments&... arguments)
+{
+    if (g_state.listener == nullptr)
+        return;
+    const Aside aside;
+    g_state.listener->AfterCall({name, {ToCallValue(arguments)...}, false}, ToCallValue(result));
+}
+
+// Stands for a function that cannot fail.
+template <int Line, class Function>
+struct Heard;
+
+template <int Line, class Result, class... Arguments>
+struct Heard<Line, Result(Arguments...)>
+{
+    static inline Result (*s_real)(Arguments...) = nullptr;
+    static inline const char* s_name = nullptr;
+
+    static Result Call(Arguments... arguments)
+    {
+        if (!IsCounting())
+            return s_real(arguments...);
+        TellBefore(s_name, false, arguments...);
+        const SystemFaults::Paused paused;
+        const AllocationProbe::Unwatched unwatched;
+        return s_real(arguments...);
+    }
+};
+
 template <int Line, class Function>
 struct Stand;
 
 template <int Line, class Result, class... Arguments>
 struct Stand<Line, Result(Arguments...)>
 {
+    static inline const char* s_name = nullptr;
     using Answer = Result;
     static inline Result (*s_real)(Arguments...) = nullptr;
     static inline size_t s_index = c_none;
@@ -108,8 +166,14 @@ struct Stand<Line, Result(Arguments...)>
     {
         if (!IsCounting())
             return s_real(arguments...);
-        if (!Reach(s_index))
-            return CallReal(arguments...);
+        const bool fails = Reach(s_index);
+        TellBefore(s_name, fails, arguments...);
+        if (!fails)
+        {
+            const Result result = CallReal(arguments...);
+            TellAfter(s_name, result, arguments...);
+            return result;
+        }
         if (s_way == Way::GivesBack)
             CallReal(arguments...);
         SetLastError(s_error);
@@ -132,7 +196,18 @@ void Add(const char* name, Found found, Answer answer, DWORD error, Way way)
     Own::s_answer = static_cast<typename Own::Answer>(answer);
     Own::s_error = error;
     Own::s_way = way;
-    g_faults.push_back({name, found, reinterpret_cast<void*>(&Own::Call), reinterpret_cast<void**>(&Own::s_real)});
+    Own::s_name = name;
+    g_faults.push_back(
+        {name, found, reinterpret_cast<void*>(&Own::Call), reinterpret_cast<void**>(&Own::s_real), way});
+}
+
+template <int Line, class Function>
+void AddHeard(const char* name, Found found)
+{
+    using Own = Heard<Line, Function>;
+    Own::s_name = name;
+    g_faults.push_back(
+        {name, found, reinterpret_cast<void*>(&Own::Call), reinterpret_cast<void**>(&Own::s_real), Way::CannotFail});
 }
 
 // Each entry: the function, what it returns when it fails, and the last error that it leaves.
@@ -244,6 +319,32 @@ void ListRest()
     GIVING_BACK(FreeLibrary, FALSE, ERROR_MOD_NOT_FOUND);
 }
 
+#define HEARD(function) AddHeard<__LINE__, decltype(function)>(#function, Found::Imported)
+#define HEARD_LOOKED_UP(name, type) AddHeard<__LINE__, type>(name, Found::LookedUp)
+
+// What cannot fail, and is told of all the same.
+void ListHeard()
+{
+    HEARD(DeleteCriticalSection);
+    HEARD(DispatchMessageW);
+    HEARD(EnterCriticalSection);
+    HEARD(GetNativeSystemInfo);
+    HEARD(InitializeCriticalSection);
+    HEARD(LeaveCriticalSection);
+    HEARD(OutputDebugStringW);
+    HEARD(PeekMessageW);
+    HEARD(QueryPerformanceCounter);
+    HEARD(QueryPerformanceFrequency);
+    HEARD(TranslateMessage);
+    HEARD(free);
+    HEARD_LOOKED_UP("DeleteBoundaryDescriptor", decltype(DeleteBoundaryDescriptor));
+    HEARD_LOOKED_UP("IsDebuggerPresent", decltype(IsDebuggerPresent));
+    HEARD_LOOKED_UP("wine_get_build_id", const char*());
+    HEARD_LOOKED_UP("wine_get_version", const char*());
+}
+
+#undef HEARD
+#undef HEARD_LOOKED_UP
 #undef IMPORTED
 #undef GIVING_BACK
 #undef LOOKED_UP
@@ -257,6 +358,7 @@ const std::vector<Fault>& Faults()
         ListSecurity();
         ListFiles();
         ListRest();
+        ListHeard();
     }
     if (g_faults.size() > c_mostFaults)
         throw std::runtime_error("there are more functions than counters");
@@ -268,6 +370,12 @@ size_t IndexOf(const std::string& function)
     const auto found =
         std::find_if(Faults().begin(), Faults().end(), [&](const Fault& fault) { return function == fault.name; });
     return found != Faults().end() ? static_cast<size_t>(found - Faults().begin()) : c_none;
+}
+
+// What is only told of stays as it is when nobody listens.
+bool IsInstalled(const Fault& fault) noexcept
+{
+    return fault.way != Way::CannotFail || g_state.listener != nullptr;
 }
 
 // What GetProcAddress answers instead of a function that can be made to fail.
@@ -283,7 +391,7 @@ struct LookUp
             return found;
         for (const Fault& fault : g_faults)
         {
-            if (fault.found != Found::LookedUp || std::strcmp(fault.name, name) != 0)
+            if (fault.found != Found::LookedUp || !IsInstalled(fault) || std::strcmp(fault.name, name) != 0)
                 continue;
             *fault.real = reinterpret_cast<void*>(found);
             return reinterpret_cast<FARPROC>(fault.stand);
@@ -298,11 +406,15 @@ struct SystemFaults::Installed
     std::vector<std::unique_ptr<ImportTableEntry>> entries;
 };
 
-SystemFaults::SystemFaults() : m_installed(std::make_unique<Installed>())
+SystemFaults::SystemFaults(Listener* listener) : m_installed(std::make_unique<Installed>())
 {
+    g_state = {};
+    g_state.listener = listener;
+    // Nothing is freed between a redirection and its function's being known.
+    m_installed->entries.reserve(Faults().size() + 1);
     for (const Fault& fault : Faults())
     {
-        if (fault.found != Found::Imported)
+        if (fault.found != Found::Imported || !IsInstalled(fault))
             continue;
         try
         {
@@ -317,7 +429,6 @@ SystemFaults::SystemFaults() : m_installed(std::make_unique<Installed>())
     m_installed->entries.push_back(
         std::make_unique<ImportTableEntry>("GetProcAddress", reinterpret_cast<void*>(&LookUp::Call)));
     LookUp::s_next = reinterpret_cast<FARPROC (*)(HMODULE, const char*)>(m_installed->entries.back()->Original());
-    g_state = {};
     g_state.thread = GetCurrentThreadId();
 }
 
@@ -327,25 +438,30 @@ SystemFaults::~SystemFaults()
     // In reverse order: the last entry redirects GetProcAddress, which an earlier entry has redirected already.
     while (!m_installed->entries.empty())
         m_installed->entries.pop_back();
+    g_state.listener = nullptr;
 }
 
 std::vector<std::string> SystemFaults::Functions()
 {
     std::vector<std::string> names;
     for (const Fault& fault : Faults())
-        names.emplace_back(fault.name);
+    {
+        if (fault.way != Way::CannotFail)
+            names.emplace_back(fault.name);
+    }
     return names;
 }
 
 bool SystemFaults::CanFail(const std::string& function)
 {
-    return IndexOf(function) != c_none;
+    const size_t index = IndexOf(function);
+    return index != c_none && Faults()[index].way != Way::CannotFail;
 }
 
 void SystemFaults::FailCall(const std::string& function, unsigned n)
 {
     const size_t index = IndexOf(function);
-    if (index == c_none)
+    if (index == c_none || Faults()[index].way == Way::CannotFail)
         throw std::runtime_error("it is not known how this function fails: " + function);
     FailNone();
     g_state.failing = index;
@@ -354,9 +470,10 @@ void SystemFaults::FailCall(const std::string& function, unsigned n)
 
 void SystemFaults::FailNone()
 {
-    const DWORD thread = g_state.thread;
-    g_state = {};
-    g_state.thread = thread;
+    State state;
+    state.thread = g_state.thread;
+    state.listener = g_state.listener;
+    g_state = state;
     g_state.counting = true;
 }
 

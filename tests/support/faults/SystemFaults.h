@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/support/faults/SystemCall.h"
+
 #include <memory>
 #include <string>
 #include <vector>
@@ -15,8 +17,21 @@
 class SystemFaults
 {
 public:
-    // Nothing is counted yet.
-    SystemFaults();
+    // Hears of the calls that count, and of some that cannot fail: before a call is made, and after it with the
+    // result. What it allocates is hidden from an AllocationProbe, what it calls does not count, and the last error
+    // stays.
+    class Listener
+    {
+    public:
+        virtual void BeforeCall(const SystemCall& call) = 0;
+        virtual void AfterCall(const SystemCall& call, const CallValue& result) = 0;
+
+    protected:
+        ~Listener() = default;
+    };
+
+    // Nothing is counted yet. The listener must outlive this object.
+    explicit SystemFaults(Listener* listener = nullptr);
     ~SystemFaults();
     SystemFaults(const SystemFaults&) = delete;
     SystemFaults& operator=(const SystemFaults&) = delete;
