@@ -105,6 +105,12 @@ namespace System.Runtime.CompilerServices
 
 namespace System.Runtime.InteropServices
 {
+    public sealed class DllImportAttribute : Attribute
+    {
+        public string EntryPoint;
+        public DllImportAttribute(string dllName) { }
+    }
+
     public sealed class OutAttribute : Attribute
     {
         public OutAttribute() { }

@@ -36,6 +36,7 @@ namespace System
 
     public struct DateTime
     {
+        public long Ticks { get { throw null; } }
         public string ToString(string format, IFormatProvider provider) { throw null; }
     }
 
@@ -98,10 +99,17 @@ namespace System
 
     public struct IntPtr
     {
+        public static readonly IntPtr Zero;
+        public override bool Equals(object obj) { throw null; }
+        public override int GetHashCode() { throw null; }
+        public static explicit operator IntPtr(int value) { throw null; }
+        public static bool operator ==(IntPtr value1, IntPtr value2) { throw null; }
+        public static bool operator !=(IntPtr value1, IntPtr value2) { throw null; }
     }
 
     public static class Math
     {
+        public static int Abs(int value) { throw null; }
         public static int Max(int val1, int val2) { throw null; }
         public static int Min(int val1, int val2) { throw null; }
         public static double Truncate(double d) { throw null; }

@@ -8,13 +8,16 @@ namespace OrvWorkBench
     internal sealed class Parser
     {
         // Deeper nesting and longer chains of members and calls are refused: both are evaluated by recursion, which
-        // would use up the stack.
+        // would use up the stack. So would the longest chains inside of each other.
         private const int c_greatestDepth = 100;
         private const int c_greatestChain = 200;
+        private const int c_greatestHeight = 300;
 
         private readonly List<Token> m_tokens;
         private int m_at;
         private int m_depth;
+        // How many expressions stand in each other in what was read last.
+        private int m_height;
 
         private Parser(string text)
         {
@@ -75,30 +78,34 @@ namespace OrvWorkBench
         public static ValueCommand ParseInvoke(string text)
         {
             Parser parser = new Parser(text);
-            ValueCommand command = parser.ParseNamed();
+            ValueCommand command = parser.ParseNamed(false);
             if (!(command.Value is CallExpression))
                 throw new CommandError(command.Value.Position, "this is not a call: expected name.Method(arguments)");
             parser.ExpectEnd();
             return command;
         }
 
-        // [name =] property, field, indexer or instance.
+        // [name =] property, field, indexer, instance, or a cast.
         public static ValueCommand ParseGet(string text)
         {
             Parser parser = new Parser(text);
-            ValueCommand command = parser.ParseNamed();
+            ValueCommand command = parser.ParseNamed(true);
             if (!(command.Value is MemberExpression) && !(command.Value is IndexExpression) &&
-                !(command.Value is NameExpression) && !(command.Value is LastResultExpression))
+                !(command.Value is NameExpression) && !(command.Value is LastResultExpression) &&
+                !(command.Value is CastExpression))
                 throw new CommandError(command.Value.Position, "expected a property, a field, an indexer or an instance");
             parser.ExpectEnd();
             return command;
         }
 
-        // property, field or indexer = value; event += watch; event -= watch.
+        // property, field or indexer = value; event += watch; event -= watch; using.
         public static SetCommand ParseSet(string text)
         {
             Parser parser = new Parser(text);
             SetCommand command = new SetCommand();
+            command.Using = parser.TryParseUsing(true);
+            if (command.Using != null)
+                return command;
             command.Target = parser.ParsePostfix();
             if (!(command.Target is MemberExpression) && !(command.Target is IndexExpression))
                 throw new CommandError(command.Target.Position, "expected a property, a field or an indexer");
@@ -118,6 +125,9 @@ namespace OrvWorkBench
         {
             Parser parser = new Parser(text);
             DeleteCommand command = new DeleteCommand();
+            command.Using = parser.TryParseUsing(false);
+            if (command.Using != null)
+                return command;
             command.Position = parser.Current.Position;
             command.Name = parser.ExpectName("an instance's name");
             parser.ExpectEnd();
@@ -185,7 +195,25 @@ namespace OrvWorkBench
             --m_depth;
         }
 
-        private ValueCommand ParseNamed()
+        // The rest of the text when it begins "using", with another name behind; null otherwise.
+        private UsingCommand TryParseUsing(bool mayName)
+        {
+            if (Current.Kind != TokenKind.Name || Current.Text != "using" || Ahead(1).Kind != TokenKind.Name)
+                return null;
+            Next();
+            UsingCommand command = new UsingCommand();
+            command.Position = Current.Position;
+            if (mayName && Ahead(1).Is("="))
+            {
+                command.Alias = ExpectName("a name");
+                Next();
+            }
+            command.Name = command.Alias == null ? ParseTypeName() : ParseType();
+            ExpectEnd();
+            return command;
+        }
+
+        private ValueCommand ParseNamed(bool mayCast)
         {
             ValueCommand command = new ValueCommand();
             if (Current.Kind == TokenKind.Name && Ahead(1).Is("="))
@@ -194,46 +222,50 @@ namespace OrvWorkBench
                 command.Name = ExpectName("a name");
                 Next();
             }
-            command.Value = ParsePostfix();
+            command.Value = mayCast && Current.Is("(") ? ParseUnary() : ParsePostfix();
             return command;
+        }
+
+        // Keeps the height of an expression whose highest part has that height.
+        private void Raise(int height, int position)
+        {
+            if (height >= c_greatestHeight)
+                throw new CommandError(position, "more than " + c_greatestHeight + " expressions in each other");
+            m_height = height + 1;
         }
 
         private Expression ParseExpression()
         {
-            Enter();
             Expression left = ParseUnary();
             for (int links = 0; Current.Is("|"); ++links)
             {
                 int position = Current.Position;
+                int height = m_height;
                 if (links == c_greatestChain)
                     throw new CommandError(position, "more than " + c_greatestChain + " '|' in a row");
                 Next();
                 left = new OrExpression(position, left, ParseUnary());
+                Raise(Math.Max(height, m_height), position);
             }
-            Leave();
             return left;
         }
 
         private Expression ParseUnary()
         {
-            Enter();
-            Expression result;
             Token token = Current;
-            if (token.Is("-") || token.Is("+") || token.Is("!") || token.Is("~"))
-            {
+            bool isOperator = token.Is("-") || token.Is("+") || token.Is("!") || token.Is("~");
+            TypeSyntax type = token.Is("(") ? TryParseCast() : null;
+            if (!isOperator && type == null)
+                return ParsePostfix();
+            Enter();
+            if (isOperator)
                 Next();
-                result = new UnaryExpression(token.Position, token.Text[0], ParseUnary());
-            }
-            else
-            {
-                TypeSyntax type = token.Is("(") ? TryParseCast() : null;
-                if (type == null)
-                    result = ParsePostfix();
-                else
-                    result = new CastExpression(token.Position, type, ParseUnary());
-            }
+            Expression operand = ParseUnary();
+            Raise(m_height, token.Position);
             Leave();
-            return result;
+            if (isOperator)
+                return new UnaryExpression(token.Position, token.Text[0], operand);
+            return new CastExpression(token.Position, type, operand);
         }
 
         // "(Type)" is a cast when what follows can only be its operand; otherwise nothing is read and null comes back.
@@ -273,30 +305,36 @@ namespace OrvWorkBench
             for (int links = 0;; ++links)
             {
                 Token token = Current;
+                bool nested = token.Is("+") && Ahead(1).Kind == TokenKind.Name;
+                if (!nested && !token.Is(".") && !token.Is("(") && !token.Is("["))
+                    return result;
                 if (links == c_greatestChain)
                     throw new CommandError(token.Position, "more than " + c_greatestChain + " members and calls in a row");
-                bool nested = token.Is("+") && Ahead(1).Kind == TokenKind.Name;
-                if (token.Is(".") || nested)
-                {
-                    Next();
-                    result = new MemberExpression(result, ParseNamePart(nested ? "a nested type" : "a member's name"), nested);
-                }
-                else if (token.Is("("))
-                    result = new CallExpression(result.Position, result, ParseArguments("(", ")"));
-                else if (token.Is("["))
-                {
-                    result = new IndexExpression(token.Position, result, ParseArguments("[", "]"));
-                    if (((IndexExpression)result).Arguments.Count == 0)
-                        throw new CommandError(token.Position, "an indexer needs an index");
-                }
-                else
-                    return result;
+                int height = m_height;
+                result = ParseLink(result, token, nested);
+                Raise(Math.Max(height, m_height), token.Position);
             }
+        }
+
+        private Expression ParseLink(Expression target, Token token, bool nested)
+        {
+            if (token.Is("("))
+                return new CallExpression(target.Position, target, ParseArguments("(", ")"));
+            if (!token.Is("["))
+            {
+                Next();
+                return new MemberExpression(target, ParseNamePart(nested ? "a nested type" : "a member's name"), nested);
+            }
+            List<Argument> indices = ParseArguments("[", "]");
+            if (indices.Count == 0)
+                throw new CommandError(token.Position, "an indexer needs an index");
+            return new IndexExpression(token.Position, target, indices);
         }
 
         private Expression ParsePrimary()
         {
             Token token = Current;
+            m_height = 1;
             switch (token.Kind)
             {
             case TokenKind.Literal:
@@ -316,15 +354,21 @@ namespace OrvWorkBench
                     string assembly = ParseAssemblyPrefix();
                     return new NameExpression(ParseNamePart("a type's name"), assembly);
                 }
-                if (Take("("))
-                {
-                    Expression inner = ParseExpression();
-                    Expect(")");
-                    return inner;
-                }
+                if (token.Is("("))
+                    return ParseParenthesised();
                 break;
             }
             throw Unexpected("a value");
+        }
+
+        private Expression ParseParenthesised()
+        {
+            Enter();
+            Expect("(");
+            Expression inner = ParseExpression();
+            Expect(")");
+            Leave();
+            return inner;
         }
 
         private Expression ParseKeyword(Token token)
@@ -359,6 +403,8 @@ namespace OrvWorkBench
         // What follows "new". Only in the create command may the argument list be left out.
         private Expression ParseCreation(int position, bool mayOmitArguments)
         {
+            if (Current.Is("[") && Ahead(1).Is("]") && Ahead(2).Is("{"))
+                return ParseArrayOfElements(position);
             TypeSyntax type = ParseTypeName();
             if (Take("?"))
                 type.Nullable = true;
@@ -367,39 +413,129 @@ namespace OrvWorkBench
             ParseRanks(type);
             if (type.Ranks.Count > 0)
                 return new NewArrayExpression(position, type, null, ParseElements());
-            if (!Current.Is("(") && mayOmitArguments)
-                return new NewExpression(position, type, new List<Argument>());
-            return new NewExpression(position, type, ParseArguments("(", ")"));
+            List<Argument> arguments = new List<Argument>();
+            m_height = 1;
+            if (Current.Is("(") || (!mayOmitArguments && !Current.Is("{")))
+                arguments = ParseArguments("(", ")");
+            int height = m_height;
+            Initializer initializer = Current.Is("{") ? ParseInitializer() : null;
+            Raise(Math.Max(height, m_height), position);
+            return new NewExpression(position, type, arguments, initializer);
+        }
+
+        // new[] { elements }
+        private Expression ParseArrayOfElements(int position)
+        {
+            Expect("[");
+            Expect("]");
+            return new NewArrayExpression(position, null, null, ParseElements());
         }
 
         private Expression ParseSizedArray(int position, TypeSyntax type)
         {
             List<Expression> sizes = new List<Expression>();
             Expect("[");
+            int height = 0;
             do
+            {
                 sizes.Add(ParseExpression());
+                height = Math.Max(height, m_height);
+            }
             while (Take(","));
             Expect("]");
             type.Ranks.Add(sizes.Count);
             ParseRanks(type);
-            return new NewArrayExpression(position, type, sizes, null);
+            ArrayExpression elements = Current.Is("{") ? ParseElements() : null;
+            Raise(Math.Max(height, m_height), position);
+            return new NewArrayExpression(position, type, sizes, elements);
         }
 
         private ArrayExpression ParseElements()
         {
             int position = Current.Position;
+            return new ArrayExpression(position, ParseValues(position));
+        }
+
+        // "{ value, ... }"
+        private List<Expression> ParseValues(int position)
+        {
             Enter();
             Expect("{");
-            List<Expression> elements = new List<Expression>();
+            int height = 0;
+            List<Expression> values = new List<Expression>();
             if (!Current.Is("}"))
             {
                 do
-                    elements.Add(ParseExpression());
+                {
+                    values.Add(ParseExpression());
+                    height = Math.Max(height, m_height);
+                }
                 while (Take(","));
             }
             Expect("}");
             Leave();
-            return new ArrayExpression(position, elements);
+            Raise(height, position);
+            return values;
+        }
+
+        // "{ Member = value, ... }" or "{ element, ... }"; empty braces are the first.
+        private Initializer ParseInitializer()
+        {
+            Initializer initializer = new Initializer();
+            initializer.Position = Current.Position;
+            bool isObject = Ahead(1).Is("}") || (Ahead(1).Kind == TokenKind.Name && Ahead(2).Is("="));
+            if (isObject)
+                initializer.Members = new List<MemberInitializer>();
+            else
+                initializer.Elements = new List<List<Expression>>();
+            Enter();
+            Expect("{");
+            int height = 0;
+            if (!Current.Is("}"))
+            {
+                do
+                {
+                    if (isObject)
+                        initializer.Members.Add(ParseMemberInitializer());
+                    else
+                        initializer.Elements.Add(ParseElement());
+                    height = Math.Max(height, m_height);
+                }
+                while (Take(","));
+            }
+            Expect("}");
+            Leave();
+            Raise(height, initializer.Position);
+            return initializer;
+        }
+
+        private MemberInitializer ParseMemberInitializer()
+        {
+            MemberInitializer member = new MemberInitializer();
+            member.Position = Current.Position;
+            member.Name = ExpectName("a member's name");
+            Expect("=");
+            if (Current.Is("{"))
+                member.Content = ParseInitializer();
+            else
+                member.Value = ParseExpression();
+            return member;
+        }
+
+        // One element, or the arguments of Add in braces of their own.
+        private List<Expression> ParseElement()
+        {
+            if (Current.Is("{"))
+            {
+                int position = Current.Position;
+                List<Expression> arguments = ParseValues(position);
+                if (arguments.Count == 0)
+                    throw new CommandError(position, "an element is empty");
+                return arguments;
+            }
+            List<Expression> one = new List<Expression>();
+            one.Add(ParseExpression());
+            return one;
         }
 
         private List<Argument> ParseArguments(string open, string close)
@@ -407,23 +543,38 @@ namespace OrvWorkBench
             Enter();
             Expect(open);
             List<Argument> arguments = new List<Argument>();
+            int height = 0;
             if (!Current.Is(close))
             {
                 do
-                    arguments.Add(ParseArgument());
+                {
+                    arguments.Add(ParseArgument(arguments));
+                    height = Math.Max(height, m_height);
+                }
                 while (Take(","));
             }
             if (!Current.Is(close))
                 throw Unexpected("',' or '" + close + "'");
             Next();
             Leave();
+            m_height = height;
             return arguments;
         }
 
-        private Argument ParseArgument()
+        private Argument ParseArgument(List<Argument> before)
         {
             Argument argument = new Argument();
             argument.Position = Current.Position;
+            if (Current.Kind == TokenKind.Name && Ahead(1).Is(":"))
+            {
+                argument.Parameter = ExpectName("a parameter's name");
+                Next();
+                if (before.Exists(delegate(Argument one) { return one.Parameter == argument.Parameter; }))
+                    throw new CommandError(argument.Position, "the parameter '" + argument.Parameter + "' is given twice");
+            }
+            else if (before.Count > 0 && before[before.Count - 1].Parameter != null)
+                throw new CommandError(argument.Position, "what follows a named argument needs its name too");
+            m_height = 1;
             if (Take("out"))
             {
                 argument.Kind = ArgumentKind.Out;
@@ -461,12 +612,10 @@ namespace OrvWorkBench
 
         private TypeSyntax ParseType()
         {
-            Enter();
             TypeSyntax type = ParseTypeName();
             if (Take("?"))
                 type.Nullable = true;
             ParseRanks(type);
-            Leave();
             return type;
         }
 
