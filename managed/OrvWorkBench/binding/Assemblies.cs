@@ -35,6 +35,16 @@ namespace OrvWorkBench
             return assembly == typeof(Assemblies).Assembly;
         }
 
+        // A value that leads into the dispatcher: an object of its own types, or what reflection says about them.
+        public static bool IsOwn(object value)
+        {
+            MemberInfo member = value as MemberInfo;
+            Type type = value as Type ?? (member == null ? null : member.DeclaringType);
+            Assembly assembly = value as Assembly;
+            return (assembly != null && IsOwn(assembly)) || (type != null && IsOwn(type.Assembly)) ||
+                   (value != null && IsOwn(value.GetType().Assembly));
+        }
+
         // Loads what the command names. Returns false when it is loaded already. The difference, which is mostly null,
         // says that the assembly is not what is in the file now. Throws CommandError, with AssemblyNotFound where there is
         // no such file or no such name.

@@ -59,7 +59,15 @@ namespace OrvWorkBench
         {
             Value value = expression is MemberExpression ? ValueOf(Resolve(expression, true), expression.Position)
                                                          : Evaluate(expression);
-            return Require(value, expression.Position);
+            RequireForeign(Require(value, expression.Position), expression.Position);
+            return value;
+        }
+
+        // Keeps the dispatcher's own types and objects out of reach.
+        private static void RequireForeign(Value value, int position)
+        {
+            if (Assemblies.IsOwn(value.Data))
+                throw new CommandError(position, "this belongs to the dispatcher, which commands cannot reach");
         }
 
         private List<Value> EvaluateAll(IList<Expression> expressions)

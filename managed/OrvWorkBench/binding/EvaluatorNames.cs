@@ -159,6 +159,7 @@ namespace OrvWorkBench
         {
             if (node.Type != null)
                 return;
+            RequireForeign(node.Value, position);
             if (node.Value.Elements != null)
                 throw new CommandError(position, "{ ... } has no members: write new T[] { ... }");
             if (node.Value.Data == null && (node.Value.Type == null || !Nullables.IsNullable(node.Value.Type)))

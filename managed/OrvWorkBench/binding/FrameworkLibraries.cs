@@ -58,15 +58,17 @@ namespace OrvWorkBench
             }
         }
 
-        // The library in which one looks for such a type, when the runtime does not have it; null otherwise.
+        // The library in which one looks for such a type, when the runtime has none of those; null otherwise.
         public static string MissingFor(string fullName)
         {
+            string missing = null;
             foreach (string name in NamesFor(NamespaceOf(fullName)))
             {
-                if (Get(name) == null)
-                    return name;
+                if (Get(name) != null)
+                    return null;
+                missing = missing ?? name;
             }
-            return null;
+            return missing;
         }
 
         // Whether a library that the runtime has holds types in the namespace, or in one below it.

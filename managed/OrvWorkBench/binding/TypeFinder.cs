@@ -15,7 +15,7 @@ namespace OrvWorkBench
         {
             m_assemblies = assemblies;
             m_usings = usings;
-            m_kin = new TypeKin(assemblies);
+            m_kin = new TypeKin(assemblies, usings);
         }
 
         // Throws CommandError with TypeNotFound (or AssemblyNotFound) when there is no such public type.

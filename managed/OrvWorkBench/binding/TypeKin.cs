@@ -11,26 +11,29 @@ namespace OrvWorkBench
         private const int c_greatestCount = 3;
 
         private readonly Assemblies m_assemblies;
+        private readonly Usings m_usings;
 
-        public TypeKin(Assemblies assemblies)
+        public TypeKin(Assemblies assemblies, Usings usings)
         {
             m_assemblies = assemblies;
+            m_usings = usings;
         }
 
         // For an error message about that name, without type arguments; empty when nothing is like it. Only an assembly's
         // own types count when one is given.
         public string Suggest(string dottedName, Assembly only)
         {
-            string kin = Like(dottedName, only);
-            if (kin != null)
-                return kin;
             string missing = only == null ? FrameworkLibraries.MissingFor(dottedName) : null;
             if (missing != null)
                 return "; this runtime has no " + missing + ", where it belongs";
+            List<string> found = Like(dottedName, only);
+            if (found.Count > 0)
+                return "; did you mean " + string.Join(" or ", found.ToArray()) + "?";
             return only == null ? ToLoad(dottedName) : "";
         }
 
-        private string Like(string dottedName, Assembly only)
+        // The user's types come first, a type of the same short name before one with a name that is not quite the same.
+        private List<string> Like(string dottedName, Assembly only)
         {
             List<Assembly> own = new List<Assembly>(m_assemblies.Loaded);
             if (only != null)
@@ -39,12 +42,11 @@ namespace OrvWorkBench
             if (found.Count == 0 && only == null)
                 found = Named(Framework(), dottedName, 0);
             int distance = ShortName(dottedName).Length > 4 ? 2 : 1;
-            bool isDotted = dottedName.IndexOf('.') >= 0;
-            if (found.Count == 0 && isDotted)
+            if (found.Count == 0)
                 found = Named(own, dottedName, distance);
-            if (found.Count == 0 && isDotted && only == null)
+            if (found.Count == 0 && only == null)
                 found = Named(Framework(), dottedName, distance);
-            return found.Count == 0 ? null : "; did you mean " + string.Join(" or ", found.ToArray()) + "?";
+            return found;
         }
 
         // What is in the process, and the libraries that nearly every program uses.
@@ -56,18 +58,23 @@ namespace OrvWorkBench
         }
 
         // The nearest types by their short names. A name that is not quite the same must have the namespace that is
-        // written.
-        private static List<string> Named(IEnumerable<Assembly> assemblies, string dottedName, int greatestDistance)
+        // written, or for a short name one that is used.
+        private List<string> Named(IEnumerable<Assembly> assemblies, string dottedName, int greatestDistance)
         {
             string wanted = ShortName(dottedName);
-            string space = dottedName.Substring(0, Math.Max(0, dottedName.Length - wanted.Length - 1));
+            List<string> spaces = new List<string>(m_usings.Namespaces);
+            if (wanted != dottedName)
+                spaces = new List<string>(new string[] { dottedName.Substring(0, dottedName.Length - wanted.Length - 1) });
             List<string> names = new List<string>();
             int least = greatestDistance;
             foreach (Assembly assembly in assemblies)
             {
                 foreach (Type type in TypeFinder.PublicTypes(assembly))
                 {
-                    if (greatestDistance > 0 && !string.Equals(SpaceOf(type), space, StringComparison.OrdinalIgnoreCase))
+                    string space = SpaceOf(type);
+                    if (greatestDistance > 0 && !spaces.Exists(delegate(string one) {
+                            return string.Equals(one, space, StringComparison.OrdinalIgnoreCase);
+                        }))
                         continue;
                     int distance = Distance(wanted.ToLowerInvariant(), Bare(type.Name).ToLowerInvariant(), least);
                     if (distance > least)

@@ -27,7 +27,7 @@ namespace OrvWorkBench
                 while (at < end && Next(all))
                 {
                     if (at >= first)
-                        Output.Line("  [" + Number(at) + "] " + Formatter.ShowItem(Current(all)));
+                        Output.Line("  [" + IndexOf(sequence as Array, at) + "] " + Formatter.ShowItem(Current(all)));
                     ++at;
                 }
                 Output.Line("  " + Number(Math.Max(0, at - first)) + (at == end ? " read; there may be more from " + Number(end) + " on" : " read, to the end"));
@@ -39,6 +39,20 @@ namespace OrvWorkBench
                     UserCode.Run(disposable.Dispose);
             }
             return true;
+        }
+
+        // In an array of several dimensions the index of the element with that number, elsewhere the number.
+        private static string IndexOf(Array array, int at)
+        {
+            if (array == null || array.Rank == 1)
+                return Number(at);
+            string text = "";
+            for (int i = array.Rank - 1; i >= 0; --i)
+            {
+                text = Number(array.GetLowerBound(i) + at % array.GetLength(i)) + (text.Length > 0 ? ", " : "") + text;
+                at /= array.GetLength(i);
+            }
+            return text;
         }
 
         private static string Number(int number)

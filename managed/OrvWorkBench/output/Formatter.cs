@@ -179,7 +179,8 @@ namespace OrvWorkBench
             int first = array.GetLowerBound(dimension);
             for (int i = first; i <= array.GetUpperBound(dimension); ++i)
             {
-                if (!Separate(text, i - first, depth))
+                // The number of an element in a row says little about the rows that are left out.
+                if (!Separate(text, i - first, depth + 1))
                     break;
                 at[dimension] = i;
                 if (dimension + 1 < at.Length)
