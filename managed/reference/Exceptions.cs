@@ -102,6 +102,8 @@ namespace System.IO
 
     public class IOException : SystemException
     {
+        public IOException() { }
+        public IOException(string message) { }
     }
 }
 

@@ -36,6 +36,16 @@ namespace System.IO
     public class FileStream : Stream
     {
         public FileStream(SafeFileHandle handle, FileAccess access, int bufferSize, bool isAsync) { }
+        public override bool CanRead { get { throw null; } }
+        public override bool CanSeek { get { throw null; } }
+        public override bool CanWrite { get { throw null; } }
+        public override long Length { get { throw null; } }
+        public override long Position { get { throw null; } set { } }
+        public override void Flush() { }
+        public override int Read(byte[] array, int offset, int count) { throw null; }
+        public override long Seek(long offset, SeekOrigin origin) { throw null; }
+        public override void SetLength(long value) { }
+        public override void Write(byte[] array, int offset, int count) { }
     }
 
     public static class Path
@@ -48,8 +58,23 @@ namespace System.IO
         public static string GetFullPath(string path) { throw null; }
     }
 
+    public enum SeekOrigin
+    {
+        Begin = 0
+    }
+
     public abstract class Stream : MarshalByRefObject
     {
+        public abstract bool CanRead { get; }
+        public abstract bool CanSeek { get; }
+        public abstract bool CanWrite { get; }
+        public abstract long Length { get; }
+        public abstract long Position { get; set; }
+        public abstract void Flush();
+        public abstract int Read(byte[] buffer, int offset, int count);
+        public abstract long Seek(long offset, SeekOrigin origin);
+        public abstract void SetLength(long value);
+        public abstract void Write(byte[] buffer, int offset, int count);
     }
 
     public class StreamWriter : TextWriter

@@ -99,12 +99,8 @@ namespace System
 
     public struct IntPtr
     {
-        public static readonly IntPtr Zero;
-        public override bool Equals(object obj) { throw null; }
-        public override int GetHashCode() { throw null; }
         public static explicit operator IntPtr(int value) { throw null; }
-        public static bool operator ==(IntPtr value1, IntPtr value2) { throw null; }
-        public static bool operator !=(IntPtr value1, IntPtr value2) { throw null; }
+        public long ToInt64() { throw null; }
     }
 
     public static class Math

@@ -9,6 +9,7 @@ namespace System
         public static int FindIndex<T>(T[] array, Predicate<T> match) { throw null; }
         internal Array() { }
         public IEnumerator GetEnumerator() { throw null; }
+        public static void Copy(Array sourceArray, int sourceIndex, Array destinationArray, int destinationIndex, int length) { }
         public int GetLength(int dimension) { throw null; }
         public int Length { get { throw null; } }
         public int Rank { get { throw null; } }

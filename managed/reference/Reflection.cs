@@ -26,7 +26,6 @@ namespace System
         public bool IsValueType { get { throw null; } }
         public bool IsVisible { get { throw null; } }
         public abstract string Namespace { get; }
-        public virtual RuntimeTypeHandle TypeHandle { get { throw null; } }
         public virtual int GetArrayRank() { throw null; }
         public ConstructorInfo GetConstructor(Type[] types) { throw null; }
         public abstract ConstructorInfo[] GetConstructors(BindingFlags bindingAttr);
@@ -115,6 +114,7 @@ namespace System.Reflection
     public abstract class MemberInfo
     {
         public abstract Type DeclaringType { get; }
+        public virtual int MetadataToken { get { throw null; } }
         public abstract string Name { get; }
     }
 
@@ -129,13 +129,11 @@ namespace System.Reflection
         public bool IsPublic { get { throw null; } }
         public bool IsStatic { get { throw null; } }
         public bool IsVirtual { get { throw null; } }
-        public abstract RuntimeMethodHandle MethodHandle { get; }
         public virtual bool IsGenericMethod { get { throw null; } }
         public virtual bool IsGenericMethodDefinition { get { throw null; } }
         public bool IsSpecialName { get { throw null; } }
         public virtual Type[] GetGenericArguments() { throw null; }
         public abstract ParameterInfo[] GetParameters();
-        public static MethodBase GetMethodFromHandle(RuntimeMethodHandle handle, RuntimeTypeHandle declaringType) { throw null; }
         public object Invoke(object obj, object[] parameters) { throw null; }
     }
 

@@ -44,6 +44,14 @@ namespace OrvTest
         public static readonly int Six = 6;
     }
 
+    public class Choice<T>
+    {
+        public string Put(T a) { return "T"; }
+        public string Put(int a) { return "int"; }
+        public string All(params T[] a) { return "T[]"; }
+        public string All(params int[] a) { return "int[]"; }
+    }
+
     public static class Defaults
     {
         public static string All(int a = 1, string b = "x", int? c = 4, decimal d = 1.5m)

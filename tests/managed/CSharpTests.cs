@@ -65,6 +65,7 @@ namespace OrvTest
             "OrvTest.Probe.Objects(1, \"a\")", "OrvTest.Probe.Objects(h.Words)", "OrvTest.Probe.Objects(list)", "OrvTest.Probe.Objects(new int[2])", "OrvTest.Probe.Sum()", "OrvTest.Probe.Sum(1, 2)", "OrvTest.Probe.Sum(1, 2.0)",
             "new OrvTest.Money(cents: 4)", "f[index: 4]",
             // Overloads and type arguments.
+            "new OrvTest.Choice<int>().Put(1)", "new OrvTest.Choice<long>().Put(1)", "new OrvTest.Choice<int>().All(1)", "h.None.ToString",
             "h.Overloaded(1, 2)", "h.Overloaded(1, 2L)", "OrvTest.Probe.Specific(1)", "OrvTest.Probe.Specific(h.Words)", "OrvTest.Probe.Specific(list)", "OrvTest.Probe.Two(1, \"a\")", "OrvTest.Probe.Two<long, object>(1, \"a\")",
             "OrvTest.Probe.Two<long>(1, 2)", "OrvTest.Probe.TypeOf(null)", "OrvTest.Probe.TypeOf(1u)", "OrvTest.Probe.Shown(h.Words)", "OrvTest.Probe.Shown(list)", "OrvTest.Probe.Uints(new int[1])", "OrvTest.Probe.Uints(new uint[1])",
             "OrvTest.Probe.Worth(\"abc\")", "OrvTest.Probe.Worth((string)null)", "OrvTest.Probe.Worth(null)", "OrvTest.Probe.Worth(5)", "OrvTest.Probe.Worth(5L)", "OrvTest.Probe.Worth(5ul)", "OrvTest.Probe.Worth(2.5)",

@@ -69,10 +69,17 @@ namespace OrvWorkBench
                 if (function != null && function.IsGenericMethod)
                     method = function.GetGenericMethodDefinition();
                 Type holder = method.DeclaringType;
-                if (holder.IsGenericType && !holder.IsGenericTypeDefinition)
-                    method = MethodBase.GetMethodFromHandle(method.MethodHandle, holder.GetGenericTypeDefinition().TypeHandle);
-                ParameterInfo[] declared = method.GetParameters();
-                return declared.Length < Parameters.Length ? Parameters : declared;
+                if (!holder.IsGenericType)
+                    return Indexer != null ? Parameters : method.GetParameters();
+                const BindingFlags flags = BindingFlags.Public | BindingFlags.NonPublic | BindingFlags.Instance | BindingFlags.Static |
+                                           BindingFlags.DeclaredOnly;
+                foreach (MemberInfo member in holder.GetGenericTypeDefinition().GetMembers(flags))
+                {
+                    MethodBase declared = member as MethodBase;
+                    if (declared != null && declared.MetadataToken == method.MetadataToken)
+                        return declared.GetParameters();
+                }
+                return Parameters;
             }
         }
     }

@@ -118,7 +118,7 @@ namespace OrvWorkBench
                 Type type = chosen.TypeFor(i);
                 string word = bound[i].Kind == ArgumentKind.Ref ? "ref " : "out ";
                 string name = bound[i].Name ?? chosen.Parameters[place].Name;
-                Output.Line(word + name + " = " + Formatter.ShowTyped(values[place], type));
+                ShownValue.Print(word + name + " = ", values[place], type, bound[i].Name);
                 if (bound[i].Name != null)
                     m_instances.Replace(bound[i].Name, Value.Of(values[place], type));
             }

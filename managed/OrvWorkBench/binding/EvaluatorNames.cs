@@ -107,7 +107,7 @@ namespace OrvWorkBench
                                        "there is no public nested type '" + member.Part.Name + "'");
             RequireObject(node, member.Target.Position);
             MemberInfo found = member.Part.Arguments != null ? null : Members.FindData(node.MemberType, member.Part.Name, node.Flags);
-            if (found == null && mayBeMethods)
+            if (found == null && mayBeMethods && !Nullables.IsNullable(node.MemberType))
             {
                 List<MethodBase> methods = Members.FindMethods(node.MemberType, member.Part.Name, node.Flags);
                 if (methods.Count > 0)

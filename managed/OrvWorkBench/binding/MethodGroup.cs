@@ -38,7 +38,9 @@ namespace OrvWorkBench
                 return null;
             // A structure is copied into the delegate.
             object target = m_target == null ? null : RuntimeHelpers.GetObjectValue(m_target);
-            return Delegate.CreateDelegate(type, target, chosen, false);
+            Delegate made = null;
+            Guard.Run(delegate() { made = Delegate.CreateDelegate(type, target, chosen, false); });
+            return made;
         }
 
         // What comes back from the method that takes these types; null when there is none.

@@ -131,15 +131,12 @@ namespace OrvWorkBench
         // example, are left out.
         public static IEnumerable<Type> PublicTypes(Assembly assembly)
         {
-            Type[] types;
-            try
-            {
-                types = assembly.GetTypes();
-            }
-            catch (ReflectionTypeLoadException partial)
-            {
+            Type[] types = new Type[0];
+            // An assembly that is still being made in memory may not tell.
+            Exception raised = Guard.Run(delegate() { types = assembly.GetTypes(); });
+            ReflectionTypeLoadException partial = raised as ReflectionTypeLoadException;
+            if (partial != null)
                 types = partial.Types;
-            }
             foreach (Type type in types)
             {
                 if (type != null && type.IsVisible)

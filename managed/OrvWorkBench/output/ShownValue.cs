@@ -1,3 +1,5 @@
+using System;
+
 namespace OrvWorkBench
 {
     // What a value's text leaves out.
@@ -22,8 +24,19 @@ namespace OrvWorkBench
         public string Text;
         public Omission Omitted;
 
+        // Prints type and value behind the lead. With the name by which the user can call the value, also how to see what
+        // is left out.
+        public static void Print(string lead, object value, Type declared, string name)
+        {
+            ShownValue shown = Formatter.ShowWhole(value, declared);
+            Output.Line(lead + shown.Text);
+            string way = name == null ? null : shown.WayToTheRest(name);
+            if (way != null)
+                Output.Line("  " + way);
+        }
+
         // How to see the rest of a value that the user calls by that name; null when all is shown.
-        public string WayToTheRest(string name)
+        private string WayToTheRest(string name)
         {
             switch (Omitted)
             {

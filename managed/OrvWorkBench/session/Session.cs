@@ -54,7 +54,7 @@ namespace OrvWorkBench
                 return ActionResult.TypeExists;
             Value value = m_evaluator.Evaluate(command.Value);
             m_instances.Add(command.Name, value);
-            Show(command.Name + " = ", value, command.Name);
+            ShownValue.Print(command.Name + " = ", value.Data, value.Type, command.Name);
             return ActionResult.CreatedType;
         }
 
@@ -90,7 +90,8 @@ namespace OrvWorkBench
             if (command.Operator == "=")
             {
                 object value = m_evaluator.Assign(command.Target, command.Value);
-                Output.Line(text.Substring(0, command.OperatorPosition).Trim() + " = " + Formatter.ShowTyped(value, null));
+                string target = text.Substring(0, command.OperatorPosition).Trim();
+                ShownValue.Print(target + " = ", value, null, target);
                 return ActionResult.Success;
             }
             NameExpression watch = command.Value as NameExpression;
@@ -171,18 +172,8 @@ namespace OrvWorkBench
         {
             if (command.Name == null || !m_instances.Has(command.Name))
                 return false;
-            Show("exists: " + command.Name + " = ", m_instances.Get(command.Name), command.Name);
+            ShownValue.Print("exists: " + command.Name + " = ", m_instances.Get(command.Name).Data, null, command.Name);
             return true;
-        }
-
-        // Prints the value that the user calls by that name, and how to see what is left out of it.
-        private static void Show(string lead, Value value, string name)
-        {
-            ShownValue shown = Formatter.ShowWhole(value.Data, value.Type);
-            Output.Line(lead + shown.Text);
-            string way = shown.WayToTheRest(name);
-            if (way != null)
-                Output.Line("  " + way);
         }
 
         private void Keep(ValueCommand command, Value value)
@@ -190,7 +181,7 @@ namespace OrvWorkBench
             m_instances.SetLastResult(value);
             if (command.Name != null)
                 m_instances.Add(command.Name, value);
-            Show(command.Name == null ? "=> " : command.Name + " = ", value, command.Name ?? "$");
+            ShownValue.Print(command.Name == null ? "=> " : command.Name + " = ", value.Data, value.Type, command.Name ?? "$");
         }
     }
 }
