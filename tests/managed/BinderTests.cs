@@ -126,6 +126,7 @@ namespace OrvTest
                 { "Ref(out x)", "error at column 3: 'Ref' does not take (out); there are" },
                 { "TryGet(\"a\", 5)", "error at column 3: 'TryGet' does not take (string, int); there is" },
                 { "Enumerated(5)", "error at column 3: 'Enumerated' does not take (int); there is" },
+                { "One(ref five, o.Nothing)", "error at column 3: 'One' does not take (ref int[], the method 'Nothing'); there are" },
                 { "Constrained(\"a\")", "error at column 3: 'Constrained' does not take (string); there is" },
                 { "Kind()", "error at column 3: 'Kind' does not take (); there are" },
                 { "Kind<int, int, int>()", "error at column 3: 'Kind'<int, int, int> does not take (); there are" },

@@ -24,8 +24,10 @@ namespace OrvTest
             Bench.Do("invoke", "few = h.Few()");
             Harness.True(Bench.Printed().EndsWith(" (a sequence of int, not read)\n  to read it: invoke walk(few)"), "an iterator");
             Prints("create", "all = System.Collections.Generic.List<int>(few)", 8, "all = System.Collections.Generic.List<int> (2) { 1, 2 }");
-            Bench.Do("invoke", "e = all.GetEnumerator()");
-            Bench.Printed();
+            Prints("invoke", "e = all.GetEnumerator()", 10,
+                   "e = System.Collections.Generic.List<int>.Enumerator (a sequence of int, not read)\n  to read it: invoke walk(e)");
+            Prints("invoke", "walk(e, 0, 1)", 10, "  [0] 1\n  1 read; there may be more from 1 on\n=> void");
+            Prints("invoke", "walk(e)", 10, "  [0] 2\n  1 read, to the end\n=> void");
             Prints("invoke", "walk(all.GetEnumerator())", 10, "  [0] 1\n  [1] 2\n  2 read, to the end\n=> void");
         }
 

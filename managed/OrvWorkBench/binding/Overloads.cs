@@ -198,10 +198,16 @@ namespace OrvWorkBench
                 if (arguments[i].Kind != ArgumentKind.Value)
                     given.Append(arguments[i].Kind == ArgumentKind.Ref ? "ref " : "out");
                 if (arguments[i].Value != null)
-                    given.Append(Conversions.Describe(arguments[i].Value).Trim('\''));
+                    given.Append(Bare(Conversions.Describe(arguments[i].Value)));
             }
             string types = typeArguments == null ? "" : "<" + TypeNames.ShowAll(typeArguments) + ">";
             return description + types + " does not take (" + given + "); there " + (all.Count == 1 ? "is" : "are") + List(all);
+        }
+
+        // A type's name without the quotes around it.
+        private static string Bare(string description)
+        {
+            return description.StartsWith("'", StringComparison.Ordinal) ? description.Trim('\'') : description;
         }
 
         private static string List(List<Candidate> candidates)

@@ -77,6 +77,8 @@ namespace OrvWorkBench
         // Null for what is no sequence, or an empty one whose ToString tells more.
         private string Sequence(object value, int depth)
         {
+            if (value is IEnumerator)
+                return Unread(value, depth);
             if (!(value is IEnumerable) || value is string)
                 return null;
             Array array = value as Array;
