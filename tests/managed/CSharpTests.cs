@@ -66,6 +66,7 @@ namespace OrvTest
             "new OrvTest.Money(cents: 4)", "f[index: 4]",
             // Overloads and type arguments.
             "new OrvTest.Choice<int>().Put(1)", "new OrvTest.Choice<long>().Put(1)", "new OrvTest.Choice<int>().All(1)", "h.None.ToString",
+            "o.Ref(ref n)", "o.Ref(a: ref n)", "o.Ref(ref c)", "OrvTest.Probe.Reference(ref n)", "OrvTest.Probe.Reference(n)", "o.Both(ref n, n)",
             "h.Overloaded(1, 2)", "h.Overloaded(1, 2L)", "OrvTest.Probe.Specific(1)", "OrvTest.Probe.Specific(h.Words)", "OrvTest.Probe.Specific(list)", "OrvTest.Probe.Two(1, \"a\")", "OrvTest.Probe.Two<long, object>(1, \"a\")",
             "OrvTest.Probe.Two<long>(1, 2)", "OrvTest.Probe.TypeOf(null)", "OrvTest.Probe.TypeOf(1u)", "OrvTest.Probe.Shown(h.Words)", "OrvTest.Probe.Shown(list)", "OrvTest.Probe.Uints(new int[1])", "OrvTest.Probe.Uints(new uint[1])",
             "OrvTest.Probe.Worth(\"abc\")", "OrvTest.Probe.Worth((string)null)", "OrvTest.Probe.Worth(null)", "OrvTest.Probe.Worth(5)", "OrvTest.Probe.Worth(5L)", "OrvTest.Probe.Worth(5ul)", "OrvTest.Probe.Worth(2.5)",
@@ -140,7 +141,9 @@ namespace OrvTest
             // Any expression can be an argument.
             if (!Succeeded(Bench.Do("invoke", "OrvTest.Probe.Value(" + parts[parts.Length - 1] + ")")))
                 return "refused";
-            return Bench.FirstLine().Substring("=> ".Length).Replace("object null", "null");
+            // What comes back by reference is printed before.
+            string printed = "\n" + Bench.Printed();
+            return printed.Substring(printed.IndexOf("\n=> ", StringComparison.Ordinal) + "\n=> ".Length).Split('\n')[0];
         }
 
         private static string[] Split(string row)
