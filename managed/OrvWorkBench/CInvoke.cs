@@ -1,6 +1,5 @@
 using System;
 using System.Diagnostics;
-using System.Threading;
 
 namespace OrvWorkBench
 {
@@ -12,6 +11,7 @@ namespace OrvWorkBench
 
         private static readonly object s_lock = new object();
         private static Session s_session;
+        private static bool s_isRunning;
 
         public static int LoadAssembly(string text)
         {
@@ -72,22 +72,33 @@ namespace OrvWorkBench
 
         private static int Run(string text, ActionResult failure, Command command)
         {
-            try
-            {
+            ActionResult result = failure;
+            // Whatever escapes, even printing the failure failed; there is nothing else to try.
+            Guard.Run(delegate() {
                 lock (s_lock)
                 {
-                    return (int)RunGuarded(text ?? "", failure, command);
+                    result = RunOne(text ?? "", failure, command);
                 }
-            }
-            catch (ThreadAbortException)
+            });
+            return (int)result;
+        }
+
+        // Code that a command calls may have found its way back here; it does not get another command.
+        private static ActionResult RunOne(string text, ActionResult failure, Command command)
+        {
+            if (s_isRunning)
             {
-                Thread.ResetAbort();
-                return (int)failure;
+                Output.Line("error: a command is being carried out already");
+                return failure;
             }
-            catch (Exception)
+            s_isRunning = true;
+            try
             {
-                // Even printing the failure failed; there is nothing else to try.
-                return (int)failure;
+                return RunGuarded(text, failure, command);
+            }
+            finally
+            {
+                s_isRunning = false;
             }
         }
 

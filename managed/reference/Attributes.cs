@@ -105,6 +105,18 @@ namespace System.Runtime.CompilerServices
 
 namespace System.Runtime.InteropServices
 {
+    public sealed class DllImportAttribute : Attribute
+    {
+        public string EntryPoint;
+        public bool SetLastError;
+        public DllImportAttribute(string dllName) { }
+    }
+
+    public static class Marshal
+    {
+        public static int GetLastWin32Error() { throw null; }
+    }
+
     public sealed class OutAttribute : Attribute
     {
         public OutAttribute() { }

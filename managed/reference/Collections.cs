@@ -113,6 +113,7 @@ namespace System.Collections.Generic
         public bool Exists(Predicate<T> match) { throw null; }
         public T Find(Predicate<T> match) { throw null; }
         public List<T> FindAll(Predicate<T> match) { throw null; }
+        public int FindIndex(Predicate<T> match) { throw null; }
         public Enumerator GetEnumerator() { throw null; }
         public int IndexOf(T item) { throw null; }
         public void Insert(int index, T item) { }

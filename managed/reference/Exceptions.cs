@@ -46,7 +46,13 @@ namespace System
     public class InvalidOperationException : SystemException
     {
         public InvalidOperationException() { }
+        public InvalidOperationException(string message) { }
         public InvalidOperationException(string message, Exception innerException) { }
+    }
+
+    public class NullReferenceException : SystemException
+    {
+        public NullReferenceException() { }
     }
 
     public class NotSupportedException : SystemException
@@ -96,6 +102,8 @@ namespace System.IO
 
     public class IOException : SystemException
     {
+        public IOException() { }
+        public IOException(string message) { }
     }
 }
 
@@ -104,6 +112,7 @@ namespace System.Reflection
     public sealed class ReflectionTypeLoadException : SystemException
     {
         internal ReflectionTypeLoadException() { }
+        public Exception[] LoaderExceptions { get { throw null; } }
         public Type[] Types { get { throw null; } }
     }
 
@@ -125,5 +134,9 @@ namespace System.Threading
     public sealed class ThreadAbortException : SystemException
     {
         internal ThreadAbortException() { }
+    }
+
+    public class ThreadStateException : SystemException
+    {
     }
 }

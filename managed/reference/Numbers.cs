@@ -36,6 +36,7 @@ namespace System
 
     public struct DateTime
     {
+        public long Ticks { get { throw null; } }
         public string ToString(string format, IFormatProvider provider) { throw null; }
     }
 
@@ -98,10 +99,13 @@ namespace System
 
     public struct IntPtr
     {
+        public static explicit operator IntPtr(int value) { throw null; }
+        public long ToInt64() { throw null; }
     }
 
     public static class Math
     {
+        public static int Abs(int value) { throw null; }
         public static int Max(int val1, int val2) { throw null; }
         public static int Min(int val1, int val2) { throw null; }
         public static double Truncate(double d) { throw null; }

@@ -1,8 +1,16 @@
+using System.Collections;
+using System.Reflection;
+
 namespace System
 {
-    public abstract class Array
+    public abstract class Array : IEnumerable
     {
+        public static TOutput[] ConvertAll<TInput, TOutput>(TInput[] array, Converter<TInput, TOutput> converter) { throw null; }
+        public static int FindIndex<T>(T[] array, Predicate<T> match) { throw null; }
         internal Array() { }
+        public IEnumerator GetEnumerator() { throw null; }
+        public static void Copy(Array sourceArray, int sourceIndex, Array destinationArray, int destinationIndex, int length) { }
+        public int GetLength(int dimension) { throw null; }
         public int Length { get { throw null; } }
         public int Rank { get { throw null; } }
         public static Array CreateInstance(Type elementType, int length) { throw null; }
@@ -55,6 +63,7 @@ namespace System
         public virtual bool Equals(object obj) { throw null; }
         public virtual int GetHashCode() { throw null; }
         public Type GetType() { throw null; }
+        protected object MemberwiseClone() { throw null; }
         public static bool ReferenceEquals(object objA, object objB) { throw null; }
         public virtual string ToString() { throw null; }
     }

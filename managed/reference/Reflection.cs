@@ -10,7 +10,9 @@ namespace System
         public virtual bool ContainsGenericParameters { get { throw null; } }
         public virtual MethodBase DeclaringMethod { get { throw null; } }
         public virtual int GenericParameterPosition { get { throw null; } }
+        public abstract string FullName { get; }
         public bool IsAbstract { get { throw null; } }
+        public bool HasElementType { get { throw null; } }
         public bool IsArray { get { throw null; } }
         public bool IsByRef { get { throw null; } }
         public bool IsEnum { get { throw null; } }
@@ -19,6 +21,7 @@ namespace System
         public virtual bool IsGenericTypeDefinition { get { throw null; } }
         public bool IsInterface { get { throw null; } }
         public bool IsPointer { get { throw null; } }
+        public bool IsPrimitive { get { throw null; } }
         public bool IsSealed { get { throw null; } }
         public bool IsValueType { get { throw null; } }
         public bool IsVisible { get { throw null; } }
@@ -46,6 +49,7 @@ namespace System
         public static Type GetTypeFromHandle(RuntimeTypeHandle handle) { throw null; }
         public virtual bool IsAssignableFrom(Type c) { throw null; }
         public virtual bool IsInstanceOfType(object o) { throw null; }
+        public virtual Type MakeByRefType() { throw null; }
         public virtual Type MakeArrayType() { throw null; }
         public virtual Type MakeArrayType(int rank) { throw null; }
         public virtual Type MakeGenericType(params Type[] typeArguments) { throw null; }
@@ -60,6 +64,7 @@ namespace System.Reflection
         public virtual string FullName { get { throw null; } }
         public virtual string Location { get { throw null; } }
         public virtual AssemblyName GetName() { throw null; }
+        public AssemblyName[] GetReferencedAssemblies() { throw null; }
         public Type GetType(string name, bool throwOnError, bool ignoreCase) { throw null; }
         public virtual Type[] GetTypes() { throw null; }
         public static Assembly Load(AssemblyName assemblyRef) { throw null; }
@@ -70,6 +75,7 @@ namespace System.Reflection
     public sealed class AssemblyName
     {
         public AssemblyName(string assemblyName) { }
+        public string FullName { get { throw null; } }
         public string Name { get { throw null; } }
         public static AssemblyName GetAssemblyName(string assemblyFile) { throw null; }
     }
@@ -108,11 +114,21 @@ namespace System.Reflection
     public abstract class MemberInfo
     {
         public abstract Type DeclaringType { get; }
+        public virtual int MetadataToken { get { throw null; } }
         public abstract string Name { get; }
+    }
+
+    public enum CallingConventions
+    {
+        VarArgs = 2
     }
 
     public abstract class MethodBase : MemberInfo
     {
+        public virtual CallingConventions CallingConvention { get { throw null; } }
+        public bool IsPublic { get { throw null; } }
+        public bool IsStatic { get { throw null; } }
+        public bool IsVirtual { get { throw null; } }
         public virtual bool IsGenericMethod { get { throw null; } }
         public virtual bool IsGenericMethodDefinition { get { throw null; } }
         public bool IsSpecialName { get { throw null; } }
@@ -123,6 +139,7 @@ namespace System.Reflection
 
     public abstract class MethodInfo : MethodBase
     {
+        public virtual MethodInfo GetGenericMethodDefinition() { throw null; }
         public virtual Type ReturnType { get { throw null; } }
         public abstract MethodInfo GetBaseDefinition();
         public virtual MethodInfo MakeGenericMethod(params Type[] typeArguments) { throw null; }
@@ -150,8 +167,10 @@ namespace System.Reflection
         public abstract bool CanRead { get; }
         public abstract Type PropertyType { get; }
         public MethodInfo GetGetMethod() { throw null; }
+        public abstract MethodInfo GetGetMethod(bool nonPublic);
         public abstract ParameterInfo[] GetIndexParameters();
         public MethodInfo GetSetMethod() { throw null; }
+        public abstract MethodInfo GetSetMethod(bool nonPublic);
         public virtual object GetValue(object obj, object[] index) { throw null; }
     }
 }

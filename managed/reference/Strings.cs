@@ -16,6 +16,7 @@ namespace System
 
     public sealed class String
     {
+
         public static readonly string Empty;
         public String(char c, int count) { }
         [IndexerName("Chars")]
@@ -35,6 +36,7 @@ namespace System
         public override int GetHashCode() { throw null; }
         public int IndexOf(char value) { throw null; }
         public int IndexOf(char value, int startIndex) { throw null; }
+        public int LastIndexOf(char value) { throw null; }
         public int IndexOfAny(char[] anyOf) { throw null; }
         public static bool IsNullOrEmpty(string value) { throw null; }
         public static string Join(string separator, params string[] value) { throw null; }

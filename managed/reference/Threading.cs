@@ -18,5 +18,6 @@ namespace System.Threading
         public static Thread CurrentThread { get { throw null; } }
         public int ManagedThreadId { get { throw null; } }
         public static void ResetAbort() { }
+        public static void Sleep(int millisecondsTimeout) { }
     }
 }

@@ -196,6 +196,13 @@ namespace OrvTest
             Bench.Expect("set", "b.Rang += other", 4, "error at column 11: expected watch after '+='");
             Bench.Expect("set", "b.Rang = null", 4, null);
             Bench.Expect("set", "nobody.Rang += watch", 4, null);
+            // An event that a class overrides is one event.
+            Bench.Expect("create", "f = OrvTest.Fancy()", 8, null);
+            Bench.Expect("set", "f.Changed += watch", 5, "watching Changed");
+            Bench.Expect("set", "((OrvTest.Plain)f).Changed += watch", 4, "error at column 20: the event 'Changed' is watched already");
+            Bench.Expect("invoke", "f.Raise()", 10, "event Changed(OrvTest.Fancy, System.EventArgs)");
+            Bench.Expect("set", "((OrvTest.Plain)f).Changed -= watch", 5, "no longer watching Changed");
+            Bench.Expect("invoke", "f.Raise()", 10, "=> void");
             // Reset takes the watches off, those of static events too.
             CInvoke.Reset("");
             Bench.Load("TestLibrary.dll");

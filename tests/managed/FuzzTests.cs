@@ -13,6 +13,7 @@ namespace OrvTest
             "Numbers", "Self", "x", "watch", "int", "string", "object", "new", "null", "true", "typeof", "ref", "out", ".", ".",
             ".", "(", ")", "(", ")", "[", "]", "{", "}", "<", ">", ",", "=", "+=", "-=", "-", "+", "!", "~", "|", "?", "$", "@",
             "1", "0x1F", "2.5", "1e5", "7ul", "\"text\"", "'c'", "@\"v\"", "\\", "\"", "'", "#", " ", "\t", "\0", "\u4E2D",
+            ":", "a:", "using", "walk", "walk(", "{ 1, 2 }", "{ Field = 1 }", "new[] {", "System", "Uri",
             "\uD800", "9999999999", "1.5m",
         };
 
@@ -23,6 +24,11 @@ namespace OrvTest
             "a.One((byte)5, ref x, out y, new int[] {1, 2u, 3.5e2})",
             "r = OrvTest.Outer+Inner.Count[3].M<int?>(typeof(OrvTest.Color), $, -1)",
             "[TestLibrary]OrvTest.Data.StaticField = OrvTest.Color.Red | OrvTest.Color.Green",
+            "d = new OrvTest.Data() { Field = 1, Self = { Small = 2 }, Anything = new[] {1, 2} }",
+            "e = System.Collections.Generic.Dictionary<string, int> { { \"a\", 1 }, { \"b\", 2 } }",
+            "a.Both(a: ref s, b: out t)",
+            "walk(b.Numbers, 1, 2)",
+            "using M = OrvTest.Box<int>",
             "b.Rang += watch",
             "\"C:\\some folder\\file.dll\"",
         };

@@ -105,6 +105,12 @@ namespace OrvTest
                 { "create", "a = new int[3, 4][]", "a = (new int[,][] sizes int 3, int 4)" },
                 { "create", "a = int[,] {{1},{2}}", "a = (new int[,] {{int 1}, {int 2}})" },
                 { "create", "a = int?[] {null}", "a = (new int?[] {null})" },
+                { "create", "a = N.T(x: 1, y: ref b, z: out c)", "a = (new N.T x@int 1 y@ref:b:b z@out:c:)" },
+                { "create", "a = N.T { X = 1, Y = { Z = {1} } }", "a = (new N.T <X := int 1; Y := <Z := <add int 1>>>)" },
+                { "create", "a = new N.T(1) { 1, {2, 3} }", "a = (new N.T int 1 <add int 1; add int 2, int 3>)" },
+                { "create", "a = N.T { }", "a = (new N.T <>)" },
+                { "create", "a = new[] {1, 2}", "a = (new [] {int 1, int 2})" },
+                { "create", "a = new int[2] {1, 2}", "a = (new int[] sizes int 2 {int 1, int 2})" },
                 { "create", "@new = N.T()", "new = (new N.T)" },
                 { "create", "gr\u00F6\u00DFe = N.Gr\u00F6\u00DFe()", "gr\u00F6\u00DFe = (new N.Gr\u00F6\u00DFe)" },
             });
@@ -125,6 +131,13 @@ namespace OrvTest
                 { "create", "a = N.Box<int^()", "expected '>' but found '('" },
                 { "create", "a = int[]^", "expected '{' but found the end" },
                 { "create", "a = int[] {1,^}", "expected a value but found '}'" },
+                { "create", "a = N.T(x: 1, ^2)", "what follows a named argument needs its name too" },
+                { "create", "a = N.T(x: 1, ^x: 2)", "the parameter 'x' is given twice" },
+                { "create", "a = N.T(x: ^)", "expected a value but found ')'" },
+                { "create", "a = N.T { X = 1, ^2 }", "expected a member's name but found '2'" },
+                { "create", "a = N.T { 1, X ^= 2 }", "expected '}' but found '='" },
+                { "create", "a = N.T { ^{ } }", "an element is empty" },
+                { "create", "a = N.T { X = 1 ^", "expected '}' but found the end" },
                 { "create", "a = [Lib ^N.T()", "expected ']' but found 'N'" },
                 { "create", "a = [^]N.T()", "expected an assembly's name but found ']'" },
             });
@@ -188,6 +201,8 @@ namespace OrvTest
                 { "get", "a[1, \"k\"]", "(index a int 1 string \"k\")" },
                 { "get", "a.M().P", "((call (a.M)).P)" },
                 { "get", "int.MaxValue", "(<int>.MaxValue)" },
+                { "get", "(N.I)a.B", "(cast N.I (a.B))" },
+                { "get", "x = ((N.I)a)", "x = (cast N.I a)" },
                 { "set", "a.B = 5", "(a.B) = int 5" },
                 { "set", "a[0] = {1}", "(index a int 0) = {int 1}" },
                 { "set", "a.E += watch", "(a.E) += watch" },
@@ -273,6 +288,8 @@ namespace OrvTest
                 { "get", "a[\"^\\U0000D800\"]", "the escape is no Unicode character" },
                 { "get", "a[\"^\\UFFFFFFFF\"]", "the escape is no Unicode character" },
                 { "get", "a[\"x^\\", "an escape is not complete" },
+                { "get", "a[^\"x\ny\"]", "a string is not closed" },
+                { "get", "a[^'\u2028']", "a character is not closed" },
                 { "get", "a[^'']", "a character is empty" },
                 { "get", "a[^'", "a character is not closed" },
                 { "get", "a[^'a", "a character is not closed" },
@@ -315,8 +332,20 @@ namespace OrvTest
             Refused("a.M<" + Repeat("A<", 100000), "the text nests more than 100 deep");
             Refused("a" + Repeat(".M()", 100000), "more than 200 members and calls in a row");
             Refused("a.M(1" + Repeat("|1", 100000) + ")", "more than 200 '|' in a row");
-            Parser.ParseInvoke("a.M(" + Repeat("(", 40) + "1" + Repeat(")", 40) + ")");
-            Parser.ParseInvoke("a" + Repeat(".M()", 99));
+            // What the documents say, to the last one: the arguments are a level of their own.
+            Parser.ParseInvoke("a.M(" + Repeat("(", 99) + "1" + Repeat(")", 99) + ")");
+            Refused("a.M(" + Repeat("(", 100) + "1" + Repeat(")", 100) + ")", "the text nests more than 100 deep");
+            Parser.ParseInvoke("a.M(" + Repeat("{", 99) + "1" + Repeat("}", 99) + ")");
+            Refused("a.M(" + Repeat("{", 100) + "1" + Repeat("}", 100) + ")", "the text nests more than 100 deep");
+            Parser.ParseInvoke("a.M(" + Repeat("-", 99) + "1)");
+            Refused("a.M(" + Repeat("-", 100) + "1)", "the text nests more than 100 deep");
+            Parser.ParseInvoke("a.M<" + Repeat("A<", 99) + "int" + Repeat(">", 99) + ">()");
+            Refused("a.M<" + Repeat("A<", 100) + "int" + Repeat(">", 100) + ">()", "the text nests more than 100 deep");
+            Parser.ParseInvoke("a" + Repeat(".M()", 100));
+            Refused("a" + Repeat(".M()", 100) + ".M", "more than 200 members and calls in a row");
+            // Long chains inside of each other.
+            Parser.ParseInvoke("a" + Repeat(".M()", 98) + ".M(b" + Repeat(".P", 99) + ")");
+            Refused("a" + Repeat(".M(b", 50) + Repeat(".P", 150) + Repeat(")" + Repeat(".P", 150), 50), "more than 300 expressions in each other");
             Parser.ParseInvoke("a.M(" + Repeat("1,", 20000) + "1)");
         }
     }

@@ -41,10 +41,11 @@ namespace OrvTest
                 return "(index " + Of(index.Target) + Of(index.Arguments) + ")";
             NewExpression creation = expression as NewExpression;
             if (creation != null)
-                return "(new " + Of(creation.Type) + Of(creation.Arguments) + ")";
+                return "(new " + Of(creation.Type) + Of(creation.Arguments) + (creation.Initializer == null ? "" : " " + Of(creation.Initializer)) + ")";
             NewArrayExpression newArray = expression as NewArrayExpression;
             if (newArray != null)
-                return "(new " + Of(newArray.Type) + (newArray.Elements != null ? " " + Of(newArray.Elements) : Sizes(newArray)) + ")";
+                return "(new " + (newArray.Type == null ? "[]" : Of(newArray.Type)) + (newArray.Sizes != null ? Sizes(newArray) : "") +
+                       (newArray.Elements != null ? " " + Of(newArray.Elements) : "") + ")";
             ArrayExpression array = expression as ArrayExpression;
             if (array != null)
                 return "{" + Of(array.Elements) + "}";
@@ -58,6 +59,22 @@ namespace OrvTest
             if (or != null)
                 return "(" + Of(or.Left) + " | " + Of(or.Right) + ")";
             return "(typeof " + Of(((TypeofExpression)expression).Type) + ")";
+        }
+
+        private static string Of(Initializer initializer)
+        {
+            List<string> parts = new List<string>();
+            if (initializer.Members != null)
+            {
+                foreach (MemberInitializer member in initializer.Members)
+                    parts.Add(member.Name + " := " + (member.Content != null ? Of(member.Content) : Of(member.Value)));
+            }
+            else
+            {
+                foreach (List<Expression> element in initializer.Elements)
+                    parts.Add("add " + Of(element));
+            }
+            return "<" + string.Join("; ", parts.ToArray()) + ">";
         }
 
         private static string Sizes(NewArrayExpression array)
@@ -79,6 +96,8 @@ namespace OrvTest
             foreach (Argument argument in arguments)
             {
                 text.Append(' ');
+                if (argument.Parameter != null)
+                    text.Append(argument.Parameter).Append('@');
                 if (argument.Kind != ArgumentKind.Value)
                     text.Append(argument.Kind == ArgumentKind.Ref ? "ref:" : "out:").Append(argument.Name ?? "-").Append(':');
                 if (argument.Value != null)

@@ -348,6 +348,14 @@ namespace OrvTest
         }
     }
 
+    public class BadCollection : BadList, ICollection
+    {
+        public int Count { get { return 2; } }
+        public bool IsSynchronized { get { return false; } }
+        public object SyncRoot { get { return this; } }
+        public void CopyTo(Array array, int index) { }
+    }
+
     public abstract class Abstract
     {
     }

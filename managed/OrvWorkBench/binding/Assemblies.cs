@@ -9,6 +9,7 @@ namespace OrvWorkBench
     internal sealed class Assemblies
     {
         private readonly List<Assembly> m_loaded = new List<Assembly>();
+        private readonly LoadedFiles m_files = new LoadedFiles();
 
         public Assemblies()
         {
@@ -28,13 +29,31 @@ namespace OrvWorkBench
             m_loaded.Clear();
         }
 
-        // Loads what the command names. Returns false when it is loaded already. Throws CommandError, with
-        // AssemblyNotFound where there is no such file or no such name.
-        public bool Load(LoadCommand command, out Assembly assembly)
+        // The dispatcher itself, which is not there to be tried.
+        public static bool IsOwn(Assembly assembly)
         {
+            return assembly == typeof(Assemblies).Assembly;
+        }
+
+        // A value that leads into the dispatcher: an object of its own types, or what reflection says about them.
+        public static bool IsOwn(object value)
+        {
+            MemberInfo member = value as MemberInfo;
+            Type type = value as Type ?? (member == null ? null : member.DeclaringType);
+            Assembly assembly = value as Assembly;
+            return (assembly != null && IsOwn(assembly)) || (type != null && IsOwn(type.Assembly)) ||
+                   (value != null && IsOwn(value.GetType().Assembly));
+        }
+
+        // Loads what the command names. Returns false when it is loaded already. The difference, which is mostly null,
+        // says that the assembly is not what is in the file now. Throws CommandError, with AssemblyNotFound where there is
+        // no such file or no such name.
+        public bool Load(LoadCommand command, out Assembly assembly, out string difference)
+        {
+            difference = null;
             try
             {
-                assembly = command.IsPath ? LoadFile(command) : LoadByName(command);
+                assembly = command.IsPath ? LoadFile(command, out difference) : LoadByName(command);
             }
             catch (FileNotFoundException error)
             {
@@ -72,6 +91,8 @@ namespace OrvWorkBench
             {
                 throw new CommandError(command.Position, Explain("not allowed to load", command, error));
             }
+            if (IsOwn(assembly))
+                throw new CommandError(command.Position, "this is the dispatcher itself, which commands cannot reach");
             if (m_loaded.Contains(assembly))
                 return false;
             m_loaded.Add(assembly);
@@ -97,7 +118,7 @@ namespace OrvWorkBench
                 yield return assembly;
             foreach (Assembly assembly in AppDomain.CurrentDomain.GetAssemblies())
             {
-                if (!m_loaded.Contains(assembly) && assembly != typeof(Assemblies).Assembly)
+                if (!m_loaded.Contains(assembly) && !IsOwn(assembly))
                     yield return assembly;
             }
         }
@@ -107,7 +128,7 @@ namespace OrvWorkBench
             return what + " \"" + command.Text + "\" (" + error.Message + ")";
         }
 
-        private static Assembly LoadFile(LoadCommand command)
+        private Assembly LoadFile(LoadCommand command, out string difference)
         {
             string path = Path.GetFullPath(NativePath.FromCommand(command.Text));
             if (Directory.Exists(path))
@@ -117,8 +138,14 @@ namespace OrvWorkBench
                                        "there is no file \"" + path + "\"");
             // Look at the file first. The runtimes differ in what they say about a file that is no assembly, and they
             // say "not found" also when only something that the assembly depends on is missing.
-            AssemblyName.GetAssemblyName(path);
-            return Assembly.LoadFrom(path);
+            Assembly own = typeof(Assemblies).Assembly;
+            difference = null;
+            if (AssemblyName.GetAssemblyName(path).FullName == own.FullName)
+                return own;
+            Assembly assembly = Assembly.LoadFrom(path);
+            m_files.Remember(assembly);
+            difference = m_files.Difference(assembly, path);
+            return assembly;
         }
 
         private static Assembly LoadByName(LoadCommand command)
@@ -149,8 +176,10 @@ namespace OrvWorkBench
                 foreach (Assembly assembly in m_loaded)
                 {
                     Assembly found = FindBeside(assembly, name);
-                    if (found != null)
-                        return found;
+                    if (found == null)
+                        continue;
+                    m_files.Remember(found);
+                    return found;
                 }
             }
             catch (Exception)

@@ -5,60 +5,130 @@ using System.Reflection;
 namespace OrvWorkBench
 {
     // Finds public members of a type by name: in the class itself first, then in its base classes, then in its
-    // interfaces. An object of a class that is not public can so be used through its interfaces.
+    // interfaces. An object of a class that is not public can so be used through its interfaces. As in C#, an override is
+    // the member that it overrides, and a member hides those of its name in the base classes: a method only the methods
+    // that take the same, and all else.
     internal static class Members
     {
-        // The property (not an indexer) or field of that name; null when there is none.
+        private const BindingFlags c_all = BindingFlags.Public | BindingFlags.NonPublic | BindingFlags.DeclaredOnly;
+
+        // The property (not an indexer), field or event of that name; null when there is none, or when methods hide it.
         public static MemberInfo FindData(Type type, string name, BindingFlags flags)
         {
             foreach (Type level in Levels(type))
             {
-                PropertyInfo property = FindProperty(level, name, flags);
-                if (property != null)
-                    return property;
-                FieldInfo field = level.GetField(name, flags | BindingFlags.DeclaredOnly);
-                if (field != null)
-                    return field;
+                MemberInfo data = DataOf(level, name, flags);
+                if (data != null)
+                    return data;
+                if (!level.IsInterface && MethodsOf(level, name, flags).Count > 0)
+                    return null;
             }
             return null;
         }
 
-        private static PropertyInfo FindProperty(Type level, string name, BindingFlags flags)
+        private static MemberInfo DataOf(Type level, string name, BindingFlags flags)
         {
             foreach (PropertyInfo property in level.GetProperties(flags | BindingFlags.DeclaredOnly))
             {
                 if (property.Name == name && property.GetIndexParameters().Length == 0)
                     return property;
             }
-            return null;
+            return (MemberInfo)level.GetEvent(name, flags | BindingFlags.DeclaredOnly) ??
+                   level.GetField(name, flags | BindingFlags.DeclaredOnly);
         }
 
-        // Leaves out operators and the accessors of properties and events: a command cannot call them by name.
+        // The methods that a call of the name may mean. Operators and the accessors of properties and events are left out:
+        // C# does not call them by name; and so are methods with a variable list of arguments in the manner of C.
         public static List<MethodBase> FindMethods(Type type, string name, BindingFlags flags)
         {
             List<MethodBase> found = new List<MethodBase>();
-            List<MethodInfo> originals = new List<MethodInfo>();
             foreach (Type level in Levels(type))
             {
                 // The interfaces count only for what the class implements explicitly.
                 if (level.IsInterface && !type.IsInterface && found.Count > 0)
                     break;
-                foreach (MethodInfo method in level.GetMethods(flags | BindingFlags.DeclaredOnly))
+                // A delegate hides the methods behind it; what cannot be called hides none from a call.
+                if (IsCallable(DataOf(level, name, flags)))
+                    break;
+                foreach (MethodInfo method in MethodsOf(level, name, flags))
                 {
-                    MethodInfo original = method.GetBaseDefinition();
-                    if (method.Name != name || method.IsSpecialName || originals.Contains(original))
-                        continue;
-                    found.Add(method);
-                    originals.Add(original);
+                    if (!found.Exists(delegate(MethodBase nearer) { return Hides(nearer, method); }))
+                        found.Add(method);
                 }
             }
             return found;
         }
 
-        // The getters, or the setters, of the type's indexers.
-        public static List<MethodBase> FindIndexers(Type type, bool setters)
+        private static List<MethodInfo> MethodsOf(Type level, string name, BindingFlags flags)
         {
-            List<MethodBase> found = new List<MethodBase>();
+            List<MethodInfo> found = new List<MethodInfo>();
+            foreach (MethodInfo method in level.GetMethods(flags | BindingFlags.DeclaredOnly))
+            {
+                if (method.Name == name && !method.IsSpecialName && (method.CallingConvention & CallingConventions.VarArgs) == 0)
+                    found.Add(method);
+            }
+            return found;
+        }
+
+        private static bool IsCallable(MemberInfo data)
+        {
+            PropertyInfo property = data as PropertyInfo;
+            FieldInfo field = data as FieldInfo;
+            Type type = property != null ? property.PropertyType : field != null ? field.FieldType : null;
+            return type != null && typeof(Delegate).IsAssignableFrom(type);
+        }
+
+        // Whether a member of a more derived class takes exactly what the other one takes.
+        private static bool Hides(MethodBase nearer, MethodBase farther)
+        {
+            if (nearer.DeclaringType == farther.DeclaringType || nearer.DeclaringType.IsInterface != farther.DeclaringType.IsInterface)
+                return false;
+            int count = nearer.IsGenericMethod ? nearer.GetGenericArguments().Length : 0;
+            if (count != (farther.IsGenericMethod ? farther.GetGenericArguments().Length : 0))
+                return false;
+            return IsSame(nearer.GetParameters(), farther.GetParameters());
+        }
+
+        private static bool IsSame(ParameterInfo[] some, ParameterInfo[] others)
+        {
+            if (some.Length != others.Length)
+                return false;
+            for (int i = 0; i < some.Length; ++i)
+            {
+                if (!IsSame(some[i].ParameterType, others[i].ParameterType))
+                    return false;
+            }
+            return true;
+        }
+
+        // Type parameters of two methods are the same when they stand at the same place.
+        private static bool IsSame(Type one, Type other)
+        {
+            if (one == other)
+                return true;
+            if (one.IsGenericParameter && other.IsGenericParameter)
+                return one.DeclaringMethod != null && other.DeclaringMethod != null &&
+                       one.GenericParameterPosition == other.GenericParameterPosition;
+            if (one.HasElementType && other.HasElementType)
+                return one.IsArray == other.IsArray && one.IsByRef == other.IsByRef &&
+                       (!one.IsArray || one.GetArrayRank() == other.GetArrayRank()) &&
+                       IsSame(one.GetElementType(), other.GetElementType());
+            if (!one.IsGenericType || !other.IsGenericType || one.GetGenericTypeDefinition() != other.GetGenericTypeDefinition())
+                return false;
+            Type[] some = one.GetGenericArguments();
+            Type[] others = other.GetGenericArguments();
+            for (int i = 0; i < some.Length; ++i)
+            {
+                if (!IsSame(some[i], others[i]))
+                    return false;
+            }
+            return true;
+        }
+
+        // The type's indexers.
+        public static List<PropertyInfo> FindIndexers(Type type)
+        {
+            List<PropertyInfo> found = new List<PropertyInfo>();
             foreach (Type level in Levels(type))
             {
                 if (level.IsInterface && !type.IsInterface && found.Count > 0)
@@ -68,12 +138,45 @@ namespace OrvWorkBench
                     PropertyInfo property = member as PropertyInfo;
                     if (property == null || property.GetIndexParameters().Length == 0 || property.DeclaringType != level)
                         continue;
-                    MethodInfo accessor = setters ? property.GetSetMethod() : property.GetGetMethod();
-                    if (accessor != null && !found.Contains(accessor))
-                        found.Add(accessor);
+                    if (!found.Exists(delegate(PropertyInfo nearer) {
+                            return nearer.DeclaringType.IsInterface == level.IsInterface &&
+                                   IsSame(nearer.GetIndexParameters(), property.GetIndexParameters());
+                        }))
+                        found.Add(property);
                 }
             }
             return found;
+        }
+
+        // The public accessor. An override of one of two accessors leaves the other where it was. Null when there is none.
+        public static MethodInfo Accessor(PropertyInfo property, bool isSetter)
+        {
+            for (PropertyInfo level = property; level != null; level = Overridden(level))
+            {
+                MethodInfo any = level.GetSetMethod(true);
+                if (!isSetter)
+                    any = level.GetGetMethod(true);
+                if (any != null)
+                    return any.IsPublic ? any : null;
+            }
+            return null;
+        }
+
+        // The property of a base class that this one overrides; null when it overrides none.
+        private static PropertyInfo Overridden(PropertyInfo property)
+        {
+            MethodInfo own = property.GetGetMethod(true) ?? property.GetSetMethod(true);
+            if (own == null || !own.IsVirtual || own.GetBaseDefinition().DeclaringType == own.DeclaringType)
+                return null;
+            for (Type type = property.DeclaringType.BaseType; type != null; type = type.BaseType)
+            {
+                foreach (PropertyInfo other in type.GetProperties(c_all | BindingFlags.Instance))
+                {
+                    if (other.Name == property.Name && IsSame(other.GetIndexParameters(), property.GetIndexParameters()))
+                        return other;
+                }
+            }
+            return null;
         }
 
         // For an error message: names a member that differs only in case or is of another kind. Empty when there is

@@ -10,28 +10,23 @@ namespace OrvWorkBench
     {
         // The one overload that fits best. Throws CommandError when none fits or no single one is best. The description
         // names the group of overloads in messages.
-        public static Candidate Choose(IEnumerable<MethodBase> group, IList<BoundArgument> arguments, Type[] typeArguments,
+        public static Candidate Choose(List<Candidate> group, IList<BoundArgument> arguments, Type[] typeArguments,
                                        int position, string description)
         {
-            List<MethodBase> all = new List<MethodBase>(group);
-            List<Candidate> applicable = new List<Candidate>();
-            foreach (MethodBase method in all)
-                AddApplicable(applicable, method, arguments, typeArguments);
+            List<Candidate> applicable = Applicable(group, arguments, typeArguments);
+            Candidate best = Best(applicable, arguments);
+            if (best != null)
+                return best;
             if (applicable.Count == 0)
-                throw new CommandError(position, NoneFits(all, arguments, typeArguments, description));
-            applicable = WithoutHidden(applicable);
-            List<Candidate> best = applicable.FindAll(delegate(Candidate candidate) {
-                return applicable.TrueForAll(delegate(Candidate other) {
-                    return other == candidate || IsBetter(candidate, other, arguments);
-                });
-            });
-            if (best.Count == 1)
-                return best[0];
-            List<MethodBase> methods = new List<MethodBase>();
-            foreach (Candidate candidate in applicable)
-                methods.Add(candidate.Method);
-            throw new CommandError(position, "the call of " + description + " is ambiguous between" + List(methods) +
+                throw new CommandError(position, NoneFits(group, arguments, typeArguments, description));
+            throw new CommandError(position, "the call of " + description + " is ambiguous between" + List(applicable) +
                                                  "\n  a cast of an argument decides");
+        }
+
+        // As Choose; null when none fits or no single one is best.
+        public static Candidate TryChoose(List<Candidate> group, IList<BoundArgument> arguments, Type[] typeArguments)
+        {
+            return Best(Applicable(group, arguments, typeArguments), arguments);
         }
 
         // The arguments as the method takes them: converted, those of a "params" parameter as one array, defaults
@@ -40,21 +35,29 @@ namespace OrvWorkBench
         {
             ParameterInfo[] parameters = candidate.Parameters;
             object[] values = new object[parameters.Length];
-            int plain = candidate.IsExpanded ? parameters.Length - 1 : parameters.Length;
-            for (int i = 0; i < plain; ++i)
+            for (int i = 0; i < parameters.Length; ++i)
             {
-                if (i >= arguments.Count)
+                if (Array.IndexOf(candidate.Places, i) < 0)
                     values[i] = DefaultOf(parameters[i]);
-                else if (arguments[i].Value != null)
-                    values[i] = Conversions.Convert(arguments[i].Value, candidate.TypeFor(i));
+            }
+            List<object> rest = new List<object>();
+            for (int i = 0; i < arguments.Count; ++i)
+            {
+                if (arguments[i].Value == null)
+                    continue;
+                object value = Conversions.Convert(arguments[i].Value, candidate.TypeFor(i));
+                if (candidate.IsInRest(i))
+                    rest.Add(value);
+                else
+                    values[candidate.Places[i]] = value;
             }
             if (candidate.IsExpanded)
             {
-                Type element = parameters[plain].ParameterType.GetElementType();
-                Array rest = Array.CreateInstance(element, Math.Max(0, arguments.Count - plain));
-                for (int i = 0; i < rest.Length; ++i)
-                    rest.SetValue(Conversions.Convert(arguments[plain + i].Value, element), i);
-                values[plain] = rest;
+                int last = parameters.Length - 1;
+                Array array = Array.CreateInstance(parameters[last].ParameterType.GetElementType(), rest.Count);
+                for (int i = 0; i < rest.Count; ++i)
+                    array.SetValue(rest[i], i);
+                values[last] = array;
             }
             return values;
         }
@@ -63,159 +66,34 @@ namespace OrvWorkBench
         {
             Type type = parameter.ParameterType;
             object value = parameter.DefaultValue;
+            if (value is Missing && type == typeof(object))
+                return value;
             if (value == null || value is DBNull || value is Missing)
                 return type.IsValueType ? Activator.CreateInstance(type) : null;
-            return type.IsEnum ? Enum.ToObject(type, value) : value;
+            Type plain = Nullable.GetUnderlyingType(type) ?? type;
+            return plain.IsEnum ? Enum.ToObject(plain, value) : value;
         }
 
-        private static void AddApplicable(List<Candidate> applicable, MethodBase method, IList<BoundArgument> arguments,
-                                          Type[] typeArguments)
+        private static List<Candidate> Applicable(List<Candidate> group, IList<BoundArgument> arguments, Type[] typeArguments)
         {
-            Candidate normal = TryForm(method, arguments, typeArguments, false);
-            if (normal != null)
+            List<Candidate> applicable = new List<Candidate>();
+            foreach (Candidate method in group)
             {
-                applicable.Add(normal);
-                return;
+                Candidate fitting = Applicability.TryAnyForm(method, arguments, typeArguments);
+                if (fitting != null)
+                    applicable.Add(fitting);
             }
-            Candidate expanded = TryForm(method, arguments, typeArguments, true);
-            if (expanded != null)
-                applicable.Add(expanded);
+            return WithoutHidden(applicable);
         }
 
-        // The method in its normal or expanded form, its type parameters closed; null when the arguments do not fit.
-        private static Candidate TryForm(MethodBase method, IList<BoundArgument> arguments, Type[] typeArguments,
-                                         bool isExpanded)
+        private static Candidate Best(List<Candidate> applicable, IList<BoundArgument> arguments)
         {
-            Candidate candidate = new Candidate();
-            candidate.IsExpanded = isExpanded;
-            candidate.WasGeneric = method.IsGenericMethodDefinition;
-            candidate.Method = method;
-            candidate.Parameters = method.GetParameters();
-            if (!CountFits(candidate, arguments.Count))
-                return null;
-            if (method.IsGenericMethodDefinition)
-            {
-                candidate.Method = CloseGeneric((MethodInfo)method, candidate, arguments, typeArguments);
-                if (candidate.Method == null)
-                    return null;
-                candidate.Parameters = candidate.Method.GetParameters();
-            }
-            else if (typeArguments != null)
-                return null;
-            for (int i = 0; i < arguments.Count; ++i)
-            {
-                if (!ArgumentFits(candidate, i, arguments[i]))
-                    return null;
-            }
-            return candidate;
-        }
-
-        private static bool CountFits(Candidate candidate, int count)
-        {
-            ParameterInfo[] parameters = candidate.Parameters;
-            if (candidate.IsExpanded)
-            {
-                int last = parameters.Length - 1;
-                return last >= 0 && Signatures.TakesMany(parameters[last]) && count >= last;
-            }
-            if (count > parameters.Length)
-                return false;
-            for (int i = count; i < parameters.Length; ++i)
-            {
-                if (!parameters[i].IsOptional)
-                    return false;
-            }
-            return true;
-        }
-
-        private static bool ArgumentFits(Candidate candidate, int index, BoundArgument argument)
-        {
-            bool inRest = candidate.IsExpanded && index >= candidate.Parameters.Length - 1;
-            ParameterInfo parameter = candidate.Parameters[Math.Min(index, candidate.Parameters.Length - 1)];
-            bool byReference = !inRest && parameter.ParameterType.IsByRef;
-            ArgumentKind wanted = !byReference ? ArgumentKind.Value : Signatures.IsOut(parameter) ? ArgumentKind.Out : ArgumentKind.Ref;
-            if (argument.Kind != wanted)
-                return false;
-            Type type = candidate.TypeFor(index);
-            return !type.IsPointer && (argument.Kind == ArgumentKind.Out || Conversions.Exists(argument.Value, type));
-        }
-
-        private static MethodInfo CloseGeneric(MethodInfo definition, Candidate candidate, IList<BoundArgument> arguments,
-                                               Type[] typeArguments)
-        {
-            Type[] parameters = definition.GetGenericArguments();
-            Type[] types = typeArguments;
-            if (types == null)
-            {
-                types = new Type[parameters.Length];
-                for (int i = 0; i < arguments.Count; ++i)
-                {
-                    if (arguments[i].Value != null)
-                        Infer(candidate.TypeFor(i), arguments[i].Value, types);
-                }
-            }
-            if (types.Length != parameters.Length || Array.IndexOf(types, null) >= 0)
-                return null;
-            try
-            {
-                return definition.MakeGenericMethod(types);
-            }
-            catch (ArgumentException)
-            {
-                return null; // a constraint is not met
-            }
-        }
-
-        private static void Infer(Type parameter, Value value, Type[] types)
-        {
-            if (value.Elements != null)
-            {
-                Type natural = Conversions.NaturalArrayType(value.Elements);
-                if (natural != null)
-                    Infer(parameter, natural, types);
-            }
-            else if (value.Type != null)
-                Infer(parameter, value.Type, types);
-        }
-
-        private static void Infer(Type parameter, Type argument, Type[] types)
-        {
-            if (parameter.IsGenericParameter)
-            {
-                if (parameter.DeclaringMethod == null)
-                    return;
-                int index = parameter.GenericParameterPosition;
-                if (types[index] == null || Conversions.ExistsStandard(types[index], argument))
-                    types[index] = argument;
-            }
-            else if (parameter.IsArray && argument.IsArray && parameter.GetArrayRank() == argument.GetArrayRank())
-                Infer(parameter.GetElementType(), argument.GetElementType(), types);
-            else if (parameter.IsGenericType && parameter.ContainsGenericParameters)
-                InferFromGeneric(parameter, argument, types);
-        }
-
-        private static void InferFromGeneric(Type parameter, Type argument, Type[] types)
-        {
-            Type definition = parameter.GetGenericTypeDefinition();
-            Type match = null;
-            for (Type type = argument; type != null && match == null; type = type.BaseType)
-            {
-                if (type.IsGenericType && type.GetGenericTypeDefinition() == definition)
-                    match = type;
-            }
-            if (match == null && definition == typeof(Nullable<>) && argument.IsValueType)
-                match = definition.MakeGenericType(argument);
-            foreach (Type type in argument.GetInterfaces())
-            {
-                if (match == null && type.IsGenericType && type.GetGenericTypeDefinition() == definition)
-                    match = type;
-            }
-            if (match == null)
-                return;
-            Type[] wanted = parameter.GetGenericArguments();
-            Type[] given = match.GetGenericArguments();
-            for (int i = 0; i < wanted.Length; ++i)
-                Infer(wanted[i], given[i], types);
+            List<Candidate> best = applicable.FindAll(delegate(Candidate candidate) {
+                return applicable.TrueForAll(delegate(Candidate other) {
+                    return other == candidate || IsBetter(candidate, other, arguments);
+                });
+            });
+            return best.Count == 1 ? best[0] : null;
         }
 
         // Drops each method of a base class when one of a derived class fits too, as C# does.
@@ -255,6 +133,11 @@ namespace OrvWorkBench
             }
             if (better || !same)
                 return better;
+            return BreaksTie(candidate, other, arguments);
+        }
+
+        private static bool BreaksTie(Candidate candidate, Candidate other, IList<BoundArgument> arguments)
+        {
             if (candidate.WasGeneric != other.WasGeneric)
                 return !candidate.WasGeneric;
             if (candidate.IsExpanded != other.IsExpanded)
@@ -262,30 +145,76 @@ namespace OrvWorkBench
             if (candidate.Parameters.Length != other.Parameters.Length)
                 return candidate.IsExpanded ? candidate.Parameters.Length > other.Parameters.Length
                                             : candidate.Parameters.Length < other.Parameters.Length;
-            return false;
+            return IsMoreSpecific(candidate, other, arguments);
         }
 
-        private static string NoneFits(List<MethodBase> all, IList<BoundArgument> arguments, Type[] typeArguments,
+        // Whether the parameters as they are declared say more: a type instead of a type parameter somewhere, and nowhere
+        // the other way round.
+        private static bool IsMoreSpecific(Candidate candidate, Candidate other, IList<BoundArgument> arguments)
+        {
+            ParameterInfo[] mine = candidate.Declared;
+            ParameterInfo[] theirs = other.Declared;
+            bool more = false;
+            for (int i = 0; i < arguments.Count; ++i)
+            {
+                int comparison = CompareSpecific(candidate.TypeFor(i, mine), other.TypeFor(i, theirs));
+                if (comparison < 0)
+                    return false;
+                more = more || comparison > 0;
+            }
+            return more;
+        }
+
+        private static int CompareSpecific(Type first, Type second)
+        {
+            if (first.IsGenericParameter || second.IsGenericParameter)
+                return first.IsGenericParameter == second.IsGenericParameter ? 0 : second.IsGenericParameter ? 1 : -1;
+            if (first.HasElementType && second.HasElementType)
+                return CompareSpecific(first.GetElementType(), second.GetElementType());
+            if (!first.IsGenericType || !second.IsGenericType)
+                return 0;
+            Type[] some = first.GetGenericArguments();
+            Type[] others = second.GetGenericArguments();
+            int result = 0;
+            for (int i = 0; i < some.Length && i < others.Length; ++i)
+            {
+                int comparison = CompareSpecific(some[i], others[i]);
+                if (comparison * result < 0)
+                    return 0;
+                result = comparison == 0 ? result : comparison;
+            }
+            return result;
+        }
+
+        private static string NoneFits(List<Candidate> all, IList<BoundArgument> arguments, Type[] typeArguments,
                                        string description)
         {
             StringBuilder given = new StringBuilder();
             for (int i = 0; i < arguments.Count; ++i)
             {
                 given.Append(i > 0 ? ", " : "");
+                if (arguments[i].Parameter != null)
+                    given.Append(arguments[i].Parameter).Append(": ");
                 if (arguments[i].Kind != ArgumentKind.Value)
                     given.Append(arguments[i].Kind == ArgumentKind.Ref ? "ref " : "out");
                 if (arguments[i].Value != null)
-                    given.Append(Conversions.Describe(arguments[i].Value).Trim('\''));
+                    given.Append(Bare(Conversions.Describe(arguments[i].Value)));
             }
             string types = typeArguments == null ? "" : "<" + TypeNames.ShowAll(typeArguments) + ">";
             return description + types + " does not take (" + given + "); there " + (all.Count == 1 ? "is" : "are") + List(all);
         }
 
-        private static string List(List<MethodBase> methods)
+        // A type's name without the quotes around it.
+        private static string Bare(string description)
+        {
+            return description.StartsWith("'", StringComparison.Ordinal) ? description.Trim('\'') : description;
+        }
+
+        private static string List(List<Candidate> candidates)
         {
             StringBuilder text = new StringBuilder();
-            foreach (MethodBase method in methods)
-                text.Append("\n    ").Append(Signatures.Show(method));
+            foreach (Candidate candidate in candidates)
+                text.Append("\n    ").Append(candidate.Indexer != null ? Signatures.Show(candidate.Indexer) : Signatures.Show(candidate.Method));
             return text.ToString();
         }
     }

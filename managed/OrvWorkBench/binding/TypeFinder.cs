@@ -8,10 +8,14 @@ namespace OrvWorkBench
     internal sealed class TypeFinder
     {
         private readonly Assemblies m_assemblies;
+        private readonly Usings m_usings;
+        private readonly TypeKin m_kin;
 
-        public TypeFinder(Assemblies assemblies)
+        public TypeFinder(Assemblies assemblies, Usings usings)
         {
             m_assemblies = assemblies;
+            m_usings = usings;
+            m_kin = new TypeKin(assemblies, usings);
         }
 
         // Throws CommandError with TypeNotFound (or AssemblyNotFound) when there is no such public type.
@@ -25,7 +29,7 @@ namespace OrvWorkBench
                 int used;
                 type = FindPrefix(syntax.Parts, syntax.Assembly, syntax.Position, out used);
                 if (type == null)
-                    throw NotFound(syntax.Position, syntax.Parts, syntax.Parts.Count);
+                    throw NotFound(syntax.Position, syntax.Assembly, syntax.Parts, syntax.Parts.Count);
                 type = CloseRest(type, syntax.Parts, used, syntax.Position);
             }
             if (syntax.Nullable)
@@ -51,8 +55,39 @@ namespace OrvWorkBench
                 if (part.Arguments != null)
                     break;
             }
-            used = 0;
-            return null;
+            used = assembly == null ? 1 : 0;
+            return assembly == null ? FindByShortName(parts[0], position) : null;
+        }
+
+        // The type that the name stands for by a using; null when there is none.
+        private Type FindByShortName(NamePart part, int position)
+        {
+            if (part.Arguments == null && m_usings.Alias(part.Name) != null)
+                return m_usings.Alias(part.Name);
+            string name = part.Arguments == null ? part.Name : part.Name + "`" + part.Arguments.Count;
+            Type first = null;
+            foreach (string space in m_usings.Namespaces)
+            {
+                Type found = FindByFullName(space + "." + name, null, position);
+                if (found != null && first != null && found != first)
+                    throw new CommandError(position, "'" + part.Name + "' may be " + TypeNames.Show(first) + " or " + TypeNames.Show(found));
+                first = first ?? found;
+            }
+            return first == null ? null : Close(first, null, part, position);
+        }
+
+        // Whether there is a public type in the namespace, or in one below it.
+        public bool HasNamespace(string name)
+        {
+            foreach (Assembly assembly in m_assemblies.InSearchOrder())
+            {
+                foreach (Type type in PublicTypes(assembly))
+                {
+                    if (type.Namespace == name || (type.Namespace ?? "").StartsWith(name + ".", StringComparison.Ordinal))
+                        return true;
+                }
+            }
+            return FrameworkLibraries.HasNamespace(name);
         }
 
         // The public nested type of that name; null when there is none.
@@ -69,48 +104,39 @@ namespace OrvWorkBench
             return null;
         }
 
-        public CommandError NotFound(int position, IList<NamePart> parts, int count)
+        public CommandError NotFound(int position, string assembly, IList<NamePart> parts, int count)
         {
             string name = "";
             for (int i = 0; i < count; ++i)
                 name += (i > 0 ? "." : "") + parts[i].Name;
-            return new CommandError(position, ActionResult.TypeNotFound, "there is no public type '" + name + "'" + Suggest(parts[count - 1].Name));
+            Assembly only = assembly == null ? null : m_assemblies.Find(assembly);
+            string hint = m_kin.Suggest(name, only);
+            return new CommandError(position, ActionResult.TypeNotFound, "there is no public type '" + name + "'" +
+                                                                             (hint.Length > 0 ? hint : NothingLoaded()));
         }
 
-        // For an error message: types of the user's assemblies with that short name. Empty when there is none.
+        // For an error message about a single name: types of that name. Empty when there is none.
         public string Suggest(string shortName)
         {
-            List<string> names = new List<string>();
-            foreach (Assembly assembly in m_assemblies.Loaded)
-            {
-                foreach (Type type in PublicTypes(assembly))
-                {
-                    string name = type.Name;
-                    int tick = name.IndexOf('`');
-                    if (tick >= 0)
-                        name = name.Substring(0, tick);
-                    if (string.Equals(name, shortName, StringComparison.OrdinalIgnoreCase) && names.Count < 3)
-                        names.Add(TypeNames.Show(type));
-                }
-            }
-            if (names.Count == 0)
-                return m_assemblies.Loaded.Count == 0 ? "; no assembly is loaded yet" : "";
-            return "; did you mean " + string.Join(" or ", names.ToArray()) + "?";
+            string hint = m_kin.Suggest(shortName, null);
+            return hint.Length > 0 ? hint : NothingLoaded();
+        }
+
+        private string NothingLoaded()
+        {
+            return m_assemblies.Loaded.Count == 0 ? "; no assembly is loaded yet" : "";
         }
 
         // The public types of the assembly. Types that cannot be loaded, because their base type is missing for
         // example, are left out.
         public static IEnumerable<Type> PublicTypes(Assembly assembly)
         {
-            Type[] types;
-            try
-            {
-                types = assembly.GetTypes();
-            }
-            catch (ReflectionTypeLoadException partial)
-            {
+            Type[] types = new Type[0];
+            // An assembly that is still being made in memory may not tell.
+            Exception raised = Guard.Run(delegate() { types = assembly.GetTypes(); });
+            ReflectionTypeLoadException partial = raised as ReflectionTypeLoadException;
+            if (partial != null)
                 types = partial.Types;
-            }
             foreach (Type type in types)
             {
                 if (type != null && type.IsVisible)
@@ -140,7 +166,12 @@ namespace OrvWorkBench
             }
             if (first != null)
                 return first;
-            foreach (Assembly assembly in m_assemblies.InSearchOrder())
+            return FindIn(m_assemblies.InSearchOrder(), name) ?? FindIn(FrameworkLibraries.For(name), name);
+        }
+
+        private static Type FindIn(IEnumerable<Assembly> assemblies, string name)
+        {
+            foreach (Assembly assembly in assemblies)
             {
                 Type found = FindIn(assembly, name);
                 if (found != null)

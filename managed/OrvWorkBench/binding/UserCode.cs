@@ -1,6 +1,5 @@
 using System;
 using System.Reflection;
-using System.Threading;
 
 namespace OrvWorkBench
 {
@@ -9,55 +8,32 @@ namespace OrvWorkBench
     {
         public static object Invoke(MethodBase method, object target, object[] arguments)
         {
-            try
-            {
+            object result = null;
+            Run(delegate() {
                 ConstructorInfo constructor = method as ConstructorInfo;
-                return constructor != null ? constructor.Invoke(arguments) : method.Invoke(target, arguments);
-            }
-            catch (TargetInvocationException error)
-            {
-                throw new UserCodeError(error.InnerException ?? error);
-            }
-            catch (ThreadAbortException error)
-            {
-                Thread.ResetAbort();
-                throw new UserCodeError(error);
-            }
-            catch (Exception error)
-            {
-                // Not all come wrapped; what a static constructor raises, for example, does not.
-                throw new UserCodeError(error);
-            }
+                result = constructor != null ? constructor.Invoke(arguments) : method.Invoke(target, arguments);
+            });
+            return result;
         }
 
         // Reading a field can run user code too: the static constructor of its type.
         public static object GetField(FieldInfo field, object target)
         {
-            try
-            {
-                return field.GetValue(target);
-            }
-            catch (Exception error)
-            {
-                throw new UserCodeError(Inner(error));
-            }
+            object value = null;
+            Run(delegate() { value = field.GetValue(target); });
+            return value;
         }
 
         public static void SetField(FieldInfo field, object target, object value)
         {
-            try
-            {
-                field.SetValue(target, value);
-            }
-            catch (Exception error)
-            {
-                throw new UserCodeError(Inner(error));
-            }
+            Run(delegate() { field.SetValue(target, value); });
         }
 
-        private static Exception Inner(Exception error)
+        public static void Run(Guard.Body body)
         {
-            return error is TargetInvocationException ? error.InnerException ?? error : error;
+            Exception raised = Guard.Run(body);
+            if (raised != null)
+                throw new UserCodeError(raised);
         }
     }
 }

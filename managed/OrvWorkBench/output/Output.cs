@@ -35,14 +35,20 @@ namespace OrvWorkBench
             }
             try
             {
-                StreamWriter writer = new StreamWriter(Console.OpenStandardOutput(), encoding);
-                writer.AutoFlush = true;
-                s_writer = TextWriter.Synchronized(writer);
-                Console.SetOut(s_writer);
+                // Two streams: what the user's code does to its own does not reach this one.
+                s_writer = Unbuffered(StandardOutput.Open(), encoding);
+                Console.SetOut(Unbuffered(Console.OpenStandardOutput(), encoding));
             }
             catch (IOException)
             {
             }
+        }
+
+        private static TextWriter Unbuffered(Stream stream, Encoding encoding)
+        {
+            StreamWriter writer = new StreamWriter(stream, encoding);
+            writer.AutoFlush = true;
+            return TextWriter.Synchronized(writer);
         }
 
         public static void Line(string text)

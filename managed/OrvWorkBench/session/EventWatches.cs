@@ -64,8 +64,15 @@ namespace OrvWorkBench
         {
             return m_watches.Find(delegate(Watch watch) {
                 return ReferenceEquals(watch.Source, source) && watch.Event.Name == watched.Name &&
-                       watch.Event.DeclaringType == watched.DeclaringType;
+                       Declarer(watch.Event) == Declarer(watched);
             });
+        }
+
+        // The class that first declared the event; an override is the same event.
+        private static Type Declarer(EventInfo watched)
+        {
+            MethodInfo adder = watched.GetAddMethod();
+            return adder == null ? watched.DeclaringType : adder.GetBaseDefinition().DeclaringType;
         }
     }
 }

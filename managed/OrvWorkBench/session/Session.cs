@@ -10,11 +10,14 @@ namespace OrvWorkBench
         private readonly Assemblies m_assemblies = new Assemblies();
         private readonly Instances m_instances = new Instances();
         private readonly EventWatches m_watches = new EventWatches();
+        private readonly Usings m_usings = new Usings();
+        private readonly TypeFinder m_types;
         private readonly Evaluator m_evaluator;
 
         public Session()
         {
-            m_evaluator = new Evaluator(m_instances, new TypeFinder(m_assemblies));
+            m_types = new TypeFinder(m_assemblies, m_usings);
+            m_evaluator = new Evaluator(m_instances, m_types);
             AppDomain.CurrentDomain.UnhandledException += ShowUnhandled;
         }
 
@@ -31,11 +34,15 @@ namespace OrvWorkBench
         public ActionResult Load(string text)
         {
             Assembly assembly;
-            bool isNew = m_assemblies.Load(Parser.ParseLoad(text), out assembly);
+            string difference;
+            bool isNew = m_assemblies.Load(Parser.ParseLoad(text), out assembly, out difference);
             Output.Line((isNew ? "loaded " : "already loaded: ") + assembly.FullName);
+            if (isNew)
+                Output.Line("  from " + assembly.Location);
+            if (difference != null)
+                Output.Line("  " + difference);
             if (!isNew)
                 return ActionResult.AssemblyExists;
-            Output.Line("  from " + assembly.Location);
             Output.Line("  " + Counted(new List<Type>(TypeFinder.PublicTypes(assembly)).Count, "public type"));
             return ActionResult.LoadedAssemblyOk;
         }
@@ -47,7 +54,7 @@ namespace OrvWorkBench
                 return ActionResult.TypeExists;
             Value value = m_evaluator.Evaluate(command.Value);
             m_instances.Add(command.Name, value);
-            Output.Line(command.Name + " = " + Formatter.ShowTyped(value.Data, value.Type));
+            ShownValue.Print(command.Name + " = ", value.Data, value.Type, command.Name);
             return ActionResult.CreatedType;
         }
 
@@ -78,10 +85,13 @@ namespace OrvWorkBench
         public ActionResult Set(string text)
         {
             SetCommand command = Parser.ParseSet(text);
+            if (command.Using != null)
+                return Use(command.Using);
             if (command.Operator == "=")
             {
                 object value = m_evaluator.Assign(command.Target, command.Value);
-                Output.Line(text.Substring(0, command.OperatorPosition).Trim() + " = " + Formatter.ShowTyped(value, null));
+                string target = text.Substring(0, command.OperatorPosition).Trim();
+                ShownValue.Print(target + " = ", value, null, target);
                 return ActionResult.Success;
             }
             NameExpression watch = command.Value as NameExpression;
@@ -96,9 +106,42 @@ namespace OrvWorkBench
             return ActionResult.Success;
         }
 
+        private ActionResult Use(UsingCommand command)
+        {
+            if (command.Alias != null)
+            {
+                Type type = m_types.Resolve(command.Name);
+                m_usings.Add(command.Alias, type);
+                Output.Line("using " + command.Alias + " = " + TypeNames.Show(type));
+                return ActionResult.Success;
+            }
+            string name = DottedName(command);
+            if (!m_types.HasNamespace(name))
+                throw new CommandError(command.Position, "there is no namespace '" + name + "' with public types");
+            m_usings.Add(name);
+            Output.Line("using " + name);
+            return ActionResult.Success;
+        }
+
+        private ActionResult StopUsing(UsingCommand command)
+        {
+            string name = DottedName(command);
+            if (!m_usings.Remove(name))
+                throw new CommandError(command.Position, "there is no using of '" + name + "'");
+            Output.Line("no longer using " + name);
+            return ActionResult.Success;
+        }
+
+        private static string DottedName(UsingCommand command)
+        {
+            return string.Join(".", command.Name.Parts.ConvertAll<string>(delegate(NamePart part) { return part.Name; }).ToArray());
+        }
+
         public ActionResult Delete(string text)
         {
             DeleteCommand command = Parser.ParseDelete(text);
+            if (command.Using != null)
+                return StopUsing(command.Using);
             if (!m_instances.Remove(command.Name))
                 throw new CommandError(command.Position, "there is no instance '" + command.Name + "'" +
                                                              m_instances.Suggest(command.Name, ""));
@@ -113,6 +156,7 @@ namespace OrvWorkBench
             m_watches.Clear();
             m_instances.Clear();
             m_assemblies.Forget();
+            m_usings.Clear();
             return ActionResult.Success;
         }
 
@@ -128,7 +172,7 @@ namespace OrvWorkBench
         {
             if (command.Name == null || !m_instances.Has(command.Name))
                 return false;
-            Output.Line("exists: " + command.Name + " = " + Formatter.ShowTyped(m_instances.Get(command.Name).Data, null));
+            ShownValue.Print("exists: " + command.Name + " = ", m_instances.Get(command.Name).Data, null, command.Name);
             return true;
         }
 
@@ -137,7 +181,7 @@ namespace OrvWorkBench
             m_instances.SetLastResult(value);
             if (command.Name != null)
                 m_instances.Add(command.Name, value);
-            Output.Line((command.Name == null ? "=> " : command.Name + " = ") + Formatter.ShowTyped(value.Data, value.Type));
+            ShownValue.Print(command.Name == null ? "=> " : command.Name + " = ", value.Data, value.Type, command.Name ?? "$");
         }
     }
 }

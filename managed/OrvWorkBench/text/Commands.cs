@@ -19,8 +19,20 @@ namespace OrvWorkBench
         public Expression Value;
     }
 
+    // "using N" or "using Name = N.Type", after set or delete.
+    internal sealed class UsingCommand
+    {
+        public int Position;
+        // Null for a namespace.
+        public string Alias;
+        // After delete an alias stands here too.
+        public TypeSyntax Name;
+    }
+
     internal sealed class SetCommand
     {
+        // When it is there, nothing else is.
+        public UsingCommand Using;
         public Expression Target;
         // "=", "+=" or "-=".
         public string Operator;
@@ -30,6 +42,8 @@ namespace OrvWorkBench
 
     internal sealed class DeleteCommand
     {
+        // When it is there, nothing else is.
+        public UsingCommand Using;
         public string Name;
         public int Position;
     }

@@ -84,6 +84,8 @@ namespace OrvWorkBench
     {
         public int Position;
         public ArgumentKind Kind;
+        // The parameter in "parameter: value"; null for an argument that goes by its place.
+        public string Parameter;
         // Null for "out" with or without a name.
         public Expression Value;
         // The instance that takes the value of a by-reference parameter afterwards; null for none.
@@ -118,20 +120,42 @@ namespace OrvWorkBench
     {
         public readonly TypeSyntax Type;
         public readonly List<Argument> Arguments;
+        // Null without.
+        public readonly Initializer Initializer;
 
-        public NewExpression(int position, TypeSyntax type, List<Argument> arguments) : base(position)
+        public NewExpression(int position, TypeSyntax type, List<Argument> arguments, Initializer initializer) : base(position)
         {
             Type = type;
             Arguments = arguments;
+            Initializer = initializer;
         }
     }
 
-    // new T[sizes] or new T[] { elements }.
+    // What follows "new T(arguments)" in braces. One of the two lists is null.
+    internal sealed class Initializer
+    {
+        public int Position;
+        // { Member = value, ... }
+        public List<MemberInitializer> Members;
+        // { element, { arguments of Add }, ... }
+        public List<List<Expression>> Elements;
+    }
+
+    internal sealed class MemberInitializer
+    {
+        public int Position;
+        public string Name;
+        // One of the two is null; with the second, the member keeps its value, which is filled.
+        public Expression Value;
+        public Initializer Content;
+    }
+
+    // new T[sizes], new T[] { elements }, new T[sizes] { elements } or new[] { elements }.
     internal sealed class NewArrayExpression : Expression
     {
-        // The array's own type.
+        // The array's own type; null for new[].
         public readonly TypeSyntax Type;
-        // One of the two is null.
+        // At least one of the two is there.
         public readonly List<Expression> Sizes;
         public readonly ArrayExpression Elements;
 

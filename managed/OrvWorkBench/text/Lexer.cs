@@ -7,7 +7,7 @@ namespace OrvWorkBench
     // Splits a command text into tokens; the last one stands for the end of the text.
     internal sealed class Lexer
     {
-        private const string c_marks = "()[]{}<>,.=+-!~|?$";
+        private const string c_marks = "()[]{}<>,.=+-!~|?$:";
 
         private static readonly Dictionary<string, bool> s_keywords = MakeKeywords();
 
@@ -108,7 +108,7 @@ namespace OrvWorkBench
 
         private static bool IsNameStart(char c)
         {
-            return char.IsLetter(c) || c == '_';
+            return char.IsLetter(c) || c == '_' || char.GetUnicodeCategory(c) == UnicodeCategory.LetterNumber;
         }
 
         private static bool IsNamePart(char c)
@@ -259,14 +259,20 @@ namespace OrvWorkBench
         {
             int start = m_at++;
             StringBuilder text = new StringBuilder();
-            while (Peek(0) != '"')
+            while (m_at >= m_text.Length || m_text[m_at] != '"')
             {
-                if (m_at >= m_text.Length)
+                if (m_at >= m_text.Length || IsLineBreak(m_text[m_at]))
                     throw new CommandError(start, "a string is not closed");
                 ReadUnit(text);
             }
             ++m_at;
             AddLiteral(start, text.ToString());
+        }
+
+        // What ends a line in C#; of the literals, only an @"..." may go over several lines.
+        private static bool IsLineBreak(char c)
+        {
+            return c == '\r' || c == '\n' || c == '\u0085' || c == '\u2028' || c == '\u2029';
         }
 
         private void ReadVerbatimString()
@@ -297,7 +303,7 @@ namespace OrvWorkBench
             int start = m_at++;
             if (Peek(0) == '\'')
                 throw new CommandError(start, "a character is empty");
-            if (m_at >= m_text.Length)
+            if (m_at >= m_text.Length || IsLineBreak(m_text[m_at]))
                 throw new CommandError(start, "a character is not closed");
             StringBuilder text = new StringBuilder();
             ReadUnit(text);

@@ -5,16 +5,19 @@ namespace OrvWorkBench
 {
     // Reads command texts. docs/commands.md has the grammar. Every method throws CommandError, with the position, for a
     // text that is not exactly one command.
-    internal sealed class Parser
+    internal sealed partial class Parser
     {
         // Deeper nesting and longer chains of members and calls are refused: both are evaluated by recursion, which
-        // would use up the stack.
+        // would use up the stack. So would the longest chains inside of each other.
         private const int c_greatestDepth = 100;
         private const int c_greatestChain = 200;
+        private const int c_greatestHeight = 300;
 
         private readonly List<Token> m_tokens;
         private int m_at;
         private int m_depth;
+        // How many expressions stand in each other in what was read last.
+        private int m_height;
 
         private Parser(string text)
         {
@@ -75,30 +78,34 @@ namespace OrvWorkBench
         public static ValueCommand ParseInvoke(string text)
         {
             Parser parser = new Parser(text);
-            ValueCommand command = parser.ParseNamed();
+            ValueCommand command = parser.ParseNamed(false);
             if (!(command.Value is CallExpression))
                 throw new CommandError(command.Value.Position, "this is not a call: expected name.Method(arguments)");
             parser.ExpectEnd();
             return command;
         }
 
-        // [name =] property, field, indexer or instance.
+        // [name =] property, field, indexer, instance, or a cast.
         public static ValueCommand ParseGet(string text)
         {
             Parser parser = new Parser(text);
-            ValueCommand command = parser.ParseNamed();
+            ValueCommand command = parser.ParseNamed(true);
             if (!(command.Value is MemberExpression) && !(command.Value is IndexExpression) &&
-                !(command.Value is NameExpression) && !(command.Value is LastResultExpression))
+                !(command.Value is NameExpression) && !(command.Value is LastResultExpression) &&
+                !(command.Value is CastExpression))
                 throw new CommandError(command.Value.Position, "expected a property, a field, an indexer or an instance");
             parser.ExpectEnd();
             return command;
         }
 
-        // property, field or indexer = value; event += watch; event -= watch.
+        // property, field or indexer = value; event += watch; event -= watch; using.
         public static SetCommand ParseSet(string text)
         {
             Parser parser = new Parser(text);
             SetCommand command = new SetCommand();
+            command.Using = parser.TryParseUsing(true);
+            if (command.Using != null)
+                return command;
             command.Target = parser.ParsePostfix();
             if (!(command.Target is MemberExpression) && !(command.Target is IndexExpression))
                 throw new CommandError(command.Target.Position, "expected a property, a field or an indexer");
@@ -118,6 +125,9 @@ namespace OrvWorkBench
         {
             Parser parser = new Parser(text);
             DeleteCommand command = new DeleteCommand();
+            command.Using = parser.TryParseUsing(false);
+            if (command.Using != null)
+                return command;
             command.Position = parser.Current.Position;
             command.Name = parser.ExpectName("an instance's name");
             parser.ExpectEnd();
@@ -185,7 +195,25 @@ namespace OrvWorkBench
             --m_depth;
         }
 
-        private ValueCommand ParseNamed()
+        // The rest of the text when it begins "using", with another name behind; null otherwise.
+        private UsingCommand TryParseUsing(bool mayName)
+        {
+            if (Current.Kind != TokenKind.Name || Current.Text != "using" || Ahead(1).Kind != TokenKind.Name)
+                return null;
+            Next();
+            UsingCommand command = new UsingCommand();
+            command.Position = Current.Position;
+            if (mayName && Ahead(1).Is("="))
+            {
+                command.Alias = ExpectName("a name");
+                Next();
+            }
+            command.Name = command.Alias == null ? ParseTypeName() : ParseType();
+            ExpectEnd();
+            return command;
+        }
+
+        private ValueCommand ParseNamed(bool mayCast)
         {
             ValueCommand command = new ValueCommand();
             if (Current.Kind == TokenKind.Name && Ahead(1).Is("="))
@@ -194,338 +222,8 @@ namespace OrvWorkBench
                 command.Name = ExpectName("a name");
                 Next();
             }
-            command.Value = ParsePostfix();
+            command.Value = mayCast && Current.Is("(") ? ParseUnary() : ParsePostfix();
             return command;
-        }
-
-        private Expression ParseExpression()
-        {
-            Enter();
-            Expression left = ParseUnary();
-            for (int links = 0; Current.Is("|"); ++links)
-            {
-                int position = Current.Position;
-                if (links == c_greatestChain)
-                    throw new CommandError(position, "more than " + c_greatestChain + " '|' in a row");
-                Next();
-                left = new OrExpression(position, left, ParseUnary());
-            }
-            Leave();
-            return left;
-        }
-
-        private Expression ParseUnary()
-        {
-            Enter();
-            Expression result;
-            Token token = Current;
-            if (token.Is("-") || token.Is("+") || token.Is("!") || token.Is("~"))
-            {
-                Next();
-                result = new UnaryExpression(token.Position, token.Text[0], ParseUnary());
-            }
-            else
-            {
-                TypeSyntax type = token.Is("(") ? TryParseCast() : null;
-                if (type == null)
-                    result = ParsePostfix();
-                else
-                    result = new CastExpression(token.Position, type, ParseUnary());
-            }
-            Leave();
-            return result;
-        }
-
-        // "(Type)" is a cast when what follows can only be its operand; otherwise nothing is read and null comes back.
-        private TypeSyntax TryParseCast()
-        {
-            int before = m_at;
-            int depth = m_depth;
-            try
-            {
-                Next();
-                TypeSyntax type = ParseType();
-                bool certain = type.Keyword != null || type.Ranks.Count > 0 || type.Nullable;
-                if (Take(")") && StartsOperand(certain))
-                    return type;
-            }
-            catch (CommandError)
-            {
-                m_depth = depth; // not a type: it is read again as an expression, which reports what is wrong
-            }
-            m_at = before;
-            return null;
-        }
-
-        private bool StartsOperand(bool certain)
-        {
-            Token token = Current;
-            if (token.Kind == TokenKind.Name || token.Kind == TokenKind.Literal || token.Kind == TokenKind.Keyword)
-                return true;
-            if (token.Is("(") || token.Is("$") || token.Is("{") || token.Is("!") || token.Is("~"))
-                return true;
-            return certain && (token.Is("-") || token.Is("+"));
-        }
-
-        private Expression ParsePostfix()
-        {
-            Expression result = ParsePrimary();
-            for (int links = 0;; ++links)
-            {
-                Token token = Current;
-                if (links == c_greatestChain)
-                    throw new CommandError(token.Position, "more than " + c_greatestChain + " members and calls in a row");
-                bool nested = token.Is("+") && Ahead(1).Kind == TokenKind.Name;
-                if (token.Is(".") || nested)
-                {
-                    Next();
-                    result = new MemberExpression(result, ParseNamePart(nested ? "a nested type" : "a member's name"), nested);
-                }
-                else if (token.Is("("))
-                    result = new CallExpression(result.Position, result, ParseArguments("(", ")"));
-                else if (token.Is("["))
-                {
-                    result = new IndexExpression(token.Position, result, ParseArguments("[", "]"));
-                    if (((IndexExpression)result).Arguments.Count == 0)
-                        throw new CommandError(token.Position, "an indexer needs an index");
-                }
-                else
-                    return result;
-            }
-        }
-
-        private Expression ParsePrimary()
-        {
-            Token token = Current;
-            switch (token.Kind)
-            {
-            case TokenKind.Literal:
-                Next();
-                return new LiteralExpression(token.Position, token.Value);
-            case TokenKind.Name:
-                return new NameExpression(ParseNamePart("a name"), null);
-            case TokenKind.Keyword:
-                return ParseKeyword(token);
-            case TokenKind.Mark:
-                if (Take("$"))
-                    return new LastResultExpression(token.Position);
-                if (token.Is("{"))
-                    return ParseElements();
-                if (token.Is("["))
-                {
-                    string assembly = ParseAssemblyPrefix();
-                    return new NameExpression(ParseNamePart("a type's name"), assembly);
-                }
-                if (Take("("))
-                {
-                    Expression inner = ParseExpression();
-                    Expect(")");
-                    return inner;
-                }
-                break;
-            }
-            throw Unexpected("a value");
-        }
-
-        private Expression ParseKeyword(Token token)
-        {
-            switch (token.Text)
-            {
-            case "null":
-                Next();
-                return new LiteralExpression(token.Position, null);
-            case "true":
-            case "false":
-                Next();
-                return new LiteralExpression(token.Position, token.Text == "true");
-            case "new":
-                Next();
-                return ParseCreation(token.Position, false);
-            case "typeof":
-                Next();
-                Expect("(");
-                TypeSyntax type = ParseType();
-                Expect(")");
-                return new TypeofExpression(token.Position, type);
-            case "ref":
-            case "out":
-                throw new CommandError(token.Position, "'" + token.Text + "' stands only before an argument");
-            default:
-                Next();
-                return new KeywordExpression(token.Position, token.Text);
-            }
-        }
-
-        // What follows "new". Only in the create command may the argument list be left out.
-        private Expression ParseCreation(int position, bool mayOmitArguments)
-        {
-            TypeSyntax type = ParseTypeName();
-            if (Take("?"))
-                type.Nullable = true;
-            if (Current.Is("[") && !Ahead(1).Is("]") && !Ahead(1).Is(","))
-                return ParseSizedArray(position, type);
-            ParseRanks(type);
-            if (type.Ranks.Count > 0)
-                return new NewArrayExpression(position, type, null, ParseElements());
-            if (!Current.Is("(") && mayOmitArguments)
-                return new NewExpression(position, type, new List<Argument>());
-            return new NewExpression(position, type, ParseArguments("(", ")"));
-        }
-
-        private Expression ParseSizedArray(int position, TypeSyntax type)
-        {
-            List<Expression> sizes = new List<Expression>();
-            Expect("[");
-            do
-                sizes.Add(ParseExpression());
-            while (Take(","));
-            Expect("]");
-            type.Ranks.Add(sizes.Count);
-            ParseRanks(type);
-            return new NewArrayExpression(position, type, sizes, null);
-        }
-
-        private ArrayExpression ParseElements()
-        {
-            int position = Current.Position;
-            Enter();
-            Expect("{");
-            List<Expression> elements = new List<Expression>();
-            if (!Current.Is("}"))
-            {
-                do
-                    elements.Add(ParseExpression());
-                while (Take(","));
-            }
-            Expect("}");
-            Leave();
-            return new ArrayExpression(position, elements);
-        }
-
-        private List<Argument> ParseArguments(string open, string close)
-        {
-            Enter();
-            Expect(open);
-            List<Argument> arguments = new List<Argument>();
-            if (!Current.Is(close))
-            {
-                do
-                    arguments.Add(ParseArgument());
-                while (Take(","));
-            }
-            if (!Current.Is(close))
-                throw Unexpected("',' or '" + close + "'");
-            Next();
-            Leave();
-            return arguments;
-        }
-
-        private Argument ParseArgument()
-        {
-            Argument argument = new Argument();
-            argument.Position = Current.Position;
-            if (Take("out"))
-            {
-                argument.Kind = ArgumentKind.Out;
-                if (Current.Kind == TokenKind.Name)
-                    argument.Name = ExpectName("a name");
-                return argument;
-            }
-            argument.Kind = Take("ref") ? ArgumentKind.Ref : ArgumentKind.Value;
-            argument.Value = ParseExpression();
-            NameExpression name = argument.Value as NameExpression;
-            if (argument.Kind == ArgumentKind.Ref && name != null && name.Assembly == null && name.Part.Arguments == null)
-                argument.Name = name.Part.Name;
-            return argument;
-        }
-
-        private NamePart ParseNamePart(string what)
-        {
-            int position = Current.Position;
-            string name = ExpectName(what);
-            return new NamePart(position, name, Current.Is("<") ? ParseTypeArguments() : null);
-        }
-
-        private List<TypeSyntax> ParseTypeArguments()
-        {
-            List<TypeSyntax> types = new List<TypeSyntax>();
-            Enter();
-            Expect("<");
-            do
-                types.Add(ParseType());
-            while (Take(","));
-            Expect(">");
-            Leave();
-            return types;
-        }
-
-        private TypeSyntax ParseType()
-        {
-            Enter();
-            TypeSyntax type = ParseTypeName();
-            if (Take("?"))
-                type.Nullable = true;
-            ParseRanks(type);
-            Leave();
-            return type;
-        }
-
-        private void ParseRanks(TypeSyntax type)
-        {
-            while (Current.Is("[") && (Ahead(1).Is("]") || Ahead(1).Is(",")))
-            {
-                int rank = 1;
-                Next();
-                while (Take(","))
-                    ++rank;
-                Expect("]");
-                type.Ranks.Add(rank);
-            }
-        }
-
-        private TypeSyntax ParseTypeName()
-        {
-            TypeSyntax type = new TypeSyntax();
-            type.Position = Current.Position;
-            if (Current.Is("["))
-                type.Assembly = ParseAssemblyPrefix();
-            else if (Current.Kind == TokenKind.Keyword && TypeNames.IsKeyword(Current.Text))
-            {
-                type.Keyword = Current.Text;
-                Next();
-                return type;
-            }
-            type.Parts.Add(ParseNamePart("a type's name"));
-            while (Current.Is(".") || (Current.Is("+") && Ahead(1).Kind == TokenKind.Name))
-            {
-                Next();
-                type.Parts.Add(ParseNamePart("a type's name"));
-            }
-            return type;
-        }
-
-        // "[simple name]"; a name with other characters than letters, digits, '.' and '-' stands in quotes.
-        private string ParseAssemblyPrefix()
-        {
-            Expect("[");
-            string name;
-            if (Current.Kind == TokenKind.Literal && Current.Value is string)
-            {
-                name = (string)Current.Value;
-                Next();
-            }
-            else
-            {
-                name = ExpectName("an assembly's name");
-                while (Current.Is(".") || Current.Is("-"))
-                {
-                    name += Current.Text;
-                    Next();
-                    name += ExpectName("an assembly's name");
-                }
-            }
-            Expect("]");
-            return name;
         }
     }
 }

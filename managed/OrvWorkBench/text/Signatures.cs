@@ -20,10 +20,22 @@ namespace OrvWorkBench
             if (method.IsGenericMethod)
                 text.Append('<').Append(TypeNames.ShowAll(method.GetGenericArguments())).Append('>');
             text.Append('(');
-            ParameterInfo[] parameters = method.GetParameters();
+            return text.Append(ShowAll(method.GetParameters())).Append(')').ToString();
+        }
+
+        // As "int Shop.Cart.this[string name]".
+        public static string Show(PropertyInfo indexer)
+        {
+            return TypeNames.Show(indexer.PropertyType) + " " + TypeNames.Show(indexer.DeclaringType) + ".this[" +
+                   ShowAll(indexer.GetIndexParameters()) + "]";
+        }
+
+        private static string ShowAll(ParameterInfo[] parameters)
+        {
+            StringBuilder text = new StringBuilder();
             for (int i = 0; i < parameters.Length; ++i)
                 text.Append(i > 0 ? ", " : "").Append(ShowParameter(parameters[i]));
-            return text.Append(')').ToString();
+            return text.ToString();
         }
 
         private static string ShowParameter(ParameterInfo parameter)

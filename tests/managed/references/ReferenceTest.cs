@@ -10,6 +10,9 @@ namespace OrvReferences
     internal static class ReferenceTest
     {
         private const string c_runtime = "v2.0.50727";
+        // Libraries of the system, Windows' and Unix', from which functions are taken.
+        private static readonly string[] s_modules = { "kernel32", "libc" };
+
         private const string c_library = "mscorlib, 2.0.0.0, culture '', key B77A5C561934E089";
         // Without this attribute a thrown object that is no Exception would pass every handler of the dispatcher.
         private const string c_wrapping =
@@ -44,7 +47,11 @@ namespace OrvReferences
                     complaints.Add("refers to " + reference);
             }
             for (int row = 1; row <= file.Rows(TableLayout.ModuleRef); ++row)
-                complaints.Add("refers to the module " + file.Text(TableLayout.ModuleRef, row, 0));
+            {
+                string module = file.Text(TableLayout.ModuleRef, row, 0);
+                if (Array.IndexOf(s_modules, module) < 0)
+                    complaints.Add("refers to the module " + module);
+            }
             foreach (string type in types)
             {
                 if (!library.HasType(type))

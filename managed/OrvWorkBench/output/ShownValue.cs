@@ -1,0 +1,58 @@
+using System;
+
+namespace OrvWorkBench
+{
+    // What a value's text leaves out.
+    internal enum Omission
+    {
+        Nothing,
+        // Elements behind the first ones, of the value itself.
+        Elements,
+        // Elements of one of its elements, or what lies deeper.
+        Depth,
+        // The end of the value, which is a string.
+        Characters,
+        // The end of what its ToString gives.
+        OwnText,
+        // All elements of a sequence that must not be read for a look at it.
+        Sequence
+    }
+
+    // A value as text, and what the text leaves out.
+    internal struct ShownValue
+    {
+        public string Text;
+        public Omission Omitted;
+
+        // Prints type and value behind the lead. With the name by which the user can call the value, also how to see what
+        // is left out.
+        public static void Print(string lead, object value, Type declared, string name)
+        {
+            ShownValue shown = Formatter.ShowWhole(value, declared);
+            Output.Line(lead + shown.Text);
+            string way = name == null ? null : shown.WayToTheRest(name);
+            if (way != null)
+                Output.Line("  " + way);
+        }
+
+        // How to see the rest of a value that the user calls by that name; null when all is shown.
+        private string WayToTheRest(string name)
+        {
+            switch (Omitted)
+            {
+            case Omission.Elements:
+                return "more: invoke walk(" + name + ", " + Formatter.GreatestElements + ")";
+            case Omission.Depth:
+                return "more: invoke walk(" + name + ")";
+            case Omission.Characters:
+                return "more: invoke " + name + ".Substring(" + Formatter.GreatestText + ")";
+            case Omission.OwnText:
+                return "more: invoke " + name + ".ToString()";
+            case Omission.Sequence:
+                return "to read it: invoke walk(" + name + ")";
+            default:
+                return null;
+            }
+        }
+    }
+}

@@ -1,0 +1,120 @@
+using System;
+using System.Collections;
+using System.Collections.Generic;
+using System.Threading;
+
+namespace OrvTest
+{
+    // Things that a look at them may change, or that raise when they are looked at.
+    public class Reader : IEnumerable
+    {
+        public int Left = 3;
+
+        public IEnumerator GetEnumerator()
+        {
+            while (Left > 0)
+                yield return "row " + Left--;
+        }
+    }
+
+    // Reading on waits for ever.
+    public class Blocking : IEnumerable<int>
+    {
+        public IEnumerator<int> GetEnumerator()
+        {
+            Thread.Sleep(Timeout.Infinite);
+            yield return 1;
+        }
+
+        IEnumerator IEnumerable.GetEnumerator()
+        {
+            return GetEnumerator();
+        }
+
+        public override string ToString()
+        {
+            return "a queue";
+        }
+    }
+
+    // A set, as the 2.0 library has none: it knows its count by ICollection<T> alone.
+    public class Bag : ICollection<int>
+    {
+        private readonly List<int> m_items = new List<int>();
+
+        public int Count { get { return m_items.Count; } }
+        public bool IsReadOnly { get { return false; } }
+        public void Add(int item) { m_items.Add(item); }
+        public void Clear() { m_items.Clear(); }
+        public bool Contains(int item) { return m_items.Contains(item); }
+        public void CopyTo(int[] array, int index) { m_items.CopyTo(array, index); }
+        public bool Remove(int item) { return m_items.Remove(item); }
+        public IEnumerator<int> GetEnumerator() { return m_items.GetEnumerator(); }
+        IEnumerator IEnumerable.GetEnumerator() { return m_items.GetEnumerator(); }
+        public override string ToString() { return "a bag"; }
+    }
+
+    public class Aborting : ArrayList
+    {
+        public override string ToString()
+        {
+            Thread.CurrentThread.Abort();
+            return "";
+        }
+
+        public static ICollection List()
+        {
+            return new AbortingList();
+        }
+
+        public static void Throw()
+        {
+            throw new AbortingException();
+        }
+
+        private class AbortingList : ArrayList
+        {
+            public override int Count
+            {
+                get
+                {
+                    Thread.CurrentThread.Abort();
+                    return 1;
+                }
+            }
+        }
+
+        private class AbortingException : Exception
+        {
+            public override string Message
+            {
+                get
+                {
+                    Thread.CurrentThread.Abort();
+                    return "";
+                }
+            }
+        }
+    }
+
+    public static class Several
+    {
+        public static void Throw()
+        {
+            throw new AggregateException("several", new ArgumentException("first", new InvalidOperationException("below")),
+                                         new NotSupportedException("second"));
+        }
+
+        public static void ThrowItself()
+        {
+            throw new Circular();
+        }
+    }
+
+    public class Circular : AggregateException
+    {
+        public Circular() : base("round", new InvalidOperationException("inner"))
+        {
+        }
+    }
+}
