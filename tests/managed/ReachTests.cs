@@ -86,7 +86,11 @@ namespace OrvTest
             Bench.Expect("create", "x = OrvTest.Overlods()", 12, "error at column 5: there is no public type 'OrvTest.Overlods'; did you mean OrvTest.Overloads?");
             Bench.Expect("create", "x = System.Text.StringBuildr()", 12, "error at column 5: there is no public type 'System.Text.StringBuildr'; did you mean System.Text.StringBuilder?");
             Bench.Expect("create", "x = System.Texts.StringBuilder()", 12, "error at column 5: there is no public type 'System.Texts.StringBuilder'; did you mean System.Text.StringBuilder?");
-            Bench.Expect("create", "x = Twin.Deep.Thing()", 12, "error at column 5: there is no public type 'Twin.Deep.Thing'; Twin may have it: load " + Path.Combine(Harness.Folder, "Twin.dll"));
+            // Any file beside the library will do.
+            string file = Path.Combine(Harness.Folder, "Unloaded.Lib.dll");
+            File.WriteAllText(file, "");
+            Bench.Expect("create", "x = Unloaded.Lib.Thing()", 12, "error at column 5: there is no public type 'Unloaded.Lib.Thing'; Unloaded.Lib may have it: load " + file);
+            File.Delete(file);
         }
 
         public static void TheDispatcherItselfIsOutOfReach()
