@@ -86,7 +86,11 @@ namespace OrvTest
             Bench.Expect("create", "x = OrvTest.Overlods()", 12, "error at column 5: there is no public type 'OrvTest.Overlods'; did you mean OrvTest.Overloads?");
             Bench.Expect("create", "x = System.Text.StringBuildr()", 12, "error at column 5: there is no public type 'System.Text.StringBuildr'; did you mean System.Text.StringBuilder?");
             Bench.Expect("create", "x = System.Texts.StringBuilder()", 12, "error at column 5: there is no public type 'System.Texts.StringBuilder'; did you mean System.Text.StringBuilder?");
-            Bench.Expect("create", "x = Twin.Deep.Thing()", 12, "error at column 5: there is no public type 'Twin.Deep.Thing'; Twin may have it: load " + Path.Combine(Harness.Folder, "Twin.dll"));
+            // Any file beside the library will do.
+            string file = Path.Combine(Harness.Folder, "Unloaded.Lib.dll");
+            File.WriteAllText(file, "");
+            Bench.Expect("create", "x = Unloaded.Lib.Thing()", 12, "error at column 5: there is no public type 'Unloaded.Lib.Thing'; Unloaded.Lib may have it: load " + file);
+            File.Delete(file);
         }
 
         public static void TheDispatcherItselfIsOutOfReach()
@@ -107,34 +111,32 @@ namespace OrvTest
         public static void AFileThatChangedIsTold()
         {
             Bench.Start();
-            string folder = Path.Combine(Harness.Folder, "rebuilt");
-            Directory.CreateDirectory(folder);
-            string file = Path.Combine(folder, "Helper.dll");
-            string built = Path.Combine(Harness.Folder, "apart/Helper.dll");
-            File.Copy(built, file, true);
-            File.SetLastWriteTimeUtc(file, new DateTime(2001, 2, 3));
+            string built = CopyOfRebuilt("first", new DateTime(2001, 2, 3));
+            string file = CopyOfRebuilt("second", new DateTime(2002, 3, 4));
             Bench.Do("load", built);
             Bench.Printed();
             // Another file with the same assembly.
             Bench.Do("load", file);
             string printed = Bench.Printed();
             Harness.True(printed.EndsWith("\n  the process has it from " + built + " already and keeps that; end the workbench and start it again to load this one"), printed);
-            DateTime before = File.GetLastWriteTimeUtc(built);
-            try
-            {
-                File.SetLastWriteTimeUtc(built, new DateTime(2002, 3, 4));
-                Harness.Equal(7, Bench.Do("load", built), "rebuilt");
-                printed = Bench.Printed();
-                Harness.True(printed.EndsWith("\n  the file has changed since, but the process keeps what it has; end the workbench and start it again to load this one"), printed);
-                CInvoke.Reset("");
-                Bench.Printed();
-                Harness.Equal(6, Bench.Do("load", built), "after a reset");
-                Harness.True(Bench.Printed().Contains("\n  the file has changed since"), "after a reset");
-            }
-            finally
-            {
-                File.SetLastWriteTimeUtc(built, before);
-            }
+            File.SetLastWriteTimeUtc(built, new DateTime(2003, 4, 5));
+            Harness.Equal(7, Bench.Do("load", built), "rebuilt");
+            printed = Bench.Printed();
+            Harness.True(printed.EndsWith("\n  the file has changed since, but the process keeps what it has; end the workbench and start it again to load this one"), printed);
+            CInvoke.Reset("");
+            Bench.Printed();
+            Harness.Equal(6, Bench.Do("load", built), "after a reset");
+            Harness.True(Bench.Printed().Contains("\n  the file has changed since"), "after a reset");
+        }
+
+        private static string CopyOfRebuilt(string folder, DateTime written)
+        {
+            string path = Path.Combine(Path.Combine(Harness.Folder, "rebuilt"), folder);
+            Directory.CreateDirectory(path);
+            string file = Path.Combine(path, "Rebuilt.dll");
+            File.Copy(Path.Combine(Harness.Folder, "rebuilt/Rebuilt.dll"), file, true);
+            File.SetLastWriteTimeUtc(file, written);
+            return file;
         }
     }
 
