@@ -39,7 +39,7 @@ void OverflowTheStack()
     UseUpTheStack();
 }
 
-void Throw()
+[[noreturn]] void Throw()
 {
     throw std::runtime_error("on purpose");
 }
@@ -270,6 +270,7 @@ TEST(CallGuarded, InstallsNoFilterForTheProcess)
 TEST(CallGuarded, AsksForRoomForTheHandlersOfAStackOverflow)
 {
     static ULONG asked = 0;
+    // cppcheck-suppress constParameter ; the system declares it
     const Redirect<decltype(SetThreadStackGuarantee)> guarantee("SetThreadStackGuarantee", [](ULONG* bytes) -> BOOL {
         asked = *bytes;
         return FALSE;
