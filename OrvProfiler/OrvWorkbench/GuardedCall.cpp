@@ -13,6 +13,11 @@ constexpr ULONG c_handlerStackBytes = 64 * 1024;
 // stack's very end until it is set anew. On Windows nothing happens to one that is in its place.
 void GuardStack() noexcept
 {
+    // Wine then begins with the page of the call, which must not be one of the callers': other threads may read
+    // those.
+    volatile char distance[2 * 4096];
+    distance[0] = 0;
+    static_cast<void>(distance[0]);
     ULONG bytes = c_handlerStackBytes;
     SetThreadStackGuarantee(&bytes);
     _resetstkoflw();
@@ -74,11 +79,9 @@ HandledFrameLeft:
 extern "C" EXCEPTION_DISPOSITION LeaveHandledFrame(EXCEPTION_RECORD* exception, void* frame, CONTEXT* /*context*/,
                                                    DISPATCHER_CONTEXT* dispatcher)
 {
-    // The compiler's own codes: the language's exceptions, which a catch takes, and its unwinding.
+    // The language's exceptions, by the compiler's own code: the catch outside takes them.
     constexpr DWORD languageThrow = 0x20474343;
-    constexpr DWORD languageUnwind = 0x21474343;
-    const DWORD code = exception->ExceptionCode;
-    if (code != languageThrow && code != languageUnwind)
+    if (exception->ExceptionCode != languageThrow)
         RtlUnwindEx(frame, reinterpret_cast<void*>(HandledFrameLeft), exception, nullptr, dispatcher->ContextRecord,
                     static_cast<UNWIND_HISTORY_TABLE*>(dispatcher->HistoryTable));
     return ExceptionContinueSearch;

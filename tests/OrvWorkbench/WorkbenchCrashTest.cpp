@@ -34,6 +34,8 @@ struct Failure
     const char* name;
     const wchar_t* script;
     unsigned long code;
+
+    friend void PrintTo(const Failure& failure, std::ostream* stream) { *stream << failure.name; }
 };
 
 constexpr Failure c_failures[] = {
@@ -50,11 +52,6 @@ enum class Place
     Breakpoint,
     WindowProcedure, // that the method calls
 };
-
-void PrintTo(const Failure& failure, std::ostream* stream)
-{
-    *stream << failure.name;
-}
 
 class WorkbenchThatCrashes : public OrvWorkBench64
 {
