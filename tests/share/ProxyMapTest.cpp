@@ -386,7 +386,8 @@ TEST(CProxyMap, AMappingMadeBetweenOpenAndCreateIsTakenAsItIs)
         EXPECT_FALSE(map.IsCreated());
         EXPECT_EQ(1, map.mapped);
         EXPECT_EQ(8192U, map.ViewSize());
-        EXPECT_TRUE(std::all_of(other.Bytes(), other.Bytes() + 8192, [](unsigned char byte) { return byte == 0x5A; }));
+        EXPECT_TRUE(
+            std::all_of(other.Bytes(), other.Bytes() + 8192, [](unsigned char byte) { return byte == 0x5A; }));
     }
 }
 
