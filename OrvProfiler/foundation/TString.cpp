@@ -440,6 +440,7 @@ bool TString::GetEnv(const wchar_t* name, TString& value) noexcept
         limit = length;
         block.reset(); // not two at once
         block = AllocateBlock<wchar_t>(uint64_t{limit} + 1);
+        // cppcheck-suppress knownConditionTrueFalse ; there may be a block
         if (block == nullptr)
             return false;
         block[0] = L'\0';

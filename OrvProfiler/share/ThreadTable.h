@@ -8,8 +8,8 @@
 // which the threads came. Works on the share's memory in place and keeps nothing of its own.
 //
 // It takes no lock and traces nothing: CProxyShare does both, and is what callers use. Nothing in the share is
-// trusted: counts and indices out of range never lead outside a table, and each word is read once before it is checked
-// and used. An unreadable page of the share may raise.
+// trusted: counts and indices out of range never lead outside a table, and each word is read once before it is
+// checked and used. An unreadable page of the share may raise.
 class ThreadTable
 {
 public:
