@@ -101,15 +101,20 @@ protected:
     // What others can see, and the status of the last call of the runtime.
     std::wstring State() const
     {
-        // Behind the table of virtual functions and the runtime.
-        constexpr size_t statusOffset = 16;
         std::wstring state = g_sharePid == m_id ? L"id" : L"no id";
         state += g_hZephWnd != nullptr ? L", window" : L", no window";
         if (m_host == nullptr)
             return state;
-        int32_t status = 0;
-        std::memcpy(&status, reinterpret_cast<const unsigned char*>(m_host) + statusOffset, sizeof status);
-        return state + L", status " + contract::Hex(static_cast<uint32_t>(status));
+        return state + L", status " + contract::Hex(StatusOf(*m_host));
+    }
+
+    static uint32_t StatusOf(const CHost& host)
+    {
+        // Behind the table of virtual functions and the runtime.
+        constexpr size_t statusOffset = 16;
+        uint32_t status = 0;
+        std::memcpy(&status, reinterpret_cast<const unsigned char*>(&host) + statusOffset, sizeof status);
+        return status;
     }
 
     // A host whose construction is over.
@@ -162,11 +167,13 @@ protected:
 
 TEST_F(CHostScript, IsConstructed)
 {
+    m_startStatus = 1;
     const CHost host(m_id, c_assembly, c_type);
     EXPECT_TRUE(m_script.Is(Join({{L"= id, no window"},
                                   MakeEvents(),
                                   c_bind,
                                   {L"trace runtime start\n", L"trace CHost::CHost Loaded Runtime\n"}})));
+    EXPECT_EQ(1U, StatusOf(host));
 }
 
 TEST_F(CHostScript, LooksUpTheTextWhenItCannotBind)
@@ -179,6 +186,7 @@ TEST_F(CHostScript, LooksUpTheTextWhenItCannotBind)
               MakeEvents(),
               c_bind,
               {L"trace CHost::CHost Failed to Loaded Runtime\n", L"FormatMessageW 2", L"trace CHost::CHost #s\n"}})));
+    EXPECT_EQ(0x80131700U, StatusOf(host));
 }
 
 TEST_F(CHostScript, LooksUpTheTextWhenItCannotStart)
@@ -190,6 +198,7 @@ TEST_F(CHostScript, LooksUpTheTextWhenItCannotStart)
                                   c_bind,
                                   {L"trace runtime start\n", L"trace CHost::CHost Failed to Loaded Runtime\n",
                                    L"FormatMessageW 2", L"trace CHost::CHost #s\n"}})));
+    EXPECT_EQ(0x80004005U, StatusOf(host));
 }
 
 TEST_F(CHostScript, ClosesTheLogThenTheRuntimeThenTheEvents)

@@ -101,3 +101,15 @@ TEST_F(CPathScript, SearchesAFolderAndClosesTheSearch)
     for (size_t i = 1; i + 1 < steps.size(); ++i)
         EXPECT_EQ(L"_wfindnext64 search", steps[i]);
 }
+
+TEST_F(CPathScript, MakesAFolderAndMakesItTheCurrentOne)
+{
+    m_script.Fail("CreateDirectoryW");
+    EXPECT_FALSE(CPath::CreateDir(L"folder"));
+    EXPECT_TRUE(m_script.Is({L"CreateDirectoryW folder default fails"}));
+    CPath path;
+    path.Parse(L"C:\\folder");
+    m_script.Fail("_wchdir");
+    EXPECT_FALSE(path.MakeCurrent());
+    EXPECT_TRUE(m_script.Is({L"_wchdir c:\\folder fails"}));
+}

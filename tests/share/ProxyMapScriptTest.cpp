@@ -28,7 +28,7 @@ public:
 
     std::wstring State() const
     {
-        const auto held = [](HANDLE handle) {
+        const auto held = [](const void* handle) {
             return handle == nullptr ? L"0" : handle == INVALID_HANDLE_VALUE ? L"invalid" : L"1";
         };
         return std::wstring(m_created ? L"created" : L"not created") + L", view " + held(m_pView) + L", map " +

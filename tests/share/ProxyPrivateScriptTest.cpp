@@ -167,14 +167,14 @@ TEST_F(CProxyPrivateScript, HasNoDataWhenTheWaitFails)
 // The view is looked at when the wait is over.
 TEST_F(CProxyPrivateScript, HasNoDataWhenTheViewGoesDuringTheWait)
 {
-    static CProxyPrivate* s_block = nullptr;
-    s_block = &Created();
+    static CProxyPrivate* block = nullptr;
+    block = &Created();
     const Redirect<DWORD(HANDLE, DWORD)> wait("WaitForSingleObject", [](HANDLE, DWORD) -> DWORD {
-        s_block->CProxyMap::Close();
+        block->CProxyMap::Close();
         return WAIT_OBJECT_0;
     });
     m_script.Clear();
-    EXPECT_EQ(nullptr, s_block->LockData());
+    EXPECT_EQ(nullptr, block->LockData());
     EXPECT_TRUE(m_script.Is({L"UnmapViewOfFile view", L"CloseHandle Local\\{block}", L"ReleaseMutex {mutex}"}));
 }
 

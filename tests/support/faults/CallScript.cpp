@@ -109,9 +109,9 @@ constexpr const char* c_hidden[] = {"EnterCriticalSection", "LeaveCriticalSectio
 
 const FunctionText* TextOf(const char* function)
 {
-    const auto* const found = std::find_if(std::begin(c_functions), std::end(c_functions), [&](const auto& entry) {
-        return std::strcmp(entry.function, function) == 0;
-    });
+    const auto* const found =
+        std::find_if(std::begin(c_functions), std::end(c_functions),
+                     [&](const FunctionText& entry) { return std::strcmp(entry.function, function) == 0; });
     return found != std::end(c_functions) ? found : nullptr;
 }
 
