@@ -53,7 +53,11 @@ const Script c_openShare = {L"trace CProxyMap::OpenMap Open Map Name: {share}\n"
 const Script c_wait = {L"trace CHost::Run Sleeping\n\n", L"trace CWBEvent::Wait Waiting\n\n",
                        L"WaitForMultipleObjects 8 "
                        L"EV_STOP,EV_LOAD,EV_CREATE,EV_INVOKE,EV_DELETE,EV_RESET,EV_SUCCESS,EV_FAILED 0 10000"};
-const Script c_exit = {L"trace CHost::Run WorkBench Exiting\n\n", L"SendMessageW {window} 83eb 0 0"};
+// A guarded frame is entered: from here on any exception is taken.
+const Script c_guard = {L"SetThreadStackGuarantee", L"_resetstkoflw"};
+const Script c_exitMessage = {L"trace CHost::Run WorkBench Exiting\n\n", L"SendMessageW {window} 83eb 0 0"};
+const Script c_exit = Join({c_guard, c_exitMessage});
+const Script c_releaseRuntime = Join({c_guard, {L"trace runtime release\n"}});
 
 // The seven mutexes of the share are made.
 Script MakeMutexes()
@@ -145,7 +149,8 @@ protected:
     {
         return Join({OpenShare(),
                      {L"= id, window, status 0", L"trace CHost::Run Zeph window is 0000000012345678\n",
-                      L"PostMessageW {window} 83f0 0 0"}});
+                      L"PostMessageW {window} 83f0 0 0"},
+                     c_guard});
     }
     static Script Stop()
     {
@@ -209,7 +214,7 @@ TEST_F(CHostScript, ClosesTheLogThenTheRuntimeThenTheEvents)
     m_script.Clear();
     m_host = nullptr;
     m_made.reset();
-    EXPECT_TRUE(m_script.Is(Join({{L"= id, no window", L"fclose", L"trace runtime release\n"}, CloseEvents()})));
+    EXPECT_TRUE(m_script.Is(Join({{L"= id, no window"}, c_guard, {L"fclose"}, c_releaseRuntime, CloseEvents()})));
 }
 
 TEST_F(CHostScript, Executes)
@@ -395,9 +400,10 @@ TEST_F(CHostScript, EndsWithoutAResponseAfterAnException)
     Serve();
     EXPECT_TRUE(m_script.Is(Join({Begin(),
                                   Woken(L"EV_LOAD"),
-                                  {L"trace CHost::Run Command is Load: \n", L"trace runtime LoadAssembly \"\"\n",
-                                   L"trace CHost::Run WorkBench Exception in main loop\n\n"},
-                                  c_exit})));
+                                  {L"trace CHost::Run Command is Load: \n", L"trace runtime LoadAssembly \"\"\n"},
+                                  c_guard,
+                                  {L"trace CHost::Run WorkBench Exception in main loop\n\n"},
+                                  c_exitMessage})));
 }
 
 TEST(OrvWorkBench64Script, DoesNothingWithoutItsArguments)
@@ -429,7 +435,9 @@ TEST_F(CHostScript, TheEntryOpensTheLogMakesTheHostListsItsArgumentsAndRuns)
           L"trace wmain  arg 2 = {id}\n"},
          OpenShare(),
          {L"= id, window", L"trace CHost::Run Zeph window is 0000000012345678\n", L"PostMessageW {window} 83f0 0 0"},
+         c_guard,
          Stop(),
-         {L"trace runtime release\n"},
+         c_guard,
+         c_releaseRuntime,
          CloseEvents()})));
 }

@@ -124,6 +124,9 @@ FaultTable StartRows(const FaultLines& served, const FaultLines& missingEvent)
         {"UnmapViewOfFile", 1, 1, {}},
         {"CloseHandle", 1, c_lastCall, {}},
         {"PostMessageW", 1, 1, {L"-window posted 12345678 83f0 0 0\n"}},
+        // Only a stack overflow would find less room.
+        {"SetThreadStackGuarantee", 1, c_lastCall, {}},
+        {"_resetstkoflw", 1, c_lastCall, {}},
     };
     // Without a command event no wait succeeds. The tenth and the eleventh event are not needed here.
     for (unsigned n = 1; n <= contract::c_eventCount; ++n)

@@ -208,38 +208,39 @@ TEST_F(CProcessScript, ReadsTheArchitectureAndClosesTheFile)
     m_script.Rename(brief.Path(), L"{brief}");
     m_script.Clear();
     EXPECT_EQ(64U, g_SecManager.GetArchitecture(OwnProgram().c_str()));
-    EXPECT_TRUE(m_script.Is({L"CreateFileW {program} 80000000 1 default 3", L"ReadFile {program} 64",
-                             L"SetFilePointerEx {program}", L"ReadFile {program} 4", L"ReadFile {program} 20",
-                             L"ReadFile {program} 2", L"CloseHandle {program}"}));
+    EXPECT_TRUE(m_script.Is({L"CreateFileW {program} 80000000 1 default 3 110080", L"GetFileType {program}",
+                             L"ReadFile {program} 64", L"SetFilePointerEx {program}", L"ReadFile {program} 4",
+                             L"ReadFile {program} 20", L"ReadFile {program} 2", L"CloseHandle {program}"}));
     EXPECT_EQ(0xFFFFFFFF, g_SecManager.GetArchitecture(text.Path()));
-    EXPECT_TRUE(
-        m_script.Is({L"CreateFileW {text} 80000000 1 default 3", L"ReadFile {text} 64", L"CloseHandle {text}"}));
+    EXPECT_TRUE(m_script.Is({L"CreateFileW {text} 80000000 1 default 3 110080", L"GetFileType {text}",
+                             L"ReadFile {text} 64", L"CloseHandle {text}"}));
     EXPECT_EQ(0U, g_SecManager.GetArchitecture(brief.Path()));
-    EXPECT_TRUE(
-        m_script.Is({L"CreateFileW {brief} 80000000 1 default 3", L"ReadFile {brief} 64", L"CloseHandle {brief}"}));
+    EXPECT_TRUE(m_script.Is({L"CreateFileW {brief} 80000000 1 default 3 110080", L"GetFileType {brief}",
+                             L"ReadFile {brief} 64", L"CloseHandle {brief}"}));
     m_script.Fail("SetFilePointerEx");
     EXPECT_EQ(0U, g_SecManager.GetArchitecture(OwnProgram().c_str()));
-    EXPECT_TRUE(m_script.Is({L"CreateFileW {program} 80000000 1 default 3", L"ReadFile {program} 64",
-                             L"SetFilePointerEx {program} fails", L"CloseHandle {program}"}));
+    EXPECT_TRUE(
+        m_script.Is({L"CreateFileW {program} 80000000 1 default 3 110080", L"GetFileType {program}",
+                     L"ReadFile {program} 64", L"SetFilePointerEx {program} fails", L"CloseHandle {program}"}));
     EXPECT_EQ(0U, g_SecManager.GetArchitecture(L"missing"));
     EXPECT_TRUE(m_script.Is(
-        {L"CreateFileW missing 80000000 1 default 3", L"FormatMessageW 2",
+        {L"CreateFileW missing 80000000 1 default 3 110080", L"FormatMessageW 2",
          L"trace CProxySecManager::GetArchitecture CreateFile(OPEN_EXISTING) failed for file:missing, <error 2>\n"}));
 }
 
-// How the file is looked at before is not this test's.
 TEST_F(CProcessScript, AsksForTheVersionsTextsInTheirOrder)
 {
-    m_script.Hide("CreateFileW");
-    m_script.Hide("CloseHandle");
     const CVersionRecord record(OwnProgram().c_str());
-    EXPECT_TRUE(m_script.Is({L"GetFileVersionInfoSizeW {program}", L"GetFileVersionInfoW {program}",
-                             L"VerQueryValueW \\VarFileInfo\\Translation",
+    EXPECT_TRUE(m_script.Is({L"CreateFileW {program} 80000000 1 default 3 110080", L"GetFileType {program}",
+                             L"GetFileVersionInfoSizeW {program}", L"GetFileVersionInfoW {program}",
+                             L"CloseHandle {program}", L"VerQueryValueW \\VarFileInfo\\Translation",
                              L"VerQueryValueW \\StringFileInfo\\040c04b0\\FileDescription",
                              L"VerQueryValueW \\StringFileInfo\\040c04b0\\ProductName",
                              L"VerQueryValueW \\StringFileInfo\\040c04b0\\CompanyName",
                              L"VerQueryValueW \\StringFileInfo\\040c04b0\\ProductVersion"}));
     m_script.Fail("GetFileVersionInfoW");
     const CVersionRecord unread(OwnProgram().c_str());
-    EXPECT_TRUE(m_script.Is({L"GetFileVersionInfoSizeW {program}", L"GetFileVersionInfoW {program} fails"}));
+    EXPECT_TRUE(m_script.Is({L"CreateFileW {program} 80000000 1 default 3 110080", L"GetFileType {program}",
+                             L"GetFileVersionInfoSizeW {program}", L"GetFileVersionInfoW {program} fails",
+                             L"CloseHandle {program}"}));
 }

@@ -39,7 +39,7 @@ constexpr FunctionText c_functions[] = {
     {"CreateDirectoryW", "ta", nullptr},
     {"CreateEventW", "addt", L"t"},
     {"CreateFileMappingW", "haxddt", L"t"},
-    {"CreateFileW", "txxad", L"t"},
+    {"CreateFileW", "txxadx", L"t"},
     {"CreateMutexW", "adt", L"t"},
     {"CreatePrivateNamespaceW", "aht", L"t"},
     {"DeleteBoundaryDescriptor", "h", nullptr},
@@ -52,6 +52,7 @@ constexpr FunctionText c_functions[] = {
     {"GetEnvironmentVariableW", "tpd", nullptr},
     {"GetExitCodeProcess", "h", nullptr},
     {"GetFileAttributesExW", "td", nullptr},
+    {"GetFileType", "h", nullptr},
     {"GetFileVersionInfoSizeW", "t", nullptr},
     {"GetFileVersionInfoW", "t", nullptr},
     {"GetLogicalDriveStringsW", "d", nullptr},
@@ -382,8 +383,12 @@ bool CallScript::OnSpecialCall(const SystemCall& call)
     const std::string function = call.function;
     if (function == "OutputDebugStringW")
         Add(L"trace " + WithoutTime(call.arguments[0].text));
-    else if (function == "fputws")
-        Add((call.fails ? L"file fails " : L"file ") + WithoutTime(call.arguments[0].text));
+    else if (function == "fwrite")
+    {
+        const auto* const text = reinterpret_cast<const wchar_t*>(call.arguments[0].number);
+        const std::wstring line(text, text + call.arguments[2].number);
+        Add((call.fails ? L"file fails " : L"file ") + WithoutTime(line));
+    }
     else if (function == "fflush")
         Add(call.fails ? L"flush fails" : L"flush");
     else if (function == "free")
