@@ -56,7 +56,8 @@ public:
 
 private:
     // Waits for count slots from the first on, and stores what the system answered.
-    void Block(const wchar_t* function, uint32_t first, uint32_t count, uint32_t timeoutMs, uint32_t& result) noexcept;
+    void Block(const wchar_t* function, uint32_t first, uint32_t count, uint32_t timeoutMs,
+               uint32_t& result) noexcept;
 
     std::atomic<bool> m_waiting{false};
     // Owned; null where the creation failed. Plain handles in a row, as the system waits for them.

@@ -50,8 +50,17 @@ class MappingSlots : public testing::Test
 {
 };
 
+struct MappingNumbers
+{
+    template <class Mapping>
+    static std::string GetName(int index)
+    {
+        return std::to_string(index);
+    }
+};
+
 using Mappings = testing::Types<NamedMap, CProxyShare, NamedPrivate>;
-TYPED_TEST_SUITE(MappingSlots, Mappings);
+TYPED_TEST_SUITE(MappingSlots, Mappings, MappingNumbers);
 } // namespace
 
 TYPED_TEST(MappingSlots, AreOnMappedDestructorCloseGetView)

@@ -204,14 +204,6 @@ struct CallScript::Page
     }
 };
 
-Script Join(std::initializer_list<Script> parts)
-{
-    Script all;
-    for (const Script& part : parts)
-        all.insert(all.end(), part.begin(), part.end());
-    return all;
-}
-
 CallScript::CallScript() : m_hidden(std::begin(c_hidden), std::end(c_hidden)), m_calls(this)
 {
     g_script = this;

@@ -1,21 +1,20 @@
 #pragma once
 
 #include "OrvProfiler/foundation/WinTypes.h"
+#include "tests/support/contract/TraceLines.h"
 #include "tests/support/faults/SystemFaults.h"
 
 #include <functional>
 #include <gtest/gtest.h>
-#include <initializer_list>
 #include <map>
 #include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
-using Script = std::vector<std::wstring>;
-
-// The scripts one behind the other.
-Script Join(std::initializer_list<Script> parts);
+// Steps one behind the other, joined as lines are.
+using Script = contract::Lines;
+using contract::Join;
 
 // Records the script of an operation: each system call that it makes, with its telling arguments, and what it traces
 // in between, in order. A test compares it with a literal one.
