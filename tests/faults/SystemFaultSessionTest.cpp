@@ -382,8 +382,6 @@ FaultTable WorkbenchFaults()
         {"fwrite", 1, c_lastCall, {L"-= lines missing in the log 0", L"+= lines missing in the log 1"}},
         {"fflush", 1, c_lastCall, {}},
         {"fclose", 1, 1, {}},
-        {"SetThreadStackGuarantee", 1, c_lastCall, {}},
-        {"_resetstkoflw", 1, c_lastCall, {}},
     };
     table.insert(table.end(), program.begin(), program.end());
     return table;
