@@ -5,6 +5,7 @@
 #include "tests/support/contract/Contract.h"
 #include "tests/support/faults/CallScript.h"
 #include "tests/support/worlds/Files.h"
+#include "tests/support/worlds/ScriptTest.h"
 
 #include <windows.h>
 
@@ -58,21 +59,6 @@ const Script c_guard = {L"SetThreadStackGuarantee", L"_resetstkoflw"};
 const Script c_exitMessage = {L"trace CHost::Run WorkBench Exiting\n\n", L"SendMessageW {window} 83eb 0 0"};
 const Script c_exit = Join({c_guard, c_exitMessage});
 const Script c_releaseRuntime = Join({c_guard, {L"trace runtime release\n"}});
-
-// The seven mutexes of the share are made.
-Script MakeMutexes()
-{
-    Script script;
-    for (unsigned i = 0; i < contract::c_shareMutexCount; ++i)
-    {
-        const std::wstring name = L"Local\\{share}_" + std::to_wstring(i);
-        script.insert(script.end(), {L"InitializeCriticalSection", L"InitializeSecurityDescriptor 1",
-                                     L"SetSecurityDescriptorDacl 1 null 0",
-                                     L"trace CProxySecManager::OrvPCreateMutex Create Mutex " + name + L"\n",
-                                     L"CreateMutexW everybody 0 " + name});
-    }
-    return script;
-}
 
 // The share of a client is opened.
 Script OpenShare()

@@ -73,10 +73,9 @@ TEST_F(CProxyMapScript, CreatesWhatNobodyHasMade)
     EXPECT_TRUE(m_script.Is(Join(
         {{L"= not created, view 0, map 0, file 0, name {map}"},
          c_askSession,
-         {L"trace CProxyMap::OpenMap Open Map Name: {map}\n", L"OpenFileMappingW 6 0 Local\\{map}",
-          L"FormatMessageW 2", L"trace CProxySecManager::OrvPOpenFileMapping Failed with <error 2>\n",
-          L"FormatMessageW 2", L"trace CProxyMap::OpenMap Open returned: <error 2>\n",
-          L"= created, view 0, map 0, file invalid, name {map}"},
+         {L"trace CProxyMap::OpenMap Open Map Name: {map}\n", L"OpenFileMappingW 6 0 Local\\{map}"},
+         c_nothingToOpen,
+         {L"= created, view 0, map 0, file invalid, name {map}"},
          c_letEverybodyIn,
          c_askSession,
          {L"trace CProxySecManager::OrvPCreateFileMapping Create Named File Map: Local\\{map}\n",
@@ -100,10 +99,9 @@ TEST_F(CProxyMapScript, ZeroesWhatItHasCreatedBeforeItSaysSo)
     EXPECT_TRUE(m_script.Is(Join(
         {{L"= not created, view 0, map 0, file 0, name {map}"},
          c_askSession,
-         {L"trace CProxyMap::OpenMap Open Map Name: {map}\n", L"OpenFileMappingW 6 0 Local\\{map}",
-          L"FormatMessageW 2", L"trace CProxySecManager::OrvPOpenFileMapping Failed with <error 2>\n",
-          L"FormatMessageW 2", L"trace CProxyMap::OpenMap Open returned: <error 2>\n",
-          L"= created, view 0, map 0, file invalid, name {map}"},
+         {L"trace CProxyMap::OpenMap Open Map Name: {map}\n", L"OpenFileMappingW 6 0 Local\\{map}"},
+         c_nothingToOpen,
+         {L"= created, view 0, map 0, file invalid, name {map}"},
          c_letEverybodyIn,
          c_askSession,
          {L"trace CProxySecManager::OrvPCreateFileMapping Create Named File Map: Local\\{map}\n",
@@ -138,10 +136,9 @@ TEST_F(CProxyMapScript, PutsAFileBehindTheMapping)
     EXPECT_TRUE(m_script.Is(Join(
         {{L"= not created, view 0, map 0, file 0, name {map}"},
          c_askSession,
-         {L"trace CProxyMap::OpenMap Open Map Name: {map}\n", L"OpenFileMappingW 6 0 Local\\{map}",
-          L"FormatMessageW 2", L"trace CProxySecManager::OrvPOpenFileMapping Failed with <error 2>\n",
-          L"FormatMessageW 2", L"trace CProxyMap::OpenMap Open returned: <error 2>\n",
-          L"= created, view 0, map 0, file invalid, name {map}", L"CreateFileW {file} c0000000 3 default 2 80",
+         {L"trace CProxyMap::OpenMap Open Map Name: {map}\n", L"OpenFileMappingW 6 0 Local\\{map}"},
+         c_nothingToOpen,
+         {L"= created, view 0, map 0, file invalid, name {map}", L"CreateFileW {file} c0000000 3 default 2 80",
           L"= created, view 0, map 0, file 1, name {map}"},
          c_letEverybodyIn,
          c_askSession,
@@ -164,10 +161,9 @@ TEST_F(CProxyMapScript, GoesOnWithoutTheFile)
     EXPECT_TRUE(m_script.Is(Join(
         {{L"= not created, view 0, map 0, file 0, name {map}"},
          c_askSession,
-         {L"trace CProxyMap::OpenMap Open Map Name: {map}\n", L"OpenFileMappingW 6 0 Local\\{map}",
-          L"FormatMessageW 2", L"trace CProxySecManager::OrvPOpenFileMapping Failed with <error 2>\n",
-          L"FormatMessageW 2", L"trace CProxyMap::OpenMap Open returned: <error 2>\n",
-          L"= created, view 0, map 0, file invalid, name {map}", L"CreateFileW file c0000000 3 default 2 80 fails"},
+         {L"trace CProxyMap::OpenMap Open Map Name: {map}\n", L"OpenFileMappingW 6 0 Local\\{map}"},
+         c_nothingToOpen,
+         {L"= created, view 0, map 0, file invalid, name {map}", L"CreateFileW file c0000000 3 default 2 80 fails"},
          c_letEverybodyIn,
          c_askSession,
          {L"trace CProxySecManager::OrvPCreateFileMapping Create Named File Map: Local\\{map}\n",
@@ -184,10 +180,9 @@ TEST_F(CProxyMapScript, GoesOnWithoutTheAccessList)
     EXPECT_TRUE(m_script.Is(Join(
         {{L"= not created, view 0, map 0, file 0, name {map}"},
          c_askSession,
-         {L"trace CProxyMap::OpenMap Open Map Name: {map}\n", L"OpenFileMappingW 6 0 Local\\{map}",
-          L"FormatMessageW 2", L"trace CProxySecManager::OrvPOpenFileMapping Failed with <error 2>\n",
-          L"FormatMessageW 2", L"trace CProxyMap::OpenMap Open returned: <error 2>\n",
-          L"= created, view 0, map 0, file invalid, name {map}", L"InitializeSecurityDescriptor 1",
+         {L"trace CProxyMap::OpenMap Open Map Name: {map}\n", L"OpenFileMappingW 6 0 Local\\{map}"},
+         c_nothingToOpen,
+         {L"= created, view 0, map 0, file invalid, name {map}", L"InitializeSecurityDescriptor 1",
           L"SetSecurityDescriptorDacl 1 null 0 fails", L"FormatMessageW 1338",
           L"trace CProxySecManager::OrvPCreateACL OrvPCreateACL\n<error 1338>\n"},
          c_askSession,
@@ -205,10 +200,9 @@ TEST_F(CProxyMapScript, SaysThatItCannotCreate)
     EXPECT_TRUE(m_script.Is(
         Join({{L"= not created, view 0, map 0, file 0, name {map}"},
               c_askSession,
-              {L"trace CProxyMap::OpenMap Open Map Name: {map}\n", L"OpenFileMappingW 6 0 Local\\{map}",
-               L"FormatMessageW 2", L"trace CProxySecManager::OrvPOpenFileMapping Failed with <error 2>\n",
-               L"FormatMessageW 2", L"trace CProxyMap::OpenMap Open returned: <error 2>\n",
-               L"= created, view 0, map 0, file invalid, name {map}"},
+              {L"trace CProxyMap::OpenMap Open Map Name: {map}\n", L"OpenFileMappingW 6 0 Local\\{map}"},
+              c_nothingToOpen,
+              {L"= created, view 0, map 0, file invalid, name {map}"},
               c_letEverybodyIn,
               c_askSession,
               {L"trace CProxySecManager::OrvPCreateFileMapping Create Named File Map: Local\\{map}\n",
@@ -223,20 +217,19 @@ TEST_F(CProxyMapScript, HasNoViewWhenItCannotBeMapped)
 {
     m_script.Fail("MapViewOfFile");
     EXPECT_FALSE(m_map->Create(m_id, 5000, nullptr));
-    EXPECT_TRUE(m_script.Is(
-        Join({{L"= not created, view 0, map 0, file 0, name {map}"},
-              c_askSession,
-              {L"trace CProxyMap::OpenMap Open Map Name: {map}\n", L"OpenFileMappingW 6 0 Local\\{map}",
-               L"FormatMessageW 2", L"trace CProxySecManager::OrvPOpenFileMapping Failed with <error 2>\n",
-               L"FormatMessageW 2", L"trace CProxyMap::OpenMap Open returned: <error 2>\n",
-               L"= created, view 0, map 0, file invalid, name {map}"},
-              c_letEverybodyIn,
-              c_askSession,
-              {L"trace CProxySecManager::OrvPCreateFileMapping Create Named File Map: Local\\{map}\n",
-               L"CreateFileMappingW invalid everybody 4 0 5000 Local\\{map}",
-               L"= created, view 0, map 1, file invalid, name {map}",
-               L"trace CProxyMap::Create created share {map} successfully \n",
-               L"MapViewOfFile Local\\{map} f001f 0 0 0 fails"}})));
+    EXPECT_TRUE(
+        m_script.Is(Join({{L"= not created, view 0, map 0, file 0, name {map}"},
+                          c_askSession,
+                          {L"trace CProxyMap::OpenMap Open Map Name: {map}\n", L"OpenFileMappingW 6 0 Local\\{map}"},
+                          c_nothingToOpen,
+                          {L"= created, view 0, map 0, file invalid, name {map}"},
+                          c_letEverybodyIn,
+                          c_askSession,
+                          {L"trace CProxySecManager::OrvPCreateFileMapping Create Named File Map: Local\\{map}\n",
+                           L"CreateFileMappingW invalid everybody 4 0 5000 Local\\{map}",
+                           L"= created, view 0, map 1, file invalid, name {map}",
+                           L"trace CProxyMap::Create created share {map} successfully \n",
+                           L"MapViewOfFile Local\\{map} f001f 0 0 0 fails"}})));
     m_map.reset();
     EXPECT_TRUE(m_script.Is({L"= gone", L"CloseHandle Local\\{map}"}));
 }
@@ -248,10 +241,9 @@ TEST_F(CProxyMapScript, CloseMayComeOutOfOnMapped)
     EXPECT_TRUE(m_script.Is(
         Join({{L"= not created, view 0, map 0, file 0, name {map}"},
               c_askSession,
-              {L"trace CProxyMap::OpenMap Open Map Name: {map}\n", L"OpenFileMappingW 6 0 Local\\{map}",
-               L"FormatMessageW 2", L"trace CProxySecManager::OrvPOpenFileMapping Failed with <error 2>\n",
-               L"FormatMessageW 2", L"trace CProxyMap::OpenMap Open returned: <error 2>\n",
-               L"= created, view 0, map 0, file invalid, name {map}"},
+              {L"trace CProxyMap::OpenMap Open Map Name: {map}\n", L"OpenFileMappingW 6 0 Local\\{map}"},
+              c_nothingToOpen,
+              {L"= created, view 0, map 0, file invalid, name {map}"},
               c_letEverybodyIn,
               c_askSession,
               {L"trace CProxySecManager::OrvPCreateFileMapping Create Named File Map: Local\\{map}\n",
@@ -274,10 +266,9 @@ TEST_F(CProxyMapScript, DropsTheFirstMappingBeforeTheSecond)
           L"= not created, view 0, map 1, file invalid, name {map}", L"CloseHandle Local\\{map}",
           L"= not created, view 0, map 0, file invalid, name {map}"},
          c_askSession,
-         {L"trace CProxyMap::OpenMap Open Map Name: {map}\n", L"OpenFileMappingW 6 0 Local\\{map}",
-          L"FormatMessageW 2", L"trace CProxySecManager::OrvPOpenFileMapping Failed with <error 2>\n",
-          L"FormatMessageW 2", L"trace CProxyMap::OpenMap Open returned: <error 2>\n",
-          L"= created, view 0, map 0, file invalid, name {map}"},
+         {L"trace CProxyMap::OpenMap Open Map Name: {map}\n", L"OpenFileMappingW 6 0 Local\\{map}"},
+         c_nothingToOpen,
+         {L"= created, view 0, map 0, file invalid, name {map}"},
          c_letEverybodyIn,
          c_askSession,
          {L"trace CProxySecManager::OrvPCreateFileMapping Create Named File Map: Local\\{map}\n",
@@ -304,13 +295,12 @@ TEST_F(CProxyMapScript, OpensWhatIsThere)
 TEST_F(CProxyMapScript, SaysThatItCannotOpen)
 {
     EXPECT_FALSE(m_map->Open(m_id));
-    EXPECT_TRUE(m_script.Is(
-        Join({{L"= not created, view 0, map 0, file 0, name {map}"},
-              c_askSession,
-              {L"trace CProxyMap::OpenMap Open Map Name: {map}\n", L"OpenFileMappingW 6 0 Local\\{map}",
-               L"FormatMessageW 2", L"trace CProxySecManager::OrvPOpenFileMapping Failed with <error 2>\n",
-               L"FormatMessageW 2", L"trace CProxyMap::OpenMap Open returned: <error 2>\n", L"FormatMessageW 2",
-               L"trace CProxyMap::Open failed to open share {map}\n<error 2>\n"}})));
+    EXPECT_TRUE(
+        m_script.Is(Join({{L"= not created, view 0, map 0, file 0, name {map}"},
+                          c_askSession,
+                          {L"trace CProxyMap::OpenMap Open Map Name: {map}\n", L"OpenFileMappingW 6 0 Local\\{map}"},
+                          c_nothingToOpen,
+                          {L"FormatMessageW 2", L"trace CProxyMap::Open failed to open share {map}\n<error 2>\n"}})));
 }
 
 TEST_F(CProxyMapScript, SaysBothWhenWhatItHasOpenedCannotBeMapped)

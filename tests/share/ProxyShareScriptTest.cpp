@@ -18,21 +18,6 @@ namespace
 {
 const Script c_open = {L"trace CProxyMap::OpenMap Open Map Name: {share}\n", L"OpenFileMappingW 6 0 Local\\{share}"};
 
-// The seven mutexes are made.
-Script MakeMutexes()
-{
-    Script script;
-    for (unsigned i = 0; i < contract::c_shareMutexCount; ++i)
-    {
-        const std::wstring name = L"Local\\{share}_" + std::to_wstring(i);
-        script.insert(script.end(), {L"InitializeCriticalSection", L"InitializeSecurityDescriptor 1",
-                                     L"SetSecurityDescriptorDacl 1 null 0",
-                                     L"trace CProxySecManager::OrvPCreateMutex Create Mutex " + name + L"\n",
-                                     L"CreateMutexW everybody 0 " + name});
-    }
-    return script;
-}
-
 // The seven mutexes go.
 Script DropMutexes()
 {
@@ -137,41 +122,40 @@ TEST_F(CProxyShareScript, CreatesWhatNobodyHasMade)
     m_share = std::make_unique<CProxyShare>();
     m_script.Clear();
     EXPECT_TRUE(m_share->Create(m_id));
-    EXPECT_TRUE(m_script.Is(
-        Join({{L"trace CProxyShare::Create Size of Share is 116197744 bytes\n"},
-              c_askSession,
-              c_open,
-              {L"FormatMessageW 2", L"trace CProxySecManager::OrvPOpenFileMapping Failed with <error 2>\n",
-               L"FormatMessageW 2", L"trace CProxyMap::OpenMap Open returned: <error 2>\n"},
-              c_letEverybodyIn,
-              c_askSession,
-              {L"trace CProxySecManager::OrvPCreateFileMapping Create Named File Map: Local\\{share}\n",
-               L"CreateFileMappingW invalid everybody 4 0 116197744 Local\\{share}",
-               L"trace CProxyMap::Create created share {share} successfully \n",
-               L"MapViewOfFile Local\\{share} f001f 0 0 0"},
-              c_askSession,
-              {L"InitializeCriticalSection"},
-              c_letEverybodyIn,
-              {L"trace CProxySecManager::OrvPCreateMutex Create Mutex Local\\{share}_0\n",
-               L"CreateMutexW everybody 0 Local\\{share}_0", L"InitializeCriticalSection"},
-              c_letEverybodyIn,
-              {L"trace CProxySecManager::OrvPCreateMutex Create Mutex Local\\{share}_1\n",
-               L"CreateMutexW everybody 0 Local\\{share}_1", L"InitializeCriticalSection"},
-              c_letEverybodyIn,
-              {L"trace CProxySecManager::OrvPCreateMutex Create Mutex Local\\{share}_2\n",
-               L"CreateMutexW everybody 0 Local\\{share}_2", L"InitializeCriticalSection"},
-              c_letEverybodyIn,
-              {L"trace CProxySecManager::OrvPCreateMutex Create Mutex Local\\{share}_3\n",
-               L"CreateMutexW everybody 0 Local\\{share}_3", L"InitializeCriticalSection"},
-              c_letEverybodyIn,
-              {L"trace CProxySecManager::OrvPCreateMutex Create Mutex Local\\{share}_4\n",
-               L"CreateMutexW everybody 0 Local\\{share}_4", L"InitializeCriticalSection"},
-              c_letEverybodyIn,
-              {L"trace CProxySecManager::OrvPCreateMutex Create Mutex Local\\{share}_5\n",
-               L"CreateMutexW everybody 0 Local\\{share}_5", L"InitializeCriticalSection"},
-              c_letEverybodyIn,
-              {L"trace CProxySecManager::OrvPCreateMutex Create Mutex Local\\{share}_6\n",
-               L"CreateMutexW everybody 0 Local\\{share}_6"}})));
+    EXPECT_TRUE(
+        m_script.Is(Join({{L"trace CProxyShare::Create Size of Share is 116197744 bytes\n"},
+                          c_askSession,
+                          c_open,
+                          c_nothingToOpen,
+                          c_letEverybodyIn,
+                          c_askSession,
+                          {L"trace CProxySecManager::OrvPCreateFileMapping Create Named File Map: Local\\{share}\n",
+                           L"CreateFileMappingW invalid everybody 4 0 116197744 Local\\{share}",
+                           L"trace CProxyMap::Create created share {share} successfully \n",
+                           L"MapViewOfFile Local\\{share} f001f 0 0 0"},
+                          c_askSession,
+                          {L"InitializeCriticalSection"},
+                          c_letEverybodyIn,
+                          {L"trace CProxySecManager::OrvPCreateMutex Create Mutex Local\\{share}_0\n",
+                           L"CreateMutexW everybody 0 Local\\{share}_0", L"InitializeCriticalSection"},
+                          c_letEverybodyIn,
+                          {L"trace CProxySecManager::OrvPCreateMutex Create Mutex Local\\{share}_1\n",
+                           L"CreateMutexW everybody 0 Local\\{share}_1", L"InitializeCriticalSection"},
+                          c_letEverybodyIn,
+                          {L"trace CProxySecManager::OrvPCreateMutex Create Mutex Local\\{share}_2\n",
+                           L"CreateMutexW everybody 0 Local\\{share}_2", L"InitializeCriticalSection"},
+                          c_letEverybodyIn,
+                          {L"trace CProxySecManager::OrvPCreateMutex Create Mutex Local\\{share}_3\n",
+                           L"CreateMutexW everybody 0 Local\\{share}_3", L"InitializeCriticalSection"},
+                          c_letEverybodyIn,
+                          {L"trace CProxySecManager::OrvPCreateMutex Create Mutex Local\\{share}_4\n",
+                           L"CreateMutexW everybody 0 Local\\{share}_4", L"InitializeCriticalSection"},
+                          c_letEverybodyIn,
+                          {L"trace CProxySecManager::OrvPCreateMutex Create Mutex Local\\{share}_5\n",
+                           L"CreateMutexW everybody 0 Local\\{share}_5", L"InitializeCriticalSection"},
+                          c_letEverybodyIn,
+                          {L"trace CProxySecManager::OrvPCreateMutex Create Mutex Local\\{share}_6\n",
+                           L"CreateMutexW everybody 0 Local\\{share}_6"}})));
 }
 
 TEST_F(CProxyShareScript, ClosesItsFileBetweenTheShareAndItsEnd)
@@ -199,8 +183,7 @@ TEST_F(CProxyShareScript, HasNoMutexesWithoutItsMemory)
         Join({{L"trace CProxyShare::Create Size of Share is 116197744 bytes\n"},
               c_askSession,
               c_open,
-              {L"FormatMessageW 2", L"trace CProxySecManager::OrvPOpenFileMapping Failed with <error 2>\n",
-               L"FormatMessageW 2", L"trace CProxyMap::OpenMap Open returned: <error 2>\n"},
+              c_nothingToOpen,
               c_letEverybodyIn,
               c_askSession,
               {L"trace CProxySecManager::OrvPCreateFileMapping Create Named File Map: Local\\{share}\n",
