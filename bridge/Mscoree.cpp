@@ -35,6 +35,7 @@ constexpr GUID c_unknownInterface = {0x00000000, 0x0000, 0x0000, {0xC0, 0x00, 0x
 
 struct Bridge
 {
+    decltype(&OrvBridgeSetVariable) setVariable = nullptr;
     decltype(&OrvBridgeStart) start = nullptr;
     decltype(&OrvBridgeExecute) execute = nullptr;
     decltype(&OrvBridgeCatchOutput) catchOutput = nullptr;
@@ -45,8 +46,9 @@ struct Bridge
 
 bool IsComplete(const Bridge& bridge)
 {
-    return bridge.start != nullptr && bridge.execute != nullptr && bridge.catchOutput != nullptr &&
-           bridge.awaitOutput != nullptr && bridge.takeOutput != nullptr && bridge.unixFileName != nullptr;
+    return bridge.setVariable != nullptr && bridge.start != nullptr && bridge.execute != nullptr &&
+           bridge.catchOutput != nullptr && bridge.awaitOutput != nullptr && bridge.takeOutput != nullptr &&
+           bridge.unixFileName != nullptr;
 }
 
 template <class Function>
@@ -88,6 +90,7 @@ const Bridge& TheBridge()
         Bridge found;
         Find(GetModuleHandleW(L"kernel32"), "wine_get_unix_file_name", found.unixFileName);
         const HMODULE library = found.unixFileName == nullptr ? nullptr : LoadUnixHalf();
+        Find(library, "OrvBridgeSetVariable", found.setVariable);
         Find(library, "OrvBridgeStart", found.start);
         Find(library, "OrvBridgeExecute", found.execute);
         Find(library, "OrvBridgeCatchOutput", found.catchOutput);
@@ -249,6 +252,21 @@ StandardRelays& TheRelays()
     return relays;
 }
 
+// Managed code finds the workbench's own variables as it would on Windows.
+void HandOnVariables()
+{
+    wchar_t* const block = GetEnvironmentStringsW();
+    if (block == nullptr)
+        return;
+    for (const wchar_t* entry = block; *entry != L'\0'; entry += std::wcslen(entry) + 1)
+    {
+        const wchar_t* const end = std::wcschr(entry, L'=');
+        if (std::wcsncmp(entry, L"ORV_", 4) == 0 && end != nullptr)
+            TheBridge().setVariable(Utf8(std::wstring(entry, end).c_str()).c_str(), Utf8(end + 1).c_str());
+    }
+    FreeEnvironmentStringsW(block);
+}
+
 // The runtime is one per process; any number of binds share it.
 std::atomic<bool> g_bound{false};
 
@@ -283,6 +301,7 @@ public:
     HRESULT STDMETHODCALLTYPE Start() override
     {
         TheRelays();
+        HandOnVariables();
         const HRESULT status =
             // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): nobody has a host without a whole bridge
             TheBridge().start(UnixPath(ProgramFolder()).c_str(), UnixPath(ProgramPath() + L".config").c_str());

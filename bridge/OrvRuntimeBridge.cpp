@@ -269,6 +269,12 @@ void Ask(Request& request)
 }
 } // namespace
 
+void OrvBridgeSetVariable(const char* name, const char* value)
+{
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody else changes the environment of this half
+    setenv(name, value, 1);
+}
+
 int32_t OrvBridgeStart(const char* applicationBase, const char* configFile)
 {
     Request request;

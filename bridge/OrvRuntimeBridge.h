@@ -14,6 +14,10 @@
 
 extern "C"
 {
+    // A variable for the environment in which managed code runs, which is not that of Windows programs. To be called
+    // before the start.
+    ORV_BRIDGE_CALL void OrvBridgeSetVariable(const char* name, const char* value);
+
     // Starts the runtime. The application base is the folder in which it looks for assemblies by name; configFile is
     // the program's configuration, which need not exist. Returns 0, also when it runs already, or a failing status.
     ORV_BRIDGE_CALL int32_t OrvBridgeStart(const char* applicationBase, const char* configFile);

@@ -16,6 +16,13 @@ int EndAfter(const ClientError& error, Report& report)
     report.OnError(error, {});
     return static_cast<int>(error.Status());
 }
+
+std::unique_ptr<Report> ReportFor(const Options& options)
+{
+    if (options.printsJson)
+        return MakeJsonReport(options.streams);
+    return options.printsValues ? MakeValueReport() : MakeTextReport(!options.isInteractive);
+}
 } // namespace
 
 // The client console: drives the workbench from a prompt, a script or the command line (--help tells how).
@@ -27,7 +34,7 @@ extern "C" int wmain(int argc, wchar_t** argv)
         const std::optional<Options> options = ParseCommandLine(argc, argv);
         if (!options)
             return static_cast<int>(ExitStatus::Success);
-        report = options->printsJson ? MakeJsonReport() : MakeTextReport(!options->isInteractive);
+        report = ReportFor(*options);
         return static_cast<int>(Run(*options, *report));
     }
     catch (const SessionError& error)

@@ -9,6 +9,8 @@
 #include "client/process/RunningWorkbench.h"
 #include "client/process/StartTime.h"
 #include "client/reports/Hints.h"
+#include "client/results/CommandRecord.h"
+#include "client/results/Verdict.h"
 #include "client/session/Session.h"
 
 #include <windows.h>
@@ -50,6 +52,17 @@ bool IsEmptyOrComment(std::wstring_view line)
 std::wstring At(const std::wstring& where, const std::wstring& message)
 {
     return where.empty() ? message : where + L": " + message;
+}
+
+// "the command raised an exception: System.ArgumentException: why"
+std::wstring FailureText(Verdict verdict, const CommandRecord& record)
+{
+    std::wstring text = verdict == Verdict::Raised     ? L"the command raised an exception"
+                        : verdict == Verdict::NotFound ? L"the command did not find what it names"
+                                                       : L"the command failed";
+    if (!record.reason.empty())
+        return text + L": " + record.reason;
+    return record.resultName.empty() ? text : text + L" (" + record.resultName + L")";
 }
 
 Command ParseLine(const ScriptLine& line)
@@ -275,7 +288,7 @@ private:
         const Command command = ParseLine(line);
         if (!m_session.IsRunning())
             throw ClientError(ExitStatus::WorkbenchLost, At(line.where, L"no workbench is running"));
-        m_report.OnCommand(command);
+        m_report.OnCommand(command, line.where);
         m_watch.HasPrinted();
         Conclude(line, m_session.Execute(command));
         return true;
@@ -286,7 +299,9 @@ private:
         if (m_follower != nullptr)
             m_follower->CatchUp();
         const bool isSilentFailure = result.outcome == Outcome::Failed && !m_running && !m_watch.HasPrinted();
-        m_report.OnResult(result, isSilentFailure ? HintForSilentFailure() : std::wstring());
+        const CommandRecord record = ReadRecord(result);
+        const Verdict verdict = VerdictOf(result.outcome, record, m_options.protocolView);
+        m_report.OnResult(result, record, verdict, isSilentFailure ? HintForSilentFailure() : std::wstring());
         switch (result.outcome)
         {
         case Outcome::Succeeded:
@@ -304,8 +319,17 @@ private:
         }
         if (!result.deviation.empty())
             throw ClientError(ExitStatus::Deviation, At(line.where, L"the workbench departed from its protocol"));
-        if (result.outcome == Outcome::Failed)
-            m_stepStatus = ExitStatus::CommandFailed;
+        EndStep(line, record, verdict);
+    }
+
+    // At a prompt, and for a command of the command line, what is shown already tells it, and JSON names the place.
+    void EndStep(const ScriptLine& line, const CommandRecord& record, Verdict verdict)
+    {
+        const ExitStatus status = StatusOf(verdict);
+        const bool isInScript = !line.where.empty() && !m_options.isInteractive && !m_options.printsJson;
+        if (status != ExitStatus::Success && (isInScript || m_options.printsValues))
+            throw ClientError(status, At(line.where, FailureText(verdict, record)));
+        m_stepStatus = status;
     }
 
     void Stop()

@@ -1,6 +1,7 @@
 #include "client/console/TextStream.h"
 
 #include "client/base/Text.h"
+#include "client/console/ExitStatus.h"
 #include "client/console/IsConsole.h"
 
 #include <windows.h>
@@ -14,20 +15,20 @@ namespace
 constexpr size_t c_consoleChunk = 8192;
 } // namespace
 
-TextStream::TextStream(DWORD standardHandle)
-    : m_handle(GetStdHandle(standardHandle)), m_isConsole(IsConsole(m_handle))
+TextStream::TextStream(DWORD standardHandle, bool endsProcess)
+    : m_handle(GetStdHandle(standardHandle)), m_isConsole(IsConsole(m_handle)), m_endsProcess(endsProcess)
 {
 }
 
 TextStream& TextStream::Out()
 {
-    static TextStream stream(STD_OUTPUT_HANDLE);
+    static TextStream stream(STD_OUTPUT_HANDLE, true);
     return stream;
 }
 
 TextStream& TextStream::Error()
 {
-    static TextStream stream(STD_ERROR_HANDLE);
+    static TextStream stream(STD_ERROR_HANDLE, false);
     return stream;
 }
 
@@ -66,8 +67,18 @@ void TextStream::WriteBytes(std::string_view bytes)
     for (size_t done = 0; done < bytes.size(); done += written)
     {
         const std::string_view rest = bytes.substr(done);
-        if (WriteFile(m_handle, rest.data(), static_cast<DWORD>(rest.size()), &written, nullptr) == FALSE ||
-            written == 0)
+        if (WriteFile(m_handle, rest.data(), static_cast<DWORD>(rest.size()), &written, nullptr) == FALSE)
+            return OnFailure(GetLastError());
+        if (written == 0)
             return;
     }
+}
+
+// Not in order: any thread may be the one that writes. A workbench that was started here ends with this process.
+void TextStream::OnFailure(DWORD error) const noexcept
+{
+    const bool hasReaderGone =
+        error == ERROR_BROKEN_PIPE || error == ERROR_NO_DATA || error == ERROR_PIPE_NOT_CONNECTED;
+    if (m_endsProcess && hasReaderGone)
+        TerminateProcess(GetCurrentProcess(), static_cast<UINT>(ExitStatus::OutputClosed));
 }

@@ -6,8 +6,9 @@
 #include <string_view>
 
 // One of the process's standard streams, for text: a console shows it as it is, files and pipes get UTF-8. Any
-// thread. The text of one call is not mixed with another's, and has been written when the call returns. A failure to
-// write, as when the reader of a pipe has gone, is not told.
+// thread. The text of one call is not mixed with another's, and has been written when the call returns. When the
+// reader of the standard output has gone the process ends at once, with ExitStatus::OutputClosed: nobody is left to
+// work for. Any other failure to write is not told.
 class TextStream
 {
 public:
@@ -21,11 +22,13 @@ public:
     void WriteUtf8(std::string_view text);
 
 private:
-    explicit TextStream(DWORD standardHandle);
+    TextStream(DWORD standardHandle, bool endsProcess);
 
     void WriteBytes(std::string_view bytes);
+    void OnFailure(DWORD error) const noexcept;
 
     std::mutex m_lock;
     HANDLE m_handle;
     bool m_isConsole;
+    bool m_endsProcess;
 };

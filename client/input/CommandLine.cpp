@@ -43,7 +43,7 @@ struct StatusHelp
 
 constexpr StatusHelp c_statusHelp[] = {
     {ExitStatus::Success, L"everything succeeded"},
-    {ExitStatus::CommandFailed, L"a command failed"},
+    {ExitStatus::CommandFailed, L"a command failed, or did not find a type or an assembly"},
     {ExitStatus::Usage,
      L"bad usage: options, a script that cannot be read, a line that is no command, a text that is too long"},
     {ExitStatus::WorkbenchLost, L"the workbench could not be started, or ended unasked"},
@@ -51,6 +51,8 @@ constexpr StatusHelp c_statusHelp[] = {
      L"time-out: the workbench was not ready, a command not answered, or the workbench not stopped in time"},
     {ExitStatus::Interrupted, L"interrupted by Ctrl-C"},
     {ExitStatus::Deviation, L"the workbench departed from its protocol"},
+    {ExitStatus::ExceptionRaised, L"the code that a command called raised an exception"},
+    {ExitStatus::OutputClosed, L"nobody reads the standard output any more"},
 };
 
 std::wstring Footer()
@@ -72,6 +74,9 @@ struct RawOptions
     bool keepsGoing = false;
     bool followsLog = false;
     bool printsJson = false;
+    bool streams = false;
+    bool printsValues = false;
+    bool protocolView = false;
     double readySeconds = TimeLimits().readyMs / c_millisecondsPerSecond;
     double commandSeconds = TimeLimits().commandMs / c_millisecondsPerSecond;
     double stopSeconds = TimeLimits().stopMs / c_millisecondsPerSecond;
@@ -151,7 +156,12 @@ void DefineWorkbench(CLI::App& app, RawOptions& raw)
 
 void DefineOutput(CLI::App& app, RawOptions& raw)
 {
-    app.add_flag("-j,--json", raw.printsJson, "Print one JSON object per line (client.md)");
+    auto* const json = app.add_flag("-j,--json", raw.printsJson, "Print one JSON object per line (client.md)");
+    app.add_flag("--stream", raw.streams, "With --json: what happens during a command also as it comes")->needs(json);
+    app.add_flag("-e,--eval", raw.printsValues, "Print nothing but the values that get and invoke give")
+        ->excludes(json);
+    app.add_flag("--protocol-view", raw.protocolView,
+                 "By the response alone: a command that found nothing, or raised\nan exception, has succeeded");
     app.add_flag("-f,--follow-log", raw.followsLog, "Show the workbench's trace log as it grows");
 }
 
@@ -180,6 +190,9 @@ Options Convert(const RawOptions& raw)
     options.keepsGoing = raw.keepsGoing || options.isInteractive;
     options.followsLog = raw.followsLog;
     options.printsJson = raw.printsJson;
+    options.streams = raw.streams;
+    options.printsValues = raw.printsValues;
+    options.protocolView = raw.protocolView;
     options.limits.readyMs = LimitOf(raw.readySeconds);
     options.limits.commandMs = LimitOf(raw.commandSeconds);
     options.limits.stopMs = LimitOf(raw.stopSeconds);

@@ -23,6 +23,12 @@ struct Options
     bool keepsGoing = false;
     bool followsLog = false;
     bool printsJson = false;
+    // With JSON: what happens during a command also as it comes.
+    bool streams = false;
+    // Nothing but values.
+    bool printsValues = false;
+    // What is not found, or raises an exception, succeeds.
+    bool protocolView = false;
     TimeLimits limits;
 };
 

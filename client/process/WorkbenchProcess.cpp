@@ -6,6 +6,7 @@
 
 #include <windows.h>
 
+#include <cwchar>
 #include <memory>
 #include <string>
 
@@ -69,6 +70,23 @@ UniqueHandle OpenNothing()
                                               OPEN_EXISTING, 0, nullptr));
 }
 
+// This process's environment with one variable more, as a new process takes it.
+std::wstring EnvironmentWith(const std::pair<std::wstring, std::wstring>& variable)
+{
+    wchar_t* const own = GetEnvironmentStringsW();
+    if (own == nullptr)
+        throw SessionError(SessionFailure::NoWorkbench, L"there is no memory for the workbench's environment");
+    std::wstring block;
+    const std::wstring start = variable.first + L"=";
+    for (const wchar_t* entry = own; *entry != L'\0'; entry += std::wcslen(entry) + 1)
+        if (_wcsnicmp(entry, start.c_str(), start.size()) != 0)
+            block += std::wstring(entry) + L'\0';
+    FreeEnvironmentStringsW(own);
+    if (!variable.second.empty())
+        block += start + variable.second + L'\0';
+    return block;
+}
+
 std::wstring FolderOf(const std::wstring& program)
 {
     const size_t end = program.find_last_of(L"\\/");
@@ -76,7 +94,8 @@ std::wstring FolderOf(const std::wstring& program)
 }
 } // namespace
 
-WorkbenchProcess WorkbenchProcess::Start(const std::wstring& program, uint32_t clientId, HANDLE output)
+WorkbenchProcess WorkbenchProcess::Start(const std::wstring& program, uint32_t clientId, HANDLE output,
+                                         const std::pair<std::wstring, std::wstring>& variable)
 {
     WorkbenchProcess workbench;
     workbench.m_job = MakeKillJob();
@@ -94,11 +113,13 @@ WorkbenchProcess WorkbenchProcess::Start(const std::wstring& program, uint32_t c
 
     std::wstring commandLine = WorkbenchCommandLine(program, clientId);
     const std::wstring folder = FolderOf(program);
+    std::wstring environment = EnvironmentWith(variable);
     PROCESS_INFORMATION process{};
     // Suspended until it is in the job. In a process group of its own Ctrl-C does not end it: this client stops it.
     if (CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE,
-                       CREATE_SUSPENDED | CREATE_NEW_PROCESS_GROUP | EXTENDED_STARTUPINFO_PRESENT, nullptr,
-                       folder.c_str(), &startup.StartupInfo, &process) == FALSE)
+                       CREATE_SUSPENDED | CREATE_NEW_PROCESS_GROUP | EXTENDED_STARTUPINFO_PRESENT |
+                           CREATE_UNICODE_ENVIRONMENT,
+                       environment.data(), folder.c_str(), &startup.StartupInfo, &process) == FALSE)
     {
         const DWORD error = GetLastError();
         throw SessionError(SessionFailure::NoWorkbench, SystemFailure(program + L" cannot be started", error));

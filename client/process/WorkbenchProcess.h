@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 
 // The workbench's process, started by this client or by someone else. One that was started here ends with this
 // object, and also when this process is killed.
@@ -12,9 +13,10 @@ class WorkbenchProcess
 {
 public:
     // Starts the program as the workbench of a client, in the program's own folder, with its standard
-    // output and error going to the given inheritable handle and without standard input. Ctrl-C does not reach it.
-    // Throws SessionError.
-    static WorkbenchProcess Start(const std::wstring& program, uint32_t clientId, HANDLE output);
+    // output and error going to the given inheritable handle and without standard input. The variable, by name and
+    // value, is added to its environment unless the value is empty. Ctrl-C does not reach it. Throws SessionError.
+    static WorkbenchProcess Start(const std::wstring& program, uint32_t clientId, HANDLE output,
+                                  const std::pair<std::wstring, std::wstring>& variable = {});
 
     // Takes a process that someone else started. Throws SessionError.
     static WorkbenchProcess Attach(uint32_t processId);

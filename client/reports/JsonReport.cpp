@@ -11,19 +11,23 @@ namespace
 {
 using Json = nlohmann::ordered_json;
 
-const char* OutcomeName(Outcome outcome) noexcept
+const char* OutcomeName(Verdict verdict) noexcept
 {
-    switch (outcome)
+    switch (verdict)
     {
-    case Outcome::Succeeded:
+    case Verdict::Succeeded:
         return "succeeded";
-    case Outcome::Failed:
+    case Verdict::Failed:
         return "failed";
-    case Outcome::TimedOut:
+    case Verdict::NotFound:
+        return "notFound";
+    case Verdict::Raised:
+        return "exception";
+    case Verdict::TimedOut:
         return "timedOut";
-    case Outcome::Lost:
+    case Verdict::Lost:
         return "lost";
-    case Outcome::Interrupted:
+    case Verdict::Interrupted:
         return "interrupted";
     }
     return "";
@@ -58,13 +62,15 @@ void Print(const Json& object)
 class JsonReport : public Report
 {
 public:
+    explicit JsonReport(bool streams) : m_streams(streams) {}
+
     void OnHappening(const Happening& happening) override
     {
-        Json entry{{KindName(happening.kind), ToUtf8(happening.text)}};
+        const std::string text = ToUtf8(happening.text);
         if (m_isInCommand)
-            m_command["happenings"].push_back(std::move(entry));
-        else
-            Print(Json{{"type", KindName(happening.kind)}, {"text", ToUtf8(happening.text)}});
+            m_command["happenings"].push_back(Entry(Json{{KindName(happening.kind), text}}, happening));
+        if (m_streams || !m_isInCommand)
+            Print(Entry(Json{{"type", KindName(happening.kind)}, {"text", text}}, happening));
     }
 
     void OnStarted(uint32_t workbenchId, uint32_t clientId, bool isAttached) override
@@ -76,19 +82,22 @@ public:
 
     void OnReady(double elapsedMs) override { Print(Json{{"type", "ready"}, {"elapsedMs", Rounded(elapsedMs)}}); }
 
-    void OnCommand(const Command& command) override
+    void OnCommand(const Command& command, const std::wstring& where) override
     {
-        m_command = Json{{"type", "command"},
-                         {"command", ToUtf8(command.word->word)},
-                         {"text", ToUtf8(command.text)},
-                         {"happenings", Json::array()}};
+        m_command =
+            Json{{"type", "command"}, {"command", ToUtf8(command.word->word)}, {"text", ToUtf8(command.text)}};
+        if (!where.empty())
+            m_command["where"] = ToUtf8(where);
+        m_command["happenings"] = Json::array();
         m_isInCommand = true;
     }
 
-    void OnResult(const CommandResult& result, const std::wstring& hint) override
+    void OnResult(const CommandResult& result, const CommandRecord& record, Verdict verdict,
+                  const std::wstring& hint) override
     {
         m_isInCommand = false;
-        m_command["outcome"] = OutcomeName(result.outcome);
+        m_command["outcome"] = OutcomeName(verdict);
+        AddRecord(record);
         m_command["elapsedMs"] = Rounded(result.elapsedMs);
         if (!result.deviation.empty())
             m_command["deviation"] = ToUtf8(result.deviation);
@@ -126,12 +135,34 @@ public:
     void OnHelp(const std::wstring& text) override { Print(Json{{"type", "help"}, {"text", ToUtf8(text)}}); }
 
 private:
+    static Json Entry(Json entry, const Happening& happening)
+    {
+        if (happening.isPartial)
+            entry["partial"] = true;
+        return entry;
+    }
+
+    // The dispatcher's own members, with the result's name beside its number.
+    void AddRecord(const CommandRecord& record)
+    {
+        if (!record.result)
+            return;
+        m_command["result"] = Json{{"number", *record.result}, {"name", ToUtf8(record.resultName)}};
+        const Json told = Json::parse(record.json, nullptr, false);
+        if (!told.is_object())
+            return;
+        for (const char* name : {"made", "value", "references", "assembly", "error", "exception"})
+            if (told.contains(name))
+                m_command[name] = told[name];
+    }
+
+    const bool m_streams;
     Json m_command;
     bool m_isInCommand = false;
 };
 } // namespace
 
-std::unique_ptr<Report> MakeJsonReport()
+std::unique_ptr<Report> MakeJsonReport(bool streams)
 {
-    return std::make_unique<JsonReport>();
+    return std::make_unique<JsonReport>(streams);
 }

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "client/console/ClientError.h"
+#include "client/results/CommandRecord.h"
+#include "client/results/Verdict.h"
 #include "client/session/Session.h"
 
 #include <cstdint>
@@ -17,8 +19,10 @@ public:
 
     virtual void OnStarted(uint32_t workbenchId, uint32_t clientId, bool isAttached) = 0;
     virtual void OnReady(double elapsedMs) = 0;
-    virtual void OnCommand(const Command& command) = 0;
-    virtual void OnResult(const CommandResult& result, const std::wstring& hint) = 0;
+    // where: the place in a script, as "demo.txt:3"; empty without one.
+    virtual void OnCommand(const Command& command, const std::wstring& where) = 0;
+    virtual void OnResult(const CommandResult& result, const CommandRecord& record, Verdict verdict,
+                          const std::wstring& hint) = 0;
     // The workbench has ended with this exit code, or, without one, is left running.
     virtual void OnEnd(std::optional<uint32_t> workbenchExitCode) = 0;
     // hints are further lines that say what to look at.
@@ -32,5 +36,9 @@ public:
 // For people: indented lines on the standard output, errors on the standard error stream. Without an echo the
 // commands themselves are not shown: the user has just typed them.
 std::unique_ptr<Report> MakeTextReport(bool echoesCommands);
-// For programs: one JSON object per line on the standard output (docs/client.md describes them).
-std::unique_ptr<Report> MakeJsonReport();
+// For programs: one JSON object per line on the standard output (docs/client.md describes them). With streaming what
+// happens during a command is also told as it comes.
+std::unique_ptr<Report> MakeJsonReport(bool streams);
+// For a quick look: nothing but what get and invoke give, each value on a line of its own, unless it becomes an
+// instance. Errors go to the standard error stream; what the workbench prints is not shown.
+std::unique_ptr<Report> MakeValueReport();

@@ -14,19 +14,23 @@ constexpr std::wstring_view c_resultIndent = L"  ";
 constexpr std::wstring_view c_logMark = L"    log ";
 constexpr std::wstring_view c_prompt = L"orv> ";
 
-const wchar_t* OutcomeText(Outcome outcome) noexcept
+const wchar_t* OutcomeText(Verdict verdict) noexcept
 {
-    switch (outcome)
+    switch (verdict)
     {
-    case Outcome::Succeeded:
+    case Verdict::Succeeded:
         return L"succeeded";
-    case Outcome::Failed:
+    case Verdict::Failed:
         return L"failed";
-    case Outcome::TimedOut:
+    case Verdict::NotFound:
+        return L"not found";
+    case Verdict::Raised:
+        return L"exception raised";
+    case Verdict::TimedOut:
         return L"timed out";
-    case Outcome::Lost:
+    case Verdict::Lost:
         return L"workbench lost";
-    case Outcome::Interrupted:
+    case Verdict::Interrupted:
         return L"interrupted";
     }
     return L"";
@@ -69,16 +73,19 @@ public:
 
     void OnReady(double elapsedMs) override { Print(c_resultIndent, FormatSlot(L"ready after %.1f ms", elapsedMs)); }
 
-    void OnCommand(const Command& command) override
+    void OnCommand(const Command& command, const std::wstring& /*where*/) override
     {
         if (m_echoesCommands)
             Print(c_commandMark, command.word->word + (command.text.empty() ? L"" : L" " + command.text));
     }
 
-    void OnResult(const CommandResult& result, const std::wstring& hint) override
+    void OnResult(const CommandResult& result, const CommandRecord& record, Verdict verdict,
+                  const std::wstring& hint) override
     {
-        Print(c_resultIndent,
-              std::wstring(OutcomeText(result.outcome)) + FormatSlot(L" after %.3f ms", result.elapsedMs));
+        std::wstring line = OutcomeText(verdict) + std::wstring(FormatSlot(L" after %.3f ms", result.elapsedMs));
+        if (record.result)
+            line += L", result " + std::to_wstring(*record.result) + L" " + record.resultName;
+        Print(c_resultIndent, line);
         if (!result.deviation.empty())
             Print(c_resultIndent, L"protocol: " + result.deviation);
         if (!hint.empty())

@@ -2,6 +2,7 @@
 
 #include "client/base/SessionError.h"
 #include "client/base/SystemFailure.h"
+#include "OrvProfiler/protocol/ActionResult.h"
 #include "OrvProfiler/protocol/ClientId.h"
 #include "OrvProfiler/protocol/TraceLines.h"
 #include "OrvProfiler/protocol/WorkbenchMessages.h"
@@ -19,6 +20,11 @@ namespace
 {
 // Output of a workbench that has ended is complete at once, unless a process that it started keeps the pipe open.
 constexpr uint32_t c_lastOutputMs = 1000;
+// After so long without more of it a line is shown without its end.
+constexpr uint32_t c_partialLineMs = 250;
+// A traced line is at most as late as a listener that has to be scheduled.
+constexpr uint32_t c_traceMs = 500;
+constexpr uint32_t c_traceLookMs = 10;
 
 const wchar_t* ResponseName(uint32_t slot) noexcept
 {
@@ -58,6 +64,21 @@ bool IsSet(HANDLE object) noexcept
 double MillisecondsOf(const CPerfTimer& timer) noexcept
 {
     return timer.Seconds() * 1000;
+}
+
+// The result's name stands at the line's end.
+std::optional<int32_t> TracedResult(std::string_view line)
+{
+    line.remove_suffix(line.size() - 1 - std::min(line.find_last_not_of("\r\n"), line.size() - 1));
+    const std::string_view name = line.substr(line.rfind(' ') + 1);
+    for (int32_t result = 0; result < static_cast<int32_t>(std::size(c_actionResultNames)); ++result)
+    {
+        const std::wstring known = c_actionResultNames[result];
+        if (std::equal(name.begin(), name.end(), known.begin(), known.end(),
+                       [](char a, wchar_t b) { return static_cast<wchar_t>(static_cast<unsigned char>(a)) == b; }))
+            return result;
+    }
+    return std::nullopt;
 }
 
 // The texts are ASCII, whatever the code page of the line.
@@ -140,8 +161,10 @@ void Session::Start(const std::wstring& program)
     m_isReady = false;
     m_lines = LineCutter();
     m_output = std::make_unique<OutputPipe>();
+    m_results = std::make_unique<ResultFile>();
     m_startTimer.Start();
-    m_process = WorkbenchProcess::Start(program, m_clientId, m_output->WriteEnd());
+    m_process =
+        WorkbenchProcess::Start(program, m_clientId, m_output->WriteEnd(), {c_resultFileVariable, m_results->Path()});
     m_output->CloseWriteEnd();
     m_isRunning = true;
 }
@@ -218,6 +241,10 @@ CommandResult Session::Carry(const CommandWord& word)
     m_pending = nullptr;
     result.elapsedMs = MillisecondsOf(pending.timer);
     result.deviation = pending.deviation;
+    if (m_results != nullptr)
+        result.record = m_results->TakeLine();
+    if (!m_isOwn && pending.succeeded)
+        result.tracedResult = AwaitTracedResult();
     if (result.outcome == Outcome::TimedOut)
         GiveUp();
     return result;
@@ -232,6 +259,7 @@ void Session::Post(const std::wstring& text)
     // The trace of the command before may still be under way: the one of this command begins with its own first line.
     const std::lock_guard<std::mutex> guard(m_traceLock);
     m_traced = Traced::Nothing;
+    m_tracedResult.reset();
     ResetEvent(m_tracedEnd.Get());
 }
 
@@ -267,6 +295,24 @@ void Session::ConcludeFromTrace()
     m_observer.OnHappening(
         {Happening::Kind::Response, ResponseName(succeeded ? c_responseSuccess : c_responseFailed)});
     Complete(succeeded);
+}
+
+// The response says no more than whether it failed. The line before it, if someone listens, may still be under way.
+std::optional<int32_t> Session::AwaitTracedResult()
+{
+    const Deadline deadline(c_traceMs);
+    for (;;)
+    {
+        {
+            const std::lock_guard<std::mutex> guard(m_traceLock);
+            if (!m_isTraced || m_traced == Traced::Success || m_traced == Traced::Failure)
+                return m_tracedResult;
+        }
+        if (deadline.IsOver())
+            return std::nullopt;
+        WaitForNews(std::min(deadline.RemainingMs(), c_traceLookMs), {});
+        TakeNews();
+    }
 }
 
 // Stop is not answered: the exiting message and the end of the process stand for its response.
@@ -309,12 +355,15 @@ void Session::OnTrace(uint32_t processId, std::string_view line)
     if (processId != m_process.Id())
         return;
     const std::lock_guard<std::mutex> guard(m_traceLock);
+    m_isTraced = true;
     if (TellsOf(line, c_traceOfCommand))
         m_traced = Traced::Command;
-    else if (m_traced == Traced::Command && TellsOf(line, c_traceOfSuccess))
-        m_traced = Traced::Success;
-    else if (m_traced == Traced::Command && TellsOf(line, c_traceOfFailure))
-        m_traced = Traced::Failure;
+    else if (const bool succeeded = TellsOf(line, c_traceOfSuccess);
+             m_traced == Traced::Command && (succeeded || TellsOf(line, c_traceOfFailure)))
+    {
+        m_traced = succeeded ? Traced::Success : Traced::Failure;
+        m_tracedResult = TracedResult(line);
+    }
     else if ((m_traced == Traced::Success || m_traced == Traced::Failure) && TellsOf(line, c_traceOfWait))
         SetEvent(m_tracedEnd.Get());
 }
@@ -337,6 +386,8 @@ void Session::WaitForNews(uint32_t timeoutMs, std::initializer_list<HANDLE> othe
         handles.push_back(m_output->Arrival());
     if (m_isRunning)
         handles.push_back(m_process.Handle());
+    if (m_lines.HasRest())
+        timeoutMs = std::min(timeoutMs, c_partialLineMs);
     MsgWaitForMultipleObjectsEx(static_cast<DWORD>(handles.size()), handles.data(), timeoutMs, QS_ALLINPUT,
                                 MWMO_INPUTAVAILABLE);
 }
@@ -348,6 +399,7 @@ void Session::TakeNews()
     TakeOutput();
     TakeResponses();
     m_window.Pump();
+    ShowWaitingOutput();
     if (!hasEnded)
         return;
     TakeLastOutput();
@@ -358,8 +410,21 @@ void Session::TakeOutput()
 {
     if (m_output == nullptr)
         return;
-    for (std::wstring& line : m_lines.Feed(m_output->Take()))
+    const std::string bytes = m_output->Take();
+    if (!bytes.empty())
+        m_outputTime = GetTickCount64();
+    for (std::wstring& line : m_lines.Feed(bytes))
         m_observer.OnHappening({Happening::Kind::Output, std::move(line)});
+}
+
+// A question or a row of dots shall not wait for the end of its line for ever.
+void Session::ShowWaitingOutput()
+{
+    if (!m_lines.HasRest() || GetTickCount64() - m_outputTime < c_partialLineMs)
+        return;
+    std::wstring text = m_lines.TakePartial();
+    if (!text.empty())
+        m_observer.OnHappening({Happening::Kind::Output, std::move(text), true});
 }
 
 // Also shows a line that has no end yet, because something other than output comes next.

@@ -5,6 +5,7 @@
 #include "client/process/WorkbenchProcess.h"
 #include "client/session/Command.h"
 #include "client/session/NotifyWindow.h"
+#include "client/session/ResultFile.h"
 #include "OrvProfiler/foundation/PerfTimer.h"
 #include "OrvProfiler/foundation/UniqueHandle.h"
 #include "OrvProfiler/objects/WBEvent.h"
@@ -45,6 +46,8 @@ struct Happening
     Kind kind;
     // A line of output, without its end, or the name of the response or message.
     std::wstring text;
+    // A line of output that had no end for a while; the rest of it comes as a line of its own.
+    bool isPartial = false;
 };
 
 // How a command ended.
@@ -65,6 +68,13 @@ struct CommandResult
     double elapsedMs = 0;
     // How the workbench departed from the protocol; empty when it did not.
     std::wstring deviation;
+    // What the dispatcher told about the command, a JSON object in UTF-8: members result (an ActionResult), made,
+    // value (type, text, string), references, assembly, error (message, column), exception (type, message, frames,
+    // causes), each where there is one. Empty when it tells nothing: the workbench is someone else's, or has another
+    // dispatcher.
+    std::string record;
+    // The ActionResult by the trace, when someone else's workbench is traced (OnTrace).
+    std::optional<int32_t> tracedResult;
 };
 
 // Is told what comes from the workbench, at once and in the order in which it came. Called on the session's thread,
@@ -161,10 +171,12 @@ private:
     Outcome AwaitEnd();
     bool WaitForEnd();
     void ConcludeFromTrace();
+    std::optional<int32_t> AwaitTracedResult();
     void WaitForNews(uint32_t timeoutMs, std::initializer_list<HANDLE> others);
     void TakeNews();
     void TakeOutput();
     void TakeOutputRest();
+    void ShowWaitingOutput();
     void TakeLastOutput();
     bool IsResponseSet() const noexcept;
     void ResetResponses();
@@ -184,7 +196,10 @@ private:
     UniqueHandle m_responses[c_workbenchResponseCount];
     NotifyWindow m_window;
     std::unique_ptr<OutputPipe> m_output;
+    std::unique_ptr<ResultFile> m_results;
     LineCutter m_lines;
+    // When the last output came, by GetTickCount64.
+    uint64_t m_outputTime = 0;
     WorkbenchProcess m_process;
     CPerfTimer m_startTimer;
     // This session started the workbench, which therefore sends its messages here and is ended here.
@@ -197,5 +212,7 @@ private:
     // it has set all responses.
     std::mutex m_traceLock;
     Traced m_traced = Traced::Nothing;
+    std::optional<int32_t> m_tracedResult;
+    bool m_isTraced = false;
     UniqueHandle m_tracedEnd;
 };

@@ -8,6 +8,7 @@ namespace OrvWorkBench
     public static class CInvoke
     {
         private delegate ActionResult Command(string text);
+        private delegate ActionResult Step();
 
         private static readonly object s_lock = new object();
         private static Session s_session;
@@ -53,7 +54,7 @@ namespace OrvWorkBench
         // nothing. The text is ignored.
         public static int OrvBreakPoint(string text)
         {
-            return Run("", ActionResult.Fail, delegate(string t) {
+            return Guarded(ActionResult.Fail, delegate() {
                 if (Debugger.IsAttached)
                     Debugger.Break();
                 return ActionResult.Success;
@@ -72,19 +73,36 @@ namespace OrvWorkBench
 
         private static int Run(string text, ActionResult failure, Command command)
         {
+            return Guarded(failure, delegate() {
+                ActionResult result = failure;
+                ResultChannel.Begin();
+                try
+                {
+                    result = RunCommand(text ?? "", failure, command);
+                }
+                finally
+                {
+                    ResultChannel.End(result);
+                }
+                return result;
+            });
+        }
+
+        // Whatever escapes, even printing the failure failed; there is nothing else to try.
+        private static int Guarded(ActionResult failure, Step step)
+        {
             ActionResult result = failure;
-            // Whatever escapes, even printing the failure failed; there is nothing else to try.
             Guard.Run(delegate() {
                 lock (s_lock)
                 {
-                    result = RunOne(text ?? "", failure, command);
+                    result = RunOne(failure, step);
                 }
             });
             return (int)result;
         }
 
         // Code that a command calls may have found its way back here; it does not get another command.
-        private static ActionResult RunOne(string text, ActionResult failure, Command command)
+        private static ActionResult RunOne(ActionResult failure, Step step)
         {
             if (s_isRunning)
             {
@@ -94,7 +112,7 @@ namespace OrvWorkBench
             s_isRunning = true;
             try
             {
-                return RunGuarded(text, failure, command);
+                return step();
             }
             finally
             {
@@ -102,7 +120,7 @@ namespace OrvWorkBench
             }
         }
 
-        private static ActionResult RunGuarded(string text, ActionResult failure, Command command)
+        private static ActionResult RunCommand(string text, ActionResult failure, Command command)
         {
             try
             {
@@ -112,19 +130,29 @@ namespace OrvWorkBench
             catch (CommandError error)
             {
                 CommandErrorReport.Show(text, error.Position, error.Message);
+                if (ResultChannel.Record != null)
+                    ResultChannel.Record.SetError(error.Message, error.Position);
                 return error.Result ?? failure;
             }
             catch (UserCodeError error)
             {
-                ExceptionReport.Show(error.InnerException);
+                Tell(error.InnerException);
                 return ActionResult.Exception;
             }
             catch (Exception error)
             {
                 Output.Line("error: the command failed unexpectedly");
-                ExceptionReport.Show(error);
+                Tell(error);
                 return failure;
             }
+        }
+
+        private static void Tell(Exception error)
+        {
+            RaisedException raised = new RaisedException(error);
+            ExceptionReport.Show(raised);
+            if (ResultChannel.Record != null)
+                ResultChannel.Record.SetRaised(raised);
         }
     }
 }

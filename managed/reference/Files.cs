@@ -17,6 +17,17 @@ namespace System.IO
         public static bool Exists(string path) { throw null; }
     }
 
+    public enum FileMode
+    {
+        Open = 3
+    }
+
+    public enum FileShare
+    {
+        ReadWrite = 3,
+        Delete = 4
+    }
+
     public enum FileAccess
     {
         Write = 2
@@ -35,6 +46,7 @@ namespace System.IO
 
     public class FileStream : Stream
     {
+        public FileStream(string path, FileMode mode, FileAccess access, FileShare share) { }
         public FileStream(SafeFileHandle handle, FileAccess access, int bufferSize, bool isAsync) { }
         public override bool CanRead { get { throw null; } }
         public override bool CanSeek { get { throw null; } }

@@ -95,6 +95,7 @@ namespace System
     {
         public const long MaxValue = 9223372036854775807;
         public const long MinValue = -9223372036854775808;
+        public string ToString(IFormatProvider provider) { throw null; }
     }
 
     public struct IntPtr

@@ -31,6 +31,7 @@ namespace System
     public static class Environment
     {
         public static string GetEnvironmentVariable(string variable) { throw null; }
+        public static void SetEnvironmentVariable(string variable, string value) { }
     }
 }
 

@@ -96,6 +96,7 @@ namespace System.Text
 {
     public abstract class Encoding
     {
+        public virtual byte[] GetBytes(string s) { throw null; }
     }
 
     public sealed class StringBuilder

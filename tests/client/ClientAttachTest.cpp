@@ -81,7 +81,7 @@ TEST_F(ClientAttach, TraceTellsTheEndWhenBothResponsesFellTogether)
     EXPECT_THAT(result.output, HasSubstr("> invoke x\n"
                                          "    response success\n"
                                          "    response success\n"
-                                         "  succeeded after # ms\n"
+                                         "  succeeded after # ms, result 5 ActionSuccess\n"
                                          "workbench left running\n"));
     EXPECT_EQ(0, result.status);
 }
@@ -94,7 +94,33 @@ TEST_F(ClientAttach, TraceOfAFailureCountsAsOne)
     const Result result = Attach(workbench, {L"--timeout", L"30", L"get x"});
     EXPECT_THAT(result.output, HasSubstr("    response success\n"
                                          "    response failed\n"
-                                         "  failed after # ms\n"));
+                                         "  failed after # ms, result 4 ActionFail\n"));
+    EXPECT_EQ(1, result.status);
+}
+
+// The line that names the result comes before the response, but its listener may be late.
+TEST_F(ClientAttach, TraceTellsWhatWasNotFoundAndWhatRaised)
+{
+    const ChildProcess workbench =
+        StartFake(L"wait;trace=    1 CHost::Run Command is Load: x;set=8;sleep=100;"
+                  L"trace=    2 CHost::Run command succeeded, result = ActionAssemblyNotFound;"
+                  L"wait;trace=    1 CHost::Run Command is Load: y;"
+                  L"trace=    2 CHost::Run command succeeded, result = Exception;set=8;"
+                  L"wait;trace=    1 CHost::Run Command is Load: z;"
+                  L"trace=    2 CHost::Run command failed, result = unknown result 77;set=9;sleep=50000");
+    const Result result = Attach(workbench, {L"-k", L"load x", L"load y", L"load z"});
+    EXPECT_EQ("workbench # attached, client id #\n"
+              "> load x\n"
+              "    response success\n"
+              "  not found after # ms, result 11 ActionAssemblyNotFound\n"
+              "> load y\n"
+              "    response success\n"
+              "  exception raised after # ms, result 13 Exception\n"
+              "> load z\n"
+              "    response failed\n"
+              "  failed after # ms\n"
+              "workbench left running\n",
+              result.output);
     EXPECT_EQ(1, result.status);
 }
 

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 TEST(ClientJson, OneObjectPerLine)
@@ -12,10 +14,12 @@ TEST(ClientJson, OneObjectPerLine)
         "{\"type\":\"started\",\"workbench\":#,\"client\":\"#\"}\n"
         "{\"type\":\"message\",\"text\":\"ready\"}\n"
         "{\"type\":\"ready\",\"elapsedMs\":#}\n"
-        "{\"type\":\"command\",\"command\":\"invoke\",\"text\":\"print=\\\"ä\\\"; result=1\",\"happenings\":["
+        "{\"type\":\"command\",\"command\":\"invoke\",\"text\":\"print=\\\"ä\\\"; "
+        "result=1\",\"where\":\"input:1\",\"happenings\":["
         "{\"output\":\"\\\"ä\\\"\"},{\"response\":\"success\"},{\"message\":\"idle\"},{\"response\":\"failed\"}],"
         "\"outcome\":\"failed\",\"elapsedMs\":#}\n"
-        "{\"type\":\"command\",\"command\":\"load\",\"text\":\"x\",\"happenings\":[{\"response\":\"success\"}],"
+        "{\"type\":\"command\",\"command\":\"load\",\"text\":\"x\",\"where\":\"input:2\",\"happenings\":[{"
+        "\"response\":\"success\"}],"
         "\"outcome\":\"succeeded\",\"elapsedMs\":#}\n"
         "{\"type\":\"error\",\"message\":\"input:3: unknown command \\\"nothing\\\"; the commands are load, create, "
         "invoke, get, set, delete, reset, stop\",\"exitStatus\":2,\"hints\":[]}\n"
@@ -45,4 +49,25 @@ TEST(ClientJson, ErrorsOfTheCommandLineAreJsonNowhere)
     EXPECT_EQ("", result.output);
     EXPECT_THAT(result.errors, StartsWith("OrvClient: The following argument was not expected: --no-such-option"));
     EXPECT_EQ(2, result.status);
+}
+
+TEST(ClientJson, HasWhatTheDispatcherTold)
+{
+    const ClientResult result = Finish(Scripted(
+        {L"--json", LR"(get told={"result":5,"value":{"type":"string","text":"\"a\"","string":"a"},"more":1})"}));
+    EXPECT_THAT(result.output, HasSubstr(R"("outcome":"succeeded","result":{"number":5,"name":"ActionSuccess"},)"
+                                         R"("value":{"type":"string","text":"\"a\"","string":"a"},"elapsedMs":#})"));
+}
+
+TEST(ClientJson, StreamsWhatHappensWhenAsked)
+{
+    const std::wstring command = L"load print=one;write=two?;delay=1500;result=5";
+    const ClientResult streamed = Finish(Scripted({L"--json", L"--stream", command}));
+    EXPECT_THAT(streamed.output, HasSubstr("{\"type\":\"output\",\"text\":\"one\"}\n"
+                                           "{\"type\":\"output\",\"text\":\"two?\",\"partial\":true}\n"
+                                           "{\"type\":\"response\",\"text\":\"success\"}\n"
+                                           "{\"type\":\"command\","));
+    EXPECT_THAT(streamed.output, HasSubstr("\"happenings\":[{\"output\":\"one\"},{\"output\":\"two?\",\"partial\":"
+                                           "true},{\"response\":\"success\"}]"));
+    EXPECT_THAT(Finish(Scripted({L"--json", command})).output, Not(HasSubstr("\"type\":\"output\"")));
 }

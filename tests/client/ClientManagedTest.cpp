@@ -6,8 +6,10 @@
 #include <gmock/gmock.h>
 #include <regex>
 #include <string>
+#include <vector>
 
 using testing::HasSubstr;
+using testing::StartsWith;
 
 namespace
 {
@@ -20,33 +22,50 @@ const WorkbenchFolder& ManagedFolder()
     return folder;
 }
 
-// What the client prints for a script, run to its end.
-std::string OutputOf(const std::string& script, int expectedStatus)
+struct Result
+{
+    int status;
+    std::string output;
+    std::string errors;
+};
+
+Result ResultOf(const std::vector<std::wstring>& arguments, const std::string& script = {})
 {
     ClientRun::Setup setup;
     setup.workbenchFolder = ManagedFolder().Path();
-    setup.arguments = {L"--keep-going"};
+    setup.arguments = arguments;
     setup.input = script;
     const ClientRun run(setup);
-    EXPECT_EQ(expectedStatus, run.Wait());
-    EXPECT_EQ("", run.Errors());
-    return Masked(run.Output());
+    const int status = run.Wait();
+    return {status, Masked(run.Output()), run.Errors()};
+}
+
+// What the client prints for a script, run to its end.
+std::string OutputOf(const std::string& script, int expectedStatus, const std::string& expectedErrors = {})
+{
+    const Result result = ResultOf({L"--keep-going"}, script);
+    EXPECT_EQ(expectedStatus, result.status);
+    EXPECT_EQ(expectedErrors, result.errors);
+    return result.output;
 }
 } // namespace
 
 TEST(ClientManaged, AllCommandsOnARealAssembly)
 {
-    const std::string output = OutputOf("load OrvSample.dll\n"
-                                        "create t = OrvSample.Thermostat(\"Küche 日本\")\n"
-                                        "get t.Target\n"
-                                        "set t.Target = 22\n"
-                                        "get t.Target\n"
-                                        "get t.Room\n"
-                                        "invoke t.Describe(3)\n"
-                                        "delete t\n"
-                                        "reset\n"
-                                        "stop\n",
-                                        1);
+    const std::string output =
+        OutputOf("load OrvSample.dll\n"
+                 "create t = OrvSample.Thermostat(\"Küche 日本\")\n"
+                 "get t.Target\n"
+                 "set t.Target = 22\n"
+                 "get t.Target\n"
+                 "get t.Room\n"
+                 "invoke t.Describe(3)\n"
+                 "delete t\n"
+                 "reset\n"
+                 "stop\n",
+                 1,
+                 "OrvClient: input:7: the command failed: 'OrvSample.Thermostat' has no public "
+                 "instance method 'Describe'\n");
     EXPECT_THAT(output, HasSubstr("> load OrvSample.dll\n"
                                   "    | loaded OrvSample, "));
     EXPECT_THAT(output, HasSubstr("> create t = OrvSample.Thermostat(\"Küche 日本\")\n"
@@ -54,13 +73,13 @@ TEST(ClientManaged, AllCommandsOnARealAssembly)
                                   "    response success\n"
                                   "    message idle\n"
                                   "    response success\n"
-                                  "  succeeded after # ms\n"
+                                  "  succeeded after # ms, result 8 ActionCreatedType\n"
                                   "> get t.Target\n"
                                   "    | => double 20\n"
                                   "    response success\n"
                                   "    message idle\n"
                                   "    response success\n"
-                                  "  succeeded after # ms\n"
+                                  "  succeeded after # ms, result 5 ActionSuccess\n"
                                   "> set t.Target = 22\n"
                                   "    | t.Target = double 22\n"));
     EXPECT_THAT(output, HasSubstr("> get t.Target\n"
@@ -70,7 +89,7 @@ TEST(ClientManaged, AllCommandsOnARealAssembly)
     EXPECT_THAT(output, HasSubstr("    response success\n"
                                   "    message idle\n"
                                   "    response failed\n"
-                                  "  failed after # ms\n"
+                                  "  failed after # ms, result 1 ActionInvokeFail\n"
                                   "> delete t\n"));
     EXPECT_THAT(output, HasSubstr("> stop\n"
                                   "    message exiting\n"
@@ -78,15 +97,66 @@ TEST(ClientManaged, AllCommandsOnARealAssembly)
                                   "workbench ended with exit code 1\n"));
 }
 
-// An exception of the user's code counts as a success; what it was stands in the output.
+// By the protocol an exception of the user's code is a success.
 TEST(ClientManaged, ExceptionIsShownUnderItsCommand)
 {
-    const std::string output = OutputOf("load OrvSample.dll\n"
-                                        "create t = OrvSample.Thermostat(\"x\")\n"
-                                        "set t.Target = 99\n",
-                                        0);
-    EXPECT_THAT(output, HasSubstr("> set t.Target = 99\n"
-                                  "    | exception System.ArgumentOutOfRangeException: "));
+    const std::string script = "load OrvSample.dll\n"
+                               "create t = OrvSample.Thermostat(\"x\")\n"
+                               "set t.Target = 99\n"
+                               "get t.Target\n";
+    const Result result = ResultOf({}, script);
+    EXPECT_THAT(result.output, HasSubstr("> set t.Target = 99\n"
+                                         "    | exception System.ArgumentOutOfRangeException: "));
+    EXPECT_THAT(result.output, HasSubstr("    response success\n"
+                                         "  exception raised after # ms, result 13 Exception\n"
+                                         "    message exiting\n"));
+    EXPECT_THAT(result.errors, StartsWith("OrvClient: input:3: the command raised an exception: "
+                                          "System.ArgumentOutOfRangeException: "));
+    EXPECT_EQ(7, result.status);
+
+    const Result protocol = ResultOf({L"--protocol-view"}, script);
+    EXPECT_THAT(protocol.output, HasSubstr("  succeeded after # ms, result 13 Exception\n"
+                                           "> get t.Target\n"));
+    EXPECT_EQ("", protocol.errors);
+    EXPECT_EQ(0, protocol.status);
+}
+
+TEST(ClientManaged, WhatIsNotFoundFails)
+{
+    const Result result = ResultOf({}, "load OrvSample.dll\ncreate x = OrvSample.Nothing()\nget x\n");
+    EXPECT_THAT(result.output, HasSubstr("  not found after # ms, result 12 ActionTypeNotFound\n"
+                                         "    message exiting\n"));
+    EXPECT_THAT(result.errors, StartsWith("OrvClient: input:2: the command did not find what it names: "));
+    EXPECT_EQ(1, result.status);
+}
+
+TEST(ClientManaged, EvalPrintsNothingButValues)
+{
+    const std::vector<std::wstring> commands{L"--eval", L"load OrvSample.dll",
+                                             L"create t = OrvSample.Thermostat(\"Küche 日本\", 21)"};
+    std::vector<std::wstring> asking = commands;
+    asking.insert(asking.end(), {L"get t.Room", L"set t.Target = 22", L"get t.Target", L"invoke s = t.ToString()",
+                                 L"invoke System.Console.WriteLine(\"printed\")"});
+    const Result result = ResultOf(asking);
+    EXPECT_EQ("Küche 日本\n22\n", result.output);
+    EXPECT_EQ("", result.errors);
+    EXPECT_EQ(0, result.status);
+
+    std::vector<std::wstring> failing = commands;
+    failing.insert(failing.end(), {L"get t.Nothing", L"get t.Room"});
+    const Result failed = ResultOf(failing);
+    EXPECT_EQ("", failed.output);
+    EXPECT_THAT(failed.errors, StartsWith("OrvClient: the command failed: "));
+    EXPECT_EQ(1, failed.status);
+}
+
+TEST(ClientManaged, WhatUserCodePrintsIsNoResult)
+{
+    const Result result = ResultOf({L"--json", L"invoke System.Console.WriteLine(\"{\\\"result\\\":13}\")"});
+    EXPECT_THAT(
+        result.output,
+        HasSubstr("\"outcome\":\"succeeded\",\"result\":{\"number\":10,\"name\":\"ActionInvokedOk\"},\"elapsedMs\""));
+    EXPECT_EQ(0, result.status);
 }
 
 TEST(ClientManaged, OutputOfManyCommandsStaysUnderEach)
@@ -105,7 +175,7 @@ TEST(ClientManaged, OutputOfManyCommandsStaysUnderEach)
                     "    response success\n"
                     "    message idle\n"
                     "    response success\n"
-                    "  succeeded after # ms\n";
+                    "  succeeded after # ms, result 5 ActionSuccess\n";
     }
     EXPECT_THAT(OutputOf(script, 0), HasSubstr(expected));
 }

@@ -114,6 +114,69 @@ TEST(ClientScript, ResultsBelowFiveFailAfterTheBreakpoint)
         EXPECT_EQ(0, Finish(Scripted({std::wstring(L"invoke ") + succeeding})).status) << succeeding;
 }
 
+// What the client makes of each result, as text and as JSON, in a script and with the rest of it after a failure, and
+// by the response alone.
+TEST(ClientScript, EveryResultHasItsOutcome)
+{
+    struct Row
+    {
+        int result;
+        const char* text;
+        const char* json;
+        int status;
+        int protocolStatus;
+    };
+    constexpr const char* failed = "  failed after # ms, result ";
+    constexpr const char* succeeded = "  succeeded after # ms, result ";
+    const Row rows[] = {
+        {0, failed, "failed", 1, 1},
+        {1, failed, "failed", 1, 1},
+        {2, failed, "failed", 1, 1},
+        {3, failed, "failed", 1, 1},
+        {4, failed, "failed", 1, 1},
+        {5, succeeded, "succeeded", 0, 0},
+        {6, succeeded, "succeeded", 0, 0},
+        {7, succeeded, "succeeded", 0, 0},
+        {8, succeeded, "succeeded", 0, 0},
+        {9, succeeded, "succeeded", 0, 0},
+        {10, succeeded, "succeeded", 0, 0},
+        {11, "  not found after # ms, result ", "notFound", 1, 0},
+        {12, "  not found after # ms, result ", "notFound", 1, 0},
+        {13, "  exception raised after # ms, result ", "exception", 7, 0},
+    };
+    for (const Row& row : rows)
+    {
+        const std::string number = std::to_string(row.result);
+        const std::string script = "load result=" + number + ";told={\"result\":" + number + "}\nload last\n";
+        const ClientResult text = Finish(Scripted({}, script));
+        EXPECT_THAT(text.output, HasSubstr(row.text + number + " "));
+        EXPECT_EQ(row.status, text.status) << number;
+        EXPECT_EQ(row.status == 0, text.output.find("> load last\n") != std::string::npos) << number;
+        EXPECT_EQ(row.status != 0, text.errors.rfind("OrvClient: input:1: the command ", 0) == 0) << text.errors;
+
+        const ClientResult goingOn = Finish(Scripted({L"--keep-going", L"--json"}, script));
+        EXPECT_THAT(goingOn.output, HasSubstr("\"outcome\":\"" + std::string(row.json) +
+                                              "\",\"result\":{\"number\":" + number + ","));
+        EXPECT_THAT(goingOn.output, HasSubstr("\"text\":\"last\""));
+        EXPECT_EQ(row.status, goingOn.status) << number;
+
+        const ClientResult protocol = Finish(Scripted({L"--protocol-view"}, script));
+        EXPECT_THAT(protocol.output, HasSubstr((row.protocolStatus == 0 ? succeeded : failed) + number + " "));
+        EXPECT_EQ(row.protocolStatus, protocol.status) << number;
+    }
+}
+
+TEST(ClientScript, EndsWithItsReader)
+{
+    ClientRun::Setup setup = Scripted({});
+    for (int i = 0; i < 2000; ++i)
+        setup.input += "load print=x\n";
+    setup.closesOutput = true;
+    const ClientRun run(setup);
+    EXPECT_EQ(8, run.Wait());
+    EXPECT_EQ("", run.Errors());
+}
+
 TEST(ClientScript, WithABadLineIsNotBegun)
 {
     const TemporaryFile script("load x\nlaod y\n", L"bad.orv");

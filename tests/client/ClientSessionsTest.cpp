@@ -68,10 +68,10 @@ TEST(ClientAttached, DrivesTheWorkbenchOfAnotherClientAndLeavesIt)
               "> invoke print=shared; result=1\n"
               "    response success\n"
               "    response failed\n"
-              "  failed after # ms\n"
+              "  failed after # ms, result 1 ActionInvokeFail\n"
               "> load x\n"
               "    response success\n"
-              "  succeeded after # ms\n"
+              "  succeeded after # ms, result 5 ActionSuccess\n"
               "workbench left running\n",
               result.output);
     EXPECT_EQ(1, result.status);

@@ -15,6 +15,10 @@
 //   result=N       the return value (decimal, may be negative); 5 without it
 //   status=N       the status instead of 0 (decimal or 0x...); with a failing one no return value is written
 //   print=TEXT     writes that text and a line feed to the standard output, as UTF-8
+//   write=TEXT     the same without the line feed, after print
+//   told=TEXT      adds that text and a line feed to the file of the variable ORV_WORKBENCH_RESULTS, if there is one,
+//   as
+//                  the dispatcher does
 //   delay=N        waits that many milliseconds
 //   exit=N         ends the process with that exit code
 //   throw          raises a C++ exception (std::runtime_error)
@@ -24,8 +28,8 @@
 //   in=WHERE       where it throws, raises or crashes: window (in a window procedure that the method calls), message
 //                  (in one that the system calls for another thread's message, for which the method waits), thread
 //                  (on another thread, for which the method waits); in the method itself without it
-// The items take effect in the order print, delay, exit, throw, raise, crash, status, result, whatever their order in
-// the text.
+// The items take effect in the order print, write, told, delay, exit, throw, raise, crash, status, result, whatever
+// their order in the text.
 //
 // The record is UTF-8, one line for each call, written before a delay or an exception:
 //   bind version="v2.0.50727" flavour="svr" flags=2 class={...} interface={...} status=0x00000000
@@ -106,18 +110,23 @@ void Write(HANDLE file, const std::wstring& text)
     WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
 }
 
-void Record(const std::wstring& line)
+void Append(const std::wstring& path, const std::wstring& text)
 {
-    const std::wstring path = EnvironmentText(L"ORV_SCRIPT_LOG");
     if (path.empty())
         return;
-    // Opened and closed for each call, so that a reader in another process sees every call so far.
-    const HANDLE file = CreateFileW(path.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                    OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    // Opened and closed for each text, so that a reader in another process sees every one so far.
+    const HANDLE file =
+        CreateFileW(path.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                    OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE)
         return;
-    Write(file, line + L"\n");
+    Write(file, text);
     CloseHandle(file);
+}
+
+void Record(const std::wstring& line)
+{
+    Append(EnvironmentText(L"ORV_SCRIPT_LOG"), line + L"\n");
 }
 
 unsigned long Number(const std::wstring& text)
@@ -131,6 +140,8 @@ struct Answer
     HRESULT status = S_OK;
     DWORD result = c_defaultResult;
     std::wstring print;
+    std::wstring write;
+    std::wstring told;
     DWORD delayMs = 0;
     bool exits = false;
     DWORD exitCode = 0;
@@ -151,6 +162,10 @@ void ReadItem(const std::wstring& item, Answer& answer)
         answer.status = static_cast<HRESULT>(value);
     else if (name == L"print")
         answer.print = item.substr(equals + 1) + L"\n";
+    else if (name == L"write")
+        answer.write = item.substr(equals + 1);
+    else if (name == L"told")
+        answer.told = item.substr(equals + 1) + L"\n";
     else if (name == L"delay")
         answer.delayMs = value;
     else if (name == L"exit")
@@ -293,8 +308,11 @@ void FailWhereTold(const Answer& answer)
 
 HRESULT Carry(const Answer& answer, DWORD* result)
 {
-    if (!answer.print.empty())
-        Write(GetStdHandle(STD_OUTPUT_HANDLE), answer.print);
+    const std::wstring printed = answer.print + answer.write;
+    if (!printed.empty())
+        Write(GetStdHandle(STD_OUTPUT_HANDLE), printed);
+    if (!answer.told.empty())
+        Append(EnvironmentText(L"ORV_WORKBENCH_RESULTS"), answer.told);
     if (answer.delayMs != 0)
         Sleep(answer.delayMs);
     if (answer.exits)

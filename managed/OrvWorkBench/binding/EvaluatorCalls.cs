@@ -118,7 +118,9 @@ namespace OrvWorkBench
                 Type type = chosen.TypeFor(i);
                 string word = bound[i].Kind == ArgumentKind.Ref ? "ref " : "out ";
                 string name = bound[i].Name ?? chosen.Parameters[place].Name;
-                ShownValue.Print(word + name + " = ", values[place], type, bound[i].Name);
+                ShownValue shown = ShownValue.Print(word + name + " = ", values[place], type, bound[i].Name);
+                if (ResultChannel.Record != null)
+                    ResultChannel.Record.AddReference(name, shown);
                 if (bound[i].Name != null)
                     m_instances.Replace(bound[i].Name, Value.Of(values[place], type));
             }

@@ -31,7 +31,9 @@ namespace OrvWorkBench
         {
             Formatter formatter = new Formatter();
             ShownValue shown = new ShownValue();
-            shown.Text = formatter.Typed(value, declared);
+            shown.Type = TypeOf(value, declared);
+            shown.Value = value == null ? "null" : formatter.Sequence(value, 0) ?? formatter.Plain(value, 0);
+            shown.Whole = value as string;
             shown.Omitted = formatter.m_omitted;
             return shown;
         }
@@ -48,13 +50,11 @@ namespace OrvWorkBench
             return new Formatter().Item(item, 0);
         }
 
-        private string Typed(object value, Type declared)
+        private static string TypeOf(object value, Type declared)
         {
             if (value == null)
-                return declared == null || declared == typeof(object) ? "null" : TypeNames.Show(declared) + " null";
-            string name = value is Type ? "System.Type" : TypeNames.Show(value.GetType());
-            string text = Sequence(value, 0) ?? Plain(value, 0);
-            return text == null ? name : name + " " + text;
+                return declared == null || declared == typeof(object) ? null : TypeNames.Show(declared);
+            return value is Type ? "System.Type" : TypeNames.Show(value.GetType());
         }
 
         private string Element(object value, int depth)

@@ -21,18 +21,30 @@ namespace OrvWorkBench
     // A value as text, and what the text leaves out.
     internal struct ShownValue
     {
-        public string Text;
+        // Null for a null reference of no certain type.
+        public string Type;
+        // Null for an object whose class has no text of its own.
+        public string Value;
+        // The whole value when it is a string, else null.
+        public string Whole;
         public Omission Omitted;
 
+        // Type and value, as "double 21.5" or "int[] (3) { 1, 2, 3 }".
+        public string Text
+        {
+            get { return Type == null ? Value : Value == null ? Type : Type + " " + Value; }
+        }
+
         // Prints type and value behind the lead. With the name by which the user can call the value, also how to see what
-        // is left out.
-        public static void Print(string lead, object value, Type declared, string name)
+        // is left out. Returns what was printed.
+        public static ShownValue Print(string lead, object value, Type declared, string name)
         {
             ShownValue shown = Formatter.ShowWhole(value, declared);
             Output.Line(lead + shown.Text);
             string way = name == null ? null : shown.WayToTheRest(name);
             if (way != null)
                 Output.Line("  " + way);
+            return shown;
         }
 
         // How to see the rest of a value that the user calls by that name; null when all is shown.

@@ -28,7 +28,7 @@ namespace OrvWorkBench
             Exception error = raised.ExceptionObject as Exception;
             Output.Line("on a thread of its own:");
             if (error != null)
-                ExceptionReport.Show(error);
+                ExceptionReport.Show(new RaisedException(error));
         }
 
         public ActionResult Load(string text)
@@ -37,6 +37,8 @@ namespace OrvWorkBench
             string difference;
             bool isNew = m_assemblies.Load(Parser.ParseLoad(text), out assembly, out difference);
             Output.Line((isNew ? "loaded " : "already loaded: ") + assembly.FullName);
+            if (ResultChannel.Record != null)
+                ResultChannel.Record.SetAssembly(assembly.FullName, assembly.Location);
             if (isNew)
                 Output.Line("  from " + assembly.Location);
             if (difference != null)
@@ -54,7 +56,7 @@ namespace OrvWorkBench
                 return ActionResult.TypeExists;
             Value value = m_evaluator.Evaluate(command.Value);
             m_instances.Add(command.Name, value);
-            ShownValue.Print(command.Name + " = ", value.Data, value.Type, command.Name);
+            ShowMade(command.Name, value);
             return ActionResult.CreatedType;
         }
 
@@ -91,7 +93,7 @@ namespace OrvWorkBench
             {
                 object value = m_evaluator.Assign(command.Target, command.Value);
                 string target = text.Substring(0, command.OperatorPosition).Trim();
-                ShownValue.Print(target + " = ", value, null, target);
+                Record(ShownValue.Print(target + " = ", value, null, target), null);
                 return ActionResult.Success;
             }
             NameExpression watch = command.Value as NameExpression;
@@ -172,16 +174,32 @@ namespace OrvWorkBench
         {
             if (command.Name == null || !m_instances.Has(command.Name))
                 return false;
-            ShownValue.Print("exists: " + command.Name + " = ", m_instances.Get(command.Name).Data, null, command.Name);
+            object data = m_instances.Get(command.Name).Data;
+            Record(ShownValue.Print("exists: " + command.Name + " = ", data, null, command.Name), null);
             return true;
         }
 
         private void Keep(ValueCommand command, Value value)
         {
             m_instances.SetLastResult(value);
-            if (command.Name != null)
-                m_instances.Add(command.Name, value);
-            ShownValue.Print(command.Name == null ? "=> " : command.Name + " = ", value.Data, value.Type, command.Name ?? "$");
+            if (command.Name == null)
+            {
+                Record(ShownValue.Print("=> ", value.Data, value.Type, "$"), null);
+                return;
+            }
+            m_instances.Add(command.Name, value);
+            ShowMade(command.Name, value);
+        }
+
+        private static void ShowMade(string name, Value value)
+        {
+            Record(ShownValue.Print(name + " = ", value.Data, value.Type, name), name);
+        }
+
+        private static void Record(ShownValue value, string made)
+        {
+            if (ResultChannel.Record != null)
+                ResultChannel.Record.SetValue(value, made);
         }
     }
 }

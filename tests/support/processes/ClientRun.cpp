@@ -81,7 +81,11 @@ ClientRun::ClientRun(const Setup& setup) : m_process(std::make_unique<Process>()
     if (CreatePipe(inputEnd.Receive(), m_process->input.Receive(), &inheritable, 0) == FALSE)
         ThrowLastError("making a pipe");
     SetHandleInformation(m_process->input.Get(), HANDLE_FLAG_INHERIT, 0);
-    const UniqueHandle output = MakeInheritable(m_process->folder.PathOf(c_outputName));
+    UniqueHandle output = MakeInheritable(m_process->folder.PathOf(c_outputName));
+    UniqueHandle reader;
+    if (setup.closesOutput && CreatePipe(reader.Receive(), output.Receive(), &inheritable, 0) == FALSE)
+        ThrowLastError("making a pipe");
+    reader.Reset();
     const UniqueHandle errors = MakeInheritable(m_process->folder.PathOf(c_errorName));
 
     STARTUPINFOW startup{};

@@ -23,6 +23,8 @@ public:
         // The standard input, which ends after it unless it is kept open for Type.
         std::string input;
         bool keepsInputOpen = false;
+        // Its standard output is a pipe that nobody reads.
+        bool closesOutput = false;
         // Gives it a console of its own, without a window, for PressCtrlC.
         bool hasConsole = false;
     };

@@ -1,0 +1,54 @@
+#include "client/console/TextStream.h"
+#include "client/reports/Report.h"
+
+namespace
+{
+void Tell(const std::wstring& line)
+{
+    TextStream::Error().Write(line + L"\n");
+}
+
+class ValueReport : public Report
+{
+public:
+    // The dispatcher's own lines are among what is printed, and say the value again.
+    void OnHappening(const Happening& /*happening*/) override {}
+    void OnStarted(uint32_t /*workbenchId*/, uint32_t /*clientId*/, bool /*isAttached*/) override {}
+    void OnReady(double /*elapsedMs*/) override {}
+    void OnCommand(const Command& command, const std::wstring& /*where*/) override
+    {
+        m_asks = command.word->event == EV_INVOKE || command.word->event == c_commandGetProperty;
+    }
+    void OnEnd(std::optional<uint32_t> /*workbenchExitCode*/) override {}
+    void OnPrompt() override {}
+
+    void OnResult(const CommandResult& result, const CommandRecord& record, Verdict verdict,
+                  const std::wstring& hint) override
+    {
+        if (m_asks && verdict == Verdict::Succeeded && record.value && !record.hasMade)
+            TextStream::Out().Write(*record.value + L"\n");
+        if (!result.deviation.empty())
+            Tell(L"protocol: " + result.deviation);
+        if (!hint.empty())
+            Tell(L"hint: " + hint);
+    }
+
+    void OnError(const ClientError& error, const std::vector<std::wstring>& hints) override
+    {
+        Tell(L"OrvClient: " + error.Message());
+        for (const std::wstring& hint : hints)
+            Tell(L"  " + hint);
+    }
+
+    void OnLogLine(const std::wstring& line) override { Tell(line); }
+    void OnHelp(const std::wstring& text) override { TextStream::Out().Write(text); }
+
+private:
+    bool m_asks = false;
+};
+} // namespace
+
+std::unique_ptr<Report> MakeValueReport()
+{
+    return std::make_unique<ValueReport>();
+}

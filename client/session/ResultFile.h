@@ -1,0 +1,29 @@
+#pragma once
+
+#include "OrvProfiler/foundation/UniqueHandle.h"
+
+#include <cstdint>
+#include <string>
+
+// In the environment of a workbench: the full path of a file to which the dispatcher adds one line of JSON, in UTF-8,
+// about each command, before the command's method returns.
+constexpr const wchar_t* c_resultFileVariable = L"ORV_WORKBENCH_RESULTS";
+
+// The client's side of that file, which lies among the temporary files and goes with this object, also when the
+// process is killed. One thread.
+class ResultFile
+{
+public:
+    // Makes an empty file. When that fails Path is empty, and nothing is ever told.
+    ResultFile();
+
+    const std::wstring& Path() const noexcept { return m_path; }
+
+    // The last whole line that was added since the last call, without its end; empty when there is none.
+    std::string TakeLine();
+
+private:
+    std::wstring m_path;
+    UniqueHandle m_file;
+    uint64_t m_taken = 0;
+};

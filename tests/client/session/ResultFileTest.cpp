@@ -1,0 +1,75 @@
+#include "client/session/ResultFile.h"
+
+#include "OrvProfiler/foundation/UniqueHandle.h"
+
+#include <windows.h>
+
+#include <gmock/gmock.h>
+#include <optional>
+#include <string>
+
+namespace
+{
+// As the dispatcher adds to the file: it shares reading, writing and deletion.
+void Add(const std::wstring& path, const std::string& text)
+{
+    const UniqueHandle file = UniqueHandle::FromFile(
+        CreateFileW(path.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                    OPEN_EXISTING, 0, nullptr));
+    DWORD written = 0;
+    ASSERT_NE(FALSE, WriteFile(file.Get(), text.data(), static_cast<DWORD>(text.size()), &written, nullptr));
+}
+} // namespace
+
+TEST(SessionResultFile, GivesTheLastWholeLineOnce)
+{
+    ResultFile results;
+    EXPECT_EQ("", results.TakeLine());
+    Add(results.Path(), "one\ntwo\n");
+    EXPECT_EQ("two", results.TakeLine());
+    EXPECT_EQ("", results.TakeLine());
+    Add(results.Path(), "three");
+    EXPECT_EQ("", results.TakeLine()) << "its end is missing";
+    Add(results.Path(), "\nfo");
+    EXPECT_EQ("three", results.TakeLine());
+    Add(results.Path(), "ur\n");
+    EXPECT_EQ("four", results.TakeLine());
+    Add(results.Path(), "\n");
+    EXPECT_EQ("", results.TakeLine());
+}
+
+TEST(SessionResultFile, EachHasItsOwnAndTakesItAway)
+{
+    std::optional<ResultFile> first(std::in_place);
+    const ResultFile second;
+    const std::wstring path = first->Path();
+    EXPECT_NE(path, second.Path());
+    EXPECT_NE(INVALID_FILE_ATTRIBUTES, GetFileAttributesW(path.c_str()));
+    first.reset();
+    EXPECT_EQ(INVALID_FILE_ATTRIBUTES, GetFileAttributesW(path.c_str()));
+    EXPECT_NE(INVALID_FILE_ATTRIBUTES, GetFileAttributesW(second.Path().c_str()));
+}
+
+TEST(SessionResultFile, WithoutAFolderForItTellsNothing)
+{
+    wchar_t folder[MAX_PATH];
+    GetEnvironmentVariableW(L"TMP", folder, MAX_PATH);
+    SetEnvironmentVariableW(L"TMP", L"C:\\no such folder");
+    ResultFile results;
+    SetEnvironmentVariableW(L"TMP", folder);
+    EXPECT_EQ(L"", results.Path());
+    EXPECT_EQ("", results.TakeLine());
+}
+
+TEST(SessionResultFile, WhatIsTooLongForALineIsNotRead)
+{
+    ResultFile results;
+    const UniqueHandle file = UniqueHandle::FromFile(
+        CreateFileW(results.Path().c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                    nullptr, OPEN_EXISTING, 0, nullptr));
+    LARGE_INTEGER size{};
+    size.QuadPart = (64LL << 20) + 1;
+    ASSERT_NE(FALSE, SetFilePointerEx(file.Get(), size, nullptr, FILE_BEGIN));
+    ASSERT_NE(FALSE, SetEndOfFile(file.Get()));
+    EXPECT_EQ("", results.TakeLine());
+}
