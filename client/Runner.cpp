@@ -145,6 +145,7 @@ private:
     bool Try(const Step& step)
     {
         m_stepStatus = ExitStatus::Success;
+        m_isInCommand = false;
         try
         {
             step();
@@ -185,9 +186,14 @@ private:
             return {};
         // The exit code of a workbench that this client has ended tells nothing.
         const bool endedItself = status == ExitStatus::WorkbenchLost;
-        return HintsAfterLoss(m_running ? std::wstring() : m_options.program,
-                              endedItself ? m_session.WorkbenchExitCode() : std::nullopt,
-                              StartTimeOf(m_session.WorkbenchHandle()));
+        LostWorkbench lost;
+        lost.program = m_running ? std::wstring() : m_options.program;
+        lost.clientId = m_session.ClientId();
+        lost.startTime = StartTimeOf(m_session.WorkbenchHandle());
+        if (endedItself)
+            lost.exitCode = m_session.WorkbenchExitCode();
+        lost.wasInCommand = m_isInCommand;
+        return HintsAfterLoss(lost);
     }
 
     void Attach()
@@ -290,6 +296,7 @@ private:
             throw ClientError(ExitStatus::WorkbenchLost, At(line.where, L"no workbench is running"));
         m_report.OnCommand(command, line.where);
         m_watch.HasPrinted();
+        m_isInCommand = true;
         Conclude(line, m_session.Execute(command));
         return true;
     }
@@ -361,6 +368,8 @@ private:
     // Calls the session and the follower from its thread, so it is destroyed before them.
     std::unique_ptr<DebugOutput> m_debugOutput;
     bool m_isInRun = false;
+    // Also while it is told why a command was the last one.
+    bool m_isInCommand = false;
     bool m_isOver = false;
     ExitStatus m_stepStatus = ExitStatus::Success;
     ExitStatus m_status = ExitStatus::Success;

@@ -3,6 +3,7 @@
 #include "client/log/TraceLogFile.h"
 #include "OrvProfiler/foundation/Trace.h"
 #include "OrvProfiler/foundation/UniqueHandle.h"
+#include "OrvProfiler/objects/WBEvent.h"
 #include "OrvProfiler/protocol/WorkbenchCommandLine.h"
 #include "OrvProfiler/protocol/WorkbenchFiles.h"
 
@@ -11,17 +12,26 @@
 namespace
 {
 constexpr size_t c_shownLogLines = 5;
-// Enough for the last lines.
-constexpr size_t c_tailUnits = 16384;
+// Enough for the first lines, or the last.
+constexpr size_t c_partUnits = 16384;
 
-const wchar_t* MeaningOf(uint32_t exitCode) noexcept
+// What a command calls can end the process with any code, also with one that the workbench has for itself.
+const wchar_t* OwnMeaningOf(uint32_t exitCode, bool wasInCommand) noexcept
 {
+    if (wasInCommand)
+        return exitCode == c_exitCode ? L"it crashed in the call, or was ended there"
+                                      : L"it was ended in the call, as by Environment.Exit";
+    if (exitCode == c_exitArgumentsMissing)
+        return L"it got too few arguments";
+    return exitCode == c_exitCode ? L"it ended by itself, in order" : nullptr;
+}
+
+const wchar_t* MeaningOf(uint32_t exitCode, bool wasInCommand) noexcept
+{
+    if (exitCode <= 0xFFFF)
+        return OwnMeaningOf(exitCode, wasInCommand);
     switch (exitCode)
     {
-    case c_exitArgumentsMissing:
-        return L"it got too few arguments";
-    case c_exitCode:
-        return L"it ended by itself, in order";
     case 0xC0000005:
         return L"access violation";
     case 0xC00000FD:
@@ -42,9 +52,9 @@ const wchar_t* MeaningOf(uint32_t exitCode) noexcept
     }
 }
 
-std::wstring ExitCodeText(uint32_t exitCode)
+std::wstring ExitCodeText(uint32_t exitCode, bool wasInCommand)
 {
-    const wchar_t* const meaning = MeaningOf(exitCode);
+    const wchar_t* const meaning = MeaningOf(exitCode, wasInCommand);
     std::wstring text = L"its exit code is " + std::to_wstring(exitCode);
     if (exitCode > 0xFFFF)
         text += FormatSlot(L" (0x%08X)", exitCode);
@@ -66,23 +76,35 @@ std::wstring DispatcherOf(const std::wstring& program)
     return FolderOf(program) + L"\\" + std::wstring(ProgramBaseName(program)) + c_dispatcherExtension;
 }
 
-std::wstring ReadLogTail(uint64_t startTime)
+// A part of the log, from that byte on.
+std::wstring ReadPart(HANDLE file, LONGLONG start)
 {
-    const UniqueHandle file = OpenTraceLog(startTime);
-    LARGE_INTEGER size{};
-    if (!file || GetFileSizeEx(file.Get(), &size) == FALSE)
-        return {};
-    constexpr LONGLONG tailBytes = c_tailUnits * sizeof(wchar_t);
-    LARGE_INTEGER start{};
-    // A unit is two bytes long: an odd end is a unit under way.
-    start.QuadPart = size.QuadPart > tailBytes ? (size.QuadPart - tailBytes) & ~1LL : 0;
-    std::wstring text(c_tailUnits, L'\0');
+    LARGE_INTEGER position{};
+    position.QuadPart = start;
+    std::wstring text(c_partUnits, L'\0');
     DWORD taken = 0;
-    if (SetFilePointerEx(file.Get(), start, nullptr, FILE_BEGIN) == FALSE ||
-        ReadFile(file.Get(), text.data(), static_cast<DWORD>(tailBytes), &taken, nullptr) == FALSE)
+    if (SetFilePointerEx(file, position, nullptr, FILE_BEGIN) == FALSE ||
+        ReadFile(file, text.data(), static_cast<DWORD>(c_partUnits * sizeof(wchar_t)), &taken, nullptr) == FALSE)
         return {};
     text.resize(taken / sizeof(wchar_t));
     return text;
+}
+
+// The first lines tell whose events the workbench made.
+bool IsLogOf(HANDLE file, uint32_t clientId)
+{
+    return ReadPart(file, 0).find(CWBEvent::EventName(EV_STOP, clientId) + std::wstring(L" ")) != std::wstring::npos;
+}
+
+std::wstring ReadLogTail(const LostWorkbench& lost)
+{
+    const UniqueHandle file = OpenTraceLog(lost.startTime);
+    LARGE_INTEGER size{};
+    if (!file || GetFileSizeEx(file.Get(), &size) == FALSE || !IsLogOf(file.Get(), lost.clientId))
+        return {};
+    constexpr LONGLONG partBytes = c_partUnits * sizeof(wchar_t);
+    // A unit is two bytes long: an odd end is a unit under way.
+    return ReadPart(file.Get(), size.QuadPart > partBytes ? (size.QuadPart - partBytes) & ~1LL : 0);
 }
 } // namespace
 
@@ -101,15 +123,14 @@ std::vector<std::wstring> LastLines(const std::wstring& text, size_t count)
     return lines;
 }
 
-std::vector<std::wstring> HintsAfterLoss(const std::wstring& program, std::optional<uint32_t> exitCode,
-                                         uint64_t startTime)
+std::vector<std::wstring> HintsAfterLoss(const LostWorkbench& lost)
 {
     std::vector<std::wstring> hints;
-    if (exitCode)
-        hints.push_back(ExitCodeText(*exitCode));
-    if (!program.empty() && !Exists(DispatcherOf(program)))
-        hints.push_back(L"the managed dispatcher is missing: " + DispatcherOf(program));
-    const std::vector<std::wstring> lines = LastLines(ReadLogTail(startTime), c_shownLogLines);
+    if (lost.exitCode)
+        hints.push_back(ExitCodeText(*lost.exitCode, lost.wasInCommand));
+    if (!lost.program.empty() && !Exists(DispatcherOf(lost.program)))
+        hints.push_back(L"the managed dispatcher is missing: " + DispatcherOf(lost.program));
+    const std::vector<std::wstring> lines = LastLines(ReadLogTail(lost), c_shownLogLines);
     if (!lines.empty())
         hints.push_back(L"the trace log " + std::wstring(c_traceLogPath) + L" ends with:");
     else if (Exists(FolderOf(c_traceLogPath)))

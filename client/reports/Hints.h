@@ -5,12 +5,25 @@
 #include <string>
 #include <vector>
 
-// What to look at when the workbench was lost or did not become ready, one line each: what the exit code means, if
-// there is one; whether the dispatcher beside the program is missing, unless program is empty; and the last lines of
-// the trace log, if it was written since startTime (a file time). On Windows the log can be read only when the
+// A workbench that was lost or did not become ready.
+struct LostWorkbench
+{
+    // The program's path; empty when somebody else started it.
+    std::wstring program;
+    // The id on its command line.
+    uint32_t clientId = 0;
+    // When it was started (a file time).
+    uint64_t startTime = 0;
+    // Without one it did not end by itself.
+    std::optional<uint32_t> exitCode;
+    // It ended in a command.
+    bool wasInCommand = false;
+};
+
+// What to look at then, one line each: what the exit code means; whether the dispatcher beside the program is
+// missing; and the last lines of the trace log, if it is of that run. On Windows the log can be read only when the
 // workbench has ended.
-std::vector<std::wstring> HintsAfterLoss(const std::wstring& program, std::optional<uint32_t> exitCode,
-                                         uint64_t startTime);
+std::vector<std::wstring> HintsAfterLoss(const LostWorkbench& lost);
 
 // What to look at when a command failed and nothing was printed about it.
 std::wstring HintForSilentFailure();

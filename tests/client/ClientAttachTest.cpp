@@ -153,7 +153,7 @@ TEST_F(ClientAttach, DeathOfTheWorkbenchIsNoticed)
     const ChildProcess workbench = StartFake(L"wait;exit=5");
     const Result result = Attach(workbench, {L"load x"});
     EXPECT_THAT(result.errors, HasSubstr("OrvClient: the workbench ended before its final response\n"
-                                         "  its exit code is 5\n"));
+                                         "  its exit code is 5: it was ended in the call, as by Environment.Exit\n"));
     EXPECT_EQ(3, result.status);
 }
 

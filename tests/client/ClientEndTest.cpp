@@ -38,7 +38,8 @@ TEST(ClientEnd, KilledWorkbenchIsNoticedInACall)
     const UniqueHandle workbench(OpenProcess(PROCESS_TERMINATE, FALSE, run.WorkbenchId()));
     TerminateProcess(workbench.Get(), 77);
     EXPECT_EQ(3, run.Wait());
-    EXPECT_THAT(run.Errors(), HasSubstr("the workbench ended before its final response\n  its exit code is 77\n"));
+    EXPECT_THAT(run.Errors(), HasSubstr("the workbench ended before its final response\n  its exit code is 77: it "
+                                        "was ended in the call, as by Environment.Exit\n"));
 }
 
 TEST(ClientEnd, KilledWorkbenchIsNoticedAtThePrompt)

@@ -19,7 +19,7 @@ TEST(ClientHints, LossShowsTheEndOfTheTraceLog)
 {
     const ClientResult result = Finish(Scripted({L"load exit=3"}));
     EXPECT_THAT(result.errors, HasSubstr("OrvClient: the workbench ended before its final response\n"
-                                         "  its exit code is 3\n"));
+                                         "  its exit code is 3: it was ended in the call, as by Environment.Exit\n"));
     EXPECT_THAT(result.errors, HasSubstr("  the trace log c:\\zeph\\logs\\OrvWorkBench.log ends with:\n"));
     EXPECT_THAT(result.errors, HasSubstr(" CHost::Run Command is Load: exit=3\n"));
     EXPECT_EQ(3, result.status);

@@ -8,6 +8,24 @@
 using testing::ElementsAre;
 using testing::IsEmpty;
 
+namespace
+{
+LostWorkbench Of(const std::wstring& program)
+{
+    LostWorkbench lost;
+    lost.program = program;
+    return lost;
+}
+
+LostWorkbench EndedWith(uint32_t exitCode, bool inCommand = false)
+{
+    LostWorkbench lost;
+    lost.exitCode = exitCode;
+    lost.wasInCommand = inCommand;
+    return lost;
+}
+} // namespace
+
 TEST(ClientHintTexts, ExitCodesAreExplained)
 {
     const struct
@@ -24,7 +42,19 @@ TEST(ClientHintTexts, ExitCodesAreExplained)
         {0xDEADBEEF, L"its exit code is 3735928559 (0xDEADBEEF)"},
     };
     for (const auto& expected : cases)
-        EXPECT_EQ(expected.hint, HintsAfterLoss(L"", expected.exitCode, 0).at(0));
+        EXPECT_EQ(expected.hint, HintsAfterLoss(EndedWith(expected.exitCode)).at(0));
+}
+
+TEST(ClientHintTexts, InACommandTheCalledCodeHasEndedTheProcess)
+{
+    for (const uint32_t exitCode : {0U, 7U})
+        EXPECT_EQ(L"its exit code is " + std::to_wstring(exitCode) +
+                      L": it was ended in the call, as by Environment.Exit",
+                  HintsAfterLoss(EndedWith(exitCode, true)).at(0));
+    EXPECT_EQ(L"its exit code is 1: it crashed in the call, or was ended there",
+              HintsAfterLoss(EndedWith(1, true)).at(0));
+    EXPECT_EQ(L"its exit code is 3221225477 (0xC0000005): access violation",
+              HintsAfterLoss(EndedWith(0xC0000005, true)).at(0));
 }
 
 TEST(ClientHintTexts, MissingDispatcherIsNamedAndAPresentOneIsNot)
@@ -32,16 +62,25 @@ TEST(ClientHintTexts, MissingDispatcherIsNamedAndAPresentOneIsNot)
     const TemporaryFile dispatcher("", L"Program.dll");
     const std::wstring path = dispatcher.Path();
     const std::wstring folder = path.substr(0, path.find_last_of(L'\\') + 1);
-    for (const std::wstring& hint : HintsAfterLoss(folder + L"Program.exe", std::nullopt, 0))
+    for (const std::wstring& hint : HintsAfterLoss(Of(folder + L"Program.exe")))
         EXPECT_EQ(std::wstring::npos, hint.find(L"dispatcher")) << testing::PrintToString(hint);
     EXPECT_EQ(L"the managed dispatcher is missing: " + folder + L"Other.dll",
-              HintsAfterLoss(folder + L"Other.exe", std::nullopt, 0).at(0));
+              HintsAfterLoss(Of(folder + L"Other.exe")).at(0));
 }
 
 TEST(ClientHintTexts, LogOfAnEarlierRunIsNotShown)
 {
-    const uint64_t inTheFuture = 0x7000000000000000;
-    for (const std::wstring& hint : HintsAfterLoss(L"", std::nullopt, inTheFuture))
+    LostWorkbench lost;
+    lost.startTime = 0x7000000000000000; // in the future
+    for (const std::wstring& hint : HintsAfterLoss(lost))
+        EXPECT_EQ(std::wstring::npos, hint.find(L"ends with")) << testing::PrintToString(hint);
+}
+
+TEST(ClientHintTexts, LogOfAnotherClientsWorkbenchIsNotShown)
+{
+    LostWorkbench lost;
+    lost.clientId = 0x7FFFFFF3; // no process has it
+    for (const std::wstring& hint : HintsAfterLoss(lost))
         EXPECT_EQ(std::wstring::npos, hint.find(L"ends with")) << testing::PrintToString(hint);
 }
 
