@@ -4,6 +4,7 @@
 #include "client/console/InterruptEvent.h"
 #include "client/input/CommandHelp.h"
 #include "client/input/LineSource.h"
+#include "client/input/LoadPath.h"
 #include "client/log/DebugOutput.h"
 #include "client/log/LogFollower.h"
 #include "client/process/RunningWorkbench.h"
@@ -52,6 +53,15 @@ bool IsEmptyOrComment(std::wstring_view line)
 std::wstring At(const std::wstring& where, const std::wstring& message)
 {
     return where.empty() ? message : where + L": " + message;
+}
+
+// What is shown is what the user wrote.
+Command FromHere(const Command& command)
+{
+    if (command.word->event != EV_LOAD)
+        return command;
+    const std::wstring text = LoadTextFromHere(command.text);
+    return {command.word, text.size() <= CommandTextLimit() ? text : command.text};
 }
 
 // "the command raised an exception: System.ArgumentException: why"
@@ -297,7 +307,7 @@ private:
         m_report.OnCommand(command, line.where);
         m_watch.HasPrinted();
         m_isInCommand = true;
-        Conclude(line, m_session.Execute(command));
+        Conclude(line, m_session.Execute(FromHere(command)));
         return true;
     }
 

@@ -114,55 +114,78 @@ TEST(ClientScript, ResultsBelowFiveFailAfterTheBreakpoint)
         EXPECT_EQ(0, Finish(Scripted({std::wstring(L"invoke ") + succeeding})).status) << succeeding;
 }
 
-// What the client makes of each result, as text and as JSON, in a script and with the rest of it after a failure, and
-// by the response alone.
+namespace
+{
+struct OutcomeRow
+{
+    int result;
+    const char* text;
+    const char* json;
+    // Exit statuses of a script with such a command, and by the response alone.
+    int status;
+    int protocolStatus;
+};
+
+constexpr OutcomeRow c_outcomes[] = {
+    {0, "failed", "failed", 1, 1},        {1, "failed", "failed", 1, 1},
+    {2, "failed", "failed", 1, 1},        {3, "failed", "failed", 1, 1},
+    {4, "failed", "failed", 1, 1},        {5, "succeeded", "succeeded", 0, 0},
+    {6, "succeeded", "succeeded", 0, 0},  {7, "succeeded", "succeeded", 0, 0},
+    {8, "succeeded", "succeeded", 0, 0},  {9, "succeeded", "succeeded", 0, 0},
+    {10, "succeeded", "succeeded", 0, 0}, {11, "not found", "notFound", 1, 0},
+    {12, "not found", "notFound", 1, 0},  {13, "exception raised", "exception", 7, 0},
+};
+
+// A command that has that result and tells it.
+std::string CommandWith(int result)
+{
+    const std::string number = std::to_string(result);
+    return "load result=" + number + ";told={\"result\":" + number + "}\n";
+}
+
+// One of each.
+std::string EveryResult()
+{
+    std::string script;
+    for (const OutcomeRow& row : c_outcomes)
+        script += CommandWith(row.result);
+    return script;
+}
+} // namespace
+
 TEST(ClientScript, EveryResultHasItsOutcome)
 {
-    struct Row
-    {
-        int result;
-        const char* text;
-        const char* json;
-        int status;
-        int protocolStatus;
-    };
-    constexpr const char* failed = "  failed after # ms, result ";
-    constexpr const char* succeeded = "  succeeded after # ms, result ";
-    const Row rows[] = {
-        {0, failed, "failed", 1, 1},
-        {1, failed, "failed", 1, 1},
-        {2, failed, "failed", 1, 1},
-        {3, failed, "failed", 1, 1},
-        {4, failed, "failed", 1, 1},
-        {5, succeeded, "succeeded", 0, 0},
-        {6, succeeded, "succeeded", 0, 0},
-        {7, succeeded, "succeeded", 0, 0},
-        {8, succeeded, "succeeded", 0, 0},
-        {9, succeeded, "succeeded", 0, 0},
-        {10, succeeded, "succeeded", 0, 0},
-        {11, "  not found after # ms, result ", "notFound", 1, 0},
-        {12, "  not found after # ms, result ", "notFound", 1, 0},
-        {13, "  exception raised after # ms, result ", "exception", 7, 0},
-    };
-    for (const Row& row : rows)
+    const ClientResult text = Finish(Scripted({L"--keep-going"}, EveryResult()));
+    const ClientResult json = Finish(Scripted({L"--keep-going", L"--json"}, EveryResult()));
+    const ClientResult protocol = Finish(Scripted({L"--keep-going", L"--protocol-view"}, EveryResult()));
+    for (const OutcomeRow& row : c_outcomes)
     {
         const std::string number = std::to_string(row.result);
-        const std::string script = "load result=" + number + ";told={\"result\":" + number + "}\nload last\n";
-        const ClientResult text = Finish(Scripted({}, script));
-        EXPECT_THAT(text.output, HasSubstr(row.text + number + " "));
-        EXPECT_EQ(row.status, text.status) << number;
-        EXPECT_EQ(row.status == 0, text.output.find("> load last\n") != std::string::npos) << number;
-        EXPECT_EQ(row.status != 0, text.errors.rfind("OrvClient: input:1: the command ", 0) == 0) << text.errors;
+        EXPECT_THAT(text.output, HasSubstr(std::string("  ") + row.text + " after # ms, result " + number + " "));
+        const std::string line = "OrvClient: input:" + std::to_string(row.result + 1) + ": the command ";
+        EXPECT_EQ(row.status != 0, text.errors.find(line) != std::string::npos) << line << text.errors;
+        EXPECT_THAT(json.output, HasSubstr(std::string("\"outcome\":\"") + row.json +
+                                           "\",\"result\":{\"number\":" + number + ",\"name\":\""));
+        EXPECT_THAT(protocol.output,
+                    HasSubstr(std::string("  ") + (row.protocolStatus == 0 ? "succeeded" : "failed") +
+                              " after # ms, result " + number + " "));
+        EXPECT_EQ(row.protocolStatus != 0, protocol.errors.find(line) != std::string::npos) << protocol.errors;
+    }
+    EXPECT_EQ("", json.errors);
+}
 
-        const ClientResult goingOn = Finish(Scripted({L"--keep-going", L"--json"}, script));
-        EXPECT_THAT(goingOn.output, HasSubstr("\"outcome\":\"" + std::string(row.json) +
-                                              "\",\"result\":{\"number\":" + number + ","));
-        EXPECT_THAT(goingOn.output, HasSubstr("\"text\":\"last\""));
-        EXPECT_EQ(row.status, goingOn.status) << number;
-
-        const ClientResult protocol = Finish(Scripted({L"--protocol-view"}, script));
-        EXPECT_THAT(protocol.output, HasSubstr((row.protocolStatus == 0 ? succeeded : failed) + number + " "));
-        EXPECT_EQ(row.protocolStatus, protocol.status) << number;
+TEST(ClientScript, EndsWithTheStatusOfTheFirstOutcomeThatIsNone)
+{
+    for (const int result : {4, 10, 11, 12, 13})
+    {
+        const OutcomeRow& row = c_outcomes[result];
+        const std::string script = CommandWith(result) + "load last\n";
+        const ClientResult byResult = Finish(Scripted({}, script));
+        EXPECT_EQ(row.status, byResult.status) << result;
+        EXPECT_EQ(row.status == 0, byResult.output.find("> load last\n") != std::string::npos) << result;
+        const ClientResult byResponse = Finish(Scripted({L"--protocol-view"}, script));
+        EXPECT_EQ(row.protocolStatus, byResponse.status) << result;
+        EXPECT_EQ(row.protocolStatus == 0, byResponse.output.find("> load last\n") != std::string::npos) << result;
     }
 }
 
