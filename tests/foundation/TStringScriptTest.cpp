@@ -62,9 +62,8 @@ TEST_F(TStringScript, FreesTheFirstBlockOfALongEnvironmentVariableBeforeItAsksAg
     m_script.WatchBlock(L"{no room}", L"{first}");
     m_script.WatchBlock(L"LONG", L"{second}");
     EXPECT_TRUE(TString::GetEnv(L"LONG", value));
-    EXPECT_TRUE(
-        m_script.Is({L"GetEnvironmentVariableW LONG something 1024", L"free {first}",
-                     L"GetEnvironmentVariableW LONG something 1500", L"= text LONG", L"free {second}"}));
+    EXPECT_TRUE(m_script.Is({L"GetEnvironmentVariableW LONG something 1024", L"free {first}",
+                             L"GetEnvironmentVariableW LONG something 1500", L"= text LONG", L"free {second}"}));
     m_script.WatchState(nullptr);
 }
 
@@ -110,8 +109,8 @@ TEST_F(TStringScript, TracesAroundStrippingItsQuotes)
     TString text(L" \"a'b");
     Watch(text);
     text.StripQuotes();
-    EXPECT_TRUE(m_script.Is({L"trace TString::StripQuotes before: \"a'b\n", L"= text ab",
-                             L"trace TString::StripQuotes after:ab\n"}));
+    EXPECT_TRUE(m_script.Is(
+        {L"trace TString::StripQuotes before: \"a'b\n", L"= text ab", L"trace TString::StripQuotes after:ab\n"}));
     text.Empty();
     m_script.Clear();
     text.StripQuotes();
