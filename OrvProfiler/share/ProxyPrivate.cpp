@@ -113,7 +113,7 @@ void CProxyPrivate::SetValue4(uint32_t value)
 uint32_t CProxyPrivate::GetValue4() const
 {
     const PrivateHeader* const header = Header();
-    return header != nullptr ? header->value4 : 0;
+    return header != nullptr ? ReadOnce(header->value4) : 0;
 }
 
 void CProxyPrivate::SetValue18360(uint64_t value)
@@ -125,7 +125,7 @@ void CProxyPrivate::SetValue18360(uint64_t value)
 uint64_t CProxyPrivate::GetValue18360() const
 {
     const PrivateHeader* const header = Header();
-    return header != nullptr ? header->value18360 : 0;
+    return header != nullptr ? ReadOnce(header->value18360) : 0;
 }
 
 void CProxyPrivate::SetValue18368(uint32_t value)
@@ -137,7 +137,7 @@ void CProxyPrivate::SetValue18368(uint32_t value)
 uint32_t CProxyPrivate::GetValue18368() const
 {
     const PrivateHeader* const header = Header();
-    return header != nullptr ? header->value18368 : 0;
+    return header != nullptr ? ReadOnce(header->value18368) : 0;
 }
 
 bool CProxyPrivate::SetText(const wchar_t* text)

@@ -149,8 +149,8 @@ void CProxyShare::TraceThread(const wchar_t* function, int32_t tindex) const
     // Copied behind a NUL of its own: the client may have left the name without one, and tracing must not raise.
     wchar_t name[sizeof slot.name / sizeof *slot.name + 1]{};
     CopyBytes(name, slot.name, sizeof slot.name);
-    TraceLine(L"%6.0f %s Thread name(%s) id(%#8.8x) tindex (%d)\n", function, name, slot.threadId, tindex);
-    TraceLine(L"%6.0f %s Thread count now %d\n", function, m_pShare->threadCount);
+    TraceLine(L"%6.0f %s Thread name(%s) id(%#8.8x) tindex (%d)\n", function, name, ReadOnce(slot.threadId), tindex);
+    TraceLine(L"%6.0f %s Thread count now %d\n", function, ReadOnce(m_pShare->threadCount));
 }
 
 // fill(threads, index) makes the free slot of that index the thread's.

@@ -115,6 +115,7 @@ FaultTable FileFaults()
         {"GetLongPathNameW", 1, 1, {L"-= long path 1", L"+= long path 0"}},
         {"SystemTimeToFileTime", 1, c_lastCall, {}},
         {"SystemTimeToTzSpecificLocalTime", 1, c_lastCall, {}},
+        {"_waccess_s", 1, 1, {L"-= Exists 1", L"+= Exists 0"}},
         {"_wchdir", 1, 1, {L"-= MakeCurrent 1", L"+= MakeCurrent 0"}},
         {"_wfindfirst64", 1, 1, {L"-= files 2", L"+= files 0"}},
         {"_wfindfirst64", 2, 2, {}},

@@ -307,6 +307,7 @@ TEST(CNetDrives, CutsTheDriveOrTheShareOffAPath)
 {
     const MappedDrives world({{L'X', L"\\\\srv\\share"}});
     const CNetDrives drives;
+    const PageEdge<wchar_t> page(L"");
     struct Case
     {
         const wchar_t* path;
@@ -325,6 +326,7 @@ TEST(CNetDrives, CutsTheDriveOrTheShareOffAPath)
              {L"X", 0},
              {L"", 0},
              {nullptr, 0},
+             {page.Unreadable(), 0},
          })
         EXPECT_EQ(example.path + example.skipped, drives.RestOfPath(example.path));
 }

@@ -252,6 +252,7 @@ TEST(CPath, ParsingWithoutMemoryClearsThePath)
             {
                 EXPECT_STREQ(result.c_str(), path.GetText()) << n;
                 EXPECT_STREQ(fileName.c_str(), path.GetFileName()) << n;
+                EXPECT_STREQ(text.c_str(), path.GetGivenText()) << n;
             }
             EXPECT_EQ(parsed || path.GetComponentCount() == 0, true) << n;
             if (!heap.HasFailed())

@@ -3,6 +3,7 @@
 #include "OrvProfiler/security/ProxySecurity.h"
 #include "OrvProfiler/security/VersionRecord.h"
 #include "tests/support/processes/BuildFolder.h"
+#include "tests/support/processes/ChildProcess.h"
 #include "tests/support/worlds/Files.h"
 #include "tests/support/worlds/RebuiltManager.h"
 #include "tests/support/worlds/ScriptTest.h"
@@ -10,6 +11,7 @@
 #include <windows.h>
 
 #include <memory>
+#include <stdexcept>
 #include <string>
 
 // What the queries about processes and files ask of the system, in its order.
@@ -243,4 +245,31 @@ TEST_F(CProcessScript, AsksForTheVersionsTextsInTheirOrder)
     EXPECT_TRUE(m_script.Is({L"CreateFileW {program} 80000000 1 default 3 110080", L"GetFileType {program}",
                              L"GetFileVersionInfoSizeW {program}", L"GetFileVersionInfoW {program} fails",
                              L"CloseHandle {program}"}));
+}
+
+// The two functions are looked up once in a process, so each of these has one of its own. With an argument the system
+// lacks the newer one.
+ORV_CHILD_ROLE(GetProcessIdScript)
+{
+    const bool isOld = !arguments.empty();
+    CallScript script;
+    script.NameHandle(GetCurrentProcess(), L"{current}");
+    if (isOld)
+        script.Fail("GetProcAddress", 2);
+    for (int i = 0; i < 2; ++i)
+        g_SecManager.GetProcessIdOfHandle(GetCurrentProcess());
+    const std::wstring ask = isOld ? L"NtQueryInformationProcess {current} 0" : L"GetProcessId {current}";
+    const std::wstring second = L"GetProcAddress KERNEL32.DLL GetProcessId";
+    const testing::AssertionResult result =
+        script.Is({L"GetModuleHandleW NTDLL.DLL", L"GetProcAddress NTDLL.DLL NtQueryInformationProcess",
+                   L"GetModuleHandleW KERNEL32.DLL", isOld ? second + L" fails" : second, ask, ask});
+    if (!result)
+        throw std::runtime_error(result.message());
+    return 0;
+}
+
+TEST(GetProcessIdOfHandleScript, LooksUpBothFunctionsOnceAndAsksTheNewer)
+{
+    EXPECT_EQ(0U, ChildProcess::StartRole(L"GetProcessIdScript").WaitForExit());
+    EXPECT_EQ(0U, ChildProcess::StartRole(L"GetProcessIdScript", {L"old"}).WaitForExit());
 }

@@ -135,6 +135,16 @@ TEST_F(SharedWord, ThreadIdIsReadOnceToFindTheSlot)
     EXPECT_EQ(1U, threadId.Reads());
 }
 
+TEST_F(SharedWord, ThreadIdIsReadOnceToFindAFreeSlot)
+{
+    Id(0) = 77;
+    int32_t tindex = -1;
+    const ChangingWord threadId(Product(Id(0)), uint32_t{0});
+    EXPECT_TRUE(m_share.AddThread(&tindex, 78, L"", L""));
+    EXPECT_EQ(1, tindex);
+    EXPECT_EQ(1U, threadId.Reads());
+}
+
 TEST_F(SharedWord, EntryCountIsReadOnceByGetThreadEntry)
 {
     auto& entryCount = m_client.At<int32_t>(c_threadBlocksOffset + 3 * c_threadBlockBytes + 4);

@@ -97,6 +97,7 @@ constexpr FunctionText c_functions[] = {
     {"WaitForSingleObject", "hT", nullptr},
     {"WideCharToMultiByte", "dx--pd", nullptr},
     {"_findclose", "h", nullptr},
+    {"_waccess_s", "td", nullptr},
     {"_wchdir", "t", nullptr},
     {"_wfindfirst64", "t", L"search"},
     {"_wfindnext64", "h", nullptr},

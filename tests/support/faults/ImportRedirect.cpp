@@ -2,17 +2,38 @@
 
 #include <windows.h>
 
+#include <io.h>
+
 #include <cstring>
+
+#ifdef __MINGW32__
+// MinGW's library calls this function through a pointer of its own instead of an import.
+extern "C" errno_t (*g_accessPointer)(const wchar_t* path, int mode) asm("__imp__waccess_s");
+#endif
 
 namespace
 {
+// Where the program keeps the address of a function that it does not import but finds when it first calls it.
+std::vector<void**> FindPointer(const char* function)
+{
+#ifdef __MINGW32__
+    if (std::strcmp(function, "_waccess_s") == 0)
+    {
+        static_cast<void>(_waccess_s(L"", 0));
+        return {reinterpret_cast<void**>(&g_accessPointer)};
+    }
+#endif
+    static_cast<void>(function);
+    return {};
+}
+
 std::vector<void**> FindEntries(const char* function)
 {
     auto* const base = reinterpret_cast<unsigned char*>(GetModuleHandleW(nullptr));
     const auto* const dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
     const auto* const nt = reinterpret_cast<const IMAGE_NT_HEADERS64*>(base + dos->e_lfanew);
     const IMAGE_DATA_DIRECTORY& directory = nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
-    std::vector<void**> found;
+    std::vector<void**> found = FindPointer(function);
     if (directory.VirtualAddress == 0)
         return found;
     const auto* module = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + directory.VirtualAddress);

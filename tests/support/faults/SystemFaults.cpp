@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <cwchar>
@@ -283,6 +284,7 @@ void ListFiles()
     IMPORTED(SystemTimeToFileTime, FALSE, ERROR_INVALID_PARAMETER);
     IMPORTED(SystemTimeToTzSpecificLocalTime, FALSE, ERROR_INVALID_PARAMETER);
     IMPORTED(_resetstkoflw, 0, ERROR_NOT_ENOUGH_MEMORY);
+    IMPORTED(_waccess_s, ENOENT, ERROR_FILE_NOT_FOUND);
     IMPORTED(_wchdir, -1, ERROR_PATH_NOT_FOUND);
     IMPORTED(_wfindfirst64, -1, ERROR_NO_MORE_FILES);
     IMPORTED(_wfindnext64, -1, ERROR_NO_MORE_FILES);
