@@ -11,6 +11,8 @@
 
 // What paths and the table of network drives ask of the system, in their order.
 
+using contract::Join;
+
 namespace
 {
 using CPathScript = ScriptTest;
