@@ -32,20 +32,31 @@ double Median(std::vector<double> values)
     return values[values.size() / 2];
 }
 
-double Ratio(const Row& row)
+// Of all rounds: the median that counts, and between what they lie.
+struct Spread
+{
+    double median = 0;
+    double least = 0;
+    double greatest = 0;
+};
+
+Spread RatioOf(const Row& row)
 {
     std::vector<double> ratios;
     const size_t rounds = std::min(row.productNs.size(), row.baselineNs.size());
     for (size_t i = 0; i < rounds; ++i)
         ratios.push_back(row.productNs[i] / row.baselineNs[i]);
-    return Median(ratios);
+    if (ratios.empty())
+        return {};
+    const auto [least, greatest] = std::minmax_element(ratios.begin(), ratios.end());
+    return {Median(ratios), *least, *greatest};
 }
 
 const char* Verdict(const Row& row)
 {
     if (!row.aim)
         return "";
-    return Ratio(row) <= *row.aim ? "met" : "missed";
+    return RatioOf(row).median <= *row.aim ? "met" : "missed";
 }
 
 std::string Figure(double value, int decimals)
@@ -56,20 +67,23 @@ std::string Figure(double value, int decimals)
 }
 
 void PrintRow(const std::string& name, const std::string& product, const std::string& baseline,
-              const std::string& ratio, const std::string& aim)
+              const std::string& ratio, const std::string& spread, const std::string& aim)
 {
     std::cout << std::left << std::setw(52) << name << ' ' << std::right << std::setw(12) << product << ' '
-              << std::setw(12) << baseline << ' ' << std::setw(7) << ratio << ' ' << std::setw(6) << aim;
+              << std::setw(12) << baseline << ' ' << std::setw(7) << ratio << ' ' << std::setw(13) << spread << ' '
+              << std::setw(6) << aim;
 }
 
 void PrintTable()
 {
-    PrintRow("what", "product us", "baseline us", "ratio", "aim");
+    PrintRow("what", "product us", "baseline us", "ratio", "of rounds", "aim");
     std::cout << '\n';
     for (const Row& row : g_rows)
     {
+        const Spread ratio = RatioOf(row);
         PrintRow(row.name, Figure(Median(row.productNs) / 1000, 3), Figure(Median(row.baselineNs) / 1000, 3),
-                 Figure(Ratio(row), 3), row.aim ? Figure(*row.aim, 2) : "-");
+                 Figure(ratio.median, 3), Figure(ratio.least, 2) + " to " + Figure(ratio.greatest, 2),
+                 row.aim ? Figure(*row.aim, 2) : "-");
         std::cout << ' ' << Verdict(row) << '\n';
     }
     for (const auto& [name, figure] : g_statements)
@@ -80,12 +94,17 @@ void WriteJson(const char* path)
 {
     nlohmann::ordered_json table = {{"rows", nlohmann::json::array()}, {"statements", nlohmann::json::object()}};
     for (const Row& row : g_rows)
+    {
+        const Spread ratio = RatioOf(row);
         table["rows"].push_back({{"name", row.name},
                                  {"product_ns", Median(row.productNs)},
                                  {"baseline_ns", Median(row.baselineNs)},
-                                 {"ratio", Ratio(row)},
+                                 {"ratio", ratio.median},
+                                 {"least_ratio", ratio.least},
+                                 {"greatest_ratio", ratio.greatest},
                                  {"aim", row.aim.value_or(0)},
                                  {"verdict", Verdict(row)}});
+    }
     for (const auto& [name, figure] : g_statements)
         table["statements"][name] = figure;
     std::ofstream(path) << table.dump(2) << '\n';

@@ -16,7 +16,7 @@ constexpr Aim c_stated = std::nullopt;
 
 namespace ratios
 {
-// Announces a row of the table. rounds: how often the two take turns.
+// Announces a row of the table.
 void Begin(const std::string& row, Aim aim);
 // The names under which the two halves of a row are measured.
 std::string ProductName(const std::string& row);
@@ -25,7 +25,8 @@ std::string BaselineName(const std::string& row);
 void State(const std::string& row, const std::string& figure);
 } // namespace ratios
 
-// Both return a value, so that the work cannot be optimised away.
+// Measures a row; rounds is how often the two take turns. Both return a value, so that the work cannot be optimised
+// away.
 template <class Product, class Baseline>
 void CompareRatio(const std::string& row, Aim aim, Product&& product, Baseline&& baseline, int rounds = c_rounds)
 {

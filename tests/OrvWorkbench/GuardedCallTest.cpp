@@ -77,7 +77,11 @@ class CallGuardedCase : public testing::TestWithParam<ExceptionCase>
 // Ends the process with another code when a destructor or an exit handler runs.
 struct Tripwire
 {
-    Tripwire() { std::atexit(Trip); }
+    Tripwire()
+    {
+        if (std::atexit(Trip) != 0)
+            throw std::runtime_error("no exit handler");
+    }
     ~Tripwire() { Trip(); }
     static void Trip() { TerminateProcess(GetCurrentProcess(), c_tripped); }
 };

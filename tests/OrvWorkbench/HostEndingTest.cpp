@@ -49,7 +49,8 @@ public:
     // Only if the ending went on.
     int Play(const std::wstring& step)
     {
-        std::atexit(GoOn);
+        if (std::atexit(GoOn) != 0)
+            throw std::runtime_error("no exit handler");
         ClientIsThere();
         m_release = GoOn;
         if (step == L"release")

@@ -19,7 +19,6 @@ using contract::Join;
 using contract::KernelName;
 using contract::WaitLines;
 using testing::Contains;
-using testing::Each;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;

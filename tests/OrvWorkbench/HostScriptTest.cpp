@@ -17,6 +17,8 @@
 // The program's entry, which the build has given this name.
 extern "C" int WorkbenchMain(int argc, wchar_t** argv);
 
+using contract::Join;
+
 // What the host does, in its order: calls, lines, and the states that others see.
 
 namespace

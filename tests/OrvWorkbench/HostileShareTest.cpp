@@ -45,12 +45,12 @@ constexpr size_t c_privateHeaderBytes = 18376;
 class LonelyViews
 {
 public:
-    explicit LonelyViews(size_t sizeBytes) : m_map("MapViewOfFile", Map)
+    explicit LonelyViews(size_t sizeBytes)
+        : m_map("MapViewOfFile", Map), m_viewBytes((sizeBytes + c_granularity - 1) / c_granularity * c_granularity),
+          m_before(static_cast<unsigned char*>(
+              VirtualAlloc(nullptr, m_viewBytes + 2 * c_granularity, MEM_RESERVE, PAGE_NOACCESS)))
     {
         s_self = this;
-        m_viewBytes = (sizeBytes + c_granularity - 1) / c_granularity * c_granularity;
-        m_before = static_cast<unsigned char*>(
-            VirtualAlloc(nullptr, m_viewBytes + 2 * c_granularity, MEM_RESERVE, PAGE_NOACCESS));
         VirtualFree(m_before, 0, MEM_RELEASE);
         Reserve(m_before, c_granularity);
         Reserve(m_before + c_granularity + m_viewBytes, c_granularity);
@@ -87,8 +87,8 @@ private:
     static inline LonelyViews* s_self = nullptr;
 
     Redirect<decltype(MapViewOfFile)> m_map;
-    size_t m_viewBytes = 0;
-    unsigned char* m_before = nullptr;
+    size_t m_viewBytes;
+    unsigned char* m_before;
 };
 
 template <class Value>
@@ -197,7 +197,7 @@ public:
 
 private:
     int32_t RawCount() const { return Read<int32_t>(m_bytes.data()); }
-    unsigned char* Order(int32_t place) { return m_bytes.data() + 4 + 4 * place; }
+    unsigned char* Order(int32_t place) { return m_bytes.data() + 4 + sizeof(int32_t) * static_cast<size_t>(place); }
     unsigned char* Slot(int32_t tindex)
     {
         return m_bytes.data() + (c_threadSlotsOffset - c_threadCountOffset) +
@@ -449,8 +449,8 @@ protected:
         std::vector<std::wstring> lines;
         for (const std::wstring& line : m_trace.Raw())
         {
-            const size_t time = line.find(L"CHost::Run Command is ");
-            if (time != std::wstring::npos && time < 20)
+            // Behind the time.
+            if (line.find(L"CHost::Run Command is ") < 20)
                 lines.push_back(line);
         }
         return lines;
@@ -595,7 +595,7 @@ TEST_F(HostileShare, ThreadTableMayChangeWhileItIsUsed)
             Write(Table(), source.Number());
             for (int i = 0; i < 64; ++i)
             {
-                const uint32_t slot = source.Below(128);
+                const size_t slot = source.Below(128);
                 Write(Theirs(c_threadOrderOffset) + 4 * slot, source.Number());
                 Write(Theirs(c_threadSlotsOffset) + c_threadSlotBytes * slot, source.Below(2));
                 Write(Block(static_cast<int32_t>(slot)) + 4, source.Number());
@@ -653,7 +653,7 @@ TEST_F(HostilePrivate, ASizeThatLiesIsBoundedByTheBlock)
         const size_t size = c_privateHeaderBytes + source.Below(30000);
         Make(size);
         source.Fill(m_foreign->Bytes(), size);
-        const uint32_t announced = static_cast<uint32_t>(source.Number());
+        const auto announced = static_cast<uint32_t>(source.Number());
         m_foreign->At<uint32_t>(0) = announced;
         EXPECT_TRUE(round % 2 == 0 ? m_private.Open(m_id) : m_private.Create(m_id, 77));
         // A mapping is made of whole pages.

@@ -235,7 +235,7 @@ TEST_P(WorkbenchCrashUnder, InAMessageOfAnotherThreadDoesNotReachTheLoop)
     }
     else
         EXPECT_EQ(c_fatalInCallback, Process().WaitForExit());
-    EXPECT_THAT(Process().Log(), Not(Contains(L"CHost::Run WorkBench Exception in main loop")));
+    EXPECT_THAT(WorkbenchRun::Log(), Not(Contains(L"CHost::Run WorkBench Exception in main loop")));
 }
 
 INSTANTIATE_TEST_SUITE_P(A, WorkbenchCrashUnder, testing::Bool(), UnderName);

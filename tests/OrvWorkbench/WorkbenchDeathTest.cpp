@@ -42,7 +42,7 @@ ORV_CHILD_ROLE(ClientToBeKilled)
 class LogFolderAway
 {
 public:
-    LogFolderAway() { m_moved = MoveFileW(c_folder, c_elsewhere) != FALSE; }
+    LogFolderAway() : m_moved(MoveFileW(c_folder, c_elsewhere) != FALSE) {}
     ~LogFolderAway()
     {
         RemoveDirectoryW(c_folder);
@@ -57,7 +57,7 @@ private:
     static constexpr const wchar_t* c_folder = L"c:\\zeph\\logs";
     static constexpr const wchar_t* c_elsewhere = L"c:\\zeph\\logs.away";
 
-    bool m_moved = false;
+    bool m_moved;
 };
 
 class WorkbenchDeath : public OrvWorkBench64
@@ -91,11 +91,11 @@ TEST_F(WorkbenchDeath, WaitsOnWhenTheClientDiesBeforeAnyCommand)
     std::optional<ChildProcess> client(StartClient({}));
     const uint32_t id = client->Id();
     Process().Start(L"workbench " + contract::Hex(id));
-    Process().WaitForLogLine(L"CWBEvent::Wait Waiting");
+    WorkbenchRun::WaitForLogLine(L"CWBEvent::Wait Waiting");
     client->Kill();
     client.reset();
     // Now only the workbench has the events and the share.
-    Process().WaitForLogLine(L"CHost::Run Timeout");
+    WorkbenchRun::WaitForLogLine(L"CHost::Run Timeout");
     EXPECT_TRUE(Process().IsRunning());
 
     InProcessClient heir(id);
@@ -114,9 +114,9 @@ TEST_F(WorkbenchDeath, FinishesTheCommandDuringWhichTheClientDies)
     InProcessClient heir(client.Id());
     heir.MakeShare();
     Start(heir);
-    Process().WaitForLogLine(L"CHost::Run Command is Invoke: delay=700;result=10");
+    WorkbenchRun::WaitForLogLine(L"CHost::Run Command is Invoke: delay=700;result=10");
     client.Kill();
-    Process().WaitForLogLine(L"CHost::Run command succeeded, result = ActionInvokedOk");
+    WorkbenchRun::WaitForLogLine(L"CHost::Run command succeeded, result = ActionInvokedOk");
     heir.Stop();
     EXPECT_EQ(1U, Process().WaitForExit());
     EXPECT_TRUE(heir.IsSignalled(8)) << "the response stays for whoever asks";
@@ -144,7 +144,7 @@ TEST_F(WorkbenchDeath, FinishesTheCommandBetweenWhoseResponsesTheClientDies)
     heir.MakeShare();
     Start(heir);
     ready.Wait();
-    Process().WaitForLogLine(L"CHost::Breakpoint entering IDLE breakpoint");
+    WorkbenchRun::WaitForLogLine(L"CHost::Breakpoint entering IDLE breakpoint");
     client.Kill();
     EXPECT_EQ(9U, heir.WaitForResponse());
     heir.Stop();
@@ -162,7 +162,7 @@ TEST_F(WorkbenchDeath, KeepsTheResponseThatTheClientDidNotLiveToTake)
     InProcessClient heir(client.Id());
     heir.MakeShare();
     Start(heir);
-    Process().WaitForLogLine(L"CHost::Run command failed, result = ActionLoadAssemblyFail");
+    WorkbenchRun::WaitForLogLine(L"CHost::Run command failed, result = ActionLoadAssemblyFail");
     client.Kill();
     // Both responses of that command are still signalled; the heir clears them.
     EXPECT_TRUE(heir.IsSignalled(9));
@@ -215,7 +215,7 @@ TEST_F(WorkbenchDeath, LeavesACompleteLogAndAShareThatTheNextOneServes)
     EXPECT_EQ(8U, m_client.Carry(1, L"result=6; first"));
     m_client.WriteText(L"delay=60000");
     m_client.Signal(3);
-    Process().WaitForLogLine(L"CHost::Run Command is Invoke: delay=60000");
+    WorkbenchRun::WaitForLogLine(L"CHost::Run Command is Invoke: delay=60000");
     Process().Kill();
     EXPECT_TRUE(LogIs(Join({StartLines(),
                             CommandLines(1, L"result=6; first", L"succeeded, result = ActionLoadedAssemblyOk"),
@@ -242,7 +242,7 @@ TEST_F(WorkbenchDeath, AtTheBreakpointLeavesItsSuccessToTheClient)
     StartServing(WorkbenchRuntime::Scripted);
     m_client.WriteText(L"result=1");
     m_client.Signal(3);
-    Process().WaitForLogLine(L"CHost::Breakpoint entering IDLE breakpoint");
+    WorkbenchRun::WaitForLogLine(L"CHost::Breakpoint entering IDLE breakpoint");
     Process().Kill();
     EXPECT_TRUE(LogIs(Join({StartLines(),
                             WaitLines(L"EV_INVOKE"),
@@ -350,7 +350,7 @@ TEST_F(WorkbenchDeath, AReadOnlyLogStaysAndTheWorkbenchServes)
     }
     else
     {
-        EXPECT_TRUE(Process().LogBytes() == "kept");
+        EXPECT_TRUE(WorkbenchRun::LogBytes() == "kept");
     }
     EXPECT_THAT(Process().Record(), ElementsAreArray(RecordOf({CallWithBreakpoint("Invoke", "x")})));
 }

@@ -41,7 +41,7 @@ TEST_F(OrvWorkBench64, DoesNothingWhenArgumentsAreMissing)
     {
         Process().Start(arguments);
         EXPECT_EQ(0U, Process().WaitForExit());
-        EXPECT_FALSE(Process().HasLog());
+        EXPECT_FALSE(WorkbenchRun::HasLog());
     }
     EXPECT_THAT(Process().Record(), IsEmpty());
 }
@@ -52,7 +52,7 @@ TEST_F(OrvWorkBench64, LeavesTheLogOfAnEarlierRunAloneWhenArgumentsAreMissing)
     WriteFileBytes(WorkbenchRun::c_logPath, "an earlier run");
     Process().Start(L"workbench");
     EXPECT_EQ(0U, Process().WaitForExit());
-    EXPECT_EQ("an earlier run", Process().LogBytes());
+    EXPECT_EQ("an earlier run", WorkbenchRun::LogBytes());
 }
 
 TEST_F(OrvWorkBench64, RunsWithThreeArgumentsWhateverTheModeWord)
@@ -101,8 +101,8 @@ TEST_F(OrvWorkBench64, ReadsTheIdAsHexadecimal)
         EXPECT_EQ(1U, Process().WaitForExit());
         const Lines events = EventLines(client.HexId());
         EXPECT_THAT(LinesWith(L"CProxySecManager::OrvPCreateEvent "), ElementsAreArray(events));
-        EXPECT_THAT(Process().Log(), Contains(L"CProxyMap::OpenMap Open Map Name: " + client.ShareName()));
-        EXPECT_THAT(Process().Log(), Contains(L"CHost::Init Opened share for pid = " + client.HexId()));
+        EXPECT_THAT(WorkbenchRun::Log(), Contains(L"CProxyMap::OpenMap Open Map Name: " + client.ShareName()));
+        EXPECT_THAT(WorkbenchRun::Log(), Contains(L"CHost::Init Opened share for pid = " + client.HexId()));
         EXPECT_EQ(9U, client.WaitForResponse());
     }
 }
@@ -115,7 +115,7 @@ TEST_F(OrvWorkBench64, NamesItsEventsAndItsShareAfterTheId)
     Process().Start(L"workbench 1a2b");
     EXPECT_EQ(1U, Process().WaitForExit());
     EXPECT_THAT(LinesWith(L"CProxySecManager::OrvPCreateEvent "), ElementsAreArray(EventLines(L"1a2b")));
-    EXPECT_THAT(Process().Log(), Contains(L"CProxyMap::OpenMap Open Map Name: OrvProfiler00001a2b"));
+    EXPECT_THAT(WorkbenchRun::Log(), Contains(L"CProxyMap::OpenMap Open Map Name: OrvProfiler00001a2b"));
 }
 
 TEST_F(OrvWorkBench64, LogsFurtherArgumentsAndDoesNothingElseWithThem)
@@ -167,7 +167,7 @@ TEST_F(OrvWorkBench64, WritesItsLogAsUtf16WithByteOrderMarkAndDosLineEnds)
     StartServing(WorkbenchRuntime::Scripted);
     EXPECT_EQ(8U, m_client.Carry(1, L"\x20AC"));
     Stop();
-    const std::string log = Process().LogBytes();
+    const std::string log = WorkbenchRun::LogBytes();
     EXPECT_EQ("\xFF\xFE", log.substr(0, 2));
     EXPECT_EQ(std::string("\r\0\n\0\r\0\n\0", 8), log.substr(log.size() - 8)) << "the last line and an empty one";
     EXPECT_NE(std::string::npos, log.find(std::string(":\0 \0\xAC\x20\r\0\n\0", 10)));
@@ -232,6 +232,6 @@ TEST_F(OrvWorkBench64, ServesAlsoWhenItsLogCannotBeOpened)
         EXPECT_EQ(8U, m_client.Carry(3, L"x"));
         Stop();
     }
-    EXPECT_EQ("locked", Process().LogBytes());
+    EXPECT_EQ("locked", WorkbenchRun::LogBytes());
     EXPECT_THAT(Process().Record(), ElementsAreArray(RecordOf({CallWithBreakpoint("Invoke", "x")})));
 }

@@ -16,10 +16,10 @@ namespace
 {
 bool StandsFor(const std::wstring& expected, const std::wstring& anyText, const std::wstring& line)
 {
-    const size_t prefix = expected.size() - std::min(expected.size(), anyText.size());
-    if (expected.compare(prefix, std::wstring::npos, anyText) != 0)
+    const size_t fixed = expected.size() - std::min(expected.size(), anyText.size());
+    if (expected.substr(fixed) != anyText)
         return false;
-    return line.size() > prefix && line.compare(0, prefix, expected, 0, prefix) == 0;
+    return line.size() > fixed && line.compare(0, fixed, expected, 0, fixed) == 0;
 }
 } // namespace
 

@@ -5,7 +5,6 @@
 using contract::Command;
 using contract::Join;
 using testing::ElementsAreArray;
-using testing::IsEmpty;
 
 // The workbench with a real managed runtime, without one, and with one that fails to start.
 

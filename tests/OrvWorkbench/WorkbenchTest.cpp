@@ -47,7 +47,7 @@ ORV_CHILD_ROLE(ClientThatDies)
 ORV_CHILD_ROLE(ClientThatHangs)
 {
     InProcessClient client;
-    const std::wstring reached = arguments.at(1);
+    const std::wstring& reached = arguments.at(1);
     client.WhenIdle([&] {
         Meeting(reached).Signal();
         Sleep(INFINITE);
@@ -284,7 +284,7 @@ TEST_F(OrvWorkBench64, SignalsSuccessAtTheBreakpointAndTheOutcomeAfterwards)
     EXPECT_EQ(8U, m_client.WaitForResponse()) << "also of a command that has failed";
     // The workbench waits until the window procedure returns: no breakpoint and no outcome yet.
     m_client.Stop();
-    Process().WaitForLogLine(BreakpointLines()[4]);
+    WorkbenchRun::WaitForLogLine(BreakpointLines()[4]);
     EXPECT_TRUE(LogIs(Join({StartLines(), WaitLines(L"EV_INVOKE"), {L"CHost::Run Command is Invoke: result=1"}, [&] {
                                 Lines lines = BreakpointLines();
                                 lines.resize(5);
@@ -307,7 +307,7 @@ TEST_F(OrvWorkBench64, LeavesTheBreakpointsSuccessToAClientThatDoesNotTakeIt)
     m_client.WriteText(L"result=2");
     m_client.Signal(2);
     m_client.WaitForMessages(2);
-    Process().WaitForLogLine(L"CHost::Run command failed, result = ActionLoadAssemblyFail");
+    WorkbenchRun::WaitForLogLine(L"CHost::Run command failed, result = ActionLoadAssemblyFail");
     Stop();
     EXPECT_THAT(m_client.Messages(),
                 ElementsAre(Posted(c_readyMessage, false, false), Sent(c_idleMessage, true, false),
@@ -335,7 +335,7 @@ TEST_F(OrvWorkBench64, ReportsAWindowThatAnswersIdleWithZero)
 TEST_F(OrvWorkBench64, WritesAHeartbeatAfterTenSecondsWithoutACommand)
 {
     StartServing(WorkbenchRuntime::Scripted);
-    Process().WaitForLogLine(L"CHost::Run Timeout");
+    WorkbenchRun::WaitForLogLine(L"CHost::Run Timeout");
     EXPECT_TRUE(Process().IsRunning());
     EXPECT_EQ(8U, m_client.Carry(1, L"x"));
     Stop();
@@ -369,7 +369,7 @@ TEST_F(OrvWorkBench64, TakesThePendingCommandsFromTheLowestSlotOn)
     Prepare(WorkbenchRuntime::Scripted);
     Start();
     m_client.WaitForMessages(2);
-    Process().WaitForLogLine(L"CHost::Breakpoint breakpointed workbench ok");
+    WorkbenchRun::WaitForLogLine(L"CHost::Breakpoint breakpointed workbench ok");
     EXPECT_EQ(8U, m_client.WaitForResponse());
     Stop();
     EXPECT_THAT(Process().Record(),
@@ -448,7 +448,7 @@ TEST_F(OrvWorkBench64, EndsWhenTheNameOfACommandEventIsTaken)
     events[1] = L"CProxySecManager::OrvPCreateEvent CreateEvent " + contract::KernelName(contract::EventName(1, id)) +
                 L" Failed";
     events.insert(events.begin() + 2, {SystemText(6)[0], L""});
-    const Lines log = Process().Log();
+    const Lines log = WorkbenchRun::Log();
     ASSERT_LE(events.size() + 9, log.size());
     EXPECT_THAT(Lines(log.begin(), log.begin() + static_cast<ptrdiff_t>(events.size())), ElementsAreArray(events));
     EXPECT_THAT(Lines(log.end() - 10, log.end()),
@@ -493,7 +493,7 @@ TEST_F(OrvWorkBench64, ReadsATextWithoutAnEndUpToTheEndOfItsField)
     EXPECT_THAT(Process().Record(),
                 ElementsAreArray(RecordOf({Call("LoadAssembly", std::string(contract::c_textUnits, 'a'))})));
     // A long line is cut, and loses its line end too.
-    EXPECT_THAT(Process().Log(),
+    EXPECT_THAT(WorkbenchRun::Log(),
                 Contains(AllOf(testing::StartsWith(L"CHost::Run Command is Load: " + std::wstring(900, L'a')),
                                testing::EndsWith(L" CHost::Run command succeeded, result = ActionSuccess"))));
 }
@@ -508,12 +508,12 @@ TEST_F(OrvWorkBench64, GoesOnWhenTheClientIsGone)
     heir.MakeShare();
     Prepare(WorkbenchRuntime::Scripted);
     Start(heir);
-    Process().WaitForLogLine(L"CWBEvent::Wait Waiting");
+    WorkbenchRun::WaitForLogLine(L"CWBEvent::Wait Waiting");
     dying.Kill();
 
     heir.WriteText(L"result=10");
     heir.Signal(3);
-    Process().WaitForLogLine(L"CHost::Run command succeeded, result = ActionInvokedOk");
+    WorkbenchRun::WaitForLogLine(L"CHost::Run command succeeded, result = ActionInvokedOk");
     EXPECT_EQ(8U, heir.WaitForResponse());
     heir.Stop();
     EXPECT_EQ(1U, Process().WaitForExit());
@@ -543,7 +543,7 @@ TEST_F(OrvWorkBench64, GoesOnWhenTheClientDiesWhileItHandlesTheIdleMessage)
     EXPECT_EQ(8U, heir.WaitForResponse());
     heir.Stop();
     EXPECT_EQ(1U, Process().WaitForExit());
-    EXPECT_THAT(Process().Log(),
+    EXPECT_THAT(WorkbenchRun::Log(),
                 IsSupersetOf({L"CHost::Breakpoint Error is PostMessage:",
                               L"CHost::Breakpoint breakpointed workbench ok", L"CHost::Run WorkBench Exiting"}));
 }

@@ -87,31 +87,12 @@ FaultLines ChangesWithoutMemory(const FaultLines& usual, const FaultLines& lines
     return Changes({usual.begin(), end.base()}, before) + FaultLines{lines.back() + L" after: " + last};
 }
 
-std::wstring Replaced(std::wstring text, const std::wstring& from, const std::wstring& to)
-{
-    for (size_t at = text.find(from); at != std::wstring::npos; at = text.find(from, at + to.size()))
-        text.replace(at, from.size(), to);
-    return text;
-}
-
 // As C++ source, ready to be compared with a row, or to become one.
 std::string Shown(const FaultLines& lines)
 {
     std::string text;
     for (const std::wstring& line : lines)
-    {
-        text += "\n    L\"";
-        for (const wchar_t unit : line)
-        {
-            if (unit == L'\n')
-                text += "\\n";
-            else if (unit == L'\\' || unit == L'"')
-                text += {'\\', static_cast<char>(unit)};
-            else
-                text += static_cast<char>(unit);
-        }
-        text += "\",";
-    }
+        text += "\n    " + contract::AsLiteral(line);
     return text;
 }
 
@@ -175,7 +156,7 @@ FaultLines FaultScenario::Lines() const
     for (std::wstring& line : lines)
     {
         for (const auto& [from, to] : m_texts)
-            line = Replaced(line, from, to);
+            line = contract::Replaced(line, from, to);
     }
     return lines;
 }
@@ -226,7 +207,7 @@ bool FaultScenario::WarmUp()
     return works;
 }
 
-void FaultScenario::CheckNothingIsLost(const std::string& what)
+void FaultScenario::CheckNothingIsLost(const std::string& what) const
 {
     EXPECT_EQ(OpenHandleCount(), m_handles) << what;
     EXPECT_EQ(MappedViewCount(), m_views) << what;

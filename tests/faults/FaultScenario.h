@@ -90,7 +90,7 @@ private:
     void ExpectRow(const FaultTable& table, const std::string& function, unsigned n, const std::string& what) const;
     void ExpectForMemory(const std::vector<FaultLines>& ways, bool once);
     void CheckPairs(const std::string& what) const;
-    void CheckNothingIsLost(const std::string& what);
+    void CheckNothingIsLost(const std::string& what) const;
 
     TraceCapture& m_trace;
     SystemFaults m_faults;

@@ -1,5 +1,6 @@
 #include "OrvProfiler/foundation/array.h"
 
+#include "tests/support/contract/ObjectFields.h"
 #include "tests/support/faults/AllocationProbe.h"
 
 #include <climits>
@@ -17,12 +18,9 @@ namespace
 using TextArray = PtrArray<PtrArrayText>;
 using NumberArray = PtrArray<PtrArrayNumber>;
 
-// The array's bytes, as a record that holds one sees them.
-template <class Array>
-struct Fields
+// The array's fields, as a record that holds one sees them.
+struct ArrayFields
 {
-    explicit Fields(const Array& array) { std::memcpy(this, &array, sizeof *this); }
-
     void** items;
     int32_t capacity;
     int32_t step;
@@ -44,14 +42,14 @@ TEST(PtrArray, LayoutIsFixed)
     static_assert(sizeof(PtrArrayNumber) == 16, "");
     static_assert(std::is_same<decltype(TextArray(1)[0]), const wchar_t*>::value, "");
     NumberArray array(7);
-    Fields<NumberArray> fields(array);
+    auto fields = FieldsOf<ArrayFields>(array);
     EXPECT_EQ(nullptr, fields.items);
     EXPECT_EQ(0, fields.capacity);
     EXPECT_EQ(7, fields.step);
     EXPECT_TRUE(fields.owns);
     EXPECT_EQ(0, fields.count);
     array.Add(0x1122334455667788, true);
-    fields = Fields<NumberArray>(array);
+    fields = FieldsOf<ArrayFields>(array);
     EXPECT_EQ(7, fields.capacity);
     EXPECT_FALSE(fields.owns);
     EXPECT_EQ(1, fields.count);
@@ -71,7 +69,7 @@ TEST(PtrArray, TextElementsAreAPointerAndAFlag)
     const wchar_t* const text = L"borrowed";
     array.Add(text, false);
     array.Add(text, true);
-    const Fields<TextArray> fields(array);
+    const auto fields = FieldsOf<ArrayFields>(array);
     struct Element
     {
         const wchar_t* text;
@@ -122,7 +120,7 @@ TEST(PtrArray, TheLastSlotOfAnAllocationIsNeverFilled)
     for (int32_t i = 0; i < 50; ++i)
     {
         array.Add(i, false);
-        const Fields<NumberArray> fields(array);
+        const auto fields = FieldsOf<ArrayFields>(array);
         EXPECT_LT(array.GetCount(), array.GetCapacity());
         EXPECT_EQ(nullptr, fields.items[fields.capacity - 1]);
     }
@@ -132,7 +130,7 @@ TEST(PtrArray, AStepOfOneKeepsEveryElement)
 {
     NumberArray array(1);
     for (int32_t i = 0; i < 20; ++i)
-        EXPECT_EQ(i, array.Add(i * i, false));
+        EXPECT_EQ(i, array.Add(int64_t{i} * i, false));
     for (int32_t i = 0; i < 20; ++i)
         EXPECT_EQ(i * i, array[i]);
 }
@@ -226,14 +224,14 @@ TEST(PtrArray, LoweringTheCountKeepsTheElementsForReuse)
     const AllocationProbe heap;
     NumberArray array(10);
     Fill(array, 5);
-    const Fields<NumberArray> before(array);
+    const auto before = FieldsOf<ArrayFields>(array);
     const size_t requests = heap.Requests().size();
     array.SetCount(2);
     EXPECT_EQ(2, array.GetCount());
     EXPECT_EQ(10, array.GetCapacity());
     EXPECT_EQ(2, array.Add(77, false));
     EXPECT_EQ(requests, heap.Requests().size());
-    const Fields<NumberArray> after(array);
+    const auto after = FieldsOf<ArrayFields>(array);
     EXPECT_EQ(before.items[2], after.items[2]);
     EXPECT_EQ(77, array[2]);
 }
@@ -296,7 +294,7 @@ TEST(PtrArray, DeleteAllHoldsNothing)
     EXPECT_EQ(0U, heap.LiveBlocks());
     EXPECT_EQ(0, array.GetCount());
     EXPECT_EQ(0, array.GetCapacity());
-    EXPECT_EQ(nullptr, Fields<TextArray>(array).items);
+    EXPECT_EQ(nullptr, FieldsOf<ArrayFields>(array).items);
     array.DeleteAll();
     EXPECT_EQ(0, array.Add(L"again", true));
     EXPECT_EQ(10, array.GetCapacity());
@@ -327,7 +325,7 @@ TEST(PtrArray, FailedGrowthEmptiesItWithoutALeak)
     EXPECT_TRUE(heap.HasFailed());
     EXPECT_EQ(0, array.GetCount());
     EXPECT_EQ(0, array.GetCapacity());
-    EXPECT_EQ(nullptr, Fields<TextArray>(array).items);
+    EXPECT_EQ(nullptr, FieldsOf<ArrayFields>(array).items);
     EXPECT_EQ(0U, heap.LiveBlocks());
     EXPECT_EQ(0, array.Add(L"d", true));
     EXPECT_STREQ(L"d", array[0]);

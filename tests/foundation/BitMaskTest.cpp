@@ -1,9 +1,9 @@
 #include "OrvProfiler/foundation/BitMask.h"
 
+#include "tests/support/contract/ObjectFields.h"
 #include "tests/support/faults/AllocationProbe.h"
 #include "tests/support/faults/GuardedBlock.h"
 
-#include <cstring>
 #include <gmock/gmock.h>
 
 namespace
@@ -28,8 +28,7 @@ BitMask MaskOf(const Words& words)
     return mask;
 }
 
-// The fields as they lie in memory.
-struct Layout
+struct MaskFields
 {
     uint32_t* words;
     uint32_t bits;
@@ -38,14 +37,6 @@ struct Layout
     uint32_t wordCount;
     uint64_t byteSize;
 };
-
-Layout LayoutOf(const BitMask& mask)
-{
-    static_assert(sizeof(Layout) == sizeof(BitMask), "the whole object");
-    Layout layout{};
-    std::memcpy(&layout, &mask, sizeof layout);
-    return layout;
-}
 } // namespace
 
 TEST(BitMask, StartsWithSixtyFourClearBitsInThreeWords)
@@ -66,7 +57,7 @@ TEST(BitMask, TakesTheBitsOfAValueInTwoWords)
 TEST(BitMask, KeepsItsFieldsInTheirOrder)
 {
     BitMask mask;
-    const Layout start = LayoutOf(mask);
+    const auto start = FieldsOf<MaskFields>(mask);
     EXPECT_EQ(64U, start.bits);
     EXPECT_EQ(4U, start.bytesPerWord);
     EXPECT_EQ(32U, start.bitsPerWord);
@@ -75,9 +66,9 @@ TEST(BitMask, KeepsItsFieldsInTheirOrder)
     mask.Set(65, true);
     EXPECT_EQ(2U, start.words[2]);
     mask.Resize(1000, false);
-    EXPECT_EQ(1000U, LayoutOf(mask).bits);
-    EXPECT_EQ(32U, LayoutOf(mask).wordCount);
-    EXPECT_EQ(128U, LayoutOf(mask).byteSize);
+    EXPECT_EQ(1000U, FieldsOf<MaskFields>(mask).bits);
+    EXPECT_EQ(32U, FieldsOf<MaskFields>(mask).wordCount);
+    EXPECT_EQ(128U, FieldsOf<MaskFields>(mask).byteSize);
 }
 
 TEST(BitMask, ReadsZeroBeyondTheLastWord)

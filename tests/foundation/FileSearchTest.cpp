@@ -225,7 +225,7 @@ TEST(FindFiles, NoFileIsInAnEmptyListOrInNone)
     Found& found = tree.Search();
     const PageEdge<wchar_t> page(L"");
     for (const wchar_t* const list :
-         {L"", L" ;,:", static_cast<const wchar_t*>(nullptr), const_cast<const wchar_t*>(page.Unreadable())})
+         {L"", L" ;,:", static_cast<const wchar_t*>(nullptr), static_cast<const wchar_t*>(page.Unreadable())})
     {
         EXPECT_TRUE(found.Search(nullptr, L".txt", true));
         EXPECT_TRUE(found.Search(nullptr, list, true));
@@ -284,7 +284,7 @@ TEST(FindFiles, FindsNothingWhereThereIsNothing)
     const std::wstring file = tree.Path() + L"\\a.txt";
     Found found;
     for (const wchar_t* const directory : {none.c_str(), file.c_str(), L"", static_cast<const wchar_t*>(nullptr),
-                                           const_cast<const wchar_t*>(page.Unreadable())})
+                                           static_cast<const wchar_t*>(page.Unreadable())})
     {
         EXPECT_TRUE(CPath::FindFiles(directory, nullptr, L".txt", Found::OnFile, Found::OnDirectory, &found, true));
         EXPECT_EQ(0U, found.directories);

@@ -1,5 +1,6 @@
 #include "OrvProfiler/foundation/NetDrives.h"
 
+#include "tests/support/contract/ObjectFields.h"
 #include "tests/support/faults/AllocationProbe.h"
 #include "tests/support/faults/CallRecorder.h"
 #include "tests/support/faults/HeldResources.h"
@@ -115,12 +116,6 @@ private:
 
 struct NetDrivesFields
 {
-    explicit NetDrivesFields(const CNetDrives& table)
-    {
-        static_assert(sizeof(NetDrivesFields) == 32 && sizeof(CNetDrives) == 32, "");
-        std::memcpy(this, &table, sizeof *this);
-    }
-
     uint32_t drives;
     uint32_t scanned;
     wchar_t** entries;
@@ -128,6 +123,7 @@ struct NetDrivesFields
     uint32_t count;
     uint32_t padding;
 };
+static_assert(sizeof(CNetDrives) == 32, "");
 } // namespace
 
 TEST(CNetDrives, KeepsEachConnectedDriveWithItsRemoteName)
@@ -152,7 +148,7 @@ TEST(CNetDrives, LayoutIsFixed)
     // Bits above the 26th are no drives.
     world.SetMask(0x84800004);
     const CNetDrives drives;
-    const NetDrivesFields fields(drives);
+    const auto fields = FieldsOf<NetDrivesFields>(drives);
     EXPECT_EQ(0x84800004U, fields.drives);
     EXPECT_EQ(0x00800004U, fields.scanned);
     EXPECT_STREQ(L"X:\\\\srv\\share", fields.entries[0]);
@@ -167,7 +163,7 @@ TEST(CNetDrives, WithoutConnectionsNothingIsAllocated)
     const CNetDrives drives;
     EXPECT_EQ(0U, drives.Count());
     EXPECT_EQ(nullptr, drives.Entry(0));
-    const NetDrivesFields fields(drives);
+    const auto fields = FieldsOf<NetDrivesFields>(drives);
     EXPECT_EQ(nullptr, fields.entries);
     EXPECT_EQ(nullptr, fields.lengths);
     EXPECT_EQ(0x02000005U, fields.scanned);
@@ -181,7 +177,7 @@ TEST(CNetDrives, WithoutANetworkLibraryTheTableIsEmpty)
     world.HideLibrary();
     const CNetDrives drives;
     EXPECT_EQ(0U, drives.Count());
-    EXPECT_EQ(0U, NetDrivesFields(drives).scanned);
+    EXPECT_EQ(0U, FieldsOf<NetDrivesFields>(drives).scanned);
     EXPECT_EQ(0U, world.Calls());
     EXPECT_EQ(0U, world.Frees());
     EXPECT_EQ(nullptr, drives.ShareOf(L"X:\\a"));
@@ -383,7 +379,7 @@ TEST(CNetDrives, WithoutNetworkDrivesWholeTextsAreCompared)
 
 TEST(CNetDrives, TheProcessHasOneFromItsStart)
 {
-    const NetDrivesFields atStart(g_NetDrives);
+    const auto atStart = FieldsOf<NetDrivesFields>(g_NetDrives);
     const CNetDrives now;
     EXPECT_EQ(GetLogicalDrives(), atStart.drives);
     EXPECT_NE(0U, atStart.drives);

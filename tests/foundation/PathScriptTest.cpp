@@ -14,6 +14,8 @@
 
 // What paths, their translation and the table of network drives ask of the system, in their order.
 
+using contract::Join;
+
 namespace
 {
 using CPathScript = ScriptTest;

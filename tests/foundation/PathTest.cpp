@@ -21,7 +21,6 @@
 namespace
 {
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 std::vector<std::wstring> Components(const CPath& path)
 {

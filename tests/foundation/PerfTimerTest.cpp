@@ -1,12 +1,12 @@
 #include "OrvProfiler/foundation/PerfTimer.h"
 
 #include "OrvProfiler/foundation/Trace.h"
+#include "tests/support/contract/ObjectFields.h"
 #include "tests/support/faults/ImportRedirect.h"
 
 #include <windows.h>
 
 #include <cmath>
-#include <cstring>
 #include <gmock/gmock.h>
 #include <thread>
 
@@ -58,14 +58,6 @@ struct TimerFields
     int64_t stop;
     int64_t frequency;
 };
-
-TimerFields FieldsOf(const CPerfTimer& timer)
-{
-    TimerFields fields{};
-    static_assert(sizeof fields == sizeof timer, "the whole object");
-    std::memcpy(&fields, &timer, sizeof fields);
-    return fields;
-}
 } // namespace
 
 TEST(TickMs, DividesTheCounterByTheCountsPerMillisecond)
@@ -139,7 +131,7 @@ TEST(CPerfTimer, ReadsOnlyTheFrequencyWhenItIsBuilt)
     FakeClock clock(12345, 1);
     const CPerfTimer timer;
     EXPECT_EQ("f", clock.TakeCalls());
-    EXPECT_EQ(12345, FieldsOf(timer).frequency);
+    EXPECT_EQ(12345, FieldsOf<TimerFields>(timer).frequency);
 }
 
 TEST(CPerfTimer, MeasuresFromStartToStop)
@@ -150,8 +142,8 @@ TEST(CPerfTimer, MeasuresFromStartToStop)
     clock.Set(25001000);
     timer.Stop();
     EXPECT_DOUBLE_EQ(2.5, timer.Seconds());
-    EXPECT_EQ(1000, FieldsOf(timer).start);
-    EXPECT_EQ(25001000, FieldsOf(timer).stop);
+    EXPECT_EQ(1000, FieldsOf<TimerFields>(timer).start);
+    EXPECT_EQ(25001000, FieldsOf<TimerFields>(timer).stop);
     EXPECT_EQ("fcc", clock.TakeCalls());
 }
 

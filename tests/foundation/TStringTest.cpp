@@ -1,5 +1,6 @@
 #include "OrvProfiler/foundation/TString.h"
 
+#include "tests/support/contract/ObjectFields.h"
 #include "tests/support/contract/TraceCapture.h"
 #include "tests/support/faults/AllocationProbe.h"
 #include "tests/support/faults/PageEdge.h"
@@ -8,6 +9,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <cwchar>
 #include <gmock/gmock.h>
@@ -64,8 +66,7 @@ TEST(TString, IsTwoFieldsOf16Bytes)
 {
     static_assert(sizeof(TString) == 16, "");
     const TString text(L"abc");
-    uint64_t fields[2];
-    std::memcpy(fields, &text, sizeof fields);
+    const auto fields = FieldsOf<std::array<uint64_t, 2>>(text);
     EXPECT_EQ(260U, fields[0]);
     EXPECT_EQ(reinterpret_cast<uint64_t>(text.GetBuffer()), fields[1]);
 }
@@ -101,6 +102,7 @@ TEST(TString, IsMadeFromTextStringAndCharacter)
 {
     const TString text(L"abc");
     EXPECT_STREQ(L"abc", text);
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the copy is the question
     const TString copy(text);
     EXPECT_STREQ(L"abc", copy);
     EXPECT_NE(text.GetBuffer(), copy.GetBuffer());
@@ -1109,7 +1111,7 @@ TEST(TString, TakesOneUnitMoreThanALongEnvironmentVariableNeeds)
 
 TEST(TString, FreesTheFirstBlockOfALongEnvironmentVariableBeforeItTakesTheSecond)
 {
-    constexpr size_t secondBytes = 5002 * 2;
+    constexpr size_t secondBytes = 10004;
     static void* (*allocate)(size_t);
     static const AllocationProbe* watching;
     static size_t blocksBefore;

@@ -1,12 +1,12 @@
 #include "OrvProfiler/foundation/ThreadLock.h"
 
+#include "tests/support/contract/ObjectFields.h"
 #include "tests/support/faults/AllocationProbe.h"
 #include "tests/support/faults/ImportRedirect.h"
 
 #include <windows.h>
 
 #include <atomic>
-#include <cstring>
 #include <gmock/gmock.h>
 #include <memory>
 #include <optional>
@@ -16,7 +16,6 @@
 
 namespace
 {
-// The fields in their order in memory.
 struct LockFields
 {
     int32_t count;
@@ -24,19 +23,11 @@ struct LockFields
     CRITICAL_SECTION* section;
 };
 
-LockFields FieldsOf(const CThreadLock& lock)
-{
-    LockFields fields{};
-    static_assert(sizeof fields == sizeof lock, "the whole object");
-    std::memcpy(&fields, reinterpret_cast<const void*>(&lock), sizeof fields);
-    return fields;
-}
-
 // Whether another thread could enter the section now.
 bool IsFree(const CThreadLock& lock)
 {
     bool entered = false;
-    std::thread([section = FieldsOf(lock).section, &entered] {
+    std::thread([section = FieldsOf<LockFields>(lock).section, &entered] {
         entered = TryEnterCriticalSection(section) != FALSE;
         if (entered)
             LeaveCriticalSection(section);
@@ -54,7 +45,7 @@ public:
     CountedSectionCall(const char* name, const CThreadLock& lock)
     {
         g_calls = 0;
-        g_watched = FieldsOf(lock).section;
+        g_watched = FieldsOf<LockFields>(lock).section;
         m_redirect.emplace(name, Count);
         s_real = m_redirect->Real();
     }
@@ -78,9 +69,9 @@ private:
 TEST(CThreadLock, StartsFreeWithoutAnOwner)
 {
     const CThreadLock lock;
-    EXPECT_EQ(0, FieldsOf(lock).count);
-    EXPECT_EQ(0U, FieldsOf(lock).owner);
-    ASSERT_NE(nullptr, FieldsOf(lock).section);
+    EXPECT_EQ(0, FieldsOf<LockFields>(lock).count);
+    EXPECT_EQ(0U, FieldsOf<LockFields>(lock).owner);
+    ASSERT_NE(nullptr, FieldsOf<LockFields>(lock).section);
     EXPECT_TRUE(IsFree(lock));
 }
 
@@ -88,12 +79,12 @@ TEST(CThreadLock, EnterRecordsTheThreadAndReturnsTheLock)
 {
     CThreadLock lock;
     EXPECT_EQ(&lock, &lock.Enter());
-    EXPECT_EQ(1, FieldsOf(lock).count);
-    EXPECT_EQ(GetCurrentThreadId(), FieldsOf(lock).owner);
+    EXPECT_EQ(1, FieldsOf<LockFields>(lock).count);
+    EXPECT_EQ(GetCurrentThreadId(), FieldsOf<LockFields>(lock).owner);
     EXPECT_FALSE(IsFree(lock));
     lock.Leave();
-    EXPECT_EQ(0, FieldsOf(lock).count);
-    EXPECT_EQ(GetCurrentThreadId(), FieldsOf(lock).owner); // not cleared
+    EXPECT_EQ(0, FieldsOf<LockFields>(lock).count);
+    EXPECT_EQ(GetCurrentThreadId(), FieldsOf<LockFields>(lock).owner); // not cleared
     EXPECT_TRUE(IsFree(lock));
 }
 
@@ -101,12 +92,12 @@ TEST(CThreadLock, IsReentrant)
 {
     CThreadLock lock;
     lock.Enter().Enter();
-    EXPECT_EQ(2, FieldsOf(lock).count);
+    EXPECT_EQ(2, FieldsOf<LockFields>(lock).count);
     lock.Leave();
-    EXPECT_EQ(1, FieldsOf(lock).count);
+    EXPECT_EQ(1, FieldsOf<LockFields>(lock).count);
     EXPECT_FALSE(IsFree(lock));
     lock.Leave();
-    EXPECT_EQ(0, FieldsOf(lock).count);
+    EXPECT_EQ(0, FieldsOf<LockFields>(lock).count);
     EXPECT_TRUE(IsFree(lock));
 }
 
@@ -114,8 +105,8 @@ TEST(CThreadLock, LeaveBeforeAnyEnterChangesNothing)
 {
     CThreadLock lock;
     lock.Leave();
-    EXPECT_EQ(0, FieldsOf(lock).count);
-    EXPECT_EQ(0U, FieldsOf(lock).owner);
+    EXPECT_EQ(0, FieldsOf<LockFields>(lock).count);
+    EXPECT_EQ(0U, FieldsOf<LockFields>(lock).owner);
     EXPECT_TRUE(IsFree(lock));
 }
 
@@ -130,9 +121,9 @@ TEST(CThreadLock, AbsorbsASurplusLeave)
         lock.Leave();
         EXPECT_EQ(0, leave.Calls());
     }
-    EXPECT_EQ(0, FieldsOf(lock).count);
+    EXPECT_EQ(0, FieldsOf<LockFields>(lock).count);
     lock.Enter();
-    EXPECT_EQ(1, FieldsOf(lock).count);
+    EXPECT_EQ(1, FieldsOf<LockFields>(lock).count);
     EXPECT_FALSE(IsFree(lock));
     lock.Leave();
     EXPECT_TRUE(IsFree(lock));
@@ -143,8 +134,8 @@ TEST(CThreadLock, LeaveByAnotherThreadChangesNothing)
     CThreadLock lock;
     lock.Enter();
     std::thread([&lock] { lock.Leave(); }).join();
-    EXPECT_EQ(1, FieldsOf(lock).count);
-    EXPECT_EQ(GetCurrentThreadId(), FieldsOf(lock).owner);
+    EXPECT_EQ(1, FieldsOf<LockFields>(lock).count);
+    EXPECT_EQ(GetCurrentThreadId(), FieldsOf<LockFields>(lock).owner);
     EXPECT_FALSE(IsFree(lock));
     lock.Leave();
     EXPECT_TRUE(IsFree(lock));
@@ -159,12 +150,12 @@ TEST(CThreadLock, PassesToTheThreadThatEntersNext)
     std::thread([&] {
         lock.Enter();
         other = GetCurrentThreadId();
-        EXPECT_EQ(other, FieldsOf(lock).owner);
+        EXPECT_EQ(other, FieldsOf<LockFields>(lock).owner);
         lock.Leave();
     }).join();
-    EXPECT_EQ(other, FieldsOf(lock).owner);
+    EXPECT_EQ(other, FieldsOf<LockFields>(lock).owner);
     lock.Leave(); // no longer the owner
-    EXPECT_EQ(0, FieldsOf(lock).count);
+    EXPECT_EQ(0, FieldsOf<LockFields>(lock).count);
     EXPECT_TRUE(IsFree(lock));
 }
 
@@ -194,7 +185,7 @@ TEST(CThreadLock, LetsOneThreadInAtATime)
         thread.join();
     EXPECT_EQ(1, most);
     EXPECT_EQ(12000, total);
-    EXPECT_EQ(0, FieldsOf(lock).count);
+    EXPECT_EQ(0, FieldsOf<LockFields>(lock).count);
     EXPECT_TRUE(IsFree(lock));
 }
 
@@ -265,13 +256,13 @@ TEST(CThreadLock, DropsAnExceptionOfTheDeletion)
 // What a lock without a section does.
 static void ExpectToDoNothing(CThreadLock& lock)
 {
-    EXPECT_EQ(nullptr, FieldsOf(lock).section);
+    EXPECT_EQ(nullptr, FieldsOf<LockFields>(lock).section);
     EXPECT_EQ(&lock, &lock.Enter());
-    EXPECT_EQ(0, FieldsOf(lock).count);
-    EXPECT_EQ(0U, FieldsOf(lock).owner);
+    EXPECT_EQ(0, FieldsOf<LockFields>(lock).count);
+    EXPECT_EQ(0U, FieldsOf<LockFields>(lock).owner);
     std::thread([&lock] { lock.Enter(); }).join(); // would wait if anything were held
     lock.Leave();
-    EXPECT_EQ(0, FieldsOf(lock).count);
+    EXPECT_EQ(0, FieldsOf<LockFields>(lock).count);
 }
 
 TEST(CThreadLock, DoesNothingWhenTheSectionCannotBeInitialised)

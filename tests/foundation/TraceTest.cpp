@@ -423,7 +423,7 @@ TEST(Trace, ReachesTheSystemsDebuggerOutput)
             if (record.ExceptionCode == 0x4001000A)
                 seen.assign(reinterpret_cast<const wchar_t*>(record.ExceptionInformation[1]));
             else
-                for (auto* c = reinterpret_cast<const char*>(record.ExceptionInformation[1]); *c != '\0'; ++c)
+                for (const auto* c = reinterpret_cast<const char*>(record.ExceptionInformation[1]); *c != '\0'; ++c)
                     seen += static_cast<wchar_t>(*c);
             return EXCEPTION_CONTINUE_EXECUTION;
         }
@@ -582,11 +582,11 @@ TEST(TraceFile, IsNoneAfterAFailedOpen)
 {
     const LogFile log;
     const TraceCapture capture;
-    static FILE stray;
+    static unsigned char stray[sizeof(FILE)];
     {
         // The open fails and yet stores a stream.
         const Redirect<decltype(_wfopen_s)> open("_wfopen_s", [](FILE** file, const wchar_t*, const wchar_t*) {
-            *file = &stray;
+            *file = reinterpret_cast<FILE*>(&stray);
             return 13;
         });
         TraceOpen(log.Path().c_str());

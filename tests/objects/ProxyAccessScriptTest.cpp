@@ -10,6 +10,8 @@
 
 // What a named mutex asks of the system, in its order.
 
+using contract::Join;
+
 namespace
 {
 constexpr uint32_t c_noSession = 0xFFFFFFFF;

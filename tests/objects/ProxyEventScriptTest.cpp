@@ -9,6 +9,8 @@
 
 // What the proxy events ask of the system, in its order.
 
+using contract::Join;
+
 namespace
 {
 // Creates the fifty events, and closes them.

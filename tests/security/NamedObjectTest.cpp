@@ -18,7 +18,6 @@ using testing::_;
 using testing::ElementsAre;
 using testing::FieldsAre;
 using testing::IsEmpty;
-using testing::StrEq;
 
 // Events, mutexes and file mappings through the manager: what is asked of the system, what is traced, what comes
 // back.
@@ -309,7 +308,7 @@ TEST(CProxySecManager, PassesAFileMappingsArgumentsInTheirOrder)
     const FailingCall<decltype(CreateFileMappingW)> createMapping("CreateFileMappingW", ERROR_DISK_FULL);
     const ErrorTextStandIn texts;
     const TraceCapture trace;
-    HANDLE const file = reinterpret_cast<HANDLE>(intptr_t{0x1234});
+    auto* const file = reinterpret_cast<HANDLE>(intptr_t{0x1234});
     SECURITY_ATTRIBUTES attributes{};
     EXPECT_EQ(nullptr,
               g_SecManager.OrvPCreateFileMapping(c_noSession, file, &attributes, PAGE_READONLY, 0x11, 0x22, L"F"));

@@ -104,7 +104,7 @@ ORV_CHILD_ROLE(JoinNamespace)
 {
     const Meeting joined(arguments.at(0));
     const Meeting end(arguments.at(1));
-    const std::wstring name = arguments.at(2);
+    const std::wstring& name = arguments.at(2);
     const NamespaceWorld world(NamespaceWorld::Entry::Parents);
     const CProxySecManager manager;
     Require(manager.UsePrivateNamespace(), "the private namespace is in use");

@@ -123,7 +123,7 @@ TEST(GetImageName, IsEmptyForAHandleThatIsNoProcess)
 
 TEST(GetImageName, IsTheKernelsNameOfTheFile)
 {
-    const std::wstring path = OwnProgram();
+    const std::wstring& path = OwnProgram();
     const std::wstring native = std::wstring(g_SecManager.GetImageName(GetCurrentProcess()));
     EXPECT_THAT(native, testing::AnyOf(testing::StartsWith(L"\\Device\\"), testing::StartsWith(L"\\??\\")));
     EXPECT_THAT(native, testing::EndsWith(path.substr(2)));

@@ -75,13 +75,13 @@ TEST(CVersionRecord, IsEmptyWithoutAnyOneOfTheThreeFunctions)
 
 TEST(CVersionRecord, LeavesNothingBehind)
 {
-    const std::wstring path = OwnProgram();
+    const std::wstring& path = OwnProgram();
     ExpectNothingLeaks([&] { EXPECT_FALSE(CVersionRecord(path.c_str()).ProductName().IsEmpty()); });
 }
 
 TEST(CVersionRecord, HasAWholeTextOrNoneWhenMemoryFails)
 {
-    const std::wstring path = OwnProgram();
+    const std::wstring& path = OwnProgram();
     ExpectNoTexts(CVersionRecord(nullptr)); // the empty text is made on first use and stays
     unsigned halfTexts = 0;
     const unsigned failures = ExpectNothingLeaksWithoutMemory([&] {
@@ -100,24 +100,24 @@ constexpr size_t c_translationAt = 8;
 
 struct Values
 {
-    DWORD size;
-    bool readable;
-    bool hasTranslation;
-    UINT translationBytes;
-    std::wstring text;
+    DWORD size = c_blockBytes;
+    bool readable = true;
+    bool hasTranslation = true;
+    UINT translationBytes = 4;
+    std::wstring text = std::wstring(L"text\0", 5);
     // Where in the block the text of each key lies, and its length as the resource claims.
-    size_t textAt;
-    UINT textUnits;
+    size_t textAt = 16;
+    UINT textUnits = 5;
     // Whether the values lie right behind the block instead.
-    bool outside;
+    bool outside = false;
     // The key without a text.
     std::wstring missing;
     std::vector<std::wstring> asked;
-    DWORD readHandle;
-    DWORD readSize;
-    unsigned sizesAsked;
+    DWORD readHandle = 0;
+    DWORD readSize = 0;
+    unsigned sizesAsked = 0;
     // Whether somebody could change or rename the file while the system is asked about it.
-    bool changeable;
+    bool changeable = false;
 };
 Values g_values;
 
@@ -150,6 +150,7 @@ BOOL WINAPI AnswerBlock(const wchar_t*, DWORD handle, DWORD size, void* block)
 BOOL WINAPI AnswerValue(const void* block, const wchar_t* name, void** value, UINT* size)
 {
     g_values.asked.emplace_back(name);
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): as the system gives values in the block that it is given
     auto* const bytes = static_cast<unsigned char*>(const_cast<void*>(block));
     if (std::wcscmp(name, L"\\VarFileInfo\\Translation") == 0)
     {
@@ -169,7 +170,7 @@ class VersionStandIn
 public:
     VersionStandIn()
     {
-        g_values = {c_blockBytes, true, true, 4, std::wstring(L"text", 5), 16, 5, false, {}, {}, 0, 0, 0, false};
+        g_values = {};
         m_exports.Replace("GetFileVersionInfoSizeW", AnswerSize);
         m_exports.Replace("GetFileVersionInfoW", AnswerBlock);
         m_exports.Replace("VerQueryValueW", AnswerValue);
@@ -246,8 +247,8 @@ TEST(CVersionRecord, TakesATextAsFarAsItIsLongAndTheBlockReaches)
         UINT units;
         const wchar_t* expected;
     } cases[] = {
-        {std::wstring(L"text", 5), 16, 5, L"text"},
-        {std::wstring(L"text", 5), 16, 20, L"text"},
+        {std::wstring(L"text\0", 5), 16, 5, L"text"},
+        {std::wstring(L"text\0", 5), 16, 20, L"text"},
         {L"text", 16, 4, L"text"},
         {L"text", 16, 2, L"te"},
         {L"text", 16, 0, L""},
@@ -313,7 +314,7 @@ TEST(CVersionRecord, AsksOnlyForAFileOnADiskThatItHasOpened)
 
 TEST(CVersionRecord, TakesNoMemoryThatCouldRaise)
 {
-    const std::wstring path = OwnProgram();
+    const std::wstring& path = OwnProgram();
     {
         const AllocationProbe heap;
         const CVersionRecord record(path.c_str());

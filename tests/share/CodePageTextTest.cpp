@@ -51,8 +51,8 @@ TEST(CodePageText, ConvertedTextsMayContainNuls)
 
 TEST(CodePageText, EmptyTextsAreNotConverted)
 {
-    wchar_t* wide = reinterpret_cast<wchar_t*>(8);
-    char* narrow = reinterpret_cast<char*>(8);
+    auto* wide = reinterpret_cast<wchar_t*>(8);
+    auto* narrow = reinterpret_cast<char*>(8);
     const AllocationProbe memory;
     EXPECT_EQ(0, ToWide(nullptr, 5, &wide, c_utf8));
     EXPECT_EQ(nullptr, wide);
@@ -122,8 +122,8 @@ TEST(CodePageText, WhatCannotBeMeasuredIsNotConverted)
 
 TEST(CodePageText, AFailedConversionGivesNothing)
 {
-    wchar_t* wide = reinterpret_cast<wchar_t*>(8);
-    char* narrow = reinterpret_cast<char*>(8);
+    auto* wide = reinterpret_cast<wchar_t*>(8);
+    auto* narrow = reinterpret_cast<char*>(8);
     AllocationProbe memory;
     EXPECT_EQ(0, ToWide("abc", 3, &wide, c_noCodePage));
     EXPECT_EQ(nullptr, wide);

@@ -12,6 +12,8 @@
 
 // What a mapping asks of the system, in its order.
 
+using contract::Join;
+
 namespace
 {
 class ScriptedMap : public CProxyMap

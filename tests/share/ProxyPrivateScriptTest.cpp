@@ -12,6 +12,8 @@
 
 // What a private block asks of the system, in its order.
 
+using contract::Join;
+
 namespace
 {
 const Script c_open = {L"trace CProxyMap::OpenMap Open Map Name: {block}\n", L"OpenFileMappingW 6 0 Local\\{block}"};

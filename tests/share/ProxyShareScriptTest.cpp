@@ -14,6 +14,8 @@
 
 // What a share asks of the system, in its order, with the locks and the writes in between.
 
+using contract::Join;
+
 namespace
 {
 const Script c_open = {L"trace CProxyMap::OpenMap Open Map Name: {share}\n", L"OpenFileMappingW 6 0 Local\\{share}"};

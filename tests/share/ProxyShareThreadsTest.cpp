@@ -29,7 +29,6 @@ using contract::c_threadSlotBytes;
 using contract::c_threadSlotsOffset;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::SizeIs;
 
 // The share's thread table, as the client sees it.
 
@@ -448,7 +447,7 @@ TEST_F(CProxyShareThreads, GetThreadGivesSlotsInUse)
     auto* const base = static_cast<unsigned char*>(m_share.GetView());
     EXPECT_EQ(base + 0x255178, reinterpret_cast<unsigned char*>(m_share.GetThread(0)));
     EXPECT_EQ(base + 0x255178 + 1736, reinterpret_cast<unsigned char*>(m_share.GetThread(1)));
-    EXPECT_EQ(base + 0x255178 + 127 * 1736, reinterpret_cast<unsigned char*>(m_share.GetThread(127)));
+    EXPECT_EQ(base + 0x255178 + 127 * size_t{1736}, reinterpret_cast<unsigned char*>(m_share.GetThread(127)));
     for (const int32_t tindex : {2, 126, 128, 129, -1, INT_MIN, INT_MAX})
         EXPECT_EQ(nullptr, m_share.GetThread(tindex)) << tindex;
 }

@@ -27,6 +27,28 @@ Lines InLogFile(const Lines& lines)
     return inFile;
 }
 
+std::wstring Replaced(std::wstring text, const std::wstring& from, const std::wstring& to)
+{
+    for (size_t at = text.find(from); at != std::wstring::npos; at = text.find(from, at + to.size()))
+        text.replace(at, from.size(), to);
+    return text;
+}
+
+std::string AsLiteral(const std::wstring& line)
+{
+    std::string text = "L\"";
+    for (const wchar_t unit : line)
+    {
+        if (unit == L'\n')
+            text += "\\n";
+        else if (unit == L'\\' || unit == L'"')
+            text += {'\\', static_cast<char>(unit)};
+        else
+            text += static_cast<char>(unit);
+    }
+    return text + "\",";
+}
+
 std::wstring EventCreatedLine(const std::wstring& kernelName)
 {
     return L"CProxySecManager::OrvPCreateEvent CreateEvent " + kernelName + L" succeeded \n";

@@ -14,6 +14,10 @@ using Lines = std::vector<std::wstring>;
 Lines Join(std::initializer_list<Lines> parts);
 // The same lines as LogLines reads them from the log file.
 Lines InLogFile(const Lines& lines);
+// The text with each occurrence of one text replaced by another.
+std::wstring Replaced(std::wstring text, const std::wstring& from, const std::wstring& to);
+// The line as it would stand in a list in C++ source: L"...",
+std::string AsLiteral(const std::wstring& line);
 
 // An object is asked for by the id of a process that is none. The text of the error is ErrorTextStandIn's.
 constexpr const wchar_t* c_noProcessLine = L"CProxySecManager::GetSessionForProcess OpenProcess Failed\n<error 87>\n";

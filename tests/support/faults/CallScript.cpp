@@ -137,34 +137,17 @@ std::wstring AttributesText(const CallValue& value)
     BOOL present = FALSE;
     BOOL defaulted = TRUE;
     ACL* list = nullptr;
-    const bool isKnown = attributes->lpSecurityDescriptor != nullptr &&
-                         GetSecurityDescriptorDacl(attributes->lpSecurityDescriptor, &present, &list, &defaulted);
+    const bool isKnown =
+        attributes->lpSecurityDescriptor != nullptr &&
+        GetSecurityDescriptorDacl(attributes->lpSecurityDescriptor, &present, &list, &defaulted) != FALSE;
     const bool isOpen = isKnown && present != FALSE && list == nullptr && defaulted == FALSE;
     return isOpen && attributes->nLength == sizeof *attributes && attributes->bInheritHandle == FALSE ? L"everybody"
                                                                                                       : L"somebody";
 }
 
-std::wstring Replaced(std::wstring text, const std::wstring& from, const std::wstring& to)
-{
-    for (size_t at = text.find(from); at != std::wstring::npos; at = text.find(from, at + to.size()))
-        text.replace(at, from.size(), to);
-    return text;
-}
-
-// As C++ source.
 std::string Shown(const std::wstring& step)
 {
-    std::string text = "    L\"";
-    for (const wchar_t unit : step)
-    {
-        if (unit == L'\n')
-            text += "\\n";
-        else if (unit == L'\\' || unit == L'"')
-            text += {'\\', static_cast<char>(unit)};
-        else
-            text += static_cast<char>(unit);
-    }
-    return text + "\",\n";
+    return "    " + contract::AsLiteral(step) + "\n";
 }
 
 std::string Shown(const Script& script)
@@ -311,7 +294,7 @@ void CallScript::ProtectPages()
 std::wstring CallScript::Renamed(std::wstring text) const
 {
     for (const auto& [from, to] : m_texts)
-        text = Replaced(std::move(text), from, to);
+        text = contract::Replaced(std::move(text), from, to);
     return text;
 }
 

@@ -12,9 +12,8 @@
 #include <utility>
 #include <vector>
 
-// Steps one behind the other, joined as lines are.
+// Steps one behind the other, which contract::Join joins as it does lines.
 using Script = contract::Lines;
-using contract::Join;
 
 // Records the script of an operation: each system call that it makes, with its telling arguments, and what it traces
 // in between, in order. A test compares it with a literal one.

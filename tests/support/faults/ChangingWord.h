@@ -28,7 +28,7 @@ public:
 private:
     ChangingWord(void* word, const void* next, size_t sizeBytes);
 
-    void* m_page;
+    void* m_page = nullptr;
     DWORD m_protection = 0;
-    void* m_handler;
+    void* m_handler = nullptr;
 };
