@@ -5,6 +5,7 @@
 #include "client/input/CommandHelp.h"
 #include "client/input/LineSource.h"
 #include "client/input/LoadPath.h"
+#include "client/input/LookWords.h"
 #include "client/log/DebugOutput.h"
 #include "client/log/LogFollower.h"
 #include "client/process/RunningWorkbench.h"
@@ -29,6 +30,7 @@ enum class LocalWord
     None,
     Help,
     Start,
+    Again,
     Quit,
 };
 
@@ -39,6 +41,8 @@ LocalWord LocalWordOf(std::wstring_view line)
         return LocalWord::Help;
     if (word == L"start")
         return LocalWord::Start;
+    if (word == L"again")
+        return LocalWord::Again;
     if (word == L"quit" || word == L"exit")
         return LocalWord::Quit;
     return LocalWord::None;
@@ -61,7 +65,7 @@ Command FromHere(const Command& command)
     if (command.word->event != EV_LOAD)
         return command;
     const std::wstring text = LoadTextFromHere(command.text);
-    return {command.word, text.size() <= CommandTextLimit() ? text : command.text};
+    return {command.word, text.size() <= CommandTextLimit() ? text : command.text, command.asked};
 }
 
 // "the command raised an exception: System.ArgumentException: why"
@@ -79,7 +83,8 @@ Command ParseLine(const ScriptLine& line)
 {
     try
     {
-        return ParseCommand(line.text);
+        const std::optional<Command> look = ParseLook(line.text);
+        return look ? *look : ParseCommand(line.text);
     }
     catch (const SessionError& error)
     {
@@ -296,12 +301,25 @@ private:
         case LocalWord::Start:
             Start();
             return true;
+        case LocalWord::Again:
+            if (m_last.text.empty())
+                throw ClientError(ExitStatus::Usage, At(line.where, L"there is no command to repeat yet"));
+            return RunCommand({m_last.text, line.where});
         case LocalWord::Quit:
             return false;
         case LocalWord::None:
             break;
         }
+        return RunCommand(line);
+    }
+
+    // True: there may be more.
+    bool RunCommand(const ScriptLine& line)
+    {
         const Command command = ParseLine(line);
+        // A look is none.
+        if (command.asked.empty())
+            m_last = line;
         if (!m_session.IsRunning())
             throw ClientError(ExitStatus::WorkbenchLost, At(line.where, L"no workbench is running"));
         m_report.OnCommand(command, line.where);
@@ -377,6 +395,8 @@ private:
     std::unique_ptr<LogFollower> m_follower;
     // Calls the session and the follower from its thread, so it is destroyed before them.
     std::unique_ptr<DebugOutput> m_debugOutput;
+    // What again repeats.
+    ScriptLine m_last;
     bool m_isInRun = false;
     // Also while it is told why a command was the last one.
     bool m_isInCommand = false;

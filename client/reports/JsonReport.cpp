@@ -84,8 +84,8 @@ public:
 
     void OnCommand(const Command& command, const std::wstring& where) override
     {
-        m_command =
-            Json{{"type", "command"}, {"command", ToUtf8(command.word->word)}, {"text", ToUtf8(command.text)}};
+        m_command = Json{
+            {"type", "command"}, {"command", ToUtf8(command.ShownWord())}, {"text", ToUtf8(command.ShownText())}};
         if (!where.empty())
             m_command["where"] = ToUtf8(where);
         m_command["happenings"] = Json::array();
@@ -151,7 +151,7 @@ private:
         const Json told = Json::parse(record.json, nullptr, false);
         if (!told.is_object())
             return;
-        for (const char* name : {"made", "value", "references", "assembly", "error", "exception"})
+        for (const char* name : {"made", "value", "references", "list", "assembly", "error", "exception"})
             if (told.contains(name))
                 m_command[name] = told[name];
     }

@@ -76,7 +76,8 @@ public:
     void OnCommand(const Command& command, const std::wstring& /*where*/) override
     {
         if (m_echoesCommands)
-            Print(c_commandMark, command.word->word + (command.text.empty() ? L"" : L" " + command.text));
+            Print(c_commandMark,
+                  command.ShownWord() + (command.ShownText().empty() ? L"" : L" " + command.ShownText()));
     }
 
     void OnResult(const CommandResult& result, const CommandRecord& record, Verdict verdict,

@@ -11,12 +11,18 @@ void Tell(const std::wstring& line)
 class ValueReport : public Report
 {
 public:
-    // The dispatcher's own lines are among what is printed, and say the value again.
-    void OnHappening(const Happening& /*happening*/) override {}
+    // The dispatcher's own lines are among what is printed, and say the value again. A list has no value.
+    void OnHappening(const Happening& happening) override
+    {
+        if (m_isLook && happening.kind == Happening::Kind::Output)
+            TextStream::Out().Write(happening.text + L"\n");
+    }
+
     void OnStarted(uint32_t /*workbenchId*/, uint32_t /*clientId*/, bool /*isAttached*/) override {}
     void OnReady(double /*elapsedMs*/) override {}
     void OnCommand(const Command& command, const std::wstring& /*where*/) override
     {
+        m_isLook = !command.asked.empty();
         m_asks = command.word->event == EV_INVOKE || command.word->event == c_commandGetProperty;
     }
     void OnEnd(std::optional<uint32_t> /*workbenchExitCode*/) override {}
@@ -45,6 +51,7 @@ public:
 
 private:
     bool m_asks = false;
+    bool m_isLook = false;
 };
 } // namespace
 

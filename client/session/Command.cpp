@@ -71,6 +71,19 @@ bool CommandWord::PassesBreakpoint() const noexcept
     return c_workbenchCommands[event].passesBreakpoint;
 }
 
+std::wstring Command::ShownWord() const
+{
+    return asked.empty() ? word->word : FirstWordOf(asked);
+}
+
+std::wstring Command::ShownText() const
+{
+    if (asked.empty())
+        return text;
+    const size_t blank = std::min(asked.find_first_of(c_blanks), asked.size());
+    return asked.substr(std::min(asked.find_first_not_of(c_blanks, blank), asked.size()));
+}
+
 const CommandWord& StopWord() noexcept
 {
     return *std::find_if(std::begin(c_commandWords), std::end(c_commandWords),

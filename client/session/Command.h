@@ -29,6 +29,12 @@ struct Command
 {
     const CommandWord* word;
     std::wstring text;
+    // What the user wrote instead, when word and text were made from it.
+    std::wstring asked = {};
+
+    // What the user wrote, as a word and a text.
+    std::wstring ShownWord() const;
+    std::wstring ShownText() const;
 };
 
 // Reads one line (without its end). The word's case does not matter; blanks before it are skipped. Throws

@@ -55,7 +55,7 @@ namespace OrvWorkBench
         public static int OrvBreakPoint(string text)
         {
             return Guarded(ActionResult.Fail, delegate() {
-                if (Debugger.IsAttached)
+                if (Debugger.IsAttached && !Look.WasAsked)
                     Debugger.Break();
                 return ActionResult.Success;
             });
@@ -75,6 +75,7 @@ namespace OrvWorkBench
         {
             return Guarded(failure, delegate() {
                 ActionResult result = failure;
+                Look.WasAsked = false;
                 ResultChannel.Begin();
                 try
                 {
@@ -129,14 +130,14 @@ namespace OrvWorkBench
             }
             catch (CommandError error)
             {
-                CommandErrorReport.Show(text, error.Position, error.Message);
-                if (ResultChannel.Record != null)
-                    ResultChannel.Record.SetError(error.Message, error.Position);
-                return error.Result ?? failure;
+                return Refuse(text, error, failure);
             }
             catch (UserCodeError error)
             {
-                Tell(error.InnerException);
+                CommandError refused = error.InnerException as CommandError;
+                if (refused != null)
+                    return Refuse("", refused, failure);
+                Tell(Raised(error));
                 return ActionResult.Exception;
             }
             catch (Exception error)
@@ -145,6 +146,23 @@ namespace OrvWorkBench
                 Tell(error);
                 return failure;
             }
+        }
+
+        private static ActionResult Refuse(string text, CommandError error, ActionResult failure)
+        {
+            // What is asked in a question has its place in the question.
+            int position = text.Length == 0 ? -1 : error.Position;
+            CommandErrorReport.Show(text, position, error.Message);
+            if (ResultChannel.Record != null)
+                ResultChannel.Record.SetError(error.Message, position);
+            return error.Result ?? failure;
+        }
+
+        // A question calls the user's code too.
+        private static Exception Raised(UserCodeError error)
+        {
+            UserCodeError inner = error.InnerException as UserCodeError;
+            return inner == null ? error.InnerException : inner.InnerException;
         }
 
         private static void Tell(Exception error)

@@ -120,6 +120,7 @@ namespace System.Collections.Generic
         public bool Remove(T item) { throw null; }
         public void RemoveAt(int index) { }
         public void RemoveRange(int index, int count) { }
+        public void Sort(Comparison<T> comparison) { }
         public T[] ToArray() { throw null; }
         public bool TrueForAll(Predicate<T> match) { throw null; }
         bool ICollection<T>.IsReadOnly { get { throw null; } }

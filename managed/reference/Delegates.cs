@@ -3,6 +3,7 @@ using System.Threading;
 
 namespace System
 {
+    public delegate int Comparison<T>(T x, T y);
     public delegate void AsyncCallback(IAsyncResult ar);
 
     public delegate TOutput Converter<TInput, TOutput>(TInput input);

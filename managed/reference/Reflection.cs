@@ -31,6 +31,9 @@ namespace System
         public abstract ConstructorInfo[] GetConstructors(BindingFlags bindingAttr);
         public virtual MemberInfo[] GetDefaultMembers() { throw null; }
         public abstract Type GetElementType();
+        public abstract EventInfo[] GetEvents(BindingFlags bindingAttr);
+        public abstract FieldInfo[] GetFields(BindingFlags bindingAttr);
+        public abstract Type[] GetNestedTypes(BindingFlags bindingAttr);
         public abstract EventInfo GetEvent(string name, BindingFlags bindingAttr);
         public abstract FieldInfo GetField(string name, BindingFlags bindingAttr);
         public virtual Type[] GetGenericArguments() { throw null; }
@@ -104,6 +107,7 @@ namespace System.Reflection
 
     public abstract class FieldInfo : MemberInfo
     {
+        public bool IsStatic { get { throw null; } }
         public abstract Type FieldType { get; }
         public bool IsInitOnly { get { throw null; } }
         public bool IsLiteral { get { throw null; } }

@@ -22,6 +22,7 @@ namespace System
         [IndexerName("Chars")]
         public char this[int index] { get { throw null; } }
         public int Length { get { throw null; } }
+        public static int CompareOrdinal(string strA, string strB) { throw null; }
         public static string Concat(object arg0, object arg1) { throw null; }
         public static string Concat(object arg0, object arg1, object arg2) { throw null; }
         public static string Concat(params object[] args) { throw null; }
@@ -36,6 +37,7 @@ namespace System
         public override int GetHashCode() { throw null; }
         public int IndexOf(char value) { throw null; }
         public int IndexOf(char value, int startIndex) { throw null; }
+        public int IndexOf(string value, StringComparison comparisonType) { throw null; }
         public int LastIndexOf(char value) { throw null; }
         public int IndexOfAny(char[] anyOf) { throw null; }
         public static bool IsNullOrEmpty(string value) { throw null; }

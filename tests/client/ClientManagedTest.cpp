@@ -179,3 +179,51 @@ TEST(ClientManaged, OutputOfManyCommandsStaysUnderEach)
     }
     EXPECT_THAT(OutputOf(script, 0), HasSubstr(expected));
 }
+
+TEST(ClientManaged, QuestionsAreAnswered)
+{
+    const std::vector<std::wstring> commands{L"load OrvSample.dll", L"create t = OrvSample.Thermostat(\"x\", 21)",
+                                             L"get t.Target"};
+    std::vector<std::wstring> asking = commands;
+    asking.insert(asking.end(), {L"types *Thermostat", L"members t Raise", L"instances", L"find -> OrvSample.Mode",
+                                 L"dump t.History 1", L"again"});
+    const Result result = ResultOf(asking);
+    EXPECT_THAT(result.output, HasSubstr("> types *Thermostat\n"
+                                         "    |   class OrvSample.Thermostat\n"
+                                         "    |   1 public type\n"
+                                         "    response success\n"
+                                         "    message idle\n"
+                                         "    response success\n"
+                                         "  succeeded after # ms, result 10 ActionInvokedOk\n"
+                                         "> members t Raise\n"
+                                         "    |   class OrvSample.Thermostat\n"
+                                         "    |   double Raise(double degrees)\n"
+                                         "    |   1 public member\n"));
+    EXPECT_THAT(result.output, HasSubstr("> instances\n"
+                                         "    |   t = OrvSample.Thermostat \"x at 21\"\n"
+                                         "    |   1 instance\n"));
+    EXPECT_THAT(result.output, HasSubstr("    |   OrvSample.Mode Mode { get; set; }  // of OrvSample.Thermostat\n"));
+    EXPECT_THAT(result.output, HasSubstr("    |     [0] = double 21\n"));
+    EXPECT_THAT(result.output, HasSubstr("> get t.Target\n"
+                                         "    | => double 21\n"
+                                         "    response success\n"
+                                         "    message idle\n"
+                                         "    response success\n"
+                                         "  succeeded after # ms, result 5 ActionSuccess\n"
+                                         "    message exiting\n"))
+        << "what again repeats is no question";
+    EXPECT_EQ(0, result.status);
+
+    std::vector<std::wstring> json{L"--json"};
+    json.insert(json.end(), commands.begin(), commands.end());
+    json.emplace_back(L"types Mode");
+    EXPECT_THAT(ResultOf(json).output,
+                HasSubstr(R"("list":[{"kind":"enum","name":"OrvSample.Mode","assembly":"OrvSample"}],"elapsedMs")"));
+}
+
+TEST(ClientManaged, AQuestionThatIsIncompleteIsNotAsked)
+{
+    const Result result = ResultOf({}, "find\n");
+    EXPECT_EQ("OrvClient: input:1: expected find PATTERN\n", result.errors);
+    EXPECT_EQ(2, result.status);
+}

@@ -117,4 +117,16 @@ namespace OrvTest
         {
         }
     }
+
+    // With a circle, a long array and a property that raises.
+    public class Tree
+    {
+        public string Name = "root";
+        public Tree Left;
+        public Tree Right { get; set; }
+        public int[] Numbers = new int[25];
+        public Dictionary<string, int> Ages = new Dictionary<string, int>();
+        public int Broken { get { throw new InvalidOperationException("why"); } }
+        public static int Shared = 5;
+    }
 }

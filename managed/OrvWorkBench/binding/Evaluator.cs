@@ -63,6 +63,20 @@ namespace OrvWorkBench
             return value;
         }
 
+        // What somebody wants to look at: the type that the expression names, and then no value, or its value.
+        public Value Subject(Expression expression, out Type type)
+        {
+            type = null;
+            if (!(expression is NameExpression) && !(expression is MemberExpression) && !(expression is KeywordExpression))
+                return EvaluateOperand(expression);
+            Node node = Resolve(expression, false);
+            type = node.Type;
+            if (type != null)
+                return null;
+            RequireForeign(Require(node.Value, expression.Position), expression.Position);
+            return node.Value;
+        }
+
         // Keeps the dispatcher's own types and objects out of reach.
         private static void RequireForeign(Value value, int position)
         {

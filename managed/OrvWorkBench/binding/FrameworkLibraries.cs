@@ -85,6 +85,13 @@ namespace OrvWorkBench
             return false;
         }
 
+        // Brings those into the process that nearly every program uses.
+        public static void GetUsual()
+        {
+            foreach (string name in new string[] { "System", "System.Core" })
+                Get(name);
+        }
+
         // The library of that name; null when the runtime has none.
         public static Assembly Get(string name)
         {

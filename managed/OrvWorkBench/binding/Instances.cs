@@ -37,6 +37,17 @@ namespace OrvWorkBench
             return m_values.Remove(name);
         }
 
+        // Sorted.
+        public IList<string> Names
+        {
+            get
+            {
+                List<string> names = new List<string>(m_values.Keys);
+                names.Sort(string.CompareOrdinal);
+                return names;
+            }
+        }
+
         public int Count
         {
             get { return m_values.Count; }

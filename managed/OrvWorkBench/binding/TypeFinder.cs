@@ -10,9 +10,12 @@ namespace OrvWorkBench
         private readonly Assemblies m_assemblies;
         private readonly Usings m_usings;
         private readonly TypeKin m_kin;
+        private readonly Type m_open;
 
-        public TypeFinder(Assemblies assemblies, Usings usings)
+        // open is the one type of the dispatcher's own that commands may name.
+        public TypeFinder(Assemblies assemblies, Usings usings, Type open)
         {
+            m_open = open;
             m_assemblies = assemblies;
             m_usings = usings;
             m_kin = new TypeKin(assemblies, usings);
@@ -166,6 +169,8 @@ namespace OrvWorkBench
             }
             if (first != null)
                 return first;
+            if (name == m_open.FullName)
+                return m_open;
             return FindIn(m_assemblies.InSearchOrder(), name) ?? FindIn(FrameworkLibraries.For(name), name);
         }
 

@@ -49,11 +49,10 @@ namespace OrvWorkBench
             return found;
         }
 
-        // What is in the process, and the libraries that nearly every program uses.
+        // What is in the process, and the usual libraries.
         private IEnumerable<Assembly> Framework()
         {
-            foreach (string name in new string[] { "System", "System.Core" })
-                FrameworkLibraries.Get(name);
+            FrameworkLibraries.GetUsual();
             return m_assemblies.InSearchOrder();
         }
 

@@ -15,6 +15,7 @@ namespace OrvWorkBench
         }
 
         private readonly List<NamedValue> m_references = new List<NamedValue>();
+        private readonly List<string[]> m_entries = new List<string[]>();
         private ShownValue? m_value;
         private string m_made;
         private string m_assembly;
@@ -37,6 +38,12 @@ namespace OrvWorkBench
             reference.Name = name;
             reference.Value = value;
             m_references.Add(reference);
+        }
+
+        // An entry of a list that was asked for: pairs of name and text.
+        public void AddEntry(string[] fields)
+        {
+            m_entries.Add(fields);
         }
 
         // The assembly that a load found.
@@ -68,6 +75,8 @@ namespace OrvWorkBench
                 Append(json.Name("value"), m_value.Value, null);
             if (m_references.Count > 0)
                 AppendReferences(json.Name("references"));
+            if (m_entries.Count > 0)
+                AppendEntries(json.Name("list"));
             if (m_assembly != null)
                 json.Name("assembly").BeginObject().Name("name").Text(m_assembly).Name("file").Text(m_file).EndObject();
             if (m_error != null)
@@ -82,6 +91,19 @@ namespace OrvWorkBench
             json.BeginArray();
             foreach (NamedValue reference in m_references)
                 Append(json, reference.Value, reference.Name);
+            json.EndArray();
+        }
+
+        private void AppendEntries(JsonText json)
+        {
+            json.BeginArray();
+            foreach (string[] fields in m_entries)
+            {
+                json.BeginObject();
+                for (int i = 0; i + 1 < fields.Length; i += 2)
+                    json.Name(fields[i]).Text(fields[i + 1]);
+                json.EndObject();
+            }
             json.EndArray();
         }
 

@@ -16,8 +16,9 @@ namespace OrvWorkBench
 
         public Session()
         {
-            m_types = new TypeFinder(m_assemblies, m_usings);
+            m_types = new TypeFinder(m_assemblies, m_usings, typeof(Look));
             m_evaluator = new Evaluator(m_instances, m_types);
+            Look.At = new Surroundings(m_assemblies, m_instances, m_evaluator);
             AppDomain.CurrentDomain.UnhandledException += ShowUnhandled;
         }
 
@@ -68,6 +69,8 @@ namespace OrvWorkBench
             Value value = m_evaluator.Evaluate(command.Value);
             if (value != null)
                 Keep(command, value);
+            else if (Look.WasAsked && command.Name == null)
+                return ActionResult.InvokedOk;
             else if (command.Name != null)
                 Output.Line("=> void; nothing to keep as " + command.Name);
             else

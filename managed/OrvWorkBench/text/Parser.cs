@@ -98,6 +98,15 @@ namespace OrvWorkBench
             return command;
         }
 
+        // A type's name or an expression.
+        public static Expression ParseSubject(string text)
+        {
+            Parser parser = new Parser(text);
+            Expression subject = parser.ParseExpression();
+            parser.ExpectEnd();
+            return subject;
+        }
+
         // property, field or indexer = value; event += watch; event -= watch; using.
         public static SetCommand ParseSet(string text)
         {

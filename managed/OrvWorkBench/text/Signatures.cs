@@ -30,6 +30,44 @@ namespace OrvWorkBench
                    ShowAll(indexer.GetIndexParameters()) + "]";
         }
 
+        // As its class declares it: "double Add(string name)"; a constructor as "Cart(string name)".
+        public static string ShowDeclared(MethodBase method)
+        {
+            MethodInfo function = method as MethodInfo;
+            string name = function == null ? BareName(method.DeclaringType) : TypeNames.Show(function.ReturnType) + " " + MethodName(method.Name);
+            string arguments = method.IsGenericMethod ? "<" + TypeNames.ShowAll(method.GetGenericArguments()) + ">" : "";
+            return name + arguments + "(" + ShowAll(method.GetParameters()) + ")";
+        }
+
+        // The property's name; of an indexer "this[string name]".
+        public static string ShowName(PropertyInfo property)
+        {
+            ParameterInfo[] parameters = property.GetIndexParameters();
+            return parameters.Length == 0 ? property.Name : "this[" + ShowAll(parameters) + "]";
+        }
+
+        private static string BareName(Type type)
+        {
+            int tick = type.Name.IndexOf('`');
+            return tick < 0 ? type.Name : type.Name.Substring(0, tick);
+        }
+
+        // Operators have names that C# does not write.
+        private static string MethodName(string name)
+        {
+            const string c_operators = " op_Addition + op_Subtraction - op_Multiply * op_Division / op_Modulus % op_BitwiseAnd & " +
+                                       "op_BitwiseOr | op_ExclusiveOr ^ op_LeftShift << op_RightShift >> op_Equality == " +
+                                       "op_Inequality != op_LessThan < op_GreaterThan > op_LessThanOrEqual <= " +
+                                       "op_GreaterThanOrEqual >= op_UnaryPlus + op_UnaryNegation - op_LogicalNot ! " +
+                                       "op_OnesComplement ~ op_Increment ++ op_Decrement -- op_True true op_False false " +
+                                       "op_Implicit implicit op_Explicit explicit ";
+            int found = c_operators.IndexOf(" " + name + " ", StringComparison.Ordinal);
+            if (!name.StartsWith("op_", StringComparison.Ordinal) || found < 0)
+                return name;
+            int start = found + name.Length + 2;
+            return "operator " + c_operators.Substring(start, c_operators.IndexOf(' ', start) - start);
+        }
+
         private static string ShowAll(ParameterInfo[] parameters)
         {
             StringBuilder text = new StringBuilder();

@@ -1,0 +1,86 @@
+using System;
+using System.Collections.Generic;
+using System.Reflection;
+
+namespace OrvWorkBench
+{
+    // What a user looks for among members: a name, or what they take and give: "Raise", "-> double", "string ->",
+    // "int -> string". Each part is a pattern; those of types match a type's name with or without its namespace.
+    internal sealed class MemberSearch
+    {
+        private readonly Pattern m_name;
+        private readonly Pattern m_taken;
+        private readonly Pattern m_given;
+
+        public MemberSearch(string text)
+        {
+            int arrow = text.IndexOf("->", StringComparison.Ordinal);
+            if (arrow < 0)
+            {
+                m_name = new Pattern(text);
+                return;
+            }
+            m_taken = OfType(text.Substring(0, arrow));
+            m_given = OfType(text.Substring(arrow + 2));
+        }
+
+        public bool Matches(MemberInfo member)
+        {
+            if (m_name != null)
+                return m_name.Matches(member.Name);
+            if (member is Type || (m_given != null && !IsNamed(Given(member), m_given)))
+                return false;
+            return m_taken == null || Taken(member).Exists(delegate(Type type) { return IsNamed(type, m_taken); });
+        }
+
+        // Null for a part that is not there. A type's name is meant whole.
+        private static Pattern OfType(string text)
+        {
+            string name = text.Trim();
+            if (name.Length == 0)
+                return null;
+            return new Pattern(name.IndexOfAny(new char[] { '*', '?' }) >= 0 ? name : name + "*");
+        }
+
+        private static bool IsNamed(Type type, Pattern pattern)
+        {
+            if (type == null)
+                return false;
+            string name = TypeNames.Show(type);
+            return pattern.Matches(name) || pattern.Matches(name.Substring(name.LastIndexOf('.') + 1));
+        }
+
+        private static Type Given(MemberInfo member)
+        {
+            ConstructorInfo constructor = member as ConstructorInfo;
+            if (constructor != null)
+                return constructor.DeclaringType;
+            MethodInfo method = member as MethodInfo;
+            if (method != null)
+                return method.ReturnType;
+            PropertyInfo property = member as PropertyInfo;
+            if (property != null)
+                return property.GetGetMethod() == null ? null : property.PropertyType;
+            FieldInfo field = member as FieldInfo;
+            return field == null ? null : field.FieldType;
+        }
+
+        private static List<Type> Taken(MemberInfo member)
+        {
+            List<Type> types = new List<Type>();
+            MethodBase method = member as MethodBase;
+            PropertyInfo property = member as PropertyInfo;
+            ParameterInfo[] parameters = method != null ? method.GetParameters()
+                                         : property != null ? property.GetIndexParameters()
+                                                            : new ParameterInfo[0];
+            foreach (ParameterInfo parameter in parameters)
+                types.Add(parameter.ParameterType.IsByRef ? parameter.ParameterType.GetElementType() : parameter.ParameterType);
+            if (property != null && property.GetSetMethod() != null)
+                types.Add(property.PropertyType);
+            FieldInfo field = member as FieldInfo;
+            if (field != null && !field.IsLiteral && !field.IsInitOnly)
+                types.Add(field.FieldType);
+            return types;
+        }
+    }
+}

@@ -1,0 +1,59 @@
+using System;
+using System.Reflection;
+
+namespace OrvWorkBench
+{
+    // What the session's commands have made, for those who look at it.
+    internal sealed class Surroundings
+    {
+        public readonly Assemblies Assemblies;
+        public readonly Instances Instances;
+        private readonly Evaluator m_evaluator;
+
+        public Surroundings(Assemblies assemblies, Instances instances, Evaluator evaluator)
+        {
+            Assemblies = assemblies;
+            Instances = instances;
+            m_evaluator = evaluator;
+        }
+
+        // The type that the text names, also as it is listed, "Shop.List<T>"; else the type of the expression's value.
+        // Throws CommandError and UserCodeError.
+        public Type TypeOf(string text)
+        {
+            Type listed = Listed(text.Trim());
+            if (listed != null)
+                return listed;
+            Type type;
+            Value value = m_evaluator.Subject(Parser.ParseSubject(text), out type);
+            if (type != null)
+                return type;
+            if (value.Data == null && value.Type == null)
+                throw new CommandError(-1, "null has no members");
+            return value.Data == null ? value.Type : value.Data.GetType();
+        }
+
+        // Throws CommandError and UserCodeError.
+        public Value ValueOf(string text)
+        {
+            Type type;
+            Value value = m_evaluator.Subject(Parser.ParseSubject(text), out type);
+            if (type != null)
+                throw new CommandError(-1, "'" + TypeNames.Show(type) + "' is a type, not a value");
+            return value;
+        }
+
+        private Type Listed(string name)
+        {
+            foreach (Assembly assembly in Assemblies.Loaded)
+            {
+                foreach (Type type in TypeFinder.PublicTypes(assembly))
+                {
+                    if (type.IsGenericTypeDefinition && TypeNames.Show(type) == name)
+                        return type;
+                }
+            }
+            return null;
+        }
+    }
+}
