@@ -18,12 +18,17 @@
 #include <cwchar>
 #include <gmock/gmock.h>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 using testing::IsEmpty;
 
 namespace
 {
+// The block, its size, and four strings: no container, which in some standard libraries allocates when it is made.
+static_assert(sizeof(CVersionRecord) == 16 + 4 * sizeof(TString));
+static_assert(std::is_nothrow_constructible_v<CVersionRecord, const wchar_t*>);
+
 void ExpectNoTexts(const CVersionRecord& record)
 {
     EXPECT_STREQ(record.CompanyName(), L"");

@@ -42,6 +42,7 @@ TEST(PackedIds, WhatDoesNotFitATaggedIdReachesItsNeighbours)
     EXPECT_EQ(0x8080FF34U, PackTaggedId(1, 0xFF34, 0xFFFFFF01));
     EXPECT_EQ(0xFFFFFFFFU, PackTaggedId(1, 0xFFFFFFFF, 0));
     EXPECT_EQ(0x80000034U, PackTaggedId(2, 0x34, 256));
+    EXPECT_EQ(0x00800000U, PackTaggedId(1, 0x800000, 1)) << "a bit that both have";
 }
 
 TEST(PackedIds, IndexPairsShareAWord)

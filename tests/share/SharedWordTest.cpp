@@ -185,6 +185,7 @@ TEST(ReadField, ReadsEachUnitOnceToTheNulOrTheEndOfTheField)
         const PageEdge<wchar_t> source(std::wstring(capacity - 1, L'-'));
         const PageEdge<wchar_t> target(std::wstring(capacity, L'#'));
         std::wmemcpy(source.Text(), row.field, capacity);
+        target.Text()[capacity] = L'#';
         ReadField(*reinterpret_cast<wchar_t(*)[capacity + 1]>(target.Text()),
                   *reinterpret_cast<wchar_t(*)[capacity]>(source.Text()));
         EXPECT_STREQ(row.text, target.Text());
