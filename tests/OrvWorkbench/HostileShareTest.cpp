@@ -95,7 +95,7 @@ template <class Value>
 Value Read(const unsigned char* address)
 {
     Value value{};
-    std::memcpy(&value, address, sizeof value);
+    std::memcpy(&value, address, sizeof(Value));
     return value;
 }
 
@@ -212,7 +212,8 @@ private:
     }
     static void PutText(unsigned char* field, const std::wstring& text)
     {
-        std::memcpy(field, text.data(), std::min<size_t>(text.size(), 260) * sizeof(wchar_t));
+        std::copy_n(reinterpret_cast<const unsigned char*>(text.data()),
+                    std::min<size_t>(text.size(), 260) * sizeof(wchar_t), field);
     }
     bool Added(int32_t* tindex, int32_t index)
     {
