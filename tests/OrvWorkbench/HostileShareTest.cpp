@@ -95,7 +95,7 @@ template <class Value>
 Value Read(const unsigned char* address)
 {
     Value value{};
-    std::memcpy(&value, address, sizeof(Value));
+    std::memcpy(&value, address, sizeof value);
     return value;
 }
 
@@ -556,7 +556,8 @@ TEST_F(HostileShare, ControlBlockIsReadAndWrittenWhateverItsBytes)
         const int32_t count = source.Number();
         Write(Theirs(c_controlOffset + 4), count);
         EXPECT_EQ(count > 0 && count < 256 ? count : 256, m_share.GetControlCount());
-        EXPECT_EQ(Read<HWND>(Theirs(c_controlOffset + 16)), m_share.GetClientWindow());
+        EXPECT_EQ(Read<uintptr_t>(Theirs(c_controlOffset + 16)),
+                  reinterpret_cast<uintptr_t>(m_share.GetClientWindow()));
         EXPECT_EQ(Ours(Theirs(c_controlOffset)), m_share.GetControl());
         source.Fill(block.data(), block.size());
         std::memset(Theirs(c_controlOffset) - 8, 0x5A, 8);
