@@ -26,7 +26,9 @@ constexpr HRESULT Status(unsigned long value)
 }
 
 // Read before any test makes a host.
+// NOLINTNEXTLINE(cppcoreguidelines-interfaces-global-init): both are constant-initialised
 const uint32_t c_firstSharePid = g_sharePid;
+// NOLINTNEXTLINE(cppcoreguidelines-interfaces-global-init): as above
 const HWND c_firstWindow = g_hZephWnd;
 } // namespace
 

@@ -212,7 +212,8 @@ private:
     }
     static void PutText(unsigned char* field, const std::wstring& text)
     {
-        std::memcpy(field, text.data(), std::min<size_t>(text.size(), 260) * sizeof(wchar_t));
+        std::copy_n(reinterpret_cast<const unsigned char*>(text.data()),
+                    std::min<size_t>(text.size(), 260) * sizeof(wchar_t), field);
     }
     bool Added(int32_t* tindex, int32_t index)
     {
@@ -555,7 +556,8 @@ TEST_F(HostileShare, ControlBlockIsReadAndWrittenWhateverItsBytes)
         const int32_t count = source.Number();
         Write(Theirs(c_controlOffset + 4), count);
         EXPECT_EQ(count > 0 && count < 256 ? count : 256, m_share.GetControlCount());
-        EXPECT_EQ(Read<HWND>(Theirs(c_controlOffset + 16)), m_share.GetClientWindow());
+        EXPECT_EQ(Read<uintptr_t>(Theirs(c_controlOffset + 16)),
+                  reinterpret_cast<uintptr_t>(m_share.GetClientWindow()));
         EXPECT_EQ(Ours(Theirs(c_controlOffset)), m_share.GetControl());
         source.Fill(block.data(), block.size());
         std::memset(Theirs(c_controlOffset) - 8, 0x5A, 8);

@@ -831,7 +831,7 @@ TEST(CPath, KnownAttributesAreNotAskedForAgain)
 TEST(CPath, AttributesWithoutMemoryAreUnknown)
 {
     const TemporaryFolder folder;
-    CPath path = Parsed(folder.MakeFile((std::wstring(200, L'n') + L".txt").c_str(), 5).c_str());
+    CPath path = Parsed(folder.MakeFile(std::wstring(200, L'n') + L".txt", 5).c_str());
     AllocationProbe heap;
     heap.FailFrom(1);
     const bool known = path.Attributes();

@@ -166,7 +166,7 @@ TEST_F(CProxyShareScript, ClosesItsFileBetweenTheShareAndItsEnd)
     const TemporaryFile file("");
     // The file's field is the first behind those of the mapping.
     FILE* const stream = _wfopen(file.Path(), L"w");
-    std::memcpy(reinterpret_cast<unsigned char*>(m_share.get()) + sizeof(CProxyMap), &stream, sizeof stream);
+    std::memcpy(reinterpret_cast<unsigned char*>(m_share.get()) + sizeof(CProxyMap), &stream, sizeof(FILE*));
     m_script.Clear();
     m_share.reset();
     EXPECT_TRUE(m_script.Is(Join({{L"UnmapViewOfFile view", L"CloseHandle Local\\{share}"},

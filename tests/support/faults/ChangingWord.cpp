@@ -91,13 +91,13 @@ LONG CALLBACK Handle(EXCEPTION_POINTERS* exception)
 }
 } // namespace
 
-ChangingWord::ChangingWord(void* word, const void* next, size_t sizeBytes) : m_page(word)
+ChangingWord::ChangingWord(void* word, const void* next, size_t sizeBytes)
+    : m_page(word), m_handler(AddVectoredExceptionHandler(1, Handle))
 {
     g_watch = {};
     g_watch.word = static_cast<unsigned char*>(word);
     g_watch.sizeBytes = sizeBytes;
     std::memcpy(g_watch.next, next, sizeBytes);
-    m_handler = AddVectoredExceptionHandler(1, Handle);
     if (VirtualProtect(m_page, 1, PAGE_NOACCESS, &m_protection) == FALSE)
     {
         RemoveVectoredExceptionHandler(m_handler);
