@@ -17,6 +17,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <exception>
 #include <memory>
 #include <string_view>
@@ -31,6 +32,7 @@ enum class LocalWord
     Help,
     Start,
     Again,
+    Time,
     Quit,
 };
 
@@ -43,6 +45,8 @@ LocalWord LocalWordOf(std::wstring_view line)
         return LocalWord::Start;
     if (word == L"again")
         return LocalWord::Again;
+    if (word == L"time")
+        return LocalWord::Time;
     if (word == L"quit" || word == L"exit")
         return LocalWord::Quit;
     return LocalWord::None;
@@ -92,11 +96,37 @@ Command ParseLine(const ScriptLine& line)
     }
 }
 
+struct TimedCommand
+{
+    size_t count;
+    Command command;
+};
+
+// "time 10 get t.X"
+TimedCommand ParseTimed(const ScriptLine& line)
+{
+    constexpr const wchar_t* blanks = L" \t";
+    constexpr size_t greatestDigits = 6;
+    const size_t word = line.text.find_first_not_of(blanks);
+    const size_t number = line.text.find_first_not_of(blanks, line.text.find_first_of(blanks, word));
+    const size_t end = std::min(line.text.find_first_of(blanks, number), line.text.size());
+    const std::wstring digits = number < end ? line.text.substr(number, end - number) : std::wstring();
+    const bool isNumber = !digits.empty() && digits.size() <= greatestDigits &&
+                          digits.find_first_not_of(L"0123456789") == std::wstring::npos && std::stoul(digits) != 0;
+    if (!isNumber || line.text.find_first_not_of(blanks, end) == std::wstring::npos)
+        throw ClientError(ExitStatus::Usage, At(line.where, L"expected time N COMMAND"));
+    Command command = ParseLine({line.text.substr(end), line.where});
+    command.asked = line.text.substr(word);
+    return {std::stoul(digits), std::move(command)};
+}
+
 // Checks all lines before anything is started, so that a script with a bad line is not begun.
 std::unique_ptr<LineSource> CheckedLines(std::vector<ScriptLine> lines)
 {
     for (const ScriptLine& line : lines)
-        if (!IsEmptyOrComment(line.text) && LocalWordOf(line.text) == LocalWord::None)
+        if (LocalWordOf(line.text) == LocalWord::Time)
+            ParseTimed(line);
+        else if (!IsEmptyOrComment(line.text) && LocalWordOf(line.text) == LocalWord::None)
             ParseLine(line);
     return ListedLines(std::move(lines));
 }
@@ -123,8 +153,11 @@ public:
     void OnHappening(const Happening& happening) override
     {
         m_hasPrinted = m_hasPrinted || happening.kind == Happening::Kind::Output;
-        m_target.OnHappening(happening);
+        if (!m_isHidden)
+            m_target.OnHappening(happening);
     }
+
+    void Hide(bool hides) noexcept { m_isHidden = hides; }
 
     // Since the last call.
     bool HasPrinted() noexcept { return std::exchange(m_hasPrinted, false); }
@@ -132,6 +165,7 @@ public:
 private:
     SessionObserver& m_target;
     bool m_hasPrinted = false;
+    bool m_isHidden = false;
 };
 
 class Runner
@@ -304,13 +338,44 @@ private:
         case LocalWord::Again:
             if (m_last.text.empty())
                 throw ClientError(ExitStatus::Usage, At(line.where, L"there is no command to repeat yet"));
-            return RunCommand({m_last.text, line.where});
+            return RunLine({m_last.text, line.where});
+        case LocalWord::Time:
+            RunTimes(line);
+            return true;
         case LocalWord::Quit:
             return false;
         case LocalWord::None:
             break;
         }
         return RunCommand(line);
+    }
+
+    // The runs are not shown, but for one that does not succeed, which is the last.
+    void RunTimes(const ScriptLine& line)
+    {
+        const TimedCommand timed = ParseTimed(line);
+        RequireRunning(line);
+        m_last = line;
+        m_report.OnCommand(timed.command, line.where);
+        std::vector<double> durations;
+        while (durations.size() < timed.count)
+        {
+            m_isInCommand = true;
+            m_watch.Hide(true);
+            const CommandResult result = m_session.Execute(FromHere(timed.command));
+            m_watch.Hide(false);
+            if (VerdictOf(result.outcome, ReadRecord(result), m_options.protocolView) != Verdict::Succeeded ||
+                !result.deviation.empty())
+                return Conclude(line, result);
+            durations.push_back(result.elapsedMs);
+        }
+        m_report.OnTimes(Durations(std::move(durations)));
+    }
+
+    void RequireRunning(const ScriptLine& line) const
+    {
+        if (!m_session.IsRunning())
+            throw ClientError(ExitStatus::WorkbenchLost, At(line.where, L"no workbench is running"));
     }
 
     // True: there may be more.
@@ -320,8 +385,7 @@ private:
         // A look is none.
         if (command.asked.empty())
             m_last = line;
-        if (!m_session.IsRunning())
-            throw ClientError(ExitStatus::WorkbenchLost, At(line.where, L"no workbench is running"));
+        RequireRunning(line);
         m_report.OnCommand(command, line.where);
         m_watch.HasPrinted();
         m_isInCommand = true;

@@ -22,6 +22,7 @@ std::wstring CommandHelp()
     for (const LookWord& look : c_lookWords)
         help += HelpLine(std::wstring(look.word) + look.arguments, look.help);
     help += HelpLine(L"again", L"repeat the last command");
+    help += HelpLine(L"time N COMMAND", L"carry a command out N times: minimum, median and maximum");
     help += HelpLine(L"start", L"start a new workbench after the end of the last one");
     help += HelpLine(L"help", L"show this list");
     help += HelpLine(L"quit, exit", L"end the client");

@@ -106,6 +106,17 @@ public:
         Print(m_command);
     }
 
+    void OnTimes(const Durations& durations) override
+    {
+        m_isInCommand = false;
+        m_command["outcome"] = OutcomeName(Verdict::Succeeded);
+        m_command["times"] = Json{{"count", durations.Count()},
+                                  {"minimumMs", Rounded(durations.Minimum())},
+                                  {"medianMs", Rounded(durations.Median())},
+                                  {"maximumMs", Rounded(durations.Maximum())}};
+        Print(m_command);
+    }
+
     void OnEnd(std::optional<uint32_t> workbenchExitCode) override
     {
         Json end{{"type", workbenchExitCode ? "ended" : "left"}};

@@ -2,6 +2,7 @@
 
 #include "client/console/ClientError.h"
 #include "client/results/CommandRecord.h"
+#include "client/results/Durations.h"
 #include "client/results/Verdict.h"
 #include "client/session/Session.h"
 
@@ -23,6 +24,8 @@ public:
     virtual void OnCommand(const Command& command, const std::wstring& where) = 0;
     virtual void OnResult(const CommandResult& result, const CommandRecord& record, Verdict verdict,
                           const std::wstring& hint) = 0;
+    // Instead of OnResult, after a command was carried out several times: how long each took, in any order.
+    virtual void OnTimes(const Durations& durations) = 0;
     // The workbench has ended with this exit code, or, without one, is left running.
     virtual void OnEnd(std::optional<uint32_t> workbenchExitCode) = 0;
     // hints are further lines that say what to look at.

@@ -93,6 +93,13 @@ public:
             Print(c_resultIndent, L"hint: " + hint);
     }
 
+    void OnTimes(const Durations& durations) override
+    {
+        Print(c_resultIndent, FormatSlot(L"succeeded %u times: minimum %.3f ms, median %.3f ms, maximum %.3f ms",
+                                         static_cast<unsigned>(durations.Count()), durations.Minimum(),
+                                         durations.Median(), durations.Maximum()));
+    }
+
     void OnEnd(std::optional<uint32_t> workbenchExitCode) override
     {
         if (workbenchExitCode)

@@ -1,5 +1,6 @@
 #include "client/console/TextStream.h"
 #include "client/reports/Report.h"
+#include "OrvProfiler/foundation/Trace.h"
 
 namespace
 {
@@ -37,6 +38,12 @@ public:
             Tell(L"protocol: " + result.deviation);
         if (!hint.empty())
             Tell(L"hint: " + hint);
+    }
+
+    void OnTimes(const Durations& durations) override
+    {
+        TextStream::Out().Write(
+            FormatSlot(L"%.3f %.3f %.3f\n", durations.Minimum(), durations.Median(), durations.Maximum()));
     }
 
     void OnError(const ClientError& error, const std::vector<std::wstring>& hints) override

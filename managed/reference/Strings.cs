@@ -99,6 +99,7 @@ namespace System.Text
     public abstract class Encoding
     {
         public virtual byte[] GetBytes(string s) { throw null; }
+        public virtual string GetString(byte[] bytes, int index, int count) { throw null; }
     }
 
     public sealed class StringBuilder

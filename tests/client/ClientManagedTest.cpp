@@ -9,6 +9,7 @@
 #include <vector>
 
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 namespace
@@ -226,4 +227,18 @@ TEST(ClientManaged, AQuestionThatIsIncompleteIsNotAsked)
     const Result result = ResultOf({}, "find\n");
     EXPECT_EQ("OrvClient: input:1: expected find PATTERN\n", result.errors);
     EXPECT_EQ(2, result.status);
+}
+
+// A relative path is handed on in full, and the runtime names the file in its own way; it is the same one.
+TEST(ClientManaged, ARelativePathIsThatOfTheFileItself)
+{
+    ClientRun::Setup setup;
+    setup.workbenchFolder = ManagedFolder().Path();
+    setup.arguments = {L"load OrvSample.dll", L"load " + ManagedFolder().Path() + L"\\OrvSample.dll"};
+    setup.folder = ManagedFolder().Path();
+    const ClientRun run(setup);
+    EXPECT_EQ(0, run.Wait());
+    EXPECT_THAT(run.Output(), HasSubstr("\n    |   3 public types\n"));
+    EXPECT_THAT(run.Output(), HasSubstr("    | already loaded: OrvSample, "));
+    EXPECT_THAT(run.Output(), Not(HasSubstr("the process has it from")));
 }

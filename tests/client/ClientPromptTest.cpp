@@ -29,6 +29,7 @@ TEST(ClientPrompt, AsksHelpsAndGoesOnAfterFailures)
               "  find PATTERN                 list members by name, or by what they take and give: string -> double\n"
               "  dump VALUE [DEPTH [FIRST]]   show an object with its fields and properties, and theirs\n"
               "  again                        repeat the last command\n"
+              "  time N COMMAND               carry a command out N times: minimum, median and maximum\n"
               "  start                        start a new workbench after the end of the last one\n"
               "  help                         show this list\n"
               "  quit, exit                   end the client\n"

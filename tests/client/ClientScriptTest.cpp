@@ -272,3 +272,39 @@ TEST(ClientScript, HundredsOfCommandsKeepTheirResponsesApart)
     EXPECT_EQ(expected, outcomes);
     EXPECT_EQ(1, result.status);
 }
+
+TEST(ClientScript, TimeCarriesACommandOutSeveralTimes)
+{
+    const ScriptRecord record;
+    ClientRun::Setup setup = Scripted({}, "time 3 load print=x\nagain\nTIME 2 invoke result=1\nload y\n");
+    setup.environment = {record.Variable()};
+    const ClientResult result = Finish(setup);
+    EXPECT_THAT(result.output, HasSubstr("> time 3 load print=x\n"
+                                         "  succeeded 3 times: minimum # ms, median # ms, maximum # ms\n"
+                                         "> time 3 load print=x\n"
+                                         "  succeeded 3 times: minimum # ms, median # ms, maximum # ms\n"
+                                         "> time 2 invoke result=1\n"
+                                         "  failed after # ms\n"
+                                         "    message exiting\n"));
+    EXPECT_EQ("OrvClient: input:3: the command failed\n", result.errors);
+    EXPECT_EQ(1, result.status);
+    const std::vector<std::string> calls = record.Calls();
+    ASSERT_EQ(7U, calls.size());
+    EXPECT_EQ("LoadAssembly: print=x", calls[0]);
+    EXPECT_EQ("LoadAssembly: print=x", calls[5]);
+    EXPECT_EQ("Invoke: result=1", calls[6]);
+}
+
+TEST(ClientScript, TimeWantsANumberAndACommand)
+{
+    for (const char* line :
+         {"time", "time 3", "time 0 load x", "time x load y", "time -1 load x", "time 1000000 load x"})
+        EXPECT_EQ("OrvClient: input:1: expected time N COMMAND\n",
+                  Finish(Scripted({}, std::string(line) + "\n")).errors)
+            << line;
+    EXPECT_THAT(Finish(Scripted({}, "time 3 nothing\n")).errors, StartsWith("OrvClient: input:1: unknown command"));
+    EXPECT_THAT(
+        Finish(Scripted({L"--json"}, "time 2 load x\n")).output,
+        HasSubstr(
+            "\"outcome\":\"succeeded\",\"times\":{\"count\":2,\"minimumMs\":#,\"medianMs\":#,\"maximumMs\":#}}"));
+}

@@ -1,5 +1,7 @@
 using System;
 using System.IO;
+using System.Runtime.InteropServices;
+using System.Text;
 
 namespace OrvWorkBench
 {
@@ -20,16 +22,38 @@ namespace OrvWorkBench
             bool hasDrive = slashed.Length > 1 && slashed[1] == ':' && char.IsLetter(slashed[0]) && slashed[0] < 128;
             if (hasDrive)
             {
-                string drive = Path.Combine(Path.Combine(winePrefix, "dosdevices"), slashed.Substring(0, 2).ToLowerInvariant());
+                string drive = FolderOf(winePrefix, slashed.Substring(0, 2).ToLowerInvariant());
                 // "C:name" is relative to the drive's own current directory, which a Unix program does not have.
                 return MatchCase(drive, slashed.Substring(2));
             }
             if (path.StartsWith("\\", StringComparison.Ordinal) && !slashed.StartsWith("//", StringComparison.Ordinal))
-                return MatchCase(Path.Combine(Path.Combine(winePrefix, "dosdevices"), "c:"), slashed);
+                return MatchCase(FolderOf(winePrefix, "c:"), slashed);
             return slashed.StartsWith("/", StringComparison.Ordinal)
                        ? slashed
                        : MatchCase(Directory.GetCurrentDirectory(), slashed);
         }
+
+        // What the link of a drive leads to, as the runtime then calls the files in it; the link where it leads nowhere.
+        private static string FolderOf(string winePrefix, string drive)
+        {
+            const int longestPath = 4096;
+            string link = Path.Combine(Path.Combine(winePrefix, "dosdevices"), drive);
+            byte[] folder = new byte[longestPath + 1];
+            try
+            {
+                if (ResolveLinks(link, folder).ToInt64() == 0)
+                    return link;
+            }
+            catch (Exception)
+            {
+                // A system without that library.
+                return link;
+            }
+            return new UTF8Encoding(false).GetString(folder, 0, Array.IndexOf(folder, (byte)0));
+        }
+
+        [DllImport("libc", EntryPoint = "realpath")]
+        private static extern IntPtr ResolveLinks(string path, byte[] resolved);
 
         // On Windows upper and lower case are the same. A component that does not exist as written is looked for in any
         // case.

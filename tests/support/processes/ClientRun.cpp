@@ -105,8 +105,8 @@ ClientRun::ClientRun(const Setup& setup) : m_process(std::make_unique<Process>()
         environment.emplace_back(name, value);
     PROCESS_INFORMATION process{};
     const DWORD flags = CREATE_SUSPENDED | (setup.hasConsole ? DWORD{CREATE_NO_WINDOW} : 0);
-    if (CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, flags, nullptr, nullptr, &startup,
-                       &process) == FALSE)
+    if (CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, flags, nullptr,
+                       setup.folder.empty() ? nullptr : setup.folder.c_str(), &startup, &process) == FALSE)
         ThrowLastError("starting the client");
     m_process->process.Reset(process.hProcess);
     m_process->id = process.dwProcessId;
@@ -212,9 +212,9 @@ unsigned ClientRun::WorkbenchId() const
 std::string Masked(const std::string& output)
 {
     std::string masked = output;
-    for (const char* pattern :
-         {"(workbench )\\d+( started| attached)", "(client id )[0-9a-f]+()", "(after )\\d+\\.\\d+( ms)",
-          "(\"workbench\":)\\d+()", "(\"client\":\")[0-9a-f]+(\")", "(\"elapsedMs\":)[0-9.e-]+()"})
+    for (const char* pattern : {"(workbench )\\d+( started| attached)", "(client id )[0-9a-f]+()",
+                                "((?:after|minimum|median|maximum) )\\d+\\.\\d+( ms)", "(\"workbench\":)\\d+()",
+                                "(\"client\":\")[0-9a-f]+(\")", "(\"[a-z]+Ms\":)[0-9.e-]+()"})
         masked = std::regex_replace(masked, std::regex(pattern), "$1#$2");
     return masked;
 }

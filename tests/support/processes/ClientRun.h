@@ -18,6 +18,8 @@ public:
         std::vector<std::wstring> arguments;
         // The folder of the workbench program that is passed with --workbench; the client's own when empty.
         std::wstring workbenchFolder;
+        // Where it starts; the test's own current directory when empty.
+        std::wstring folder;
         // Further variables for the environment of both.
         std::vector<std::pair<std::wstring, std::wstring>> environment;
         // The standard input, which ends after it unless it is kept open for Type.
