@@ -98,8 +98,8 @@ Command ParseLine(const ScriptLine& line)
 
 struct TimedCommand
 {
-    size_t count;
-    Command command;
+    size_t count = 0;
+    Command command = {};
 };
 
 // "time 10 get t.X"
@@ -325,8 +325,19 @@ private:
 
     bool IsInterrupted() const noexcept { return WaitForSingleObject(m_interrupt.Handle(), 0) == WAIT_OBJECT_0; }
 
-    bool RunLine(const ScriptLine& line)
+    // again stands for the last command.
+    ScriptLine Meant(const ScriptLine& line) const
     {
+        if (LocalWordOf(line.text) != LocalWord::Again)
+            return line;
+        if (m_last.text.empty())
+            throw ClientError(ExitStatus::Usage, At(line.where, L"there is no command to repeat yet"));
+        return {m_last.text, line.where};
+    }
+
+    bool RunLine(const ScriptLine& written)
+    {
+        const ScriptLine line = Meant(written);
         switch (LocalWordOf(line.text))
         {
         case LocalWord::Help:
@@ -335,15 +346,12 @@ private:
         case LocalWord::Start:
             Start();
             return true;
-        case LocalWord::Again:
-            if (m_last.text.empty())
-                throw ClientError(ExitStatus::Usage, At(line.where, L"there is no command to repeat yet"));
-            return RunLine({m_last.text, line.where});
         case LocalWord::Time:
             RunTimes(line);
             return true;
         case LocalWord::Quit:
             return false;
+        case LocalWord::Again:
         case LocalWord::None:
             break;
         }

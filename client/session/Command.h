@@ -27,7 +27,7 @@ const CommandWord& StopWord() noexcept;
 // A command as the user wrote it: the word, and the text after the blanks that follow it, unread and unchanged.
 struct Command
 {
-    const CommandWord* word;
+    const CommandWord* word = nullptr;
     std::wstring text;
     // What the user wrote instead, when word and text were made from it.
     std::wstring asked = {};
