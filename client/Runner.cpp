@@ -195,6 +195,7 @@ private:
     {
         m_stepStatus = ExitStatus::Success;
         m_isInCommand = false;
+        m_watch.Hide(false);
         try
         {
             step();

@@ -5,6 +5,7 @@
 #include "client/console/IsConsole.h"
 #include "client/console/TextStream.h"
 #include "client/input/CommandHelp.h"
+#include "client/input/LoadPath.h"
 #include "OrvProfiler/protocol/WorkbenchFiles.h"
 
 #include <windows.h>
@@ -92,13 +93,6 @@ std::wstring ProgramBesideThis()
     std::wstring path(32768, L'\0');
     path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
     return path.substr(0, path.find_last_of(L'\\') + 1) + c_workbenchProgramFile;
-}
-
-std::wstring FullPath(const std::wstring& path)
-{
-    std::wstring full(32768, L'\0');
-    full.resize(GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
-    return full.empty() ? path : full;
 }
 
 uint32_t LimitOf(double seconds)

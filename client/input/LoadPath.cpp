@@ -32,13 +32,6 @@ bool IsFile(const std::wstring& path) noexcept
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
-std::wstring FullPath(const std::wstring& path)
-{
-    std::wstring full(32768, L'\0');
-    full.resize(GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
-    return full;
-}
-
 std::wstring Trimmed(const std::wstring& text)
 {
     const size_t start = text.find_first_not_of(c_blanks);
@@ -47,6 +40,13 @@ std::wstring Trimmed(const std::wstring& text)
 }
 } // namespace
 
+std::wstring FullPath(const std::wstring& path)
+{
+    std::wstring full(32768, L'\0');
+    full.resize(GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
+    return full.empty() ? path : full;
+}
+
 std::wstring LoadTextFromHere(const std::wstring& text)
 {
     const std::wstring given = Trimmed(text);
@@ -54,8 +54,5 @@ std::wstring LoadTextFromHere(const std::wstring& text)
     const std::wstring name = isQuoted ? Trimmed(given.substr(1, given.size() - 2)) : given;
     if (!IsPath(name) || !IsRelative(name) || !IsFile(name))
         return text;
-    const std::wstring full = FullPath(name);
-    if (full.empty())
-        return text;
-    return isQuoted ? L'"' + full + L'"' : full;
+    return isQuoted ? L'"' + FullPath(name) + L'"' : FullPath(name);
 }
