@@ -308,3 +308,10 @@ TEST(ClientScript, TimeWantsANumberAndACommand)
         HasSubstr(
             "\"outcome\":\"succeeded\",\"times\":{\"count\":2,\"minimumMs\":#,\"medianMs\":#,\"maximumMs\":#}}"));
 }
+
+TEST(ClientScript, AgainWantsACommandBefore)
+{
+    const ClientResult result = Finish(Scripted({}, "again\n"));
+    EXPECT_EQ("OrvClient: input:1: there is no command to repeat yet\n", result.errors);
+    EXPECT_EQ(2, result.status);
+}

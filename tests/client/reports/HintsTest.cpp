@@ -1,6 +1,9 @@
 #include "client/reports/Hints.h"
 
+#include "OrvProfiler/foundation/UniqueHandle.h"
 #include "tests/support/worlds/Files.h"
+
+#include <windows.h>
 
 #include <gmock/gmock.h>
 #include <string>
@@ -76,12 +79,23 @@ TEST(ClientHintTexts, LogOfAnEarlierRunIsNotShown)
         EXPECT_EQ(std::wstring::npos, hint.find(L"ends with")) << testing::PrintToString(hint);
 }
 
-TEST(ClientHintTexts, LogOfAnotherClientsWorkbenchIsNotShown)
+TEST(ClientHintTexts, OnlyTheClientsOwnLogIsShown)
 {
+    const std::wstring log =
+        L"\xFEFF"
+        L"1 CProxySecManager::OrvPCreateEvent CreateEvent Local\\EV_STOP7ffffff3 succeeded \r\n2 last line\r\n";
+    const UniqueHandle file = UniqueHandle::FromFile(
+        CreateFileW(L"c:\\zeph\\logs\\OrvWorkBench.log", GENERIC_WRITE,
+                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, CREATE_ALWAYS, 0, nullptr));
+    DWORD written = 0;
+    ASSERT_NE(FALSE,
+              WriteFile(file.Get(), log.data(), static_cast<DWORD>(log.size() * sizeof(wchar_t)), &written, nullptr));
     LostWorkbench lost;
-    lost.clientId = 0x7FFFFFF3; // no process has it
-    for (const std::wstring& hint : HintsAfterLoss(lost))
-        EXPECT_EQ(std::wstring::npos, hint.find(L"ends with")) << testing::PrintToString(hint);
+    lost.clientId = 0x7FFFFFF3;
+    EXPECT_EQ(L"  2 last line", HintsAfterLoss(lost).back());
+    lost.clientId = 0xFFFFFF3;
+    EXPECT_EQ(L"the trace log c:\\zeph\\logs\\OrvWorkBench.log cannot be read, or is of another run",
+              HintsAfterLoss(lost).back());
 }
 
 TEST(ClientHintTexts, LastLinesLeaveOutTheEmptyOnes)
