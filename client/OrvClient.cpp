@@ -1,4 +1,5 @@
 #include "client/console/ClientError.h"
+#include "client/console/TextStream.h"
 #include "client/input/CommandLine.h"
 #include "client/reports/Report.h"
 #include "client/Runner.h"
@@ -34,6 +35,7 @@ extern "C" int wmain(int argc, wchar_t** argv)
         const std::optional<Options> options = ParseCommandLine(argc, argv);
         if (!options)
             return static_cast<int>(ExitStatus::Success);
+        TextStream::UseColour(options->colour);
         report = ReportFor(*options);
         return static_cast<int>(Run(*options, *report));
     }

@@ -2,66 +2,41 @@
 
 #include "client/console/ConsoleCodePageGuard.h"
 #include "client/console/InterruptEvent.h"
+#include "client/console/TextStream.h"
 #include "client/input/CommandHelp.h"
 #include "client/input/LineSource.h"
 #include "client/input/LoadPath.h"
+#include "client/input/LocalWords.h"
 #include "client/input/LookWords.h"
-#include "client/log/DebugOutput.h"
-#include "client/log/LogFollower.h"
+#include "client/log/WorkbenchLog.h"
 #include "client/process/RunningWorkbench.h"
 #include "client/process/StartTime.h"
+#include "client/prompt/CommandWatch.h"
+#include "client/prompt/Completion.h"
+#include "client/prompt/ConsolePrompt.h"
+#include "client/prompt/History.h"
 #include "client/reports/Hints.h"
 #include "client/results/CommandRecord.h"
+#include "client/results/ListEntries.h"
 #include "client/results/Verdict.h"
 #include "client/session/Session.h"
 
 #include <windows.h>
 
 #include <algorithm>
+#include <cwchar>
+#include <cwctype>
 #include <exception>
+#include <functional>
+#include <iterator>
 #include <memory>
 #include <string_view>
 #include <utility>
 
 namespace
 {
-// Words that the client itself obeys; all others are commands for the workbench.
-enum class LocalWord
-{
-    None,
-    Help,
-    Start,
-    Again,
-    Time,
-    Quit,
-};
-
-LocalWord LocalWordOf(std::wstring_view line)
-{
-    const std::wstring word = FirstWordOf(line);
-    if (word == L"help")
-        return LocalWord::Help;
-    if (word == L"start")
-        return LocalWord::Start;
-    if (word == L"again")
-        return LocalWord::Again;
-    if (word == L"time")
-        return LocalWord::Time;
-    if (word == L"quit" || word == L"exit")
-        return LocalWord::Quit;
-    return LocalWord::None;
-}
-
-bool IsEmptyOrComment(std::wstring_view line)
-{
-    const size_t start = line.find_first_not_of(L" \t");
-    return start == std::wstring_view::npos || line[start] == L'#';
-}
-
-std::wstring At(const std::wstring& where, const std::wstring& message)
-{
-    return where.empty() ? message : where + L": " + message;
-}
+// A question goes to the dispatcher in quotes, with some characters doubled.
+constexpr size_t c_longestQuestion = 15000;
 
 // What is shown is what the user wrote.
 Command FromHere(const Command& command)
@@ -83,106 +58,104 @@ std::wstring FailureText(Verdict verdict, const CommandRecord& record)
     return record.resultName.empty() ? text : text + L" (" + record.resultName + L")";
 }
 
-Command ParseLine(const ScriptLine& line)
-{
-    try
-    {
-        const std::optional<Command> look = ParseLook(line.text);
-        return look ? *look : ParseCommand(line.text);
-    }
-    catch (const SessionError& error)
-    {
-        throw SessionError(error.Failure(), At(line.where, error.Message()));
-    }
-}
-
-struct TimedCommand
-{
-    size_t count = 0;
-    Command command = {};
-};
-
-// "time 10 get t.X"
-TimedCommand ParseTimed(const ScriptLine& line)
-{
-    constexpr const wchar_t* blanks = L" \t";
-    constexpr size_t greatestDigits = 6;
-    const size_t word = line.text.find_first_not_of(blanks);
-    const size_t number = line.text.find_first_not_of(blanks, line.text.find_first_of(blanks, word));
-    const size_t end = std::min(line.text.find_first_of(blanks, number), line.text.size());
-    const std::wstring digits = number < end ? line.text.substr(number, end - number) : std::wstring();
-    const bool isNumber = !digits.empty() && digits.size() <= greatestDigits &&
-                          digits.find_first_not_of(L"0123456789") == std::wstring::npos && std::stoul(digits) != 0;
-    if (!isNumber || line.text.find_first_not_of(blanks, end) == std::wstring::npos)
-        throw ClientError(ExitStatus::Usage, At(line.where, L"expected time N COMMAND"));
-    Command command = ParseLine({line.text.substr(end), line.where});
-    command.asked = line.text.substr(word);
-    return {std::stoul(digits), std::move(command)};
-}
-
 // Checks all lines before anything is started, so that a script with a bad line is not begun.
 std::unique_ptr<LineSource> CheckedLines(std::vector<ScriptLine> lines)
 {
     for (const ScriptLine& line : lines)
-        if (LocalWordOf(line.text) == LocalWord::Time)
-            ParseTimed(line);
-        else if (!IsEmptyOrComment(line.text) && LocalWordOf(line.text) == LocalWord::None)
-            ParseLine(line);
+        CheckLine(line);
     return ListedLines(std::move(lines));
 }
 
+// Null at a console, where a prompt needs the session.
 std::unique_ptr<LineSource> OpenLines(const Options& options)
 {
+    if (options.isAtConsole)
+        return nullptr;
     if (!options.script.empty() && options.script != L"-")
         return CheckedLines(ReadScript(options.script));
     if (options.commands.empty())
-        return StandardInputLines();
+        return StandardInputLines(options.isInteractive && !options.printsJson && !options.printsValues);
     std::vector<ScriptLine> lines;
     for (const std::wstring& command : options.commands)
         lines.push_back({command, L""});
     return CheckedLines(std::move(lines));
 }
 
-// Passes on what it is told and remembers whether anything was printed.
+// Passes on what it is told, beside a line that the user may be typing, and remembers what was printed.
 // NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): nobody deletes it as what it derives from
 class PrintWatch final : public SessionObserver
 {
 public:
-    explicit PrintWatch(SessionObserver& target) : m_target(target) {}
+    using Beside = std::function<void(const std::function<void()>&)>;
+
+    PrintWatch(SessionObserver& target, Beside beside) : m_target(target), m_beside(std::move(beside)) {}
 
     void OnHappening(const Happening& happening) override
     {
-        m_hasPrinted = m_hasPrinted || happening.kind == Happening::Kind::Output;
+        if (happening.kind == Happening::Kind::Output)
+            m_lines.push_back(happening.text);
         if (!m_isHidden)
-            m_target.OnHappening(happening);
+            m_beside([&] { m_target.OnHappening(happening); });
     }
 
     void Hide(bool hides) noexcept { m_isHidden = hides; }
 
-    // Since the last call.
-    bool HasPrinted() noexcept { return std::exchange(m_hasPrinted, false); }
+    // What was printed since the last call.
+    std::vector<std::wstring> TakeLines() noexcept { return std::exchange(m_lines, {}); }
 
 private:
     SessionObserver& m_target;
-    bool m_hasPrinted = false;
+    const Beside m_beside;
+    std::vector<std::wstring> m_lines;
     bool m_isHidden = false;
 };
+
+bool Contains(std::wstring_view text, std::wstring_view part) noexcept
+{
+    const auto isSame = [](wchar_t one, wchar_t other) { return std::towlower(one) == std::towlower(other); };
+    return std::search(text.begin(), text.end(), part.begin(), part.end(), isSame) != text.end();
+}
+
+// With the separator.
+std::wstring FolderOf(const std::wstring& path)
+{
+    return path.substr(0, path.find_last_of(L'\\') + 1);
+}
+
+size_t NumberOf(const std::wstring& text) noexcept
+{
+    return static_cast<size_t>(std::wcstoul(text.c_str(), nullptr, 10));
+}
 
 class Runner
 {
 public:
     Runner(const Options& options, const std::optional<RunningWorkbench>& running, Report& report)
-        : m_options(options), m_running(running), m_report(report), m_watch(report),
-          m_session(running ? running->clientId : GetCurrentProcessId(), options.limits, m_watch,
-                    m_interrupt.Handle())
+        : m_options(options), m_running(running), m_report(report),
+          m_watch(report, [this](const std::function<void()>& write) { Beside(write); }),
+          m_interrupt(options.isAtConsole), m_session(running ? running->clientId : GetCurrentProcessId(),
+                                                      options.limits, m_watch, m_interrupt.Handle()),
+          m_log({options.followsLog ? LogFollower::Receiver([this](const std::wstring& line) {
+                     Beside([&] { m_report.OnLogLine(line); });
+                 })
+                                    : LogFollower::Receiver(),
+                 running ? [this](uint32_t id, std::string_view text) { m_session.OnTrace(id, text); }
+                         : std::function<void(uint32_t, std::string_view)>(),
+                 ShowsProgress()}),
+          m_history(options.isAtConsole ? HistoryPath() : std::wstring()),
+          m_completer(running ? std::wstring() : FolderOf(options.program),
+                      [this](const std::wstring& line) { return Propose(line); })
     {
     }
 
-    ExitStatus Run(LineSource& lines)
+    // Without lines it asks for them at a prompt.
+    ExitStatus Run(std::unique_ptr<LineSource> lines)
     {
+        m_lines =
+            lines != nullptr ? std::move(lines) : std::make_unique<ConsolePrompt>(m_completer, m_history.Lines());
         bool goesOn = Try([this] { m_running ? Attach() : Start(); });
         while (goesOn)
-            goesOn = Try([&] { m_isOver = !RunNext(lines); }) && !m_isOver;
+            goesOn = Try([&] { m_isOver = !RunNext(); }) && !m_isOver;
         Try([this] { Stop(); });
         EndRun();
         return m_status;
@@ -218,16 +191,53 @@ private:
     void TellError(const ClientError& error)
     {
         m_stepStatus = error.Status();
-        m_report.OnError(error, HintsFor(error.Status()));
+        const std::vector<std::wstring> hints = HintsFor(error.Status());
+        Beside([&] { m_report.OnError(error, hints); });
+    }
+
+    void Beside(const std::function<void()>& write)
+    {
+        if (m_lines != nullptr)
+            m_lines->WriteBeside(write);
+        else
+            write();
     }
 
     bool GoesOnAfter(ExitStatus status) const noexcept
     {
         if (status == ExitStatus::Success)
             return true;
+        if (status == ExitStatus::Interrupted && !CanGoOnAfterInterrupt())
+            return false;
         // Without a workbench the rest of a script is of no use; at a prompt the user can start another one.
-        return status != ExitStatus::Interrupted && m_options.keepsGoing &&
-               (m_options.isInteractive || m_session.IsRunning());
+        return m_options.keepsGoing && (m_options.isInteractive || m_session.IsRunning());
+    }
+
+    bool CanGoOnAfterInterrupt() const noexcept { return m_options.isAtConsole && !InterruptEvent::IsFinal(); }
+
+    bool ShowsProgress() const noexcept
+    {
+        return !m_options.printsJson && !m_options.printsValues && TextStream::Out().IsConsole();
+    }
+
+    // While it lives the user sees that something is under way, and can end it.
+    std::unique_ptr<CommandWatch> Watched(const wchar_t* activity)
+    {
+        if (!ShowsProgress())
+            return nullptr;
+        CommandWatch::Setup setup{activity, [this] { return m_log.LastLine(); }, nullptr, nullptr};
+        if (m_options.isAtConsole)
+        {
+            setup.pressed = m_interrupt.Pressed();
+            setup.end = m_interrupt.Handle();
+        }
+        return std::make_unique<CommandWatch>(setup);
+    }
+
+    CommandResult Carry(const Command& command)
+    {
+        const std::unique_ptr<CommandWatch> watched = Watched(L"running");
+        return m_session.Execute(command);
     }
 
     std::vector<std::wstring> HintsFor(ExitStatus status) const
@@ -251,9 +261,8 @@ private:
         m_session.Attach(m_running->processId);
         m_isInRun = true;
         m_report.OnStarted(m_session.WorkbenchId(), m_session.ClientId(), true);
-        ListenToTrace();
-        if (m_follower != nullptr)
-            m_follower->Begin(m_session.WorkbenchId(), LogFollower::From::Now);
+        ListenToLog();
+        m_log.Begin(m_session.WorkbenchId(), LogFollower::From::Now);
     }
 
     void Start()
@@ -262,59 +271,49 @@ private:
             throw ClientError(ExitStatus::Usage, L"start is for a workbench of one's own, this session is attached");
         if (m_session.IsRunning())
             throw ClientError(ExitStatus::Usage, L"the workbench is running already");
-        ListenToTrace();
+        ListenToLog();
         m_session.Start(m_options.program);
         m_isInRun = true;
         m_report.OnStarted(m_session.WorkbenchId(), m_session.ClientId(), false);
         std::exception_ptr failure;
         try
         {
+            const std::unique_ptr<CommandWatch> watched = Watched(L"starting");
             m_report.OnReady(m_session.AwaitReady());
         }
         catch (const SessionError&)
         {
             failure = std::current_exception();
         }
-        if (m_follower != nullptr)
-        {
-            m_follower->Begin(m_session.WorkbenchId(), LogFollower::From::Start);
-            m_follower->CatchUp();
-        }
+        m_log.Begin(m_session.WorkbenchId(), LogFollower::From::Start);
         if (failure)
             std::rethrow_exception(failure);
     }
 
-    void ListenToTrace()
+    void ListenToLog()
     {
-        const bool readsFile = m_options.followsLog && LogFollower::CanReadFile();
-        if (m_options.followsLog)
-            m_follower = std::make_unique<LogFollower>([this](const std::wstring& line) { m_report.OnLogLine(line); },
-                                                       readsFile);
-        // A listener slows every process that prints to the debugger: only where it is needed.
-        if (!m_running && (m_follower == nullptr || readsFile))
-            return;
-        m_debugOutput = std::make_unique<DebugOutput>([this](uint32_t processId, const std::string& text) {
-            if (m_running)
-                m_session.OnTrace(processId, text);
-            if (m_follower != nullptr)
-                m_follower->OnDebugText(processId, text);
-        });
-        if (m_follower != nullptr && !readsFile && !m_debugOutput->IsListening())
+        if (!m_log.Listen() && m_options.followsLog)
             m_report.OnLogLine(
                 L"(cannot be shown: the file cannot be read, and another program takes the debugger output)");
     }
 
     // False at the end of the lines.
-    bool RunNext(LineSource& lines)
+    bool RunNext()
     {
-        if (m_options.isInteractive)
-            m_report.OnPrompt();
-        if (lines.Ready() != nullptr && !m_session.WaitWhileIdle(lines.Ready()))
+        m_lines->Begin();
+        if (m_lines->Ready() != nullptr && !m_session.WaitWhileIdle({m_lines->Ready(), m_interrupt.Pressed()}))
             ThrowWhyIdleEnded();
-        const std::optional<ScriptLine> line = lines.Next();
-        if (!line)
-            return false;
-        return IsEmptyOrComment(line->text) || RunLine(*line);
+        if (IsSet(m_interrupt.Pressed()))
+        {
+            ResetEvent(m_interrupt.Pressed());
+            m_lines->Drop();
+            return true;
+        }
+        ScriptLine line;
+        const LineState state = m_lines->Next(line);
+        if (state != LineState::Taken)
+            return state == LineState::Pending;
+        return IsEmptyOrComment(line.text) || RunLine(line);
     }
 
     [[noreturn]] void ThrowWhyIdleEnded() const
@@ -324,7 +323,8 @@ private:
         throw ClientError(ExitStatus::WorkbenchLost, L"the workbench ended unasked");
     }
 
-    bool IsInterrupted() const noexcept { return WaitForSingleObject(m_interrupt.Handle(), 0) == WAIT_OBJECT_0; }
+    static bool IsSet(HANDLE event) noexcept { return WaitForSingleObject(event, 0) == WAIT_OBJECT_0; }
+    bool IsInterrupted() const noexcept { return IsSet(m_interrupt.Handle()); }
 
     // again stands for the last command.
     ScriptLine Meant(const ScriptLine& line) const
@@ -342,13 +342,22 @@ private:
         switch (LocalWordOf(line.text))
         {
         case LocalWord::Help:
-            m_report.OnHelp(CommandHelp());
+            Help(line);
             return true;
         case LocalWord::Start:
             Start();
             return true;
         case LocalWord::Time:
             RunTimes(line);
+            return true;
+        case LocalWord::History:
+            ShowHistory(TextOf(line.text));
+            return true;
+        case LocalWord::Show:
+            Show(line);
+            return true;
+        case LocalWord::Hide:
+            Hide(line);
             return true;
         case LocalWord::Quit:
             return false;
@@ -359,13 +368,100 @@ private:
         return RunCommand(line);
     }
 
+    void Help(const ScriptLine& line)
+    {
+        const std::wstring word = TextOf(line.text);
+        if (word.empty())
+            return m_report.OnHelp(CommandHelp());
+        std::wstring help = WordHelp(word);
+        if (help.empty())
+            throw ClientError(ExitStatus::Usage,
+                              At(line.where, L"there is no word \"" + word + L"\"; help lists them"));
+        for (const ListEntry& example : AskQuietly(L"Example", word))
+            help += ExampleLine(TextOf(example, "text"));
+        m_report.OnHelp(help);
+    }
+
+    void ShowHistory(const std::wstring& part)
+    {
+        std::vector<std::wstring> commands;
+        for (const std::wstring& command : m_history.Lines())
+            if (Contains(command, part))
+                commands.push_back(command);
+        m_report.OnHistory(commands);
+    }
+
+    void Show(const ScriptLine& line)
+    {
+        if (m_running)
+            throw ClientError(
+                ExitStatus::Usage,
+                At(line.where, L"values are shown by a workbench of one's own, this session is attached"));
+        const std::wstring value = TextOf(line.text);
+        if (!value.empty() && std::find(m_shown.begin(), m_shown.end(), value) == m_shown.end())
+            m_shown.push_back(value);
+        m_completer.SetShown(m_shown);
+        ShowValues();
+    }
+
+    void Hide(const ScriptLine& line)
+    {
+        const std::wstring value = TextOf(line.text);
+        const auto found = std::find(m_shown.begin(), m_shown.end(), value);
+        if (!value.empty() && found == m_shown.end())
+            throw ClientError(ExitStatus::Usage, At(line.where, L"\"" + value + L"\" is not shown"));
+        m_shown.erase(value.empty() ? m_shown.begin() : found, value.empty() ? m_shown.end() : std::next(found));
+        m_completer.SetShown(m_shown);
+    }
+
+    void ShowValues()
+    {
+        if (m_shown.empty() || !m_session.IsRunning())
+            return;
+        std::vector<std::wstring> lines;
+        std::vector<ListEntry> values;
+        for (const std::wstring& expression : m_shown)
+        {
+            for (ListEntry& value : AskQuietly(L"Value", expression))
+                values.push_back(std::move(value));
+            for (std::wstring& line : m_watch.TakeLines())
+                lines.push_back(std::move(line));
+        }
+        m_report.OnShown(lines, values);
+    }
+
+    // Asks the dispatcher, unseen. Nothing where it cannot tell: no workbench runs, or it is someone else's.
+    std::vector<ListEntry> AskQuietly(const wchar_t* question, const std::wstring& text)
+    {
+        if (!m_session.IsRunning() || m_running || text.size() > c_longestQuestion)
+            return {};
+        m_watch.TakeLines();
+        m_watch.Hide(true);
+        m_isInCommand = true;
+        const CommandResult result = Carry(LookCommand(question, text, question));
+        m_watch.Hide(false);
+        ThrowAtEnd({}, result);
+        m_isInCommand = false;
+        return EntriesOf(ReadRecord(result));
+    }
+
+    std::vector<Proposal> Propose(const std::wstring& line)
+    {
+        std::vector<Proposal> proposals;
+        for (const ListEntry& entry : AskQuietly(L"Complete", line))
+            proposals.push_back({NumberOf(TextOf(entry, "at")), TextOf(entry, "text"), TextOf(entry, "shown")});
+        return proposals;
+    }
+
     // The runs are not shown, but for one that does not succeed, which is the last.
     void RunTimes(const ScriptLine& line)
     {
         const TimedCommand timed = ParseTimed(line);
         RequireRunning(line);
         m_last = line;
+        m_history.Add(line.text);
         m_report.OnCommand(timed.command, line.where);
+        std::unique_ptr<CommandWatch> watched = Watched(L"running");
         std::vector<double> durations;
         while (durations.size() < timed.count)
         {
@@ -375,10 +471,16 @@ private:
             m_watch.Hide(false);
             if (VerdictOf(result.outcome, ReadRecord(result), m_options.protocolView) != Verdict::Succeeded ||
                 !result.deviation.empty())
+            {
+                watched.reset();
                 return Conclude(line, result);
+            }
+            m_watch.TakeLines();
             durations.push_back(result.elapsedMs);
         }
+        watched.reset();
         m_report.OnTimes(Durations(std::move(durations)));
+        ShowValues();
     }
 
     void RequireRunning(const ScriptLine& line) const
@@ -392,24 +494,36 @@ private:
     {
         const Command command = ParseLine(line);
         // A look is none.
-        if (command.asked.empty())
+        const bool isLook = !command.asked.empty();
+        if (!isLook)
+        {
             m_last = line;
+            m_history.Add(line.text);
+        }
         RequireRunning(line);
         m_report.OnCommand(command, line.where);
-        m_watch.HasPrinted();
+        m_watch.TakeLines();
         m_isInCommand = true;
-        Conclude(line, m_session.Execute(FromHere(command)));
+        Conclude(line, Carry(FromHere(command)));
+        if (!isLook)
+            ShowValues();
         return true;
     }
 
     void Conclude(const ScriptLine& line, const CommandResult& result)
     {
-        if (m_follower != nullptr)
-            m_follower->CatchUp();
-        const bool isSilentFailure = result.outcome == Outcome::Failed && !m_running && !m_watch.HasPrinted();
+        m_log.CatchUp();
+        const bool isSilentFailure = result.outcome == Outcome::Failed && !m_running && m_watch.TakeLines().empty();
         const CommandRecord record = ReadRecord(result);
         const Verdict verdict = VerdictOf(result.outcome, record, m_options.protocolView);
         m_report.OnResult(result, record, verdict, isSilentFailure ? HintForSilentFailure() : std::wstring());
+        ThrowAtEnd(line, result);
+        EndStep(line, record, verdict);
+    }
+
+    // Throws when the command was the session's last one.
+    void ThrowAtEnd(const ScriptLine& line, const CommandResult& result)
+    {
         switch (result.outcome)
         {
         case Outcome::Succeeded:
@@ -423,11 +537,21 @@ private:
             throw ClientError(ExitStatus::WorkbenchLost,
                               At(line.where, L"the workbench ended before its final response"));
         case Outcome::Interrupted:
-            throw ClientError(ExitStatus::Interrupted, At(line.where, L"interrupted"));
+            EndInterrupted(line);
         }
         if (!result.deviation.empty())
             throw ClientError(ExitStatus::Deviation, At(line.where, L"the workbench departed from its protocol"));
-        EndStep(line, record, verdict);
+    }
+
+    [[noreturn]] void EndInterrupted(const ScriptLine& line)
+    {
+        if (!CanGoOnAfterInterrupt())
+            throw ClientError(ExitStatus::Interrupted, At(line.where, L"interrupted"));
+        ResetEvent(m_interrupt.Handle());
+        m_session.GiveUp();
+        throw ClientError(ExitStatus::Interrupted,
+                          m_running ? L"interrupted; the call goes on in the workbench, which is left as it is"
+                                    : L"interrupted; the workbench was ended in the call, start begins a new one");
     }
 
     // At a prompt, and for a command of the command line, what is shown already tells it, and JSON names the place.
@@ -442,6 +566,7 @@ private:
 
     void Stop()
     {
+        const std::unique_ptr<CommandWatch> watched = Watched(L"stopping");
         const CommandResult result = m_session.Stop();
         if (result.outcome == Outcome::TimedOut)
             throw ClientError(ExitStatus::TimedOut, L"the workbench did not stop in time and was ended");
@@ -453,8 +578,7 @@ private:
     // The workbench has ended, or is left.
     void EndRun()
     {
-        m_debugOutput.reset();
-        m_follower.reset();
+        m_log.End();
         if (std::exchange(m_isInRun, false))
             m_report.OnEnd(m_session.WorkbenchExitCode());
     }
@@ -465,9 +589,14 @@ private:
     PrintWatch m_watch;
     InterruptEvent m_interrupt;
     Session m_session;
-    std::unique_ptr<LogFollower> m_follower;
-    // Calls the session and the follower from its thread, so it is destroyed before them.
-    std::unique_ptr<DebugOutput> m_debugOutput;
+    // Calls the session and the lines from its threads, so it is destroyed before the session; and ended before the
+    // lines go.
+    WorkbenchLog m_log;
+    History m_history;
+    Completer m_completer;
+    std::unique_ptr<LineSource> m_lines;
+    // Values that are shown after each command.
+    std::vector<std::wstring> m_shown;
     // What again repeats.
     ScriptLine m_last;
     bool m_isInRun = false;
@@ -481,10 +610,10 @@ private:
 
 ExitStatus Run(const Options& options, Report& report)
 {
-    const std::unique_ptr<LineSource> lines = OpenLines(options);
+    std::unique_ptr<LineSource> lines = OpenLines(options);
     std::optional<RunningWorkbench> running;
     if (options.attachTo)
         running = FindWorkbench(*options.attachTo, options.clientId);
     const ConsoleCodePageGuard codePage;
-    return Runner(options, running, report).Run(*lines);
+    return Runner(options, running, report).Run(std::move(lines));
 }

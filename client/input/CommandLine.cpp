@@ -13,12 +13,14 @@
 #include <algorithm>
 #include <CLI/CLI.hpp>
 #include <iterator>
+#include <map>
 
 namespace
 {
 constexpr double c_millisecondsPerSecond = 1000;
 // The longest limit that the system's waits take.
 constexpr double c_longestLimitSeconds = 4294967;
+constexpr double c_commandSeconds = TimeLimits().commandMs / c_millisecondsPerSecond;
 
 constexpr const char* c_description =
     "Starts the managed workbench, or attaches to a running one, posts commands to it and\n"
@@ -78,8 +80,10 @@ struct RawOptions
     bool streams = false;
     bool printsValues = false;
     bool protocolView = false;
+    ColourUse colour = ColourUse::Automatic;
     double readySeconds = TimeLimits().readyMs / c_millisecondsPerSecond;
-    double commandSeconds = TimeLimits().commandMs / c_millisecondsPerSecond;
+    // Without one it is c_commandSeconds for a script and no limit at a prompt.
+    std::optional<double> commandSeconds;
     double stopSeconds = TimeLimits().stopMs / c_millisecondsPerSecond;
 };
 
@@ -156,19 +160,25 @@ void DefineOutput(CLI::App& app, RawOptions& raw)
         ->excludes(json);
     app.add_flag("--protocol-view", raw.protocolView,
                  "By the response alone: a command that found nothing, or raised\nan exception, has succeeded");
+    const std::map<std::string, ColourUse> uses{
+        {"auto", ColourUse::Automatic}, {"always", ColourUse::Always}, {"never", ColourUse::Never}};
+    app.add_option("--color", raw.colour, "Colour: auto (on a console, unless NO_COLOR is set), always or\nnever")
+        ->transform(CLI::CheckedTransformer(uses).description(""))
+        ->option_text("WHEN");
     app.add_flag("-f,--follow-log", raw.followsLog, "Show the workbench's trace log as it grows");
 }
 
 void DefineLimits(CLI::App& app, RawOptions& raw)
 {
     const auto range = CLI::Range(0.0, c_longestLimitSeconds);
-    const auto define = [&](const char* name, double& seconds, const std::string& text) {
-        const std::string limits = " (" + std::to_string(static_cast<int>(seconds)) + "; 0: no limit)";
+    const auto define = [&](const char* name, auto& seconds, double usual, const std::string& text) {
+        const std::string limits = std::to_string(static_cast<int>(usual)) + "; 0: no limit)";
         app.add_option(name, seconds, text + limits)->check(range)->option_text("SECONDS");
     };
-    define("-t,--timeout", raw.commandSeconds, "Until a command's final response");
-    define("--ready-timeout", raw.readySeconds, "Until a started workbench is ready");
-    define("--stop-timeout", raw.stopSeconds, "Until a stopped workbench has ended");
+    define("-t,--timeout", raw.commandSeconds, c_commandSeconds,
+           "Until a command's final response (none at a prompt on\na console, else ");
+    define("--ready-timeout", raw.readySeconds, raw.readySeconds, "Until a started workbench is ready (");
+    define("--stop-timeout", raw.stopSeconds, raw.stopSeconds, "Until a stopped workbench has ended (");
 }
 
 Options Convert(const RawOptions& raw)
@@ -181,14 +191,17 @@ Options Convert(const RawOptions& raw)
     options.clientId = ProcessIdOf(raw.clientId, 16, "--client");
     const bool readsInput = raw.commands.empty() && raw.script.empty();
     options.isInteractive = raw.isInteractive || (readsInput && IsConsole(GetStdHandle(STD_INPUT_HANDLE)));
+    options.isAtConsole = options.isInteractive && !raw.printsJson && !raw.printsValues &&
+                          IsConsole(GetStdHandle(STD_INPUT_HANDLE)) && IsConsole(GetStdHandle(STD_OUTPUT_HANDLE));
     options.keepsGoing = raw.keepsGoing || options.isInteractive;
     options.followsLog = raw.followsLog;
     options.printsJson = raw.printsJson;
     options.streams = raw.streams;
     options.printsValues = raw.printsValues;
     options.protocolView = raw.protocolView;
+    options.colour = raw.colour;
     options.limits.readyMs = LimitOf(raw.readySeconds);
-    options.limits.commandMs = LimitOf(raw.commandSeconds);
+    options.limits.commandMs = LimitOf(raw.commandSeconds.value_or(options.isAtConsole ? 0 : c_commandSeconds));
     options.limits.stopMs = LimitOf(raw.stopSeconds);
     return options;
 }

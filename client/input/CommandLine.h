@@ -1,5 +1,6 @@
 #pragma once
 
+#include "client/console/TextStream.h"
 #include "client/session/Session.h"
 
 #include <cstdint>
@@ -20,6 +21,8 @@ struct Options
     std::optional<uint32_t> attachTo;
     std::optional<uint32_t> clientId;
     bool isInteractive = false;
+    // The user sits at a console, and reads what is printed there: lines can be edited, and questions asked.
+    bool isAtConsole = false;
     bool keepsGoing = false;
     bool followsLog = false;
     bool printsJson = false;
@@ -29,6 +32,7 @@ struct Options
     bool printsValues = false;
     // What is not found, or raises an exception, succeeds.
     bool protocolView = false;
+    ColourUse colour = ColourUse::Automatic;
     TimeLimits limits;
 };
 

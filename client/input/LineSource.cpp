@@ -4,6 +4,7 @@
 #include "client/base/Text.h"
 #include "client/console/ClientError.h"
 #include "client/console/IsConsole.h"
+#include "client/console/TextStream.h"
 #include "OrvProfiler/foundation/UniqueHandle.h"
 
 #include <windows.h>
@@ -31,8 +32,8 @@ void StripLineEnd(Text& line)
         line.pop_back();
 }
 
-// Reads one line ahead of its user, on a thread of its own. Nothing can wake that thread from a read, so it shares
-// the ownership of this object and ends with the process.
+// Reads one line at a time, on a thread of its own. Nothing can wake that thread from a read, so it shares the
+// ownership of this object and ends with the process.
 class InputReader
 {
 public:
@@ -50,15 +51,23 @@ public:
         } while (!m_isOver);
     }
 
-    // Waits until there is a line. False at the end of the input, from then on. No line: it is not text.
+    // Asks for a line, unless one was asked for and not taken.
+    void Begin()
+    {
+        if (!std::exchange(m_isBegun, true))
+            SetEvent(m_wanted.Get());
+    }
+
+    // Waits until there is the line that was asked for. False at the end of the input, from then on. No line: it is
+    // not text.
     bool Take(std::optional<std::wstring>& line)
     {
         WaitForSingleObject(m_ready.Get(), INFINITE);
         if (m_isOver)
             return false;
         line = std::move(m_line);
+        m_isBegun = false;
         ResetEvent(m_ready.Get());
-        SetEvent(m_wanted.Get());
         return true;
     }
 
@@ -102,35 +111,47 @@ private:
     const bool m_isConsole;
     // While m_ready is set, m_line and m_isOver belong to the user; otherwise to the thread.
     const UniqueHandle m_ready{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
-    const UniqueHandle m_wanted{CreateEventW(nullptr, FALSE, TRUE, nullptr)};
+    const UniqueHandle m_wanted{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
     std::optional<std::wstring> m_line;
     bool m_isOver = false;
     std::string m_bytes;
     bool m_isFirst = true;
+    // The user's.
+    bool m_isBegun = false;
 };
 
 class StandardInput : public LineSource
 {
 public:
-    StandardInput()
+    explicit StandardInput(bool prompts) : m_prompts(prompts)
     {
         std::thread([reader = m_reader] { reader->Run(); }).detach();
     }
 
+    // A console that is read before the prompt stands there would show what is typed in its place.
+    void Begin() override
+    {
+        if (m_prompts)
+            TextStream::Out().Write(c_prompt, TextStyle::Prompt);
+        m_reader->Begin();
+    }
+
     HANDLE Ready() const noexcept override { return m_reader->Ready(); }
 
-    std::optional<ScriptLine> Next() override
+    LineState Next(ScriptLine& line) override
     {
-        std::optional<std::wstring> line;
-        if (!m_reader->Take(line))
-            return std::nullopt;
+        std::optional<std::wstring> text;
+        if (!m_reader->Take(text))
+            return LineState::Ended;
         const std::wstring where = L"input:" + std::to_wstring(++m_lineNumber);
-        if (!line)
+        if (!text)
             throw ClientError(ExitStatus::Usage, where + L": this line is not UTF-8 text");
-        return ScriptLine{*std::move(line), where};
+        line = {*std::move(text), where};
+        return LineState::Taken;
     }
 
 private:
+    const bool m_prompts;
     std::shared_ptr<InputReader> m_reader = std::make_shared<InputReader>();
     unsigned m_lineNumber = 0;
 };
@@ -142,11 +163,12 @@ public:
 
     HANDLE Ready() const noexcept override { return nullptr; }
 
-    std::optional<ScriptLine> Next() override
+    LineState Next(ScriptLine& line) override
     {
         if (m_next == m_lines.size())
-            return std::nullopt;
-        return m_lines[m_next++];
+            return LineState::Ended;
+        line = m_lines[m_next++];
+        return LineState::Taken;
     }
 
 private:
@@ -184,9 +206,9 @@ std::optional<std::wstring> DecodeScript(std::string_view bytes)
 }
 } // namespace
 
-std::unique_ptr<LineSource> StandardInputLines()
+std::unique_ptr<LineSource> StandardInputLines(bool prompts)
 {
-    return std::make_unique<StandardInput>();
+    return std::make_unique<StandardInput>(prompts);
 }
 
 std::unique_ptr<LineSource> ListedLines(std::vector<ScriptLine> lines)

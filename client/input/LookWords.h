@@ -22,3 +22,7 @@ extern const LookWord c_lookWords[c_lookWordCount];
 // The command for a line that begins with such a word, its case does not matter; nothing for any other line. Throws
 // SessionError (bad request) when what follows the word is not what it takes.
 std::optional<Command> ParseLook(std::wstring_view line);
+
+// The command that asks one of the type's other questions, "Complete", about a text. What the user has asked for is
+// shown in its place. Throws SessionError (bad request) when the text is too long.
+Command LookCommand(const wchar_t* question, const std::wstring& text, const std::wstring& asked);

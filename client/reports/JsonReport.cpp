@@ -140,8 +140,26 @@ public:
 
     void OnLogLine(const std::wstring& line) override { Print(Json{{"type", "log"}, {"text", ToUtf8(line)}}); }
 
-    // Programs need none.
-    void OnPrompt() override {}
+    void OnHistory(const std::vector<std::wstring>& commands) override
+    {
+        Json list = Json::array();
+        for (const std::wstring& command : commands)
+            list.push_back(ToUtf8(command));
+        Print(Json{{"type", "history"}, {"commands", list}});
+    }
+
+    void OnShown(const std::vector<std::wstring>& /*lines*/, const std::vector<ListEntry>& values) override
+    {
+        Json list = Json::array();
+        for (const ListEntry& value : values)
+        {
+            Json entry = Json::object();
+            for (const auto& [name, text] : value)
+                entry[name] = ToUtf8(text);
+            list.push_back(entry);
+        }
+        Print(Json{{"type", "shown"}, {"values", list}});
+    }
 
     void OnHelp(const std::wstring& text) override { Print(Json{{"type", "help"}, {"text", ToUtf8(text)}}); }
 

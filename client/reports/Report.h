@@ -3,6 +3,7 @@
 #include "client/console/ClientError.h"
 #include "client/results/CommandRecord.h"
 #include "client/results/Durations.h"
+#include "client/results/ListEntries.h"
 #include "client/results/Verdict.h"
 #include "client/session/Session.h"
 
@@ -32,7 +33,11 @@ public:
     virtual void OnError(const ClientError& error, const std::vector<std::wstring>& hints) = 0;
     // A line of the trace log, without its end. Any thread.
     virtual void OnLogLine(const std::wstring& line) = 0;
-    virtual void OnPrompt() = 0;
+    // The commands of this session and of earlier ones.
+    virtual void OnHistory(const std::vector<std::wstring>& commands) = 0;
+    // The values that the user wants to see after each command: what the dispatcher printed of them, one line each,
+    // and told of them.
+    virtual void OnShown(const std::vector<std::wstring>& lines, const std::vector<ListEntry>& values) = 0;
     virtual void OnHelp(const std::wstring& text) = 0;
 };
 

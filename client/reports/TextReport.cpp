@@ -11,8 +11,9 @@ constexpr std::wstring_view c_commandMark = L"> ";
 constexpr std::wstring_view c_outputMark = L"    | ";
 constexpr std::wstring_view c_eventIndent = L"    ";
 constexpr std::wstring_view c_resultIndent = L"  ";
+// The dispatcher's line begins with two blanks more.
+constexpr std::wstring_view c_shownMark = L"  ";
 constexpr std::wstring_view c_logMark = L"    log ";
-constexpr std::wstring_view c_prompt = L"orv> ";
 
 const wchar_t* OutcomeText(Verdict verdict) noexcept
 {
@@ -36,12 +37,30 @@ const wchar_t* OutcomeText(Verdict verdict) noexcept
     return L"";
 }
 
-void Print(std::wstring_view mark, std::wstring_view text)
+TextStyle StyleOf(Verdict verdict) noexcept
+{
+    switch (verdict)
+    {
+    case Verdict::Succeeded:
+        return TextStyle::Good;
+    case Verdict::NotFound:
+    case Verdict::Raised:
+    case Verdict::Interrupted:
+        return TextStyle::Warning;
+    case Verdict::Failed:
+    case Verdict::TimedOut:
+    case Verdict::Lost:
+        break;
+    }
+    return TextStyle::Bad;
+}
+
+void Print(std::wstring_view mark, std::wstring_view text, TextStyle style = TextStyle::Plain)
 {
     std::wstring line(mark);
     line += text;
     line += L'\n';
-    TextStream::Out().Write(line);
+    TextStream::Out().Write(line, style);
 }
 
 class TextReport : public Report
@@ -57,10 +76,10 @@ public:
             Print(c_outputMark, happening.text);
             return;
         case Happening::Kind::Response:
-            Print(c_eventIndent, L"response " + happening.text);
+            Print(c_eventIndent, L"response " + happening.text, TextStyle::Quiet);
             return;
         case Happening::Kind::Message:
-            Print(c_eventIndent, L"message " + happening.text);
+            Print(c_eventIndent, L"message " + happening.text, TextStyle::Quiet);
             return;
         }
     }
@@ -77,7 +96,8 @@ public:
     {
         if (m_echoesCommands)
             Print(c_commandMark,
-                  command.ShownWord() + (command.ShownText().empty() ? L"" : L" " + command.ShownText()));
+                  command.ShownWord() + (command.ShownText().empty() ? L"" : L" " + command.ShownText()),
+                  TextStyle::Prompt);
     }
 
     void OnResult(const CommandResult& result, const CommandRecord& record, Verdict verdict,
@@ -86,11 +106,11 @@ public:
         std::wstring line = OutcomeText(verdict) + std::wstring(FormatSlot(L" after %.3f ms", result.elapsedMs));
         if (record.result)
             line += L", result " + std::to_wstring(*record.result) + L" " + record.resultName;
-        Print(c_resultIndent, line);
+        Print(c_resultIndent, line, StyleOf(verdict));
         if (!result.deviation.empty())
-            Print(c_resultIndent, L"protocol: " + result.deviation);
+            Print(c_resultIndent, L"protocol: " + result.deviation, TextStyle::Bad);
         if (!hint.empty())
-            Print(c_resultIndent, L"hint: " + hint);
+            Print(c_resultIndent, L"hint: " + hint, TextStyle::Warning);
     }
 
     void OnTimes(const Durations& durations) override
@@ -113,12 +133,22 @@ public:
         std::wstring text = L"OrvClient: " + error.Message() + L"\n";
         for (const std::wstring& hint : hints)
             text += L"  " + hint + L"\n";
-        TextStream::Error().Write(text);
+        TextStream::Error().Write(text, TextStyle::Bad);
     }
 
-    void OnLogLine(const std::wstring& line) override { Print(c_logMark, line); }
+    void OnLogLine(const std::wstring& line) override { Print(c_logMark, line, TextStyle::Quiet); }
 
-    void OnPrompt() override { TextStream::Out().Write(c_prompt); }
+    void OnHistory(const std::vector<std::wstring>& commands) override
+    {
+        for (const std::wstring& command : commands)
+            Print(c_resultIndent, command);
+    }
+
+    void OnShown(const std::vector<std::wstring>& lines, const std::vector<ListEntry>& /*values*/) override
+    {
+        for (const std::wstring& line : lines)
+            Print(c_shownMark, line);
+    }
 
     void OnHelp(const std::wstring& text) override { TextStream::Out().Write(text); }
 

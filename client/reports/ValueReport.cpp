@@ -27,7 +27,6 @@ public:
         m_asks = command.word->event == EV_INVOKE || command.word->event == c_commandGetProperty;
     }
     void OnEnd(std::optional<uint32_t> /*workbenchExitCode*/) override {}
-    void OnPrompt() override {}
 
     void OnResult(const CommandResult& result, const CommandRecord& record, Verdict verdict,
                   const std::wstring& hint) override
@@ -54,6 +53,18 @@ public:
     }
 
     void OnLogLine(const std::wstring& line) override { Tell(line); }
+    void OnHistory(const std::vector<std::wstring>& commands) override
+    {
+        for (const std::wstring& command : commands)
+            TextStream::Out().Write(command + L"\n");
+    }
+
+    void OnShown(const std::vector<std::wstring>& /*lines*/, const std::vector<ListEntry>& values) override
+    {
+        for (const ListEntry& value : values)
+            TextStream::Out().Write(TextOf(value, value.count("text") != 0 ? "text" : "raised") + L"\n");
+    }
+
     void OnHelp(const std::wstring& text) override { TextStream::Out().Write(text); }
 
 private:

@@ -336,16 +336,18 @@ bool Session::WaitForEnd()
     return !m_isRunning;
 }
 
-bool Session::WaitWhileIdle(HANDLE object)
+bool Session::WaitWhileIdle(std::initializer_list<HANDLE> objects)
 {
     const bool wasRunning = m_isRunning;
+    std::vector<HANDLE> awaited(objects);
+    awaited.push_back(m_interrupt);
     for (;;)
     {
-        WaitForNews(INFINITE, {m_interrupt, object});
+        WaitForNews(INFINITE, awaited);
         TakeNews();
         if (IsSet(m_interrupt) || m_isRunning != wasRunning)
             return false;
-        if (IsSet(object))
+        if (std::any_of(objects.begin(), objects.end(), IsSet))
             return true;
     }
 }
@@ -376,9 +378,9 @@ std::optional<uint32_t> Session::WorkbenchExitCode() const noexcept
 }
 
 // Returns when anything has come, when one of the other objects is signalled, or after the time.
-void Session::WaitForNews(uint32_t timeoutMs, std::initializer_list<HANDLE> others)
+void Session::WaitForNews(uint32_t timeoutMs, std::vector<HANDLE> others)
 {
-    std::vector<HANDLE> handles(others);
+    std::vector<HANDLE> handles(std::move(others));
     if (m_pending != nullptr)
         for (const UniqueHandle& response : m_responses)
             handles.push_back(response.Get());
@@ -521,8 +523,6 @@ void Session::Deviate(const wchar_t* text)
         m_pending->deviation = text;
 }
 
-// The workbench did not answer in time. Its late responses would be taken for those of the next command, so there is
-// no next one, whether or not this session may end the process.
 void Session::GiveUp()
 {
     m_process.Kill();

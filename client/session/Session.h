@@ -19,6 +19,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 // In milliseconds; c_noLimit waits for ever.
 struct TimeLimits
@@ -127,9 +128,13 @@ public:
     // outcome is TimedOut, and the workbench is ended. Leaves any other alone.
     CommandResult Stop();
 
-    // Waits for the given object, and meanwhile takes what comes from the workbench. Returns false when a running
-    // workbench ended or the interrupt was set first.
-    bool WaitWhileIdle(HANDLE object);
+    // Waits for one of the given objects, and meanwhile takes what comes from the workbench. Returns false when a
+    // running workbench ended or the interrupt was set first.
+    bool WaitWhileIdle(std::initializer_list<HANDLE> objects);
+
+    // Ends the session after a command whose final response nobody waits for any more: it would be taken for that of
+    // the next one. A workbench that was started here is ended at once.
+    void GiveUp();
 
     // Takes a line that a process has printed to the debugger. Only an attached session needs it; lines of other
     // processes are ignored. Any thread.
@@ -172,7 +177,7 @@ private:
     bool WaitForEnd();
     void ConcludeFromTrace();
     std::optional<int32_t> AwaitTracedResult();
-    void WaitForNews(uint32_t timeoutMs, std::initializer_list<HANDLE> others);
+    void WaitForNews(uint32_t timeoutMs, std::vector<HANDLE> others);
     void TakeNews();
     void TakeOutput();
     void TakeOutputRest();
@@ -185,7 +190,6 @@ private:
     void OnMessage(uint32_t message);
     void Complete(bool succeeded);
     void Deviate(const wchar_t* text);
-    void GiveUp();
 
     const uint32_t m_clientId;
     const TimeLimits m_limits;

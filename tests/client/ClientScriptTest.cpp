@@ -285,7 +285,7 @@ TEST(ClientScript, TimeCarriesACommandOutSeveralTimes)
                                          "  succeeded 3 times: minimum # ms, median # ms, maximum # ms\n"
                                          "> time 2 invoke result=1\n"
                                          "  failed after # ms\n"
-                                         "    message exiting\n"));
+                                         "  hint: the dispatcher printed nothing"));
     EXPECT_EQ("OrvClient: input:3: the command failed\n", result.errors);
     EXPECT_EQ(1, result.status);
     const std::vector<std::string> calls = record.Calls();
