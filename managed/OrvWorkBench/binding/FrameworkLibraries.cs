@@ -85,6 +85,19 @@ namespace OrvWorkBench
             return false;
         }
 
+        // Those in which the libraries have types, whether the runtime has the library or not.
+        public static IEnumerable<string> Namespaces
+        {
+            get
+            {
+                for (int i = 0; i < s_libraries.GetLength(0); ++i)
+                {
+                    foreach (string known in s_libraries[i, 1].Split(' '))
+                        yield return known;
+                }
+            }
+        }
+
         // Brings those into the process that nearly every program uses.
         public static void GetUsual()
         {

@@ -59,6 +59,11 @@ namespace OrvWorkBench
             m_last = null;
         }
 
+        public bool HasLast
+        {
+            get { return m_last != null; }
+        }
+
         // Throws CommandError when nothing has returned a value yet.
         public Value LastResult(int position)
         {

@@ -15,6 +15,11 @@ namespace OrvWorkBench
             get { return m_namespaces; }
         }
 
+        public IEnumerable<string> Aliases
+        {
+            get { return m_aliases.Keys; }
+        }
+
         // Null when the name stands for no type.
         public Type Alias(string name)
         {

@@ -110,6 +110,27 @@ namespace OrvWorkBench
             Dump(expression, c_usualDepth, 0);
         }
 
+        // How to go on at the end of a command line: "get t.Tar". For each way where in the line its text belongs, the
+        // text, what it is, and what to show of it. Nothing of the user's is run.
+        public static void Complete(string line)
+        {
+            Begin();
+            Completion.Of(At, line ?? "").Print();
+        }
+
+        // Up to three command lines with that word that can be given as things are now.
+        public static void Example(string word)
+        {
+            Begin();
+        }
+
+        // What an expression gives now; or why it gives nothing, which is no failure.
+        public static void Value(string expression)
+        {
+            Begin();
+            CurrentValue.Print(At, (expression ?? "").Trim());
+        }
+
         internal static Surroundings At
         {
             get { return s_at; }

@@ -8,10 +8,14 @@ namespace OrvWorkBench
     {
         public readonly Assemblies Assemblies;
         public readonly Instances Instances;
+        public readonly Usings Usings;
+        public readonly TypeFinder Types;
         private readonly Evaluator m_evaluator;
 
-        public Surroundings(Assemblies assemblies, Instances instances, Evaluator evaluator)
+        public Surroundings(Assemblies assemblies, Instances instances, Usings usings, TypeFinder types, Evaluator evaluator)
         {
+            Usings = usings;
+            Types = types;
             Assemblies = assemblies;
             Instances = instances;
             m_evaluator = evaluator;

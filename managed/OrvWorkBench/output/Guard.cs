@@ -34,10 +34,16 @@ namespace OrvWorkBench
         // "raised System.X: why", for a text that could not be had otherwise.
         public static string Describe(Exception error)
         {
+            return "raised " + NameAndMessage(error);
+        }
+
+        // "System.X: why"
+        public static string NameAndMessage(Exception error)
+        {
             string message = null;
             Exception worse = Run(delegate() { message = error.Message; });
             string name = TypeNames.Show(error.GetType());
-            return worse != null || message == null ? "raised " + name : "raised " + name + ": " + Printable.OneLine(message);
+            return worse != null || message == null ? name : name + ": " + Printable.OneLine(message);
         }
 
         public static void TakeBackAbort()
