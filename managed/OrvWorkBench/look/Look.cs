@@ -122,6 +122,9 @@ namespace OrvWorkBench
         public static void Example(string word)
         {
             Begin();
+            Listing list = new Listing();
+            foreach (string line in Examples.Of(At, (word ?? "").Trim()))
+                list.Add(line, "text", line);
         }
 
         // What an expression gives now; or why it gives nothing, which is no failure.
