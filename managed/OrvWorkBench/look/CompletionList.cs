@@ -60,11 +60,39 @@ namespace OrvWorkBench
             return name.StartsWith(m_word, StringComparison.OrdinalIgnoreCase);
         }
 
+        // Whether the part of the text from there on begins with what is typed.
+        public bool MayFit(string text, int start)
+        {
+            return string.Compare(text, start, m_word, 0, m_word.Length, StringComparison.OrdinalIgnoreCase) == 0;
+        }
+
+        // Whether there is a namespace of that whole name in the list.
+        public bool Has(string space)
+        {
+            return m_known.ContainsKey(KeyOf("namespace", space));
+        }
+
         // A name, and what follows it at once, such as "(".
         public void AddName(CompletionGroup group, string name, string tail, string kind, string shown)
         {
-            if (Fits(name))
-                Add(group, m_at, (Lexer.IsKeyword(name) ? "@" : "") + name + tail, kind, shown);
+            string written = Fits(name) ? WrittenName.Of(name) : null;
+            if (written != null)
+                Add(group, m_at, written + tail, kind, shown);
+        }
+
+        // A whole name with its dots.
+        public void AddDotted(CompletionGroup group, string name, string tail, string kind, string shown)
+        {
+            if (!Fits(name) || m_isEscaped)
+                return;
+            string[] parts = name.Split('.');
+            for (int i = 0; i < parts.Length; ++i)
+            {
+                parts[i] = WrittenName.Of(parts[i]);
+                if (parts[i] == null)
+                    return;
+            }
+            Add(group, m_at, string.Join(".", parts) + tail, kind, shown);
         }
 
         // A word of the grammar.
@@ -106,7 +134,7 @@ namespace OrvWorkBench
 
         private void Add(CompletionGroup group, int at, string text, string kind, string shown)
         {
-            string key = text + "\n" + shown;
+            string key = KeyOf(group == CompletionGroup.Namespace ? kind : text, shown);
             if (m_known.ContainsKey(key))
                 return;
             m_known.Add(key, true);
@@ -117,6 +145,11 @@ namespace OrvWorkBench
             entry.Kind = kind;
             entry.Shown = shown;
             m_entries.Add(entry);
+        }
+
+        private static string KeyOf(string text, string shown)
+        {
+            return text + "\n" + shown;
         }
 
         private static int Compare(CompletionEntry one, CompletionEntry other)

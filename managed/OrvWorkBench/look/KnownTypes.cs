@@ -21,12 +21,17 @@ namespace OrvWorkBench
         // Types and namespaces in a namespace; the empty name stands for what is in none.
         public void AddIn(string space, Filter filter)
         {
-            foreach (Assembly assembly in AssembliesFor(space))
-            {
-                foreach (Type type in TypeTable.Of(assembly).TypesIn(space))
-                    Add(type, filter);
-            }
+            AddTypes(space, filter);
             AddNamespaces(space, ".");
+        }
+
+        // The same of one assembly alone.
+        public void AddIn(Assembly only, string space, Filter filter)
+        {
+            foreach (ListedType type in TypeTable.Of(only).TypesIn(space))
+                Add(type, filter);
+            foreach (string known in TypeTable.Of(only).Namespaces)
+                AddNamespace(space, known, ".", true);
         }
 
         // The next parts of the namespaces below that one.
@@ -35,13 +40,13 @@ namespace OrvWorkBench
             foreach (Assembly assembly in m_at.Assemblies.InSearchOrder())
             {
                 foreach (string known in TypeTable.Of(assembly).Namespaces)
-                    AddNamespace(space, known, tail);
+                    AddNamespace(space, known, tail, true);
             }
             foreach (string known in FrameworkLibraries.Namespaces)
-                AddNamespace(space, known, tail);
+                AddNamespace(space, known, tail, false);
         }
 
-        // What goes by a short name.
+        // What goes by a short name. One that two namespaces have goes by none.
         public void AddUsed(Filter filter)
         {
             foreach (string alias in m_at.Usings.Aliases)
@@ -51,24 +56,13 @@ namespace OrvWorkBench
                     m_list.AddName(CompletionGroup.Type, alias, "", Kind(type), TypeNames.Show(type));
             }
             foreach (string space in m_at.Usings.Namespaces)
-            {
-                foreach (Assembly assembly in AssembliesFor(space))
-                {
-                    foreach (Type type in TypeTable.Of(assembly).TypesIn(space))
-                        Add(type, filter);
-                }
-            }
+                AddTypes(space, filter);
         }
 
         public void AddNested(Type outer, Filter filter)
         {
             foreach (Type nested in ReachableMembers.NestedIn(outer))
-                Add(nested, filter);
-        }
-
-        public bool HasNamespace(string name)
-        {
-            return m_at.Types.HasNamespace(name);
+                Add(new ListedType(nested), filter);
         }
 
         // Any type will do.
@@ -77,11 +71,15 @@ namespace OrvWorkBench
             return true;
         }
 
-        // What "new" makes, and what has such types in it.
+        // What "new" makes, and what has types in it.
         public static bool IsMade(Type type)
         {
-            return !type.IsInterface && !type.IsAbstract ? type.IsValueType || type.GetConstructors(Node.InstanceMembers).Length > 0
-                                                         : type.GetNestedTypes(BindingFlags.Public).Length > 0;
+            bool isMade = !type.IsInterface && !type.IsAbstract && type.IsValueType;
+            Guard.Run(delegate() {
+                isMade = isMade || (!type.IsAbstract && type.GetConstructors(Node.InstanceMembers).Length > 0) ||
+                         type.GetNestedTypes(BindingFlags.Public).Length > 0;
+            });
+            return isMade;
         }
 
         // "class", "struct", "enum", "interface" or "delegate".
@@ -91,31 +89,38 @@ namespace OrvWorkBench
             return kind.Substring(kind.LastIndexOf(' ') + 1);
         }
 
-        private IEnumerable<Assembly> AssembliesFor(string space)
+        private void AddTypes(string space, Filter filter)
         {
-            foreach (Assembly assembly in new List<Assembly>(m_at.Assemblies.InSearchOrder()))
-                yield return assembly;
-            foreach (Assembly library in FrameworkLibraries.For(space + ".?"))
-                yield return library;
+            foreach (Assembly assembly in m_at.Assemblies.InSearchOrder())
+                AddTypes(assembly, space, filter);
+            // This may take a library into the process, as the command itself would.
+            foreach (Assembly library in FrameworkLibraries.For(space + "."))
+                AddTypes(library, space, filter);
         }
 
-        private void Add(Type type, Filter filter)
+        private void AddTypes(Assembly assembly, string space, Filter filter)
         {
-            string name = type.Name;
-            int tick = name.IndexOf('`');
-            string bare = tick < 0 ? name : name.Substring(0, tick);
-            if (m_list.Fits(bare) && filter(type))
-                m_list.AddName(CompletionGroup.Type, bare, tick < 0 ? "" : "<", Kind(type), TypeNames.Show(type));
+            foreach (ListedType type in TypeTable.Of(assembly).TypesIn(space))
+                Add(type, filter);
         }
 
-        private void AddNamespace(string space, string known, string tail)
+        private void Add(ListedType type, Filter filter)
+        {
+            if (m_list.Fits(type.Name) && filter(type.Type))
+                m_list.AddName(CompletionGroup.Type, type.Name, type.IsGeneric ? "<" : "", Kind(type.Type), type.Shown);
+        }
+
+        private void AddNamespace(string space, string known, string tail, bool isThere)
         {
             int start = space.Length == 0 ? 0 : space.Length + 1;
-            if (known.Length <= start || (start > 0 && !known.StartsWith(space + ".", StringComparison.Ordinal)))
+            if (known.Length <= start || !m_list.MayFit(known, start) ||
+                (start > 0 && !known.StartsWith(space + ".", StringComparison.Ordinal)))
                 return;
             int dot = known.IndexOf('.', start);
-            string part = dot < 0 ? known.Substring(start) : known.Substring(start, dot - start);
-            m_list.AddName(CompletionGroup.Namespace, part, tail, "namespace", known.Substring(0, start) + part);
+            string whole = dot < 0 ? known : known.Substring(0, dot);
+            if (m_list.Has(whole) || (!isThere && !FrameworkLibraries.HasNamespace(whole)))
+                return;
+            m_list.AddName(CompletionGroup.Namespace, whole.Substring(start), tail, "namespace", whole);
         }
     }
 }

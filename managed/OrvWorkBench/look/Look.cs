@@ -115,7 +115,11 @@ namespace OrvWorkBench
         public static void Complete(string line)
         {
             Begin();
-            Completion.Of(At, line ?? "").Print();
+            CompletionList list = null;
+            // What the line names may not be there to be loaded.
+            Guard.Run(delegate() { list = Completion.Of(At, line ?? ""); });
+            if (list != null)
+                list.Print();
         }
 
         // Up to three command lines with that word that can be given as things are now.
