@@ -41,6 +41,7 @@ namespace OrvWorkBench
             m_text = text;
             m_list = list;
             m_types = new KnownTypes(at, list);
+            m_types.Start = list.At;
         }
 
         // The ways to go on at the end of the line, which begins with the word of a command.
@@ -118,8 +119,16 @@ namespace OrvWorkBench
                 AddWanted(sign);
             if (m_text[sign].Is("="))
                 CompleteFrom(sign + 1, Place.Value);
-            else if (sign == m_text.Count - 1)
+            else if (sign == m_text.Count - 1 && IsEvent(sign))
                 m_list.AddWord("watch");
+        }
+
+        // Whether what stands before the sign is an event.
+        private bool IsEvent(int sign)
+        {
+            MemberExpression target = Parser.ParseSubject(m_text.TextOf(0, sign - 1)) as MemberExpression;
+            Node node = target == null ? null : m_statics.Of(target.Target);
+            return node != null && node.MemberType != null && Members.FindData(node.MemberType, target.Part.Name, node.Flags) is EventInfo;
         }
 
         // The "=", "+=" or "-=" between target and value; -1 when there is none yet.
@@ -238,8 +247,7 @@ namespace OrvWorkBench
             if (start < 0)
                 return;
             Place place = PlaceAt(start);
-            bool isNew = m_text[start].Is("new");
-            if (isNew && !m_text[dot - 1].Is(")") && !m_text[dot - 1].Is("}") && !m_text[dot - 1].Is("]"))
+            if (m_text.IsBareNew(start, dot - 1))
             {
                 place = Place.Made;
                 ++start;
@@ -285,7 +293,10 @@ namespace OrvWorkBench
             if (name != null && m_text[start].Is("["))
                 AddOfAssembly(m_text.PartnerOf(start), name, place);
             else if (name != null)
+            {
+                m_types.Start = m_list.At - (m_text.WordAt - m_text[start].Position);
                 m_types.AddIn(name, FilterFor(place));
+            }
         }
 
         private static KnownTypes.Filter FilterFor(Place place)

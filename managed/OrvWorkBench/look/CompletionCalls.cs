@@ -52,7 +52,7 @@ namespace OrvWorkBench
             int start = m_text.StartOf(open - 1, m_first);
             if (start < 0)
                 return new MethodBase[0];
-            bool isNew = m_text[start].Is("new");
+            bool isNew = m_text.IsBareNew(start, open - 1);
             if (isNew || (start == m_first && m_start == Place.Made))
                 return ConstructorsOf(m_text.TextOf(start + (isNew ? 1 : 0), open - 1));
             Expression callee = Parser.ParseSubject(m_text.TextOf(start, open - 1));
@@ -70,10 +70,18 @@ namespace OrvWorkBench
             MethodInfo shape = MethodGroup.ShapeOf(type);
             bool isPlain = type.IsValueType && type.GetConstructor(Type.EmptyTypes) == null;
             if (m_list.IsAtStart && shape != null)
-                m_list.AddHint("constructor", TypeNames.Show(type) + "(" + Signatures.ShowDeclared(shape) + ")");
+                m_list.AddHint("constructor", DelegateText(type, shape));
             if (m_list.IsAtStart && isPlain)
                 m_list.AddHint("constructor", TypeNames.Show(type) + "()");
             return shape != null ? new MethodBase[0] : (IEnumerable<MethodBase>)type.GetConstructors(Node.InstanceMembers);
+        }
+
+        // "EventHandler(void (object sender, System.EventArgs e) method)"
+        private static string DelegateText(Type type, MethodInfo shape)
+        {
+            string declared = Signatures.ShowDeclared(shape);
+            string name = TypeNames.Show(type);
+            return name.Substring(name.LastIndexOf('.') + 1) + "(" + declared.Replace(" Invoke(", " (") + " method)";
         }
 
         // Null for what names no type.
@@ -108,7 +116,7 @@ namespace OrvWorkBench
             int start = m_text.StartOf(open - 1, m_first);
             if (start < 0)
                 return;
-            bool isMade = m_text[start].Is("new") || (start == m_first && m_start == Place.Made);
+            bool isMade = m_text.IsBareNew(start, open - 1) || (start == m_first && m_start == Place.Made);
             Node node = isMade ? null : m_statics.Of(Parser.ParseSubject(m_text.TextOf(start, open - 1)));
             if (!isMade && (node == null || node.Type != null || node.MemberType == null))
                 return;
@@ -119,13 +127,17 @@ namespace OrvWorkBench
 
         private void AddIndexers(Type type)
         {
+            if (type.IsArray)
+            {
+                string rest = Repeated(", int", type.GetArrayRank() - 1);
+                m_list.AddHint("indexer", TypeNames.Show(type.GetElementType()) + " this[int" + rest + "] { get; set; }");
+                return;
+            }
             foreach (PropertyInfo indexer in Members.FindIndexers(type))
             {
                 if (indexer.GetGetMethod() != null || indexer.GetSetMethod() != null)
                     m_list.AddHint("indexer", MemberTexts.Show(indexer));
             }
-            if (type.IsArray)
-                m_list.AddHint("indexer", TypeNames.Show(type.GetElementType()) + " this[int" + Repeated(", int", type.GetArrayRank() - 1) + "] { get; set; }");
         }
 
         private static string Repeated(string text, int count)
@@ -139,7 +151,7 @@ namespace OrvWorkBench
         private void AddAssemblies()
         {
             foreach (Assembly assembly in m_at.Assemblies.InSearchOrder())
-                m_list.AddDotted(CompletionGroup.Namespace, assembly.GetName().Name, "]", "namespace", assembly.FullName);
+                m_list.AddDotted(CompletionGroup.Namespace, assembly.GetName().Name, "]", "word", assembly.FullName);
         }
     }
 }

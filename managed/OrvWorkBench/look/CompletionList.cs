@@ -10,6 +10,9 @@ namespace OrvWorkBench
         Hint,
         Instance,
         Member,
+        // Where names begin: of the assemblies that the user has loaded.
+        LoadedType,
+        LoadedNamespace,
         Type,
         Namespace,
         Word
@@ -32,6 +35,7 @@ namespace OrvWorkBench
     internal sealed class CompletionList
     {
         private const int c_greatest = 1000;
+        private const string c_namespace = "namespace";
 
         private readonly List<CompletionEntry> m_entries = new List<CompletionEntry>();
         private readonly Dictionary<string, bool> m_known = new Dictionary<string, bool>();
@@ -47,6 +51,12 @@ namespace OrvWorkBench
             m_isEscaped = isEscaped;
             m_at = at;
             m_end = end;
+        }
+
+        // Where in the line the last name begins.
+        public int At
+        {
+            get { return m_at; }
         }
 
         // Whether nothing is typed yet of what is to come.
@@ -69,7 +79,13 @@ namespace OrvWorkBench
         // Whether there is a namespace of that whole name in the list.
         public bool Has(string space)
         {
-            return m_known.ContainsKey(KeyOf("namespace", space));
+            return m_known.ContainsKey(KeyOf(c_namespace, space));
+        }
+
+        // A namespace, by its last part.
+        public void AddNamespace(CompletionGroup group, string part, string tail, string whole)
+        {
+            AddName(group, part, tail, c_namespace, whole);
         }
 
         // A name, and what follows it at once, such as "(".
@@ -78,6 +94,13 @@ namespace OrvWorkBench
             string written = Fits(name) ? WrittenName.Of(name) : null;
             if (written != null)
                 Add(group, m_at, written + tail, kind, shown);
+        }
+
+        // A name that replaces more of the line than the last name: all from that index on.
+        public void AddInstead(CompletionGroup group, int at, string name, string text, string kind, string shown)
+        {
+            if (Fits(name))
+                Add(group, at, text, kind, shown);
         }
 
         // A whole name with its dots.
@@ -100,6 +123,13 @@ namespace OrvWorkBench
         {
             if (Fits(word) && !m_isEscaped)
                 Add(CompletionGroup.Word, m_at, word, "word", word);
+        }
+
+        // "$"
+        public void AddLast(string shown)
+        {
+            if (IsAtStart)
+                Add(CompletionGroup.Instance, m_at, "$", "instance", shown);
         }
 
         // What may be meant; it puts nothing into the line.
@@ -134,7 +164,7 @@ namespace OrvWorkBench
 
         private void Add(CompletionGroup group, int at, string text, string kind, string shown)
         {
-            string key = KeyOf(group == CompletionGroup.Namespace ? kind : text, shown);
+            string key = KeyOf(kind == c_namespace ? kind : text, shown);
             if (m_known.ContainsKey(key))
                 return;
             m_known.Add(key, true);

@@ -48,8 +48,8 @@ namespace OrvWorkBench
         {
             foreach (string name in m_at.Instances.Names)
                 m_list.AddName(CompletionGroup.Instance, name, "", "instance", TextOf(m_at.Instances.Get(name)));
-            if (withLast && m_list.IsAtStart && m_at.Instances.HasLast)
-                m_list.AddName(CompletionGroup.Instance, "$", "", "instance", TextOf(m_at.Instances.LastResult(-1)));
+            if (withLast && m_at.Instances.HasLast)
+                m_list.AddLast(TextOf(m_at.Instances.LastResult(-1)));
         }
 
         // The value too where showing it runs nothing of the user's.

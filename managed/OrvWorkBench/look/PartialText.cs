@@ -185,6 +185,20 @@ namespace OrvWorkBench
             return close > open + 1;
         }
 
+        // Whether "new" stands there, with nothing but a type's name behind it up to that token.
+        public bool IsBareNew(int start, int last)
+        {
+            if (!m_tokens[start].Is("new"))
+                return false;
+            for (int i = start + 1; i <= last; ++i)
+            {
+                bool isOpened = m_tokens[i].Is("(") || m_tokens[i].Is("{") || (m_tokens[i].Is("[") && i > start + 1);
+                if (isOpened && m_parents[i] == m_parents[start])
+                    return false;
+            }
+            return true;
+        }
+
         private int WithPrefix(int at, int first)
         {
             if (at > first && m_tokens[at - 1].Is("]") && m_partners[at - 1] >= first && IsPrefix(m_partners[at - 1], first))

@@ -73,6 +73,17 @@ namespace OrvWorkBench
             return m_types.TryGetValue(space, out types) ? types : s_none;
         }
 
+        // Whether it has a type of the same full name that is not nested.
+        public bool Has(Type type)
+        {
+            foreach (ListedType own in TypesIn(type.Namespace ?? ""))
+            {
+                if (own.Type.Name == type.Name)
+                    return true;
+            }
+            return false;
+        }
+
         private void Add(ListedType type, string space)
         {
             List<ListedType> types;

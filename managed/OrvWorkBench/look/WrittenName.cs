@@ -13,6 +13,17 @@ namespace OrvWorkBench
             return Lexer.IsKeyword(name) ? "@" + name : name;
         }
 
+        // An assembly's simple name between brackets; in quotes when it has other characters than those of a dotted name.
+        public static string OfAssembly(string name)
+        {
+            foreach (string part in name.Split('.', '-'))
+            {
+                if (Of(part) != part)
+                    return "\"" + name.Replace("\\", "\\\\").Replace("\"", "\\\"") + "\"";
+            }
+            return name;
+        }
+
         // Nearly all names are.
         private static bool IsPlain(string name)
         {
