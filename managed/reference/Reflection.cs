@@ -111,6 +111,7 @@ namespace System.Reflection
         public abstract Type FieldType { get; }
         public bool IsInitOnly { get { throw null; } }
         public bool IsLiteral { get { throw null; } }
+        public bool IsSpecialName { get { throw null; } }
         public abstract object GetValue(object obj);
         public void SetValue(object obj, object value) { }
     }

@@ -23,6 +23,7 @@ namespace System
         public char this[int index] { get { throw null; } }
         public int Length { get { throw null; } }
         public static int Compare(string strA, string strB, StringComparison comparisonType) { throw null; }
+        public static int Compare(string strA, int indexA, string strB, int indexB, int length, StringComparison comparisonType) { throw null; }
         public static int CompareOrdinal(string strA, string strB) { throw null; }
         public static string Concat(object arg0, object arg1) { throw null; }
         public static string Concat(object arg0, object arg1, object arg2) { throw null; }

@@ -37,73 +37,162 @@ namespace OrvTest
         private static void Start()
         {
             Bench.Start();
-            CInvoke.Reset("");
-            CInvoke.LoadAssembly(Path.Combine(Harness.Folder, "../../bin/OrvSample.dll"));
+            Bench.Load("../../bin/OrvSample.dll");
             CInvoke.CreateType("t = OrvSample.Thermostat(\"kitchen\", 21)");
+            CInvoke.CreateType("q = OrvTest.Completing.Quiet { Next = new OrvTest.Completing.Quiet() }");
+            CInvoke.CreateType("tell = System.Text.StringBuilder(\"abc\")");
             Bench.Printed();
         }
 
-        public static void TheLineSaysWhatFits()
+        private static void Table(string[,] table)
         {
             Start();
-            string[,] table = {
-                { "get t.Tar", "Target:property" },
-                { "get t.tar", "Target:property" },
-                { "get  t . Tar", "Target:property" },
-                { "create x = OrvSample.Th", "Thermostat:class" },
-                { "create x = new OrvSample.Th", "Thermostat:class" },
-                { "invoke t.Rai", "Raise(:method" },
-                { "invoke t.Raise(t.Tar", "Target:property" },
-                { "invoke OrvSample.Thermostat.To", "ToFahrenheit(:method" },
-                { "get OrvSample.Mode.H", "Heat:field" },
-                { "get OrvSample.Mo", "Mode:enum" },
-                { "get OrvS", "OrvSample.:namespace" },
-                { "set using OrvS", "OrvSample:namespace" },
-                { "set t.TargetC", "TargetChanged:event" },
-                { "set t.TargetChanged += w", "watch:word" },
-                { "get t.TargetC", "" },
-                { "set t.Target = t.Low", "" },
-                { "set t.Mode = OrvSample.Mode.O", "Off:field" },
-                { "delete t", "t:instance" },
-                { "delete u", "using:word" },
-                { "dump t.Hist", "History:property" },
-                { "members t.Hist", "History:property" },
-                { "types OrvSample.Therm", "Thermostat:class" },
-                { "get t.Room.Len", "Length:property" },
-                { "get t.History[0].CompareT", "CompareTo(:method CompareTo(:method" },
-                { "get t.History.Cou", "Count:property" },
-                { "get ((OrvSample.Thermostat)t).Tar", "Target:property" },
-                { "get (OrvSample.Thermostat)t.Tar", "Target:property" },
-                { "get new OrvSample.Thermostat(\"x\").Tar", "Target:property" },
-                { "invoke \"abc\".Leng", "Length:property" },
-                { "get typeof(int).FullN", "FullName:property" },
-                { "get typeof(OrvSample.Mo", "Mode:enum" },
-                { "create d = System.Collections.Generic.Dictio", "Dictionary<:class" },
-                { "create d = System.Collections.Generic.Dictionary<OrvSample.M", "Mode:enum" },
-                { "create d = System.Collections.Generic.Dictionary<int, OrvSample.M", "Mode:enum" },
-                { "invoke t.Raise(\"Tar", "" },
-                { "invoke t.Raise('T", "" },
-                { "get nothing.T", "" },
-                { "find Tar", "" },
-                { "load Orv", "" },
-                { "Tar", "" },
-                { "", "" },
-                { "get t.Target Tar", "" },
-                { "get t.Raise(1) Tar", "" },
-                { "create x", "" },
-            };
             for (int i = 0; i < table.GetLength(0); ++i)
                 Harness.Equal(table[i, 1], Offered(table[i, 0]), table[i, 0]);
+        }
+
+        public static void AValueOffersItsMembers()
+        {
+            Table(CompletionLines.OfValues);
+        }
+
+        public static void ATypeOffersWhatIsStatic()
+        {
+            Table(CompletionLines.OfTypes);
+        }
+
+        public static void ANamespaceOffersTypesAndNamespaces()
+        {
+            Table(CompletionLines.OfNamespaces);
+        }
+
+        public static void WhatIsCalledCountsAsItIsDeclared()
+        {
+            Table(CompletionLines.OfCalls);
+        }
+
+        public static void WhatAFieldHoldsCountsAsItIs()
+        {
+            Table(CompletionLines.OfFields);
+        }
+
+        public static void EachCommandTakesItsOwn()
+        {
+            Table(CompletionLines.OfCommands);
+        }
+
+        public static void NothingFollowsAWholeValueOrStandsInAString()
+        {
+            Table(CompletionLines.OfNothing);
+        }
+
+        public static void BracesTakeWhatTheObjectHas()
+        {
+            Table(CompletionLines.OfBraces);
+        }
+
+        private static string HintsAt(string line)
+        {
+            List<string> hints = new List<string>();
+            foreach (CompletionEntry entry in After(line))
+            {
+                if (entry.Text.Length == 0)
+                    hints.Add(entry.Kind + " " + entry.Shown + " at " + entry.At);
+            }
+            return string.Join("; ", hints.ToArray());
         }
 
         public static void HintsSayWhatACallTakes()
         {
             Start();
-            Harness.True(Offered("invoke t.Raise(").StartsWith("?double Raise(double degrees) t:instance "), Offered("invoke t.Raise("));
-            Harness.True(Offered("invoke t.Measure(1, ").StartsWith("?OrvSample.Mode Measure(double temperature, out double difference) t:instance "), "second");
-            Harness.True(!Offered("invoke t.Raise(1, ").StartsWith("?"), "no second argument");
-            Harness.True(Offered("create x = OrvSample.Thermostat(").StartsWith("?Thermostat(string room) ?Thermostat(string room, double target) "), "constructors");
-            Harness.True(Offered("get t.History[").StartsWith("?double this[int index]"), Offered("get t.History["));
+            string[,] table = CompletionLines.OfHints;
+            for (int i = 0; i < table.GetLength(0); ++i)
+                Harness.Equal(table[i, 1], HintsAt(table[i, 0]), table[i, 0]);
+            // What can begin an argument comes along.
+            Harness.True(IsOffered("invoke t.Raise(", "t") && IsOffered("invoke t.Measure(1, ", "out") && IsOffered("get q[", "tell"), "values");
+            Harness.True(!IsOffered("invoke t.Raise(", "out") && !IsOffered("invoke t.Raise(", "ref"), "by value");
+            Harness.Equal("degrees: :word", Offered("invoke t.Raise(deg"), "a parameter's name");
+        }
+
+        public static void AnEnumerationIsOfferedWhereItIsWanted()
+        {
+            Start();
+            foreach (string line in new string[] { "set t.Mode = ", "create x = OrvSample.Thermostat(\"a\") { Mode = ", "create x = System.IO.FileStream(\"a\", " })
+            {
+                string name = line.Contains("File") ? "System.IO.FileMode.Open" : "OrvSample.Mode.Heat";
+                Harness.True(IsOffered(line, name), line);
+                Harness.True(!IsOffered(line, "System.DayOfWeek.Monday"), line);
+            }
+            Harness.True(!IsOffered("set t.Target = ", "OrvSample.Mode.Heat"), "a number");
+        }
+
+        public static void NothingOfTheUsersRuns()
+        {
+            Start();
+            CInvoke.GetProperty("OrvTest.Completing.Runs.Count");
+            string before = Bench.Printed();
+            foreach (string line in new string[] {
+                         "get ", "get q.", "get q.Property.", "get q.Self.Self.", "get q[0].", "get q[\"a\"].", "invoke q.Make().Make().", "invoke q.Same(",
+                         "invoke q.Same(q).", "invoke q.Same(q, q).", "invoke q.Map(q.Self).", "invoke q.Maker().", "invoke q.Maker(", "set q.", "set q.Rang += ",
+                         "dump q.", "members q.Property.", "get OrvTest.Completing.Untouched.", "get OrvTest.Completing.Untouched.Value.",
+                         "get OrvTest.Completing.Untouched.Instance.", "invoke OrvTest.Completing.Untouched.Get(OrvTest.Completing.Untouched.Twice).",
+                         "invoke OrvTest.Completing.Untouched.Twice(", "create x = OrvTest.Completing.Untouched(", "get new OrvTest.Completing.Untouched().",
+                         "get q.Next.Hidden.", "get q.Items[0].", "get (-q).", "get (q | q).", "get new[] {q, q}[0].", "delete ", "set q.Property = q.Property." })
+            {
+                Completion.Of(Look.At, line);
+                CInvoke.Invoke("OrvWorkBench.Look.Complete(\"" + line.Replace("\"", "\\\"") + "\")");
+            }
+            foreach (string word in new string[] { "create", "invoke", "get", "set", "delete", "dump", "members", "find", "types" })
+                CInvoke.Invoke("OrvWorkBench.Look.Example(\"" + word + "\")");
+            Bench.Printed();
+            CInvoke.GetProperty("OrvTest.Completing.Runs.Count");
+            Harness.Equal(before, Bench.Printed(), "runs");
+        }
+
+        public static void ShortNamesAndHiddenOnes()
+        {
+            Start();
+            Bench.Do("set", "using OrvSample");
+            Bench.Do("set", "using Map = System.Collections.Generic.Dictionary<string, int>");
+            Harness.Equal("Thermostat:class", Offered("create x = Ther"), "by a using");
+            Harness.Equal("Map:class", Offered("create x = Ma"), "an alias");
+            Harness.Equal("Heat:field", Offered("get Mode.H"), "behind it");
+            Harness.Equal("Map:class OrvSample:namespace", Offered("delete using "), "what ends");
+            Harness.Equal("OrvSample:namespace", Offered("delete using orv"), "what ends");
+            Bench.Do("set", "using System.Timers");
+            Bench.Do("set", "using System.Threading");
+            Harness.True(!IsOffered("create x = Time", "Timer"), "two of them");
+            Harness.True(IsOffered("get Time", "TimerCallback"), "one of them");
+            Bench.Do("create", "Thermostat = OrvSample.Mode()");
+            Harness.Equal("Thermostat:instance", Offered("get Ther"), "an instance hides");
+            Bench.Do("create", "OrvSample = OrvSample.Mode()");
+            Harness.Equal("OrvSample:instance", Offered("get OrvS"), "a namespace too");
+        }
+
+        public static void ATypeOfTwoAssembliesSaysWhich()
+        {
+            Start();
+            Bench.Load("Twin.dll");
+            Harness.Equal("[TestLibrary]OrvTest.Twin:class [Twin]OrvTest.Twin:class", Offered("create x = OrvTest.Twi"), "two");
+            Harness.Equal(11, After("create x = OrvTest.Twi")[0].At, "from the start of the name");
+            Bench.Expect("create", "x = [Twin]OrvTest.Twin()", 8, null);
+        }
+
+        public static void InstancesShowWhatRunsNothing()
+        {
+            Start();
+            Bench.Do("create", "number = int()");
+            Bench.Do("invoke", "text = t.Room.ToUpper()");
+            Bench.Do("get", "t.Target");
+            List<string> shown = new List<string>();
+            foreach (CompletionEntry entry in After("get "))
+            {
+                if (entry.Kind == "instance")
+                    shown.Add(entry.Text + " " + entry.Shown);
+            }
+            Harness.Equal("$ double 21; number int 0; q OrvTest.Completing.Quiet; t OrvSample.Thermostat; tell System.Text.StringBuilder; text string \"KITCHEN\"",
+                          string.Join("; ", shown.ToArray()), "instances");
+            Harness.Equal("CompareTo(:method CompareTo(:method", Offered("get $.CompareT"), "the last result");
         }
 
         public static void TheEntryTellsWhereItBelongs()
@@ -114,16 +203,70 @@ namespace OrvTest
             Harness.Equal("Target", entry.Text, "text");
             Harness.Equal("property", entry.Kind, "kind");
             Harness.Equal("double Target { get; set; }", entry.Shown, "shown");
-            Harness.Equal(15, After("invoke t.Raise(")[0].At, "a hint's place");
+            Harness.Equal(6, After("get t.@tar")[0].At, "with what makes it a name");
+        }
+
+        public static void TheOrderServesTheUser()
+        {
+            Start();
+            string all = "";
+            foreach (CompletionEntry entry in After("set t.Mode = "))
+            {
+                if (!all.EndsWith(entry.Kind))
+                    all += " " + entry.Kind;
+            }
+            Harness.Equal(" instance field class namespace word", all, "kinds");
+            Harness.Equal(Offered("get System."), Offered("get System."), "the same again");
+        }
+
+        public static void AtMostAThousandAreListed()
+        {
+            Start();
+            Bench.Do("create", "names = System.Collections.Generic.List<string>()");
+            for (int i = 0; i < 1005; ++i)
+                Look.At.Instances.Add("many" + i.ToString("0000"), Value.Constant(i));
+            Bench.Printed();
+            CInvoke.Invoke("OrvWorkBench.Look.Complete(\"get many\")");
+            string[] lines = Bench.Printed().Split('\n');
+            Harness.Equal(1001, lines.Length, "lines");
+            Harness.Equal("  many0999  // int 999", lines[999], "the last one");
+            Harness.Equal("  5 more fit", lines[1000], "the rest");
+        }
+
+        public static void WhatWasReadOnceIsKept()
+        {
+            Start();
+            Harness.True(TypeTable.Of(typeof(Uri).Assembly) == TypeTable.Of(typeof(Uri).Assembly), "types");
+            Harness.True(ReachableMembers.OfValue(typeof(Uri)) == ReachableMembers.OfValue(typeof(Uri)), "members");
+            Harness.True(ReachableMembers.OfType(typeof(Uri)) == ReachableMembers.OfType(typeof(Uri)), "static members");
         }
 
         public static void ValuesAreToldAndFailNot()
         {
             Start();
-            Bench.Expect("invoke", "OrvWorkBench.Look.Value(\" t.Target \")", 10, "  t.Target = 21");
-            Bench.Expect("invoke", "OrvWorkBench.Look.Value(\"t.Targe\")", 10, "  t.Targe ('OrvSample.Thermostat' has no public instance property or field 'Targe')");
-            Bench.Expect("invoke", "OrvWorkBench.Look.Value(\"t.Overheat()\")", 10, "  t.Overheat() (System.InvalidOperationException: The thermostat of kitchen cannot overheat.)");
-            Bench.Expect("invoke", "OrvWorkBench.Look.Complete(\"get t.Tar\")", 10, "  Target  // double Target { get; set; }");
+            Bench.Do("get", "t.Room");
+            Bench.Printed();
+            string[,] table = {
+                { " t.Target ", "  t.Target = 21" },
+                { "t", "  t = \"kitchen at 21\"" },
+                { "q.Next.Both", "  q.Next.Both = OrvTest.Completing.Pair" },
+                { "t.Mode", "  t.Mode = Off (0)" },
+                { "$", "  $ = \"kitchen\"" },
+                { "null", "  null = null" },
+                { "t.Raise(1) | 2", "  t.Raise(1) | 2 ('|' joins two values of one enumeration, two integers or two bools, not 'double' and 'int')" },
+                { "t.Targe", "  t.Targe ('OrvSample.Thermostat' has no public instance property or field 'Targe')" },
+                { "t.Overheat()", "  t.Overheat() (System.InvalidOperationException: The thermostat of kitchen cannot overheat.)" },
+                { "t.", "  t. (expected a member's name but found the end)" },
+                { "", "   (expected a value but found the end)" },
+                { "OrvSample.Mode", "  OrvSample.Mode ('OrvSample.Mode' is a type, not a value)" },
+            };
+            for (int i = 0; i < table.GetLength(0); ++i)
+            {
+                Harness.Equal(10, Bench.Do("invoke", "OrvWorkBench.Look.Value(\"" + table[i, 0] + "\")"), table[i, 0]);
+                string[] lines = Bench.Printed().Split('\n');
+                Harness.Equal(table[i, 1], lines[lines.Length - 1], table[i, 0]);
+            }
+            Bench.Expect("get", "$", 5, "=> string \"kitchen\"");
         }
     }
 }

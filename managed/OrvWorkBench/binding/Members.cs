@@ -70,7 +70,8 @@ namespace OrvWorkBench
             return found;
         }
 
-        private static bool IsCallable(MemberInfo data)
+        // Whether a property or field holds a delegate.
+        public static bool IsCallable(MemberInfo data)
         {
             PropertyInfo property = data as PropertyInfo;
             FieldInfo field = data as FieldInfo;
@@ -79,7 +80,7 @@ namespace OrvWorkBench
         }
 
         // Whether a member of a more derived class takes exactly what the other one takes.
-        private static bool Hides(MethodBase nearer, MethodBase farther)
+        public static bool Hides(MethodBase nearer, MethodBase farther)
         {
             if (nearer.DeclaringType == farther.DeclaringType || nearer.DeclaringType.IsInterface != farther.DeclaringType.IsInterface)
                 return false;
@@ -198,7 +199,8 @@ namespace OrvWorkBench
             return "";
         }
 
-        private static IEnumerable<Type> Levels(Type type)
+        // The class and its base classes, then the interfaces.
+        public static IEnumerable<Type> Levels(Type type)
         {
             for (Type level = type; level != null; level = level.BaseType)
                 yield return level;

@@ -17,8 +17,13 @@ namespace OrvWorkBench
             Value,
             Type,
             // A type behind "new".
-            Made
+            Made,
+            // A type in a list, of which the name alone counts.
+            Listed
         }
+
+        private const string c_walk = "walk";
+        private const string c_walkShown = "walk(sequence, [int first], [int count])";
 
         private readonly Surroundings m_at;
         private readonly StaticTypes m_statics;
@@ -36,6 +41,7 @@ namespace OrvWorkBench
             m_text = text;
             m_list = list;
             m_types = new KnownTypes(at, list);
+            m_types.Start = list.At;
         }
 
         // The ways to go on at the end of the line, which begins with the word of a command.
@@ -72,8 +78,10 @@ namespace OrvWorkBench
                 break;
             case "invoke":
             case "get":
-                bool isNamed = m_text.Count >= 2 && m_text[0].Kind == TokenKind.Name && m_text[1].Is("=");
-                CompleteFrom(isNamed ? 2 : 0, Place.Target);
+                int first = m_text.Count >= 2 && m_text[0].Kind == TokenKind.Name && m_text[1].Is("=") ? 2 : 0;
+                CompleteFrom(first, Place.Target);
+                if (word == "invoke" && m_text.Count == first && !m_at.Instances.Has(c_walk))
+                    m_list.AddName(CompletionGroup.Word, c_walk, "(", "word", c_walkShown);
                 break;
             case "set":
                 CompleteSet();
@@ -86,7 +94,7 @@ namespace OrvWorkBench
                 CompleteFrom(0, Place.Value);
                 break;
             case "types":
-                CompleteFrom(0, Place.Type);
+                CompleteFrom(0, Place.Listed);
                 break;
             }
         }
@@ -105,11 +113,22 @@ namespace OrvWorkBench
                 CompleteFrom(0, Place.Assigned);
                 if (m_text.Count == 0)
                     m_list.AddWord("using");
+                return;
             }
-            else if (m_text[sign].Is("="))
+            if (sign == m_text.Count - 1 && m_text[sign].Is("="))
+                AddWanted(sign);
+            if (m_text[sign].Is("="))
                 CompleteFrom(sign + 1, Place.Value);
-            else if (sign == m_text.Count - 1)
+            else if (sign == m_text.Count - 1 && IsEvent(sign))
                 m_list.AddWord("watch");
+        }
+
+        // Whether what stands before the sign is an event.
+        private bool IsEvent(int sign)
+        {
+            MemberExpression target = Parser.ParseSubject(m_text.TextOf(0, sign - 1)) as MemberExpression;
+            Node node = target == null ? null : m_statics.Of(target.Target);
+            return node != null && node.MemberType != null && Members.FindData(node.MemberType, target.Part.Name, node.Flags) is EventInfo;
         }
 
         // The "=", "+=" or "-=" between target and value; -1 when there is none yet.
@@ -117,19 +136,10 @@ namespace OrvWorkBench
         {
             for (int i = 0; i < m_text.Count; ++i)
             {
-                if (m_text[i].Is("=") || m_text[i].Is("+=") || m_text[i].Is("-="))
+                if (m_text.ParentOf(i) < 0 && (m_text[i].Is("=") || m_text[i].Is("+=") || m_text[i].Is("-=")))
                     return i;
-                if (m_text.PartnerOf(i) > i)
-                    i = m_text.PartnerOf(i);
-                else if (i == m_text.Innermost || (m_text[i].Kind == TokenKind.Mark && IsOpen(i)))
-                    return -1;
             }
             return -1;
-        }
-
-        private bool IsOpen(int index)
-        {
-            return m_text.PartnerOf(index) < 0 && "([{<".IndexOf(m_text[index].Text, StringComparison.Ordinal) >= 0;
         }
 
         // "using N.M" or "using Name = N.Type"
@@ -192,7 +202,28 @@ namespace OrvWorkBench
             else if (last == open || (open >= first && m_text[last].Is(",")))
                 CompleteIn(open);
             else if (BeginsOperand(last))
-                Begin(Place.Value);
+                BeginBehind(last);
+        }
+
+        private void BeginBehind(int last)
+        {
+            if (m_text[last].Is("]"))
+            {
+                AddOfAssembly(last, "", PlaceAt(m_text.PartnerOf(last)));
+                return;
+            }
+            if (m_text[last].Is("=") && m_text.ParentOf(last) >= m_first)
+                AddEnumerators(TypeOfSetting(last));
+            Begin(Place.Value);
+        }
+
+        // Types of the assembly whose name ends with that bracket, in one of its namespaces.
+        private void AddOfAssembly(int close, string space, Place place)
+        {
+            string name = m_text.TextOf(m_text.PartnerOf(close) + 1, close - 1).Trim().Trim('"');
+            Assembly assembly = m_at.Assemblies.Find(name);
+            if (assembly != null)
+                m_types.AddIn(assembly, space, FilterFor(place));
         }
 
         // Whether an operand stands behind an operator, the sign in braces, a cast, or "ref".
@@ -202,6 +233,8 @@ namespace OrvWorkBench
             bool isInside = m_text.Innermost >= m_first || m_start == Place.Value;
             if (token.Is(")"))
                 return m_text.IsCast(last, m_first);
+            if (token.Is("]"))
+                return m_text.PartnerOf(last) >= m_first && m_text.IsPrefix(m_text.PartnerOf(last), m_first);
             if (token.Is("=") || token.Is("ref") || token.Is(":"))
                 return m_text.Innermost >= m_first;
             return isInside && (token.Is("|") || token.Is("-") || token.Is("+") || token.Is("!") || token.Is("~"));
@@ -214,8 +247,7 @@ namespace OrvWorkBench
             if (start < 0)
                 return;
             Place place = PlaceAt(start);
-            bool isNew = m_text[start].Is("new");
-            if (isNew && !m_text[dot - 1].Is(")") && !m_text[dot - 1].Is("}") && !m_text[dot - 1].Is("]"))
+            if (m_text.IsBareNew(start, dot - 1))
             {
                 place = Place.Made;
                 ++start;
@@ -227,7 +259,7 @@ namespace OrvWorkBench
             if (node != null)
                 AddMembersOf(node, place, isNested);
             else if (!isNested)
-                AddNamespace(NameOf(subject), place);
+                AddNamespace(start, NameOf(subject), place);
         }
 
         // What the operand that begins there is.
@@ -249,16 +281,22 @@ namespace OrvWorkBench
         {
             NameExpression name = expression as NameExpression;
             if (name != null)
-                return name.Assembly == null && name.Part.Arguments == null ? name.Part.Name : null;
+                return name.Part.Arguments == null ? name.Part.Name : null;
             MemberExpression member = expression as MemberExpression;
             string target = member == null || member.IsNested || member.Part.Arguments != null ? null : NameOf(member.Target);
             return target == null ? null : target + "." + member.Part.Name;
         }
 
-        private void AddNamespace(string name, Place place)
+        // The name begins at that token, with its assembly if it says one.
+        private void AddNamespace(int start, string name, Place place)
         {
-            if (name != null)
+            if (name != null && m_text[start].Is("["))
+                AddOfAssembly(m_text.PartnerOf(start), name, place);
+            else if (name != null)
+            {
+                m_types.Start = m_list.At - (m_text.WordAt - m_text[start].Position);
                 m_types.AddIn(name, FilterFor(place));
+            }
         }
 
         private static KnownTypes.Filter FilterFor(Place place)
@@ -270,7 +308,7 @@ namespace OrvWorkBench
         {
             if (node.Type != null)
                 m_types.AddNested(node.Type, FilterFor(place));
-            if (isNested || place == Place.Type || place == Place.Made || node.MemberType == null)
+            if (isNested || IsOfType(place) || node.MemberType == null)
                 return;
             foreach (ReachableMember member in node.Type != null ? ReachableMembers.OfType(node.Type) : ReachableMembers.OfValue(node.MemberType))
             {
@@ -278,6 +316,11 @@ namespace OrvWorkBench
                     m_list.AddName(CompletionGroup.Member, member.Member.Name, member.Member is MethodInfo ? "(" : "",
                                    MemberTexts.KindOf(member.Member), member.Shown);
             }
+        }
+
+        private static bool IsOfType(Place place)
+        {
+            return place == Place.Type || place == Place.Made || place == Place.Listed;
         }
 
         // Only set watches an event and assigns to what cannot be read.

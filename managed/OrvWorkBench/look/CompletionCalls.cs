@@ -4,105 +4,119 @@ using System.Reflection;
 
 namespace OrvWorkBench
 {
-    // What stands in brackets: arguments, indices, elements, type arguments.
+    // What stands in the parentheses of a call and in the brackets of an indexer.
     internal sealed partial class Completion
     {
-        private void CompleteIn(int open)
-        {
-            Token bracket = m_text[open];
-            if (bracket.Is("<"))
-                Begin(Place.Type);
-            else if (bracket.Is("("))
-                CompleteArguments(open);
-            else if (bracket.Is("["))
-                CompleteIndices(open);
-            else
-                CompleteFilling(open);
-        }
-
         private void CompleteArguments(int open)
         {
             if (open > m_first && m_text[open - 1].Is("typeof"))
-            {
                 Begin(Place.Type);
-                return;
-            }
-            if (!m_text.IsPrefix(open, m_first))
+            else
             {
-                if (m_list.IsAtStart)
-                    AddHints(open);
-                m_list.AddWord("ref");
-                m_list.AddWord("out");
+                if (!m_text.IsPrefix(open, m_first))
+                    AddParameters(open);
+                Begin(Place.Value);
             }
-            Begin(Place.Value);
         }
 
-        private void AddHints(int open)
+        // What the call takes, and what it takes at the cursor's place.
+        private void AddParameters(int open)
+        {
+            int given = m_text.CommasSince(open);
+            foreach (MethodBase method in CalledAt(open))
+            {
+                ParameterInfo[] parameters = method.GetParameters();
+                bool takesMany = parameters.Length > 0 && Signatures.TakesMany(parameters[parameters.Length - 1]);
+                if (given > 0 && parameters.Length <= given && !takesMany)
+                    continue;
+                if (m_list.IsAtStart)
+                    m_list.AddHint(method is ConstructorInfo ? "constructor" : "method", MemberTexts.Show(method));
+                for (int i = given; i < parameters.Length; ++i)
+                    AddParameter(parameters[i], i == given);
+            }
+        }
+
+        private void AddParameter(ParameterInfo parameter, bool isNext)
+        {
+            if (!string.IsNullOrEmpty(parameter.Name))
+                m_list.AddName(CompletionGroup.Word, parameter.Name, ": ", "word", Signatures.ShowParameter(parameter));
+            if (isNext && parameter.ParameterType.IsByRef)
+                m_list.AddWord(Signatures.IsOut(parameter) ? "out" : "ref");
+            if (isNext)
+                AddEnumerators(parameter.ParameterType);
+        }
+
+        // The methods or constructors that the call may mean whose parentheses begin there.
+        private IEnumerable<MethodBase> CalledAt(int open)
         {
             int start = m_text.StartOf(open - 1, m_first);
             if (start < 0)
-                return;
-            int given = m_text.CommasSince(open);
-            bool isNew = m_text[start].Is("new");
-            bool isCreate = start == m_first && m_start == Place.Made;
-            if (isNew || isCreate)
-            {
-                AddConstructors(m_text.TextOf(start + (isNew ? 1 : 0), open - 1), given);
-                return;
-            }
+                return new MethodBase[0];
+            bool isNew = m_text.IsBareNew(start, open - 1);
+            if (isNew || (start == m_first && m_start == Place.Made))
+                return ConstructorsOf(m_text.TextOf(start + (isNew ? 1 : 0), open - 1));
             Expression callee = Parser.ParseSubject(m_text.TextOf(start, open - 1));
             NameExpression name = callee as NameExpression;
-            if (name != null && name.Part.Name == "walk" && !m_at.Instances.Has("walk"))
-                m_list.AddHint("method", "walk(sequence, [int first], [int count])");
-            else
-                AddOverloads(callee, given);
+            if (name != null && name.Part.Name == c_walk && !m_at.Instances.Has(c_walk) && m_list.IsAtStart)
+                m_list.AddHint("method", c_walkShown);
+            return MethodsOf(callee);
         }
 
-        private void AddConstructors(string name, int given)
+        private IEnumerable<MethodBase> ConstructorsOf(string name)
+        {
+            Type type = TypeNamed(name);
+            if (type == null || type.IsAbstract)
+                return new MethodBase[0];
+            MethodInfo shape = MethodGroup.ShapeOf(type);
+            bool isPlain = type.IsValueType && type.GetConstructor(Type.EmptyTypes) == null;
+            if (m_list.IsAtStart && shape != null)
+                m_list.AddHint("constructor", DelegateText(type, shape));
+            if (m_list.IsAtStart && isPlain)
+                m_list.AddHint("constructor", TypeNames.Show(type) + "()");
+            return shape != null ? new MethodBase[0] : (IEnumerable<MethodBase>)type.GetConstructors(Node.InstanceMembers);
+        }
+
+        // "EventHandler(void (object sender, System.EventArgs e) method)"
+        private static string DelegateText(Type type, MethodInfo shape)
+        {
+            string declared = Signatures.ShowDeclared(shape);
+            string name = TypeNames.Show(type);
+            return name.Substring(name.LastIndexOf('.') + 1) + "(" + declared.Replace(" Invoke(", " (") + " method)";
+        }
+
+        // Null for what names no type.
+        private Type TypeNamed(string name)
         {
             Node node = m_statics.Of(Parser.ParseSubject(name));
-            if (node == null || node.Type == null)
-                return;
-            MethodInfo shape = MethodGroup.ShapeOf(node.Type);
-            if (shape != null && given == 0)
-                m_list.AddHint("constructor", TypeNames.Show(node.Type) + "(" + Signatures.Show(shape) + ")");
-            foreach (ConstructorInfo constructor in shape == null && !node.Type.IsAbstract ? node.Type.GetConstructors(Node.InstanceMembers)
-                                                                                           : new ConstructorInfo[0])
-                AddSignature("constructor", constructor, given);
-            if (given == 0 && node.Type.IsValueType && node.Type.GetConstructor(Type.EmptyTypes) == null)
-                m_list.AddHint("constructor", TypeNames.Show(node.Type) + "()");
+            return node == null ? null : node.Type;
         }
 
-        private void AddOverloads(Expression callee, int given)
+        private List<MethodBase> MethodsOf(Expression callee)
         {
             MemberExpression member = callee as MemberExpression;
             Node target = member == null ? null : m_statics.Of(member.Target);
             List<MethodBase> methods = new List<MethodBase>();
             if (target != null && target.MemberType != null)
                 methods = Members.FindMethods(target.MemberType, member.Part.Name, target.Flags);
-            foreach (MethodBase method in methods)
-                AddSignature("method", method, given);
             Node called = methods.Count > 0 ? null : m_statics.Of(callee);
             MethodInfo shape = called == null || called.Type != null || called.MemberType == null ? null : MethodGroup.ShapeOf(called.MemberType);
             if (shape != null)
-                AddSignature("method", shape, given);
+                methods.Add(shape);
+            return methods;
         }
 
-        // A method that can take one more argument than so many.
-        private void AddSignature(string kind, MethodBase method, int given)
+        // The brackets behind a value, a type's (its size), or in front of one (its assembly).
+        private void CompleteBrackets(int open)
         {
-            ParameterInfo[] parameters = method.GetParameters();
-            bool takesMany = parameters.Length > 0 && Signatures.TakesMany(parameters[parameters.Length - 1]);
-            if (given == 0 || parameters.Length > given || takesMany)
-                m_list.AddHint(kind, MemberTexts.Show(method));
-        }
-
-        private void CompleteIndices(int open)
-        {
-            int start = m_text.StartOf(open - 1, m_first);
-            if (m_text.IsPrefix(open, m_first) || start < 0)
+            if (m_text.IsPrefix(open, m_first))
+            {
+                AddAssemblies();
                 return;
-            bool isMade = m_text[start].Is("new") || (start == m_first && m_start == Place.Made);
+            }
+            int start = m_text.StartOf(open - 1, m_first);
+            if (start < 0)
+                return;
+            bool isMade = m_text.IsBareNew(start, open - 1) || (start == m_first && m_start == Place.Made);
             Node node = isMade ? null : m_statics.Of(Parser.ParseSubject(m_text.TextOf(start, open - 1)));
             if (!isMade && (node == null || node.Type != null || node.MemberType == null))
                 return;
@@ -113,49 +127,31 @@ namespace OrvWorkBench
 
         private void AddIndexers(Type type)
         {
+            if (type.IsArray)
+            {
+                string rest = Repeated(", int", type.GetArrayRank() - 1);
+                m_list.AddHint("indexer", TypeNames.Show(type.GetElementType()) + " this[int" + rest + "] { get; set; }");
+                return;
+            }
             foreach (PropertyInfo indexer in Members.FindIndexers(type))
             {
                 if (indexer.GetGetMethod() != null || indexer.GetSetMethod() != null)
                     m_list.AddHint("indexer", MemberTexts.Show(indexer));
             }
-            if (type.IsArray)
-                m_list.AddHint("indexer", TypeNames.Show(type.GetElementType()) + " this[" + new string(',', type.GetArrayRank() - 1) + "]");
         }
 
-        // Elements, or what is set in a new object.
-        private void CompleteFilling(int open)
+        private static string Repeated(string text, int count)
         {
-            Type type = FilledAt(open);
-            if (type == null)
-            {
-                Begin(Place.Value);
-                return;
-            }
-            foreach (ReachableMember member in ReachableMembers.OfValue(type))
-            {
-                if (m_list.Fits(member.Member.Name) && (member.Member is PropertyInfo || member.Member is FieldInfo))
-                    m_list.AddName(CompletionGroup.Member, member.Member.Name, "", MemberTexts.KindOf(member.Member), member.Shown);
-            }
-            if (Members.FindMethods(type, "Add", Node.InstanceMembers).Count > 0)
-                Begin(Place.Value);
+            string all = "";
+            for (int i = 0; i < count; ++i)
+                all += text;
+            return all;
         }
 
-        // The type of what the braces fill; null for elements of an array.
-        private Type FilledAt(int open)
+        private void AddAssemblies()
         {
-            int start = open > m_first ? m_text.StartOf(open - 1, m_first) : -1;
-            if (start < 0)
-                return null;
-            bool isNew = m_text[start].Is("new");
-            if (!isNew && (start != m_first || m_start != Place.Made))
-                return null;
-            int end = open - 1;
-            if (m_text[end].Is(")"))
-                end = m_text.PartnerOf(end) - 1;
-            if (m_text[end].Is("]"))
-                return null;
-            Node node = m_statics.Of(Parser.ParseSubject(m_text.TextOf(start + (isNew ? 1 : 0), end)));
-            return node == null ? null : node.Type;
+            foreach (Assembly assembly in m_at.Assemblies.InSearchOrder())
+                m_list.AddDotted(CompletionGroup.Namespace, assembly.GetName().Name, "]", "word", assembly.FullName);
         }
     }
 }

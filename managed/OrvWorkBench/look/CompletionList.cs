@@ -10,6 +10,9 @@ namespace OrvWorkBench
         Hint,
         Instance,
         Member,
+        // Where names begin: of the assemblies that the user has loaded.
+        LoadedType,
+        LoadedNamespace,
         Type,
         Namespace,
         Word
@@ -32,6 +35,7 @@ namespace OrvWorkBench
     internal sealed class CompletionList
     {
         private const int c_greatest = 1000;
+        private const string c_namespace = "namespace";
 
         private readonly List<CompletionEntry> m_entries = new List<CompletionEntry>();
         private readonly Dictionary<string, bool> m_known = new Dictionary<string, bool>();
@@ -49,6 +53,12 @@ namespace OrvWorkBench
             m_end = end;
         }
 
+        // Where in the line the last name begins.
+        public int At
+        {
+            get { return m_at; }
+        }
+
         // Whether nothing is typed yet of what is to come.
         public bool IsAtStart
         {
@@ -60,11 +70,52 @@ namespace OrvWorkBench
             return name.StartsWith(m_word, StringComparison.OrdinalIgnoreCase);
         }
 
+        // Whether the part of the text from there on begins with what is typed.
+        public bool MayFit(string text, int start)
+        {
+            return string.Compare(text, start, m_word, 0, m_word.Length, StringComparison.OrdinalIgnoreCase) == 0;
+        }
+
+        // Whether there is a namespace of that whole name in the list.
+        public bool Has(string space)
+        {
+            return m_known.ContainsKey(KeyOf(c_namespace, space));
+        }
+
+        // A namespace, by its last part.
+        public void AddNamespace(CompletionGroup group, string part, string tail, string whole)
+        {
+            AddName(group, part, tail, c_namespace, whole);
+        }
+
         // A name, and what follows it at once, such as "(".
         public void AddName(CompletionGroup group, string name, string tail, string kind, string shown)
         {
+            string written = Fits(name) ? WrittenName.Of(name) : null;
+            if (written != null)
+                Add(group, m_at, written + tail, kind, shown);
+        }
+
+        // A name that replaces more of the line than the last name: all from that index on.
+        public void AddInstead(CompletionGroup group, int at, string name, string text, string kind, string shown)
+        {
             if (Fits(name))
-                Add(group, m_at, (Lexer.IsKeyword(name) ? "@" : "") + name + tail, kind, shown);
+                Add(group, at, text, kind, shown);
+        }
+
+        // A whole name with its dots.
+        public void AddDotted(CompletionGroup group, string name, string tail, string kind, string shown)
+        {
+            if (!Fits(name) || m_isEscaped)
+                return;
+            string[] parts = name.Split('.');
+            for (int i = 0; i < parts.Length; ++i)
+            {
+                parts[i] = WrittenName.Of(parts[i]);
+                if (parts[i] == null)
+                    return;
+            }
+            Add(group, m_at, string.Join(".", parts) + tail, kind, shown);
         }
 
         // A word of the grammar.
@@ -72,6 +123,13 @@ namespace OrvWorkBench
         {
             if (Fits(word) && !m_isEscaped)
                 Add(CompletionGroup.Word, m_at, word, "word", word);
+        }
+
+        // "$"
+        public void AddLast(string shown)
+        {
+            if (IsAtStart)
+                Add(CompletionGroup.Instance, m_at, "$", "instance", shown);
         }
 
         // What may be meant; it puts nothing into the line.
@@ -106,7 +164,7 @@ namespace OrvWorkBench
 
         private void Add(CompletionGroup group, int at, string text, string kind, string shown)
         {
-            string key = text + "\n" + shown;
+            string key = KeyOf(kind == c_namespace ? kind : text, shown);
             if (m_known.ContainsKey(key))
                 return;
             m_known.Add(key, true);
@@ -117,6 +175,11 @@ namespace OrvWorkBench
             entry.Kind = kind;
             entry.Shown = shown;
             m_entries.Add(entry);
+        }
+
+        private static string KeyOf(string text, string shown)
+        {
+            return text + "\n" + shown;
         }
 
         private static int Compare(CompletionEntry one, CompletionEntry other)

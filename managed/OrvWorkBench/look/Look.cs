@@ -115,13 +115,20 @@ namespace OrvWorkBench
         public static void Complete(string line)
         {
             Begin();
-            Completion.Of(At, line ?? "").Print();
+            CompletionList list = null;
+            // What the line names may not be there to be loaded.
+            Guard.Run(delegate() { list = Completion.Of(At, line ?? ""); });
+            if (list != null)
+                list.Print();
         }
 
         // Up to three command lines with that word that can be given as things are now.
         public static void Example(string word)
         {
             Begin();
+            Listing list = new Listing();
+            foreach (string line in Examples.Of(At, (word ?? "").Trim()))
+                list.Add(line, "text", line);
         }
 
         // What an expression gives now; or why it gives nothing, which is no failure.

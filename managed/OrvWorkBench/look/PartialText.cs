@@ -9,6 +9,8 @@ namespace OrvWorkBench
         private readonly List<Token> m_tokens;
         // For each bracket the other one of the pair, -1 for one that is still open.
         private readonly int[] m_partners;
+        // The innermost bracket that each token stands in, -1 for none.
+        private readonly int[] m_parents;
         private int m_innermost = -1;
 
         // What is typed of the name at the cursor; empty when none is begun. It is none of the tokens.
@@ -32,6 +34,7 @@ namespace OrvWorkBench
                 IsEscaped = text[WordAt] == '@';
             }
             m_partners = new int[m_tokens.Count];
+            m_parents = new int[m_tokens.Count];
         }
 
         // Null where nothing can be completed: in a string, behind what is no text of a command.
@@ -69,6 +72,12 @@ namespace OrvWorkBench
         public int PartnerOf(int bracket)
         {
             return m_partners[bracket];
+        }
+
+        // The innermost bracket that the token stands in; of a bracket the one around it. -1 for none.
+        public int ParentOf(int index)
+        {
+            return m_parents[index];
         }
 
         // The text from one token to the end of another.
@@ -176,6 +185,20 @@ namespace OrvWorkBench
             return close > open + 1;
         }
 
+        // Whether "new" stands there, with nothing but a type's name behind it up to that token.
+        public bool IsBareNew(int start, int last)
+        {
+            if (!m_tokens[start].Is("new"))
+                return false;
+            for (int i = start + 1; i <= last; ++i)
+            {
+                bool isOpened = m_tokens[i].Is("(") || m_tokens[i].Is("{") || (m_tokens[i].Is("[") && i > start + 1);
+                if (isOpened && m_parents[i] == m_parents[start])
+                    return false;
+            }
+            return true;
+        }
+
         private int WithPrefix(int at, int first)
         {
             if (at > first && m_tokens[at - 1].Is("]") && m_partners[at - 1] >= first && IsPrefix(m_partners[at - 1], first))
@@ -188,27 +211,26 @@ namespace OrvWorkBench
             return (token.Kind == TokenKind.Name || token.Kind == TokenKind.Keyword) && !char.IsWhiteSpace(m_text[m_text.Length - 1]);
         }
 
+        // False when one is closed that is not open.
         private bool MatchBrackets()
         {
-            List<int> open = new List<int>();
             for (int i = 0; i < m_tokens.Count; ++i)
             {
+                string text = m_tokens[i].Kind == TokenKind.Mark ? m_tokens[i].Text : "";
+                int closed = text.Length == 1 ? ")]}>".IndexOf(text[0]) : -1;
                 m_partners[i] = -1;
-                Token token = m_tokens[i];
-                if (token.Kind != TokenKind.Mark)
-                    continue;
-                if ("([{<".IndexOf(token.Text, System.StringComparison.Ordinal) >= 0)
-                    open.Add(i);
-                int closed = ")]}>".IndexOf(token.Text, System.StringComparison.Ordinal);
-                if (closed < 0)
-                    continue;
-                if (open.Count == 0 || m_tokens[open[open.Count - 1]].Text != "([{<".Substring(closed, 1))
-                    return false;
-                m_partners[i] = open[open.Count - 1];
-                m_partners[open[open.Count - 1]] = i;
-                open.RemoveAt(open.Count - 1);
+                if (closed >= 0)
+                {
+                    if (m_innermost < 0 || m_tokens[m_innermost].Text[0] != "([{<"[closed])
+                        return false;
+                    m_partners[i] = m_innermost;
+                    m_partners[m_innermost] = i;
+                    m_innermost = m_parents[m_innermost];
+                }
+                m_parents[i] = m_innermost;
+                if (text.Length == 1 && "([{<".IndexOf(text[0]) >= 0)
+                    m_innermost = i;
             }
-            m_innermost = open.Count == 0 ? -1 : open[open.Count - 1];
             return true;
         }
     }

@@ -21,15 +21,42 @@ namespace OrvWorkBench
         }
     }
 
-    // The members that a command may name behind a type or a value, as the binding finds them: those of the class, of its
-    // base classes and interfaces, without what a nearer member hides. Indexers and operators have no name. Each type is
-    // read once.
-    internal static class ReachableMembers
+    // The members that a command may name behind a type or a value, the same ones that Members finds for each name: those
+    // of the class, of its base classes and interfaces, without what a nearer member hides. Indexers and operators have no
+    // name. Each type is read once.
+    internal sealed class ReachableMembers
     {
         private const int c_greatestCount = 200;
 
         private static readonly Dictionary<Type, List<ReachableMember>> s_ofValues = new Dictionary<Type, List<ReachableMember>>();
         private static readonly Dictionary<Type, List<ReachableMember>> s_ofTypes = new Dictionary<Type, List<ReachableMember>>();
+
+        // What goes by one name; "closed" when a nearer class hides what is still to come.
+        private sealed class Named
+        {
+            public MemberInfo Data;
+            public bool IsDataClosed;
+            public readonly List<MethodInfo> Methods = new List<MethodInfo>();
+            public bool AreMethodsClosed;
+        }
+
+        // What one level has by one name.
+        private sealed class Declared
+        {
+            public MemberInfo Data;
+            public readonly List<MethodInfo> Methods = new List<MethodInfo>();
+        }
+
+        private readonly Type m_type;
+        private readonly BindingFlags m_flags;
+        private readonly Dictionary<string, Named> m_named = new Dictionary<string, Named>();
+        private readonly List<string> m_names = new List<string>();
+
+        private ReachableMembers(Type type, BindingFlags flags)
+        {
+            m_type = type;
+            m_flags = flags | BindingFlags.DeclaredOnly;
+        }
 
         // Properties, fields, events and methods of a value of that type.
         public static List<ReachableMember> OfValue(Type type)
@@ -66,40 +93,96 @@ namespace OrvWorkBench
                 return members;
             if (known.Count == c_greatestCount)
                 known.Clear();
-            members = new List<ReachableMember>();
-            Dictionary<string, bool> names = new Dictionary<string, bool>();
-            foreach (Type level in LevelsOf(type))
-            {
-                foreach (MemberInfo member in level.GetMembers(flags | BindingFlags.DeclaredOnly))
-                {
-                    if (names.ContainsKey(member.Name) || member is Type || member is ConstructorInfo)
-                        continue;
-                    names.Add(member.Name, true);
-                    AddNamed(members, type, member.Name, flags);
-                }
-            }
+            members = new ReachableMembers(type, flags).Read();
             known.Add(type, members);
             return members;
         }
 
-        private static List<Type> LevelsOf(Type type)
+        private List<ReachableMember> Read()
         {
-            List<Type> levels = new List<Type>();
-            for (Type level = type; level != null; level = level.BaseType)
-                levels.Add(level);
-            levels.AddRange(type.GetInterfaces());
-            if (type.IsInterface)
-                levels.Add(typeof(object));
-            return levels;
+            foreach (Type level in Members.Levels(m_type))
+                Guard.Run(delegate() { ReadLevel(level); });
+            List<ReachableMember> members = new List<ReachableMember>();
+            foreach (string name in m_names)
+            {
+                Named named = m_named[name];
+                if (named.Data != null)
+                    members.Add(new ReachableMember(named.Data));
+                foreach (MethodInfo method in named.Methods)
+                    members.Add(new ReachableMember(method));
+            }
+            return members;
         }
 
-        private static void AddNamed(List<ReachableMember> members, Type type, string name, BindingFlags flags)
+        private void ReadLevel(Type level)
         {
-            MemberInfo data = Members.FindData(type, name, flags);
-            if (data != null)
-                members.Add(new ReachableMember(data));
-            foreach (MethodBase method in Members.FindMethods(type, name, flags))
-                members.Add(new ReachableMember(method));
+            Dictionary<string, Declared> declared = new Dictionary<string, Declared>();
+            foreach (PropertyInfo property in level.GetProperties(m_flags))
+            {
+                if (property.GetIndexParameters().Length == 0)
+                    AddData(declared, property);
+            }
+            foreach (EventInfo watched in level.GetEvents(m_flags))
+                AddData(declared, watched);
+            foreach (FieldInfo field in level.GetFields(m_flags))
+            {
+                if (!field.IsSpecialName)
+                    AddData(declared, field);
+            }
+            foreach (MethodInfo method in level.GetMethods(m_flags))
+            {
+                if (!method.IsSpecialName && (method.CallingConvention & CallingConventions.VarArgs) == 0)
+                    Of(declared, method.Name).Methods.Add(method);
+            }
+            foreach (string name in declared.Keys)
+                Take(level, name, declared[name]);
+        }
+
+        private static void AddData(Dictionary<string, Declared> declared, MemberInfo member)
+        {
+            Declared one = Of(declared, member.Name);
+            one.Data = one.Data ?? member;
+        }
+
+        private static Declared Of(Dictionary<string, Declared> declared, string name)
+        {
+            Declared one;
+            if (!declared.TryGetValue(name, out one))
+            {
+                one = new Declared();
+                declared.Add(name, one);
+            }
+            return one;
+        }
+
+        private void Take(Type level, string name, Declared declared)
+        {
+            Named named;
+            if (!m_named.TryGetValue(name, out named))
+            {
+                named = new Named();
+                m_named.Add(name, named);
+                m_names.Add(name);
+            }
+            if (!named.IsDataClosed)
+            {
+                named.Data = declared.Data;
+                named.IsDataClosed = declared.Data != null || (!level.IsInterface && declared.Methods.Count > 0);
+            }
+            // The interfaces count only for what the class implements explicitly.
+            named.AreMethodsClosed = named.AreMethodsClosed || Members.IsCallable(declared.Data) ||
+                                     (level.IsInterface && !m_type.IsInterface && named.Methods.Count > 0);
+            if (!named.AreMethodsClosed)
+                AddMethods(named.Methods, declared.Methods);
+        }
+
+        private static void AddMethods(List<MethodInfo> found, List<MethodInfo> more)
+        {
+            foreach (MethodInfo method in more)
+            {
+                if (!found.Exists(delegate(MethodInfo nearer) { return Members.Hides(nearer, method); }))
+                    found.Add(method);
+            }
         }
     }
 }

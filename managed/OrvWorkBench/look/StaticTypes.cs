@@ -66,7 +66,7 @@ namespace OrvWorkBench
                 return array.Type != null ? ValueOf(m_types.Resolve(array.Type)) : ValueOf(NaturalType(array.Elements));
             ArrayExpression elements = expression as ArrayExpression;
             if (elements != null)
-                return Node.Of(Value.Array(ValuesOf(elements.Elements)));
+                return ElementsOf(elements);
             CastExpression cast = expression as CastExpression;
             if (cast != null)
                 return ValueOf(m_types.Resolve(cast.Type));
@@ -87,19 +87,22 @@ namespace OrvWorkBench
 
         private Type NaturalType(ArrayExpression elements)
         {
-            IList<Value> values = ValuesOf(elements.Elements);
-            return values.Contains(null) ? null : ElementConversions.NaturalArrayType(values);
+            Node node = ElementsOf(elements);
+            return node == null ? null : ElementConversions.NaturalArrayType(node.Value.Elements);
         }
 
-        private IList<Value> ValuesOf(IList<Expression> expressions)
+        // Null when one of them is not known.
+        private Node ElementsOf(ArrayExpression elements)
         {
             List<Value> values = new List<Value>();
-            foreach (Expression expression in expressions)
+            foreach (Expression element in elements.Elements)
             {
-                Node node = Of(expression);
-                values.Add(node == null ? null : node.Value);
+                Node node = Of(element);
+                if (node == null || node.Type != null)
+                    return null;
+                values.Add(node.Value);
             }
-            return values;
+            return Node.Of(Value.Array(values));
         }
 
         // Null without a type.
@@ -171,10 +174,7 @@ namespace OrvWorkBench
             if (field != null)
                 return FieldOf(node, field);
             PropertyInfo property = found as PropertyInfo;
-            if (property != null)
-                return ValueOf(property.PropertyType);
-            List<MethodBase> methods = Members.FindMethods(node.MemberType, member.Part.Name, node.Flags);
-            return methods.Count == 0 ? null : Node.Of(Value.Group(new MethodGroup(member.Part.Name, methods, node.Object, TypesOf(member.Part))));
+            return property == null ? null : ValueOf(property.PropertyType);
         }
 
         // Reading the field of an object runs nothing; that of a class may run its static constructor.

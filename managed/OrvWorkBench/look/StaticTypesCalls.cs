@@ -7,6 +7,32 @@ namespace OrvWorkBench
     // What calls and indexers give back.
     internal sealed partial class StaticTypes
     {
+        // Whether the members are there and C# would choose one overload of each call, as far as can be told.
+        public bool Binds(Expression expression)
+        {
+            NewExpression creation = expression as NewExpression;
+            if (creation != null)
+            {
+                Type type = m_types.Resolve(creation.Type);
+                List<Candidate> constructors = new List<Candidate>();
+                foreach (ConstructorInfo constructor in type.GetConstructors(Node.InstanceMembers))
+                    constructors.Add(Candidate.Of(constructor));
+                return Choose(constructors, creation.Arguments, null) != null;
+            }
+            CallExpression call = expression as CallExpression;
+            MemberExpression member = call == null ? null : call.Target as MemberExpression;
+            return member == null ? Of(expression) != null : Chosen(call, member) != null;
+        }
+
+        private Candidate Chosen(CallExpression call, MemberExpression member)
+        {
+            Node target = Of(member.Target);
+            if (target == null || target.MemberType == null)
+                return null;
+            List<MethodBase> methods = Members.FindMethods(target.MemberType, member.Part.Name, target.Flags);
+            return Choose(methods.ConvertAll<Candidate>(Candidate.Of), call.Arguments, TypesOf(member.Part));
+        }
+
         private Node OfCall(CallExpression call)
         {
             MemberExpression member = call.Target as MemberExpression;

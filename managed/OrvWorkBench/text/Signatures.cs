@@ -76,7 +76,7 @@ namespace OrvWorkBench
             return text.ToString();
         }
 
-        private static string ShowParameter(ParameterInfo parameter)
+        public static string ShowParameter(ParameterInfo parameter)
         {
             Type type = parameter.ParameterType;
             string text = IsOut(parameter) ? "out " + TypeNames.Show(type.GetElementType()) : TypeNames.Show(type);
