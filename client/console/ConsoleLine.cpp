@@ -16,8 +16,9 @@ namespace
 constexpr size_t c_longestRead = 32000;
 // Ctrl-^, which no keyboard sends by chance.
 constexpr wchar_t c_breakKey = 0x1E;
-constexpr wchar_t c_endOfInput = 0x1A;
-constexpr ULONG c_wakeupMask = (1U << L'\t') | (1U << c_breakKey);
+// Ctrl-Z, and Ctrl-D for those who are used to it.
+constexpr wchar_t c_endKeys[] = {0x1A, 0x04};
+constexpr ULONG c_wakeupMask = (1U << L'\t') | (1U << c_breakKey) | (1U << c_endKeys[0]) | (1U << c_endKeys[1]);
 constexpr DWORD c_breakOffMs = 2000;
 // What is longer is no line that somebody would like to see again, and each key of it takes time.
 constexpr size_t c_longestRemembered = 500;
@@ -26,6 +27,14 @@ constexpr wchar_t c_firstWide = 0x1100;
 
 constexpr DWORD c_inputMode =
     ENABLE_PROCESSED_INPUT | ENABLE_LINE_INPUT | ENABLE_ECHO_INPUT | ENABLE_INSERT_MODE | ENABLE_EXTENDED_FLAGS;
+
+// The console's own handles: with the standard ones Wine's console shows in its terminal what belongs on a screen
+// that is not the active one.
+UniqueHandle OpenConsole(const wchar_t* name) noexcept
+{
+    return UniqueHandle::FromFile(CreateFileW(name, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                              nullptr, OPEN_EXISTING, 0, nullptr));
+}
 
 bool IsNarrow(std::wstring_view text) noexcept
 {
@@ -69,7 +78,7 @@ std::wstring_view WithoutBlankEnd(std::wstring_view text) noexcept
 // ends with the process.
 struct ConsoleLine::Reader
 {
-    const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
+    const UniqueHandle input = OpenConsole(L"CONIN$");
     // While ready is set, all that follows belongs to the user; otherwise to the thread.
     const UniqueHandle ready{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
     const UniqueHandle wanted{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
@@ -94,7 +103,7 @@ struct ConsoleLine::Reader
         DWORD size = 0;
         SetLastError(ERROR_SUCCESS);
         const bool hasRead =
-            ReadConsoleW(input, line.data(), static_cast<DWORD>(line.size()), &size, &control) != FALSE;
+            ReadConsoleW(input.Get(), line.data(), static_cast<DWORD>(line.size()), &size, &control) != FALSE;
         const DWORD error = GetLastError();
         line.resize(hasRead ? size : 0);
         if (line.empty())
@@ -105,14 +114,20 @@ struct ConsoleLine::Reader
 
     Typed Taken(std::wstring line) const
     {
-        const size_t key = line.find_first_of(std::wstring{L'\t', c_breakKey});
+        const size_t key = line.find_first_of(std::wstring{L'\t', c_breakKey, c_endKeys[0], c_endKeys[1]});
         if (key != std::wstring::npos)
-            return {line[key] == L'\t' ? End::Tab : End::BrokenOff, line.substr(0, key), line.substr(key + 1)};
+            return {EndBy(line[key], line.size()), line.substr(0, key), line.substr(key + 1)};
         ReadRest(line);
-        if (line.front() == c_endOfInput)
-            return {End::Closed, L"", L""};
         line.resize(line.find_last_not_of(L"\r\n") + 1);
         return {End::Line, std::move(line), L""};
+    }
+
+    // In a line that holds something, the keys for the end say nothing.
+    static End EndBy(wchar_t key, size_t size) noexcept
+    {
+        if (key == L'\t')
+            return End::Tab;
+        return key != c_breakKey && size == 1 ? End::Closed : End::BrokenOff;
     }
 
     // A line that is longer than one read comes in several.
@@ -121,22 +136,22 @@ struct ConsoleLine::Reader
         wchar_t more[1024];
         DWORD size = 0;
         while (line.back() != L'\n' &&
-               ReadConsoleW(input, more, static_cast<DWORD>(std::size(more)), &size, nullptr) != FALSE && size != 0)
+               ReadConsoleW(input.Get(), more, static_cast<DWORD>(std::size(more)), &size, nullptr) != FALSE &&
+               size != 0)
             line.append(more, size);
     }
 };
 
-ConsoleLine::ConsoleLine()
-    : m_reader(std::make_shared<Reader>()), m_input(m_reader->input), m_output(GetStdHandle(STD_OUTPUT_HANDLE))
+ConsoleLine::ConsoleLine() : m_reader(std::make_shared<Reader>()), m_output(OpenConsole(L"CONOUT$"))
 {
-    GetConsoleMode(m_input, &m_oldMode);
-    SetConsoleMode(m_input, m_oldMode | c_inputMode);
+    GetConsoleMode(m_reader->input.Get(), &m_oldMode);
+    SetConsoleMode(m_reader->input.Get(), m_oldMode | c_inputMode);
     std::thread([reader = m_reader] { reader->Run(); }).detach();
 }
 
 ConsoleLine::~ConsoleLine()
 {
-    SetConsoleMode(m_input, m_oldMode);
+    SetConsoleMode(m_reader->input.Get(), m_oldMode);
 }
 
 // The console remembers what it has given as a line, so these are typed in, where nobody sees it.
@@ -147,16 +162,16 @@ void ConsoleLine::Remember(const std::vector<std::wstring>& lines)
     if (!unseen || SetConsoleActiveScreenBuffer(unseen.Get()) == FALSE)
         return;
     {
-        const KeysAside keys(m_input);
+        const KeysAside keys(m_reader->input.Get());
         std::wstring line(c_longestRemembered + 2, L'\0');
         DWORD size = 0;
         for (const std::wstring& remembered : lines)
             if (!remembered.empty() && remembered.size() <= c_longestRemembered &&
                 remembered.find_first_of(std::wstring(L"\0\t\r\n\x1A\x1B\x1E", 7)) == std::wstring::npos &&
-                TypeKeys(m_input, remembered + L'\r'))
-                ReadConsoleW(m_input, line.data(), static_cast<DWORD>(line.size()), &size, nullptr);
+                TypeKeys(m_reader->input.Get(), remembered + L'\r'))
+                ReadConsoleW(m_reader->input.Get(), line.data(), static_cast<DWORD>(line.size()), &size, nullptr);
     }
-    SetConsoleActiveScreenBuffer(m_output);
+    SetConsoleActiveScreenBuffer(m_output.Get());
 }
 
 void ConsoleLine::Begin(std::wstring_view prompt, const std::wstring& before, const std::wstring& after)
@@ -169,7 +184,7 @@ void ConsoleLine::Begin(std::wstring_view prompt, const std::wstring& before, co
     m_isBegun = true;
     SetEvent(m_reader->wanted.Get());
     // The console begins at the text's end.
-    PressKey(m_input, VK_LEFT, after.size());
+    PressKey(m_reader->input.Get(), VK_LEFT, after.size());
 }
 
 HANDLE ConsoleLine::Ready() const noexcept
@@ -191,7 +206,7 @@ ConsoleLine::Typed ConsoleLine::Take()
 // place of one, in some of all that follow. The screen still has them.
 std::wstring ConsoleLine::TakeAfter(const std::wstring& told) const
 {
-    std::wstring seen = TextBehindCursor(m_output);
+    std::wstring seen = TextBehindCursor(m_output.Get());
     return EndsWith(seen, WithoutBlankEnd(told)) ? seen : told;
 }
 
@@ -199,14 +214,14 @@ void ConsoleLine::BreakOff() noexcept
 {
     if (!m_isBegun)
         return;
-    TypeKeys(m_input, std::wstring_view(&c_breakKey, 1));
+    TypeKeys(m_reader->input.Get(), std::wstring_view(&c_breakKey, 1));
     WaitForSingleObject(m_reader->ready.Get(), c_breakOffMs);
 }
 
 void ConsoleLine::Erase(const Typed& typed) const
 {
     CONSOLE_SCREEN_BUFFER_INFO info = {};
-    const bool isKnown = GetConsoleScreenBufferInfo(m_output, &info) != FALSE && IsNarrow(typed.before);
+    const bool isKnown = GetConsoleScreenBufferInfo(m_output.Get(), &info) != FALSE && IsNarrow(typed.before);
     const size_t width = std::max<size_t>(static_cast<size_t>(info.dwSize.X), 1);
     const size_t before = m_promptSize + typed.before.size();
     const auto rows = static_cast<SHORT>(before / width);
@@ -219,7 +234,7 @@ void ConsoleLine::Erase(const Typed& typed) const
     // Of wide characters each may take two places.
     const auto places = static_cast<DWORD>(before + 2 * typed.after.size());
     DWORD written = 0;
-    FillConsoleOutputCharacterW(m_output, L' ', places, start, &written);
-    FillConsoleOutputAttribute(m_output, info.wAttributes, places, start, &written);
-    SetConsoleCursorPosition(m_output, start);
+    FillConsoleOutputCharacterW(m_output.Get(), L' ', places, start, &written);
+    FillConsoleOutputAttribute(m_output.Get(), info.wAttributes, places, start, &written);
+    SetConsoleCursorPosition(m_output.Get(), start);
 }

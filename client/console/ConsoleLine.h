@@ -21,7 +21,7 @@ public:
         Tab,
         // By BreakOff, or by Ctrl-C: Windows' console then gives up what was typed.
         BrokenOff,
-        // Ctrl-Z at the start of the line, or no console any more.
+        // Ctrl-Z or Ctrl-D in an empty line, or no console any more.
         Closed,
     };
 
@@ -47,7 +47,7 @@ public:
     bool IsBegun() const noexcept { return m_isBegun; }
     // Signalled when the line has an end, of whatever kind.
     HANDLE Ready() const noexcept;
-    // Waits for the end. The cursor stands where the user left it; after Line and Closed at the start of a line.
+    // Waits for the end. The cursor stands where the user left it; after Line at the start of a line.
     Typed Take();
 
     // Ends a line that is begun as if the user had pressed a key for it, and waits until it has ended. Any thread.
@@ -63,8 +63,7 @@ private:
     std::wstring TakeAfter(const std::wstring& told) const;
 
     std::shared_ptr<Reader> m_reader;
-    HANDLE m_input;
-    HANDLE m_output;
+    UniqueHandle m_output;
     DWORD m_oldMode = 0;
     size_t m_promptSize = 0;
     bool m_isBegun = false;

@@ -55,6 +55,7 @@ LineState ConsolePrompt::Next(ScriptLine& line)
     case ConsoleLine::End::Closed:
         break;
     }
+    TextStream::Out().Write(L"\n");
     return LineState::Ended;
 }
 
@@ -83,7 +84,10 @@ void ConsolePrompt::Keep(const ConsoleLine::Typed& typed)
 void ConsolePrompt::OnTab(const ConsoleLine::Typed& typed)
 {
     const std::vector<Proposal> proposals = m_completer.Propose(typed.before);
-    const Completed completed = Complete(typed.before, proposals);
+    Completed completed = Complete(typed.before, proposals);
+    // A bracket that stands there already is not put a second time.
+    if (!completed.isUndecided && !typed.after.empty() && completed.line.back() == typed.after.front())
+        completed.line.pop_back();
     const std::lock_guard<std::mutex> guard(m_lock);
     if (completed.isUndecided)
         ShowChoices(proposals);

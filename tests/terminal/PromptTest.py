@@ -1,0 +1,386 @@
+"""The client's prompt in a real terminal.
+
+    PromptTest.py BUILD [TEST ...]
+"""
+import os
+import pathlib
+import re
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+sys.dont_write_bytecode = True
+from terminal import LIMIT_SECONDS, PAUSE_SECONDS, ROOT, ProgramFolder, Terminal  # noqa: E402
+
+BUILD = pathlib.Path(sys.argv[1] if len(sys.argv) > 1 else ROOT / "build" / "mingw").resolve()
+PROMPT = "orv>"
+
+
+def absolute(number):
+    """A command that gives the number."""
+    return f"invoke System.Math.Abs({number})"
+
+
+def masked(screen):
+    """Without what differs from run to run."""
+    return re.sub(r"\d+\.\d{1,3} ms", "# ms", screen)
+
+
+class PromptTest(unittest.TestCase):
+    maxDiff = None
+
+    def setUp(self):
+        self.folder = ProgramFolder(BUILD)
+        self.addCleanup(self.folder.close)
+        self.history = tempfile.NamedTemporaryFile(prefix="orv-history-", suffix=".txt")
+        self.addCleanup(self.history.close)
+
+    def start(self, *arguments, environment=(), **size):
+        """Starts the client and waits for its first prompt."""
+        command = [ROOT / "tools" / "wine-run", self.folder.path / "OrvClient.exe", *arguments]
+        terminal = Terminal(command, self.folder.path,
+                            [("ORV_CLIENT_HISTORY", "Z:" + self.history.name.replace("/", "\\")), *environment], **size)
+        self.addCleanup(terminal.close)
+        terminal.wait_for_line(PROMPT)
+        return terminal
+
+    def enter(self, terminal, line, shown):
+        """Types a line, and waits until the text has come, and the next prompt."""
+        terminal.type(line)
+        terminal.press("Enter")
+        terminal.wait_for(shown)
+        terminal.wait_for_line(PROMPT)
+
+    def quit(self, terminal, status=0):
+        terminal.type("quit")
+        terminal.press("Enter")
+        terminal.wait_for(f"status {status}")
+
+    def lines_after(self, terminal, line):
+        """What stands on the screen below the last such line."""
+        lines = masked(terminal.screen()).split("\n")
+        return lines[len(lines) - lines[::-1].index(line):]
+
+    # The line
+
+    def test_a_line_is_edited(self):
+        terminal = self.start()
+        terminal.type("gett int.MinVaXue")
+        terminal.press("Left", "Left", "BSpace", "l", "Home", *["Right"] * 3, "BSpace", "End", "BSpace", "e")
+        terminal.press("Home")
+        terminal.wait_for_line("orv> get int.MinValue")
+        self.assertEqual((5, 3), terminal.cursor())
+        terminal.press("Enter")
+        terminal.wait_for_line(PROMPT)
+        self.assertEqual(["    | => int -2147483648", "    response success", "    message idle",
+                          "    response success", "  succeeded after # ms, result 5 ActionSuccess", "orv>"],
+                         self.lines_after(terminal, "orv> get int.MinValue"))
+        self.quit(terminal)
+
+    def test_wide_characters_come_through(self):
+        terminal = self.start()
+        terminal.type('invoke string.Copy("中é")')
+        terminal.press("Left", "Left", "ü")
+        terminal.press("Enter")
+        terminal.wait_for('=> string "中éü"')
+        self.quit(terminal)
+
+    def test_a_long_line_wraps_and_comes_through(self):
+        terminal = self.start(width=60)
+        text = "0123456789" * 15
+        terminal.type(f'get "{text}".Length')
+        terminal.wait(lambda: terminal.screen().endswith('89".Length'), "waited for the line")
+        terminal.press("Enter")
+        terminal.wait_for("=> int 150")
+        self.quit(terminal)
+
+    def test_the_end_of_the_input_ends_the_client(self):
+        terminal = self.start()
+        terminal.type("reset")
+        terminal.press("C-d", "Enter")
+        terminal.wait_for("reset: forgot")
+        terminal.wait_for_line(PROMPT)
+        terminal.press("C-d")
+        terminal.wait_for("status 0")
+        self.assertIn("workbench ended with exit code 1", terminal.screen())
+
+    def test_after_a_resize_the_prompt_goes_on(self):
+        terminal = self.start()
+        terminal.resize(60, 20)
+        # What is typed within a second of it is lost by Wine's console (WineGaps).
+        time.sleep(3)
+        self.enter(terminal, absolute(5), "=> int 5")
+        terminal.resize(100, 30)
+        time.sleep(3)
+        self.enter(terminal, absolute(6), "=> int 6")
+        self.quit(terminal)
+
+    # History
+
+    def test_the_arrows_bring_back_commands_also_those_of_earlier_sessions(self):
+        first = self.start()
+        self.enter(first, 'get "中".Length', "=> int 1")
+        self.enter(first, "types Thermo", "public type")
+        self.enter(first, absolute(2), "=> int 2")
+        first.press("Up", "Up", "Up")
+        first.wait_for_line('orv> get "中".Length')
+        first.press("C-c")
+        first.wait_for_line(PROMPT)
+        self.quit(first)
+        second = self.start()
+        self.assertNotIn("Abs(2)", second.screen())
+        second.press("Up")
+        second.wait_for_line("orv> " + absolute(2))
+        second.press("Up")
+        second.wait_for_line('orv> get "中".Length')
+        second.press("Down", "Enter")
+        second.wait_for("=> int 2")
+        self.quit(second)
+
+    def test_history_lists_commands_and_no_questions(self):
+        self.history.write(b"get x.Y\r\n")
+        self.history.flush()
+        terminal = self.start()
+        self.enter(terminal, "types Thermo", "public type")
+        self.enter(terminal, absolute(3), "=> int 3")
+        self.enter(terminal, "history", "  get x.Y")
+        self.assertEqual(["  get x.Y", "  " + absolute(3), "orv>"], self.lines_after(terminal, "orv> history"))
+        self.enter(terminal, "history X.y", "  get x.Y")
+        self.assertEqual(["  get x.Y", "orv>"], self.lines_after(terminal, "orv> history X.y"))
+        self.quit(terminal)
+
+    # Tab
+
+    def test_tab_completes_words_files_types_members_and_instances(self):
+        terminal = self.start()
+        terminal.type("lo")
+        terminal.press("Tab")
+        terminal.wait_for_line("orv> load")
+        terminal.type("OrvS")
+        terminal.press("Tab")
+        terminal.wait_for_line("orv> load OrvSample.dll")
+        terminal.press("Enter")
+        terminal.wait_for_line(PROMPT)
+        terminal.type("create kitchen = OrvSample.Ther")
+        terminal.press("Tab")
+        terminal.wait_for_line("orv> create kitchen = OrvSample.Thermostat")
+        terminal.type('("k", 21)')
+        terminal.press("Enter")
+        terminal.wait_for_line(PROMPT)
+        terminal.type("get kit")
+        terminal.press("Tab")
+        terminal.wait_for_line("orv> get kitchen")
+        terminal.type(".Tar")
+        terminal.press("Tab")
+        terminal.wait_for_line("orv> get kitchen.Target")
+        terminal.press("Enter")
+        terminal.wait_for("=> double 21")
+        self.quit(terminal)
+
+    def test_tab_shows_what_fits(self):
+        terminal = self.start()
+        terminal.type("in")
+        terminal.press("Tab")
+        terminal.wait_for("list what was made")
+        terminal.wait_for_line("orv> in")
+        self.assertEqual(["  invoke TEXT  call a method", "  instances  list what was made", "orv> in"],
+                         self.lines_after(terminal, "orv> in")[-3:] or terminal.screen().split("\n")[-3:])
+        self.assertEqual((7, len(terminal.screen().split("\n")) - 1), terminal.cursor())
+        terminal.type("v")
+        terminal.press("Tab")
+        terminal.wait_for_line("orv> invoke")
+        self.quit_after_clearing(terminal)
+
+    def quit_after_clearing(self, terminal):
+        terminal.press("C-c")
+        terminal.wait_for_line(PROMPT)
+        self.quit(terminal)
+
+    def test_tab_inside_a_line_keeps_what_follows(self):
+        terminal = self.start()
+        terminal.type("invoke System.Math.Max(1, 2)")
+        terminal.press(*["Left"] * 6, "BSpace")
+        terminal.wait_for_line("orv> invoke System.Math.Ma(1, 2)")
+        terminal.press("Tab")
+        terminal.wait_for_line("orv> invoke System.Math.Max(1, 2)")
+        terminal.press("Enter")
+        terminal.wait_for("=> int 2")
+        terminal.wait_for_line(PROMPT)
+        self.quit(terminal)
+
+    def test_tab_where_nothing_fits_leaves_the_line(self):
+        terminal = self.start()
+        terminal.type("get No.Such")
+        terminal.press("Tab")
+        terminal.type("1")
+        terminal.wait_for_line("orv> get No.Such1")
+        self.assertEqual(1, terminal.screen().count("No.Such"))
+        self.quit_after_clearing(terminal)
+
+    def test_tab_changes_nothing_that_a_user_could_see(self):
+        terminal = self.start()
+        self.enter(terminal, absolute(7), "=> int 7")
+        terminal.type("get System.Mat")
+        terminal.press("Tab")
+        terminal.wait_for_line("orv> get System.Math")
+        terminal.press("C-c")
+        terminal.wait_for_line(PROMPT)
+        self.enter(terminal, "invoke $.ToString()", '=> string "7"')
+        self.enter(terminal, "again", '=> string "7"')
+        self.quit(terminal)
+
+    # Ctrl-C
+
+    def test_ctrl_c_clears_the_line(self):
+        terminal = self.start()
+        terminal.type(absolute(1))
+        terminal.wait_for_line("orv> " + absolute(1))
+        terminal.press("C-c")
+        terminal.wait_for_line(PROMPT)
+        terminal.press("Enter")
+        self.enter(terminal, absolute(2), "=> int 2")
+        self.assertNotIn("=> int 1", terminal.screen())
+        self.quit(terminal)
+
+    def test_ctrl_c_twice_at_the_prompt_ends_nothing(self):
+        terminal = self.start()
+        for _ in range(3):
+            terminal.press("C-c")
+            time.sleep(0.3)
+        self.enter(terminal, absolute(2), "=> int 2")
+        self.quit(terminal)
+
+    def sleeping(self, terminal, milliseconds):
+        terminal.type(f"invoke System.Threading.Thread.Sleep({milliseconds})")
+        terminal.press("Enter")
+        terminal.wait_for("running for")
+
+    QUESTION = "  the call goes on: w to wait for it, e to end the workbench"
+
+    def test_ctrl_c_in_a_command_offers_to_wait(self):
+        terminal = self.start()
+        self.sleeping(terminal, 6000)
+        terminal.press("C-c")
+        terminal.wait_for_line(self.QUESTION)
+        terminal.press("x", "w")
+        terminal.wait_for("succeeded after")
+        terminal.wait_for_line(PROMPT)
+        self.assertNotIn("running", terminal.screen())
+        self.enter(terminal, absolute(2), "=> int 2")
+        self.quit(terminal)
+
+    def test_ctrl_c_in_a_command_offers_to_end(self):
+        terminal = self.start()
+        self.sleeping(terminal, 600000)
+        terminal.press("C-c")
+        terminal.wait_for_line(self.QUESTION)
+        terminal.press("e")
+        terminal.wait_for("interrupted; the workbench was ended in the call, start begins a new one")
+        terminal.wait_for_line(PROMPT)
+        terminal.type("start")
+        terminal.press("Enter")
+        terminal.wait(lambda: terminal.screen().count("ready after") == 2, "waited for the new workbench")
+        self.enter(terminal, absolute(2), "=> int 2")
+        self.quit(terminal, 5)
+
+    def test_a_second_ctrl_c_in_a_command_ends_it(self):
+        terminal = self.start()
+        self.sleeping(terminal, 600000)
+        terminal.press("C-c")
+        terminal.wait_for_line(self.QUESTION)
+        terminal.press("C-c")
+        terminal.wait_for("interrupted; the workbench was ended")
+        terminal.wait_for_line(PROMPT)
+        self.quit(terminal, 5)
+
+    def test_a_command_may_end_while_the_user_is_asked(self):
+        terminal = self.start()
+        self.sleeping(terminal, 4000)
+        terminal.press("C-c")
+        terminal.wait_for_line(self.QUESTION)
+        terminal.wait_for("succeeded after")
+        terminal.wait_for_line(PROMPT)
+        self.assertNotIn("the call goes on", terminal.screen())
+        self.quit(terminal)
+
+    # While something goes on
+
+    def test_a_long_command_shows_the_time_and_the_log(self):
+        terminal = self.start()
+        self.sleeping(terminal, 4000)
+        self.assertRegex(terminal.screen().split("\n")[-1],
+                         r"^  running for \d s, log: \d+ CHost::Run Command is Invoke: System\.Threading\.Thread\.Sl")
+        terminal.wait_for("succeeded after")
+        terminal.wait_for_line(PROMPT)
+        self.assertNotIn("running for", terminal.screen())
+        self.quit(terminal)
+
+    def test_output_comes_beside_the_line_that_is_typed(self):
+        terminal = self.start()
+        self.enter(terminal, "create t = System.Timers.Timer(1500.0)", "t = System.Timers.Timer")
+        self.enter(terminal, "set t.AutoReset = false", "result 5")
+        self.enter(terminal, "set t.Elapsed += watch", "result 5")
+        self.enter(terminal, "invoke t.Start()", "=> void")
+        terminal.type(absolute(12))
+        terminal.press("Left", "Left")
+        terminal.wait(lambda: "ElapsedEventArgs" in terminal.screen(), "waited for the event")
+        terminal.wait_for_line("orv> " + absolute(12))
+        terminal.type("0")
+        terminal.press("Enter")
+        terminal.wait_for("=> int 102")
+        self.quit(terminal)
+
+    def test_the_loss_of_the_workbench_is_told_at_once(self):
+        terminal = self.start()
+        number = re.search(r"workbench (\d+) started", terminal.screen()).group(1)
+        terminal.type("get 1")
+        terminal.wait_for_line("orv> get 1")
+        subprocess.run([ROOT / "tools" / "wine-run", "taskkill", "/f", "/pid", number], stdout=subprocess.DEVNULL,
+                       stderr=subprocess.DEVNULL, check=True)
+        terminal.wait_for("OrvClient: the workbench ended unasked")
+        terminal.wait_for_line("orv> get 1")
+        terminal.press("C-c")
+        terminal.wait_for_line(PROMPT)
+        terminal.type("start")
+        terminal.press("Enter")
+        terminal.wait(lambda: "ready after" in terminal.screen().split("unasked")[1], "waited for the new workbench")
+        self.quit(terminal, 3)
+
+    def test_values_are_shown_after_each_command(self):
+        terminal = self.start()
+        self.enter(terminal, "load OrvSample.dll", "loaded OrvSample")
+        self.enter(terminal, 'create t = OrvSample.Thermostat("kitchen", 21)', "t = OrvSample")
+        self.enter(terminal, "show t.Target", "t.Target = ")
+        self.enter(terminal, "set t.Target = 23.5", "result 5")
+        self.assertEqual("    t.Target = 23.5", self.lines_after(terminal, "orv> set t.Target = 23.5")[-2])
+        self.enter(terminal, "hide t.Target", "orv> hide")
+        self.enter(terminal, "set t.Target = 20", "double 20")
+        self.assertIn("succeeded", self.lines_after(terminal, "orv> set t.Target = 20")[-2])
+        self.quit(terminal)
+
+    # Colour
+
+    def test_a_console_is_coloured(self):
+        terminal = self.start()
+        self.enter(terminal, absolute(1), "=> int 1")
+        self.assertRegex(terminal.screen(colours=True), "\x1b\\[[0-9;]*m  succeeded after")
+        self.quit(terminal)
+
+    def test_no_color_is_honoured(self):
+        terminal = self.start(environment=[("NO_COLOR", "1")])
+        self.enter(terminal, absolute(1), "=> int 1")
+        self.assertNotRegex(terminal.screen(colours=True), "\x1b\\[[0-9;]*3[0-9][0-9;]*m  succeeded after")
+        self.quit(terminal)
+
+    def test_color_never_is_honoured(self):
+        terminal = self.start("--color", "never")
+        self.enter(terminal, absolute(1), "=> int 1")
+        self.assertNotRegex(terminal.screen(colours=True), "\x1b\\[[0-9;]*3[0-9][0-9;]*m  succeeded after")
+        self.quit(terminal)
+
+
+if __name__ == "__main__":
+    unittest.main(argv=[sys.argv[0], *sys.argv[2:]])
