@@ -62,7 +62,7 @@ namespace OrvTest
             Dictionary<string, bool> names = new Dictionary<string, bool>();
             foreach (MemberInfo member in type.GetMembers(c_static | BindingFlags.FlattenHierarchy))
                 Add(names, member);
-            OfferExactly(name + ".", names, Members(type, c_static), type);
+            OfferExactly(name + ".", names, type, c_static);
             if (type.IsAbstract && type.IsSealed)
                 return;
             names.Clear();
@@ -71,7 +71,7 @@ namespace OrvTest
                 if (!(member is Type))
                     Add(names, member);
             }
-            OfferExactly((type.IsValueType ? "new " + name + "()" : "((" + name + ")null)") + ".", names, Members(type, c_instance), type);
+            OfferExactly((type.IsValueType ? "new " + name + "()" : "((" + name + ")null)") + ".", names, type, c_instance);
             HintExactly(type, name);
         }
 
@@ -138,59 +138,50 @@ namespace OrvTest
             names[name + (method != null ? "(" : nested != null && nested.Name.Contains("`") ? "<" : "")] = true;
         }
 
-        // All that the binding may find by name: of base classes and interfaces too.
-        private static Dictionary<string, bool> Members(Type type, BindingFlags flags)
+        // With which letters members of the type begin, those of base classes and interfaces included.
+        private static string Letters(Type type, BindingFlags flags)
         {
-            Dictionary<string, bool> names = new Dictionary<string, bool>();
             List<Type> levels = new List<Type>();
             for (Type level = type; level != null; level = level.BaseType)
                 levels.Add(level);
             levels.AddRange(type.GetInterfaces());
-            levels.Add(typeof(object));
+            string letters = "";
             foreach (Type level in levels)
             {
                 foreach (MemberInfo member in level.GetMembers(flags | BindingFlags.DeclaredOnly))
                 {
-                    string name = WrittenName.Of(member.Name.Split('`')[0]);
-                    if (name == null)
-                        continue;
-                    MemberInfo data = OrvWorkBench.Members.FindData(type, member.Name, flags);
-                    if (data != null)
-                        names[name] = true;
-                    if (OrvWorkBench.Members.FindMethods(type, member.Name, flags).Count > 0)
-                        names[name + "("] = true;
-                    Type nested = member as Type;
-                    if (nested != null && (flags & BindingFlags.Static) != 0)
-                        names[name + (nested.Name.Contains("`") ? "<" : "")] = true;
+                    string letter = member.Name.Substring(0, 1).ToLowerInvariant();
+                    if (WrittenName.Of(letter) != null && !letters.Contains(letter))
+                        letters += letter;
                 }
             }
-            return names;
+            return letters;
         }
 
-        // By each first letter, in set, which takes events and what can only be written too.
-        private static void OfferExactly(string target, Dictionary<string, bool> wanted, Dictionary<string, bool> possible, Type type)
+        // Whether a command finds what is offered with that text.
+        private static bool Binds(Type type, string text, BindingFlags flags)
+        {
+            string name = text.TrimStart('@').TrimEnd('(', '<');
+            if (text.EndsWith("("))
+                return Members.FindMethods(type, name, flags).Count > 0;
+            return Members.FindData(type, name, flags) != null ||
+                   ((flags & BindingFlags.Static) != 0 && ReachableMembers.NestedIn(type).Exists(delegate(Type nested) { return nested.Name.Split('`')[0] == name; }));
+        }
+
+        // In set, which takes events and what can only be written too.
+        private static void OfferExactly(string target, Dictionary<string, bool> wanted, Type type, BindingFlags flags)
         {
             Dictionary<string, bool> offered = new Dictionary<string, bool>();
-            string letters = "";
-            foreach (string name in possible.Keys)
+            foreach (char letter in Letters(type, flags))
             {
-                string letter = name.TrimStart('@').Substring(0, 1).ToLowerInvariant();
-                if (letters.Contains(letter))
-                    continue;
-                letters += letter;
                 foreach (CompletionEntry entry in Completion.Of(Look.At, "set " + target + letter).Entries)
                     offered[entry.Text] = true;
             }
+            // A method hides what has its name in a base class.
             foreach (string name in wanted.Keys)
-            {
-                // A method hides what has its name in a base class.
-                if (possible.ContainsKey(name))
-                    Harness.True(offered.ContainsKey(name), target + name + " is not offered");
-                else
-                    Harness.True(possible.ContainsKey(name + "(") || possible.ContainsKey(name.TrimEnd('(')), target + name + " cannot be named");
-            }
+                Harness.True(offered.ContainsKey(name) || !Binds(type, name, flags), target + name + " is not offered");
             foreach (string name in offered.Keys)
-                Harness.True(possible.ContainsKey(name), target + name + " is offered but not there");
+                Harness.True(wanted.ContainsKey(name) || Binds(type, name, flags), target + name + " is offered but not there");
         }
 
         private static void HintExactly(Type type, string name)

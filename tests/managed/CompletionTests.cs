@@ -233,6 +233,27 @@ namespace OrvTest
             Harness.Equal("  5 more fit", lines[1000], "the rest");
         }
 
+        public static void OverloadsAreThoseOfTheBinding()
+        {
+            foreach (Type type in new Type[] { typeof(string), typeof(Uri), typeof(List<int>), typeof(IList<int>), typeof(DateTime), typeof(int?), typeof(int[]),
+                                               typeof(Type), typeof(EventHandler), typeof(System.Collections.IDictionary), typeof(StringWriter) })
+            {
+                Dictionary<string, int> counts = new Dictionary<string, int>();
+                foreach (ReachableMember member in ReachableMembers.OfValue(type))
+                {
+                    if (!(member.Member is MethodInfo))
+                        continue;
+                    int count;
+                    counts.TryGetValue(member.Member.Name, out count);
+                    counts[member.Member.Name] = count + 1;
+                    Harness.True(Members.FindMethods(type, member.Member.Name, Node.InstanceMembers).Contains((MethodInfo)member.Member), type + " " + member.Member);
+                }
+                foreach (string name in counts.Keys)
+                    Harness.Equal(Members.FindMethods(type, name, Node.InstanceMembers).Count, counts[name], type + " " + name);
+                Harness.True(counts.Count > 3, type.Name);
+            }
+        }
+
         public static void WhatWasReadOnceIsKept()
         {
             Start();

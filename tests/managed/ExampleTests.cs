@@ -64,7 +64,7 @@ namespace OrvTest
                 Harness.True(lines.Count > 0 || word == "delete", where + ": " + word + " has none");
                 foreach (string line in lines)
                 {
-                    if (word == "reset" || word == "delete")
+                    if (word == "reset" || word == "delete" || (word == "find" && line != lines[0]))
                         continue;
                     int result = Give(line);
                     string printed = Bench.Printed();
@@ -110,11 +110,40 @@ namespace OrvTest
             CInvoke.CreateType("t = OrvSample.Thermostat(\"kitchen\", 21)");
             Harness.Equal("invoke t.Raise(1.5); invoke OrvSample.Thermostat.ToFahrenheit(1.5)", Of("invoke"), "made");
             Harness.Equal("get t.Room; get t.Mode; get OrvSample.Mode.Off", Of("get"), "made");
-            Harness.Equal("set t.Mode = OrvSample.Mode.Heat; set t.Target = 20.5; set using OrvSample", Of("set"), "made");
+            Harness.Equal("set t.Mode = OrvSample.Mode.Heat; set t.TargetChanged += watch; set using OrvSample", Of("set"), "made");
+            Bench.Do("set", "t.TargetChanged += watch");
+            Harness.Equal("set t.Mode = OrvSample.Mode.Heat; set t.Target = 20.5; set using OrvSample", Of("set"), "watched");
             Harness.Equal("delete t", Of("delete"), "made");
+            Bench.Do("set", "using OrvSample");
+            Harness.Equal("delete t; delete using OrvSample", Of("delete"), "used");
+            Bench.Do("delete", "using OrvSample");
             Harness.Equal("reset", Of("reset"), "reset");
             Harness.Equal("", Of("nothing"), "unknown");
-            Harness.True(Of("create").StartsWith("create t2 = OrvSample.Thermostat(\"abc\")"), Of("create"));
+            Harness.Equal("create t2 = OrvSample.Thermostat(\"abc\"); create t3 = OrvSample.TargetEventArgs(20.5); " +
+                              "create l = System.Collections.Generic.List<int> { 1, 2, 3 }", Of("create"), "names that are free");
+        }
+    
+        public static void TheSampleBesideTheDispatcherCanBeLoaded()
+        {
+            Start();
+            string file = Path.Combine(Harness.Folder, "OrvSample.dll");
+            File.Copy(Path.Combine(Harness.Folder, "../../bin/OrvSample.dll"), file, true);
+            string before = Environment.CurrentDirectory;
+            Environment.CurrentDirectory = Path.GetTempPath();
+            string fromElsewhere = Of("load");
+            Environment.CurrentDirectory = Harness.Folder;
+            string fromThere = Of("load");
+            Environment.CurrentDirectory = before;
+            File.Delete(file);
+            Harness.Equal("load " + (file.Contains(" ") ? "\"" + file + "\"" : file) + "; load System.Xml", fromElsewhere, "by its path");
+            Harness.Equal("load OrvSample.dll; load System.Xml", fromThere, "by its name");
+            Harness.Equal("load System.Xml", Of("load"), "not there");
+        }
+
+        public static void TheDispatcherPrintsThem()
+        {
+            Start();
+            Bench.Expect("invoke", "OrvWorkBench.Look.Example(\" invoke \")", 10, "  invoke System.Math.Max(1, 2)");
         }
     }
 }

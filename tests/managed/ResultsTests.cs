@@ -57,6 +57,33 @@ namespace OrvTest
             Tells("reset", "", "{\"result\":5}");
         }
 
+        public static void WhatALineCanBecomeIsTold()
+        {
+            Start();
+            Bench.Do("create", "s = string('x', 3)");
+            Told();
+            Tells("invoke", "OrvWorkBench.Look.Complete(\"get s.leng\")",
+                  "{\"result\":10,\"list\":[{\"at\":\"6\",\"text\":\"Length\",\"kind\":\"property\",\"shown\":\"int Length { get; }\"}]}");
+            Tells("invoke", "OrvWorkBench.Look.Complete(\"create d = System.EventHandler(zz\")", "{\"result\":10}");
+            Tells("invoke", "OrvWorkBench.Look.Example(\"delete\")", "{\"result\":10,\"list\":[{\"text\":\"delete s\"}]}");
+            Tells("invoke", "OrvWorkBench.Look.Value(\" s \")",
+                  "{\"result\":10,\"list\":[{\"name\":\"s\",\"type\":\"string\",\"text\":\"\\\"xxx\\\"\"}]}");
+            Tells("invoke", "OrvWorkBench.Look.Value(\"s.Substring(9)\")",
+                  "{\"result\":10,\"list\":[{\"name\":\"s.Substring(9)\",\"raised\":\"" + Raised(9) + "\"}]}");
+        }
+
+        private static string Raised(int start)
+        {
+            try
+            {
+                return "xxx".Substring(start);
+            }
+            catch (ArgumentException error)
+            {
+                return error.GetType() + ": " + error.Message.Replace("\r\n", " ").Replace('\n', ' ');
+            }
+        }
+
         public static void AStringIsToldWhole()
         {
             Start();

@@ -44,6 +44,9 @@ namespace OrvWorkBench
             { "Microsoft.VisualBasic", "Microsoft.VisualBasic" },
         };
 
+        // The namespaces of each.
+        private static readonly string[][] s_namespaces = Split();
+
         // Null for a library that the runtime does not have.
         private static readonly Dictionary<string, Assembly> s_asked = new Dictionary<string, Assembly>();
 
@@ -76,7 +79,7 @@ namespace OrvWorkBench
         {
             for (int i = 0; i < s_libraries.GetLength(0); ++i)
             {
-                foreach (string known in s_libraries[i, 1].Split(' '))
+                foreach (string known in s_namespaces[i])
                 {
                     if ((known == name || known.StartsWith(name + ".", StringComparison.Ordinal)) && Get(s_libraries[i, 0]) != null)
                         return true;
@@ -92,7 +95,7 @@ namespace OrvWorkBench
             {
                 for (int i = 0; i < s_libraries.GetLength(0); ++i)
                 {
-                    foreach (string known in s_libraries[i, 1].Split(' '))
+                    foreach (string known in s_namespaces[i])
                         yield return known;
                 }
             }
@@ -119,6 +122,14 @@ namespace OrvWorkBench
             return library;
         }
 
+        private static string[][] Split()
+        {
+            string[][] namespaces = new string[s_libraries.GetLength(0)][];
+            for (int i = 0; i < namespaces.Length; ++i)
+                namespaces[i] = s_libraries[i, 1].Split(' ');
+            return namespaces;
+        }
+
         private static string NamespaceOf(string fullName)
         {
             int dot = fullName.LastIndexOf('.');
@@ -131,7 +142,7 @@ namespace OrvWorkBench
                 yield break;
             for (int i = 0; i < s_libraries.GetLength(0); ++i)
             {
-                if (Array.IndexOf(s_libraries[i, 1].Split(' '), space) >= 0)
+                if (Array.IndexOf(s_namespaces[i], space) >= 0)
                     yield return s_libraries[i, 0];
             }
         }

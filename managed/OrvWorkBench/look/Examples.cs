@@ -15,6 +15,7 @@ namespace OrvWorkBench
         private readonly StaticTypes m_statics;
         private readonly string m_word;
         private readonly List<string> m_lines = new List<string>();
+        private readonly List<string> m_newNames = new List<string>();
 
         private Examples(Surroundings at, string word)
         {
@@ -81,8 +82,11 @@ namespace OrvWorkBench
 
         private void AddLoads()
         {
-            string sample = Path.Combine(Path.GetDirectoryName(typeof(Examples).Assembly.Location), "OrvSample.dll");
-            if (File.Exists(sample))
+            const string name = "OrvSample.dll";
+            string sample = Path.Combine(Path.GetDirectoryName(typeof(Examples).Assembly.Location), name);
+            if (File.Exists(Path.Combine(Directory.GetCurrentDirectory(), name)))
+                Add(name);
+            else if (File.Exists(sample))
                 Add(sample.IndexOf(' ') < 0 ? sample : "\"" + sample + "\"");
             if (FrameworkLibraries.Get("System.Xml") != null)
                 Add("System.Xml");
@@ -91,25 +95,21 @@ namespace OrvWorkBench
         private void AddDeletions()
         {
             foreach (string name in m_at.Instances.Names)
-                Add(Written(name));
+                Add(WrittenName.Of(name));
             foreach (string space in m_at.Usings.Namespaces)
                 Add("using " + space);
             foreach (string alias in m_at.Usings.Aliases)
-                Add("using " + alias);
+                Add("using " + WrittenName.Of(alias));
         }
 
-        private static string Written(string name)
-        {
-            return Lexer.IsKeyword(name) ? "@" + name : name;
-        }
-
-        // A name that is free, made of the type's.
+        // A name that is free, made of the type's; another one for each example.
         private string NewName(string typeName)
         {
             string first = char.IsLetter(typeName[0]) ? typeName.Substring(0, 1).ToLowerInvariant() : "x";
             string name = first;
-            for (int i = 2; m_at.Instances.Has(name); ++i)
+            for (int i = 2; m_at.Instances.Has(name) || m_newNames.Contains(name); ++i)
                 name = first + i;
+            m_newNames.Add(name);
             return name;
         }
 

@@ -11,6 +11,8 @@ namespace OrvWorkBench
         private const int c_small = 1;
         private const int c_middling = 20;
 
+        private static readonly string[] s_common = { "ToString", "Equals", "GetHashCode", "GetType", "Dispose", "Close" };
+
         private delegate string Line(string target, MemberInfo member);
 
         private void AddCreations()
@@ -51,6 +53,8 @@ namespace OrvWorkBench
         private void AddCalls()
         {
             AddOfInstances(CallOf);
+            if (m_lines.Count == 0)
+                AddOfInstances(VoidCallOf);
             AddOfTypes(StaticCallOf);
             if (m_lines.Count == 0)
                 Add("System.Math.Max(1, 2)");
@@ -67,6 +71,7 @@ namespace OrvWorkBench
         private void AddSets()
         {
             AddOfInstances(SetOf);
+            AddWatch();
             foreach (Type type in LoadedTypes())
             {
                 if (IsFull || string.IsNullOrEmpty(type.Namespace))
@@ -77,15 +82,36 @@ namespace OrvWorkBench
             Add("using System.Text");
         }
 
+        // In place of a second property.
+        private void AddWatch()
+        {
+            foreach (string name in m_at.Instances.Names)
+            {
+                Node node = NodeOf(WrittenName.Of(name));
+                if (node == null || node.Type != null || node.MemberType == null || node.Object == null)
+                    continue;
+                foreach (ReachableMember member in ReachableMembers.OfValue(node.MemberType))
+                {
+                    EventInfo watched = member.Member as EventInfo;
+                    if (watched == null || WrittenName.Of(watched.Name) == null || !m_at.CanWatch(watched, node.Object))
+                        continue;
+                    if (m_lines.Count > 1)
+                        m_lines.RemoveRange(1, m_lines.Count - 1);
+                    Add(WrittenName.Of(name) + "." + WrittenName.Of(watched.Name) + " += watch");
+                    return;
+                }
+            }
+        }
+
         // Two lines of each instance, so that there is room for another one.
         private void AddOfInstances(Line make)
         {
             foreach (string name in m_at.Instances.Names)
             {
-                Node node = IsFull ? null : NodeOf(Written(name));
+                Node node = IsFull ? null : NodeOf(WrittenName.Of(name));
                 if (node == null || node.Type != null || node.MemberType == null || node.Object == null)
                     continue;
-                AddOf(Written(name), ReachableMembers.OfValue(node.MemberType), make, 2);
+                AddOf(WrittenName.Of(name), ReachableMembers.OfValue(node.MemberType), make, 2);
             }
         }
 
@@ -113,21 +139,32 @@ namespace OrvWorkBench
             }
         }
 
-        // What every object has, and what ends one's life, is no example.
+        // What every object has, what ends one's life, what may wait for ever, and what no command can name.
         private static bool IsCommon(MemberInfo member)
         {
-            return member.DeclaringType == typeof(object) || member.DeclaringType == typeof(Enum) || member.DeclaringType == typeof(ValueType) ||
-                   Array.IndexOf(new string[] { "ToString", "Equals", "GetHashCode", "GetType", "Dispose", "Close" }, member.Name) >= 0;
+            Type holder = member.DeclaringType;
+            return holder == typeof(object) || holder == typeof(Enum) || holder == typeof(ValueType) || WrittenName.Of(member.Name) == null ||
+                   Array.IndexOf(s_common, member.Name) >= 0 || member.Name.StartsWith("Read", StringComparison.Ordinal) ||
+                   member.Name.StartsWith("Wait", StringComparison.Ordinal);
         }
 
         // Null for what gives nothing back, and for what cannot be written.
         private string CallOf(string target, MemberInfo member)
         {
             MethodInfo method = member as MethodInfo;
-            if (method == null || method.IsGenericMethod || method.ReturnType == typeof(void))
-                return null;
-            string arguments = SampleValues.ForAll(method.GetParameters(), c_small);
-            string call = target + "." + member.Name + arguments;
+            return method == null || method.ReturnType == typeof(void) ? null : AnyCallOf(target, method);
+        }
+
+        private string VoidCallOf(string target, MemberInfo member)
+        {
+            MethodInfo method = member as MethodInfo;
+            return method == null ? null : AnyCallOf(target, method);
+        }
+
+        private string AnyCallOf(string target, MethodInfo method)
+        {
+            string arguments = method.IsGenericMethod ? null : SampleValues.ForAll(method.GetParameters(), c_small);
+            string call = target + "." + WrittenName.Of(method.Name) + arguments;
             return arguments != null && Binds(call) ? call : null;
         }
 
@@ -143,7 +180,7 @@ namespace OrvWorkBench
             FieldInfo field = member as FieldInfo;
             PropertyInfo property = member as PropertyInfo;
             bool isRead = field != null || (property != null && Members.Accessor(property, false) != null);
-            string read = target + "." + Written(member.Name);
+            string read = target + "." + WrittenName.Of(member.Name);
             return isRead && Binds(read) ? read : null;
         }
 
@@ -153,7 +190,7 @@ namespace OrvWorkBench
             FieldInfo field = member as FieldInfo;
             bool isSet = property != null ? Members.Accessor(property, true) != null : field != null && !field.IsInitOnly && !field.IsLiteral;
             string value = isSet ? SampleValues.For(property != null ? property.PropertyType : field.FieldType, c_middling) : null;
-            return value == null ? null : target + "." + Written(member.Name) + " = " + value;
+            return value == null ? null : target + "." + WrittenName.Of(member.Name) + " = " + value;
         }
 
         private void AddQuestions()
@@ -163,8 +200,8 @@ namespace OrvWorkBench
                 Add("");
             foreach (string name in m_at.Instances.Names)
             {
-                if (!isOfTypes && NodeOf(Written(name)) != null)
-                    Add(Written(name));
+                if (!isOfTypes && NodeOf(WrittenName.Of(name)) != null)
+                    Add(WrittenName.Of(name));
             }
             foreach (Type type in LoadedTypes())
             {

@@ -11,14 +11,25 @@ namespace OrvWorkBench
         public readonly Usings Usings;
         public readonly TypeFinder Types;
         private readonly Evaluator m_evaluator;
+        private readonly WatchTest m_canWatch;
 
-        public Surroundings(Assemblies assemblies, Instances instances, Usings usings, TypeFinder types, Evaluator evaluator)
+        // Whether set may watch the event of the object: it is not watched yet, and its arguments can be printed.
+        public delegate bool WatchTest(EventInfo watched, object source);
+
+        public Surroundings(Assemblies assemblies, Instances instances, Usings usings, TypeFinder types, Evaluator evaluator,
+                            WatchTest canWatch)
         {
             Usings = usings;
             Types = types;
             Assemblies = assemblies;
             Instances = instances;
             m_evaluator = evaluator;
+            m_canWatch = canWatch;
+        }
+
+        public bool CanWatch(EventInfo watched, object source)
+        {
+            return m_canWatch(watched, source);
         }
 
         // The type that the text names, also as it is listed, "Shop.List<T>"; else the type of the expression's value.

@@ -16,6 +16,12 @@ namespace OrvWorkBench
 
         private readonly List<Watch> m_watches = new List<Watch>();
 
+        // Whether Add would take it.
+        public bool CanAdd(EventInfo watched, object source)
+        {
+            return Find(watched, source) == null && watched.GetAddMethod() != null && EventPrinter.Make(watched) != null;
+        }
+
         // Throws CommandError when the event is watched already or when no handler fits its delegate.
         public void Add(EventInfo watched, object source, int position)
         {

@@ -18,7 +18,7 @@ namespace OrvWorkBench
         {
             m_types = new TypeFinder(m_assemblies, m_usings, typeof(Look));
             m_evaluator = new Evaluator(m_instances, m_types);
-            Look.At = new Surroundings(m_assemblies, m_instances, m_usings, m_types, m_evaluator);
+            Look.At = new Surroundings(m_assemblies, m_instances, m_usings, m_types, m_evaluator, m_watches.CanAdd);
             AppDomain.CurrentDomain.UnhandledException += ShowUnhandled;
         }
 
