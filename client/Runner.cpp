@@ -262,7 +262,7 @@ private:
         m_isInRun = true;
         m_report.OnStarted(m_session.WorkbenchId(), m_session.ClientId(), true);
         ListenToLog();
-        m_log.Begin(m_session.WorkbenchId(), LogFollower::From::Now);
+        FollowLog(LogFollower::From::Now);
     }
 
     void Start()
@@ -285,7 +285,7 @@ private:
         {
             failure = std::current_exception();
         }
-        m_log.Begin(m_session.WorkbenchId(), LogFollower::From::Start);
+        FollowLog(LogFollower::From::Start);
         if (failure)
             std::rethrow_exception(failure);
     }
@@ -295,6 +295,12 @@ private:
         if (!m_log.Listen() && m_options.followsLog)
             m_report.OnLogLine(
                 L"(cannot be shown: the file cannot be read, and another program takes the debugger output)");
+    }
+
+    void FollowLog(LogFollower::From from)
+    {
+        if (!m_log.Begin(m_session.WorkbenchId(), m_session.ClientId(), from) && m_options.followsLog)
+            m_report.OnLogLine(L"(the workbench writes no trace log that can be read)");
     }
 
     // False at the end of the lines.

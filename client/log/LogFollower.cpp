@@ -55,15 +55,20 @@ void LogFollower::OnDebugText(uint32_t processId, const std::string& text)
         ShowLine(FromProgramOutput(text));
 }
 
-void LogFollower::Begin(uint32_t processId, From from)
+bool LogFollower::Begin(uint32_t processId, uint32_t clientId, From from)
 {
     const std::lock_guard<std::mutex> guard(m_lock);
     m_processId = processId;
     m_from = from;
     if (!m_readsFile)
-        return ShowEarlyTexts();
-    OpenFile();
+    {
+        ShowEarlyTexts();
+        return true;
+    }
+    if (!OpenFile(clientId))
+        return false;
     m_thread = std::thread([this] { Serve(); });
+    return true;
 }
 
 void LogFollower::Finish()
@@ -91,15 +96,17 @@ void LogFollower::Serve()
     while (WaitForSingleObject(m_stop.Get(), c_pollMs) == WAIT_TIMEOUT);
 }
 
-void LogFollower::OpenFile()
+bool LogFollower::OpenFile(uint32_t clientId)
 {
     const UniqueHandle process(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, m_processId));
     m_file = OpenTraceLog(process ? StartTimeOf(process.Get()) : 0);
+    // Of several workbenches only the first has the file.
+    if (m_file && !IsTraceLogOf(m_file.Get(), clientId))
+        m_file.Reset();
     LARGE_INTEGER size{};
-    if (!m_file)
-        m_receiver(L"(the workbench writes no trace log that can be read)");
-    else if (m_from == From::Now && GetFileSizeEx(m_file.Get(), &size) != FALSE)
+    if (m_file && m_from == From::Now && GetFileSizeEx(m_file.Get(), &size) != FALSE)
         m_position = static_cast<uint64_t>(size.QuadPart);
+    return static_cast<bool>(m_file);
 }
 
 void LogFollower::ReadFile()
@@ -107,12 +114,9 @@ void LogFollower::ReadFile()
     LARGE_INTEGER size{};
     if (GetFileSizeEx(m_file.Get(), &size) == FALSE)
         return;
+    // Another workbench has begun the file anew, which only Wine lets it do.
     if (static_cast<uint64_t>(size.QuadPart) < m_position)
-    {
-        // Another workbench has begun the file anew.
-        m_position = 0;
-        m_bytes.clear();
-    }
+        return m_file.Reset();
     std::string chunk(c_readSize, '\0');
     for (;;)
     {

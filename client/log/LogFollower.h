@@ -38,9 +38,10 @@ public:
     // Takes what a process has printed to the debugger. What comes before Begin is kept. Any thread.
     void OnDebugText(uint32_t processId, const std::string& text);
 
-    // Follows the log of that process, from its start or from now on. To be called once the process has opened its
-    // log file: a reader that came first could keep it from opening the file.
-    void Begin(uint32_t processId, From from);
+    // Follows the log of that process, a workbench of that client, from its start or from now on. To be called once
+    // the process has opened its log file: a reader that came first could keep it from opening the file. False: there
+    // is no log of its own that can be read.
+    bool Begin(uint32_t processId, uint32_t clientId, From from);
     // Shows what has been written so far. Nothing before Begin.
     void CatchUp();
     // Shows what has been written so far, and ends.
@@ -54,7 +55,7 @@ private:
     };
 
     void Serve();
-    void OpenFile();
+    bool OpenFile(uint32_t clientId);
     void ReadFile();
     void ShowBytes();
     void ShowEarlyTexts();

@@ -1,6 +1,7 @@
 #include "client/log/TraceLogFile.h"
 
 #include "client/base/FileTime.h"
+#include "OrvProfiler/objects/WBEvent.h"
 #include "OrvProfiler/protocol/WorkbenchFiles.h"
 
 #include <windows.h>
@@ -26,4 +27,22 @@ UniqueHandle OpenTraceLog(uint64_t writtenSince) noexcept
         TicksOf(written) + c_toleranceTicks < writtenSince)
         file.Reset();
     return file;
+}
+
+std::wstring TracePart(HANDLE file, int64_t start)
+{
+    OVERLAPPED place{};
+    place.Offset = static_cast<DWORD>(start);
+    place.OffsetHigh = static_cast<DWORD>(start >> 32);
+    std::wstring text(c_tracePartUnits, L'\0');
+    DWORD taken = 0;
+    if (ReadFile(file, text.data(), static_cast<DWORD>(c_tracePartUnits * sizeof(wchar_t)), &taken, &place) == FALSE)
+        return {};
+    text.resize(taken / sizeof(wchar_t));
+    return text;
+}
+
+bool IsTraceLogOf(HANDLE file, uint32_t clientId)
+{
+    return TracePart(file, 0).find(CWBEvent::EventName(EV_STOP, clientId) + std::wstring(L" ")) != std::wstring::npos;
 }

@@ -30,13 +30,14 @@ bool WorkbenchLog::Listen()
     return !follows || readsFile || m_debugOutput->IsListening();
 }
 
-void WorkbenchLog::Begin(uint32_t processId, LogFollower::From from)
+bool WorkbenchLog::Begin(uint32_t processId, uint32_t clientId, LogFollower::From from)
 {
     if (m_follower == nullptr)
-        return;
-    m_follower->Begin(processId, from);
+        return true;
+    const bool follows = m_follower->Begin(processId, clientId, from);
     if (from == LogFollower::From::Start)
         m_follower->CatchUp();
+    return follows;
 }
 
 void WorkbenchLog::CatchUp()

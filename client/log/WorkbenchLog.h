@@ -31,8 +31,9 @@ public:
     // is one only where it is needed. False: the lines of the log cannot be had, for the file cannot be read and
     // another program takes the debugger output.
     bool Listen();
-    // Once it is there, has opened its log file and is followed from its start or from now on.
-    void Begin(uint32_t processId, LogFollower::From from);
+    // Once it is there and has opened its log file: follows it from its start or from now on. False: it has no log of
+    // its own that can be read.
+    bool Begin(uint32_t processId, uint32_t clientId, LogFollower::From from);
     // Shows what has been written so far.
     void CatchUp();
     // The workbench has ended, or is left.

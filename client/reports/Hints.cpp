@@ -3,7 +3,6 @@
 #include "client/log/TraceLogFile.h"
 #include "OrvProfiler/foundation/Trace.h"
 #include "OrvProfiler/foundation/UniqueHandle.h"
-#include "OrvProfiler/objects/WBEvent.h"
 #include "OrvProfiler/protocol/WorkbenchCommandLine.h"
 #include "OrvProfiler/protocol/WorkbenchFiles.h"
 
@@ -12,8 +11,6 @@
 namespace
 {
 constexpr size_t c_shownLogLines = 5;
-// Enough for the first lines, or the last.
-constexpr size_t c_partUnits = 16384;
 
 // What a command calls can end the process with any code, also with one that the workbench has for itself.
 const wchar_t* OwnMeaningOf(uint32_t exitCode, bool wasInCommand) noexcept
@@ -76,35 +73,15 @@ std::wstring DispatcherOf(const std::wstring& program)
     return FolderOf(program) + L"\\" + std::wstring(ProgramBaseName(program)) + c_dispatcherExtension;
 }
 
-// A part of the log, from that byte on.
-std::wstring ReadPart(HANDLE file, LONGLONG start)
-{
-    LARGE_INTEGER position{};
-    position.QuadPart = start;
-    std::wstring text(c_partUnits, L'\0');
-    DWORD taken = 0;
-    if (SetFilePointerEx(file, position, nullptr, FILE_BEGIN) == FALSE ||
-        ReadFile(file, text.data(), static_cast<DWORD>(c_partUnits * sizeof(wchar_t)), &taken, nullptr) == FALSE)
-        return {};
-    text.resize(taken / sizeof(wchar_t));
-    return text;
-}
-
-// The first lines tell whose events the workbench made.
-bool IsLogOf(HANDLE file, uint32_t clientId)
-{
-    return ReadPart(file, 0).find(CWBEvent::EventName(EV_STOP, clientId) + std::wstring(L" ")) != std::wstring::npos;
-}
-
 std::wstring ReadLogTail(const LostWorkbench& lost)
 {
     const UniqueHandle file = OpenTraceLog(lost.startTime);
     LARGE_INTEGER size{};
-    if (!file || GetFileSizeEx(file.Get(), &size) == FALSE || !IsLogOf(file.Get(), lost.clientId))
+    if (!file || GetFileSizeEx(file.Get(), &size) == FALSE || !IsTraceLogOf(file.Get(), lost.clientId))
         return {};
-    constexpr LONGLONG partBytes = c_partUnits * sizeof(wchar_t);
+    constexpr LONGLONG partBytes = c_tracePartUnits * sizeof(wchar_t);
     // A unit is two bytes long: an odd end is a unit under way.
-    return ReadPart(file.Get(), size.QuadPart > partBytes ? (size.QuadPart - partBytes) & ~1LL : 0);
+    return TracePart(file.Get(), size.QuadPart > partBytes ? (size.QuadPart - partBytes) & ~1LL : 0);
 }
 } // namespace
 

@@ -74,3 +74,19 @@ TEST(ClientFollowLog, OfAnAttachedWorkbenchShowsWhatIsNew)
     EXPECT_THAT(result.output, Not(HasSubstr("Command is Load: before")));
     EXPECT_EQ(0, result.status);
 }
+
+TEST(ClientFollowLog, OfTheFirstWorkbenchIsNotThatOfTheSecond)
+{
+    ClientRun::Setup setup = Scripted({L"-f"});
+    setup.keepsInputOpen = true;
+    ClientRun first(setup);
+    for (int i = 0; i < 20; ++i)
+        first.Type("load first\n");
+    first.Type("load last\n");
+    first.AwaitOutput("Command is Load: last");
+    const ClientResult second = Finish(Scripted({L"-f", L"load second"}));
+    EXPECT_THAT(second.output, HasSubstr("CHost::Run Command is Load: second\n"));
+    first.EndInput();
+    EXPECT_EQ(0, first.Wait());
+    EXPECT_THAT(first.Output(), Not(HasSubstr("Command is Load: second")));
+}

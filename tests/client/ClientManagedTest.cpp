@@ -242,3 +242,65 @@ TEST(ClientManaged, ARelativePathIsThatOfTheFileItself)
     EXPECT_THAT(run.Output(), HasSubstr("    | already loaded: OrvSample, "));
     EXPECT_THAT(run.Output(), Not(HasSubstr("the process has it from")));
 }
+
+TEST(ClientManaged, ShownValuesFollowEachCommand)
+{
+    const std::string script = "load OrvSample.dll\n"
+                               "create t = OrvSample.Thermostat(\"k\", 21)\n"
+                               "show t.Target\n"
+                               "show u\n"
+                               "set t.Target = 23.5\n"
+                               "instances\n"
+                               "again\n"
+                               "time 2 set t.Target = 24\n"
+                               "hide t.Target\n"
+                               "invoke System.Math.Abs(-7)\n"
+                               "hide\n"
+                               "invoke $.ToString()\n";
+    const std::string output = OutputOf(script, 0);
+    EXPECT_THAT(output, HasSubstr("  succeeded after # ms, result 8 ActionCreatedType\n"
+                                  "    t.Target = 21\n"
+                                  "    t.Target = 21\n"
+                                  "    u ("));
+    EXPECT_THAT(output, HasSubstr("result 5 ActionSuccess\n    t.Target = 23.5\n    u ("));
+    EXPECT_THAT(output, HasSubstr("    |   1 instance\n"
+                                  "    response success\n"
+                                  "    message idle\n"
+                                  "    response success\n"
+                                  "  succeeded after # ms, result 10 ActionInvokedOk\n"
+                                  "> set t.Target = 23.5\n"))
+        << "not after a question, which is not repeated either";
+    EXPECT_THAT(output, HasSubstr("median # ms, maximum # ms\n    t.Target = 24\n"));
+    EXPECT_THAT(output, HasSubstr("result 10 ActionInvokedOk\n    u ("));
+    EXPECT_THAT(output, HasSubstr("    | => string \"7\"\n")) << "what is shown is not the last result";
+    EXPECT_THAT(
+        ResultOf({L"--json"}, script).output,
+        HasSubstr("{\"type\":\"shown\",\"values\":[{\"name\":\"t.Target\",\"text\":\"23.5\",\"type\":\"double\"},"
+                  "{\"name\":\"u\",\"raised\":"));
+    EXPECT_THAT(ResultOf({L"--eval"}, "show System.Math.PI\n").output, StartsWith("3.14159"));
+}
+
+TEST(ClientManaged, HelpGivesExamplesOfWhatIsThere)
+{
+    const std::string script = "load OrvSample.dll\ncreate t = OrvSample.Thermostat(\"k\", 21)\nhelp get\n";
+    const std::string output = OutputOf(script, 0);
+    std::smatch example;
+    ASSERT_TRUE(std::regex_search(output, example, std::regex("  for example: (get t\\.[^\n]*)\n"))) << output;
+    EXPECT_THAT(OutputOf(script + example.str(1) + "\n", 0), HasSubstr("> " + example.str(1) + "\n    | => "));
+}
+
+TEST(ClientManaged, AnAttachedSessionShowsNoValues)
+{
+    ClientRun::Setup setup;
+    setup.workbenchFolder = ManagedFolder().Path();
+    setup.keepsInputOpen = true;
+    const ClientRun owner(setup);
+    owner.AwaitOutput("ready after");
+    ClientRun::Setup other;
+    other.arguments = {L"--attach", std::to_wstring(owner.WorkbenchId())};
+    other.input = "show System.Math.PI\n";
+    const ClientRun attached(other);
+    EXPECT_EQ(2, attached.Wait());
+    EXPECT_EQ("OrvClient: input:1: values are shown by a workbench of one's own, this session is attached\n",
+              attached.Errors());
+}
