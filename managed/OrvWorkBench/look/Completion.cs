@@ -61,9 +61,11 @@ namespace OrvWorkBench
             {
                 new Completion(at, text, list).Complete(line.Substring(word, end - word));
             }
-            catch (CommandError)
+            catch (Exception error)
             {
-                // What stands before the cursor means nothing.
+                // What stands before the cursor means nothing, or what it names needs an assembly that is not there.
+                if (!(error is CommandError) && !(error is TypeLoadException) && !(error is System.IO.IOException))
+                    throw;
             }
             return list;
         }
