@@ -161,6 +161,9 @@ namespace OrvTest
             Harness.Equal("OrvSample:namespace", Offered("delete using orv"), "what ends");
             Bench.Do("set", "using System.Timers");
             Bench.Do("set", "using System.Threading");
+            Harness.Equal("System.Threading:namespace System.Timers:namespace", Offered("delete using sys"), "their whole names");
+            Harness.Equal("System.Timers:namespace", Offered("delete using System.Ti"), "their whole names");
+            Harness.Equal(13, After("delete using System.Ti")[0].At, "from the start of the name");
             Harness.True(!IsOffered("create x = Time", "Timer"), "two of them");
             Harness.True(IsOffered("get Time", "TimerCallback"), "one of them");
             Bench.Do("create", "Thermostat = OrvSample.Mode()");
