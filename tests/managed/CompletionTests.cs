@@ -161,12 +161,38 @@ namespace OrvTest
             Harness.Equal("OrvSample:namespace", Offered("delete using orv"), "what ends");
             Bench.Do("set", "using System.Timers");
             Bench.Do("set", "using System.Threading");
+            Harness.Equal("System.Threading:namespace System.Timers:namespace", Offered("delete using sys"), "their whole names");
+            Harness.Equal("System.Timers:namespace", Offered("delete using System.Ti"), "their whole names");
+            Harness.Equal(13, After("delete using System.Ti")[0].At, "from the start of the name");
             Harness.True(!IsOffered("create x = Time", "Timer"), "two of them");
             Harness.True(IsOffered("get Time", "TimerCallback"), "one of them");
             Bench.Do("create", "Thermostat = OrvSample.Mode()");
             Harness.Equal("Thermostat:instance", Offered("get Ther"), "an instance hides");
             Bench.Do("create", "OrvSample = OrvSample.Mode()");
             Harness.Equal("OrvSample:instance", Offered("get OrvS"), "a namespace too");
+        }
+
+        public static void WhatCannotBeLoadedIsNoFailure()
+        {
+            Start();
+            Bench.Load("orphan/Orphan.dll");
+            foreach (string line in new string[] { "create x = OrvTest.", "get OrvTest.Dep", "get OrvTest.DerivedFromHelper.", "create x = OrvTest.DerivedFromHelper(",
+                                                   "get new OrvTest.Dependent().", "invoke ((OrvTest.DerivedFromHelper)null).", "types OrvTest.D" })
+                Completion.Of(Look.At, line);
+            Harness.Equal("Value:field", Offered("get new [Orphan]OrvTest.Independent().Val"), "what can be");
+            Harness.True(IsOffered("create x = OrvTest.Inde", "Independent"), "a type that can be");
+        }
+
+        public static void TheDispatcherStaysOutOfReach()
+        {
+            Start();
+            Bench.Do("invoke", "own = System.Type.GetType(\"OrvWorkBench.CInvoke, DispatcherTest\")");
+            Bench.Do("invoke", "kept = System.Collections.ArrayList.Repeat(own, 1)");
+            Bench.Printed();
+            foreach (string line in new string[] { "get own.", "get OrvWorkBench.", "get OrvWorkBench.CInvoke.", "get [DispatcherTest]", "types OrvW", "get OrvW" })
+                Harness.Equal("", Offered(line).Replace("own:instance", ""), line);
+            Harness.Equal("", HintsAt("invoke own.GetMethod("), "its members");
+            Harness.True(!IsOffered("get [", "DispatcherTest]"), "its assembly");
         }
 
         public static void ATypeOfTwoAssembliesSaysWhich()

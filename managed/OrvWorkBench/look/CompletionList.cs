@@ -96,11 +96,18 @@ namespace OrvWorkBench
                 Add(group, m_at, written + tail, kind, shown);
         }
 
-        // A name that replaces more of the line than the last name: all from that index on.
+        // What replaces more of the line than the last name: all from that index on.
         public void AddInstead(CompletionGroup group, int at, string name, string text, string kind, string shown)
         {
             if (Fits(name))
                 Add(group, at, text, kind, shown);
+        }
+
+        // A dotted name of which more may be typed than the last part.
+        public void AddWhole(CompletionGroup group, string typed, int at, string name, string kind, string shown)
+        {
+            if (name.StartsWith(typed, StringComparison.OrdinalIgnoreCase))
+                Add(group, at, name, kind, shown);
         }
 
         // A whole name with its dots.

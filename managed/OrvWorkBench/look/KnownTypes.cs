@@ -125,9 +125,9 @@ namespace OrvWorkBench
         {
             foreach (ListedType type in TypesIn(space))
             {
-                bool isLoaded = space.Length == 0 && m_at.Assemblies.Loaded.Contains(type.Type.Assembly);
-                if (space.Length == 0 && IsHidden(type))
+                if (!m_list.Fits(type.Name) || (space.Length == 0 && IsHidden(type)))
                     continue;
+                bool isLoaded = space.Length == 0 && m_at.Assemblies.Loaded.Contains(type.Type.Assembly);
                 if (IsTwice(type.Type))
                     AddWithAssembly(type, filter);
                 else

@@ -116,7 +116,6 @@ namespace OrvWorkBench
         {
             Begin();
             CompletionList list = null;
-            // What the line names may not be there to be loaded.
             Guard.Run(delegate() { list = Completion.Of(At, line ?? ""); });
             if (list != null)
                 list.Print();
