@@ -29,20 +29,11 @@ namespace OrvWorkBench
             m_loaded.Clear();
         }
 
-        // The dispatcher itself, which is not there to be tried.
+        // The dispatcher itself, which is not there to be tried; also a copy of it that the user's code has loaded.
         public static bool IsOwn(Assembly assembly)
         {
-            return assembly == typeof(Assemblies).Assembly;
-        }
-
-        // A value that leads into the dispatcher: an object of its own types, or what reflection says about them.
-        public static bool IsOwn(object value)
-        {
-            MemberInfo member = value as MemberInfo;
-            Type type = value as Type ?? (member == null ? null : member.DeclaringType);
-            Assembly assembly = value as Assembly;
-            return (assembly != null && IsOwn(assembly)) || (type != null && IsOwn(type.Assembly)) ||
-                   (value != null && IsOwn(value.GetType().Assembly));
+            Assembly own = typeof(Assemblies).Assembly;
+            return assembly == own || assembly.FullName == own.FullName;
         }
 
         // Loads what the command names. Returns false when it is loaded already. The difference, which is mostly null,

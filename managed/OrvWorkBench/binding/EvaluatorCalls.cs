@@ -88,7 +88,7 @@ namespace OrvWorkBench
             object[] values = Overloads.Prepare(chosen, bound);
             MethodInfo method = (MethodInfo)chosen.Method;
             object result = Run(method, node, values);
-            ShowReferences(chosen, bound, values);
+            ShowReferences(chosen, bound, values, position);
             return method.ReturnType == typeof(void) ? null : Value.Of(result, method.ReturnType);
         }
 
@@ -108,8 +108,10 @@ namespace OrvWorkBench
 
         // Prints what the ref and out arguments hold after the call, and keeps it under the argument's name if it has
         // one.
-        private void ShowReferences(Candidate chosen, IList<BoundArgument> bound, object[] values)
+        private void ShowReferences(Candidate chosen, IList<BoundArgument> bound, object[] values, int position)
         {
+            foreach (int place in chosen.Places)
+                RequireForeign(values[place], position);
             for (int i = 0; i < bound.Count; ++i)
             {
                 if (bound[i].Kind == ArgumentKind.Value)

@@ -225,7 +225,7 @@ namespace OrvWorkBench
             if (value is float)
                 return ((float)value).ToString("R", CultureInfo.InvariantCulture);
             if (value is Type)
-                return TypeNames.Show((Type)value);
+                return NameOf((Type)value);
             if (value is Delegate)
                 return Signatures.Show(((Delegate)value).Method);
             if (Numbers.IsNumeric(value.GetType()))
@@ -233,6 +233,14 @@ namespace OrvWorkBench
             if (value is DateTime)
                 return ((DateTime)value).ToString("yyyy-MM-dd HH:mm:ss.FFFFFFF", CultureInfo.InvariantCulture);
             return OwnText(value, depth);
+        }
+
+        // A type of the user's own making may not tell.
+        private static string NameOf(Type type)
+        {
+            string name = null;
+            Exception raised = Guard.Run(delegate() { name = TypeNames.Show(type); });
+            return raised == null ? name : "(its name " + Guard.Describe(raised) + ")";
         }
 
         private static string ShowEnum(Enum value)
