@@ -13,7 +13,7 @@ namespace OrvTest
         public static void Start()
         {
             Output.Prepare();
-            Output.Writer = s_output;
+            Output.Writer = TextWriter.Synchronized(s_output);
             CInvoke.Reset("");
             Load("TestLibrary.dll");
             Printed();
@@ -29,7 +29,7 @@ namespace OrvTest
         {
             string text = s_output.ToString().Replace("\r\n", "\n").TrimEnd('\n');
             s_output = new StringWriter();
-            Output.Writer = s_output;
+            Output.Writer = TextWriter.Synchronized(s_output);
             return text;
         }
 

@@ -37,6 +37,32 @@ namespace OrvTest
         }
     }
 
+    // Gives much in every way that is printed.
+    public class Giver
+    {
+        public delegate void Giving(object first, string second);
+        public event Giving Given;
+
+        public Giver()
+        {
+        }
+
+        public Giver(out string text) { Take(out text); }
+
+        public void Give(object first, string second) { Given(first, second); }
+        public void Take(out string text) { text = new string('x', 505); }
+        public void Grow(ref object value) { value = new int[] { (int)value, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0 }; }
+
+        public void GiveOnThreads(object first, int count)
+        {
+            Thread[] threads = new Thread[count];
+            for (int i = 0; i < count; ++i)
+                (threads[i] = new Thread(delegate() { Given(first, null); })).Start();
+            foreach (Thread thread in threads)
+                thread.Join();
+        }
+    }
+
     // A set, as the 2.0 library has none: it knows its count by ICollection<T> alone.
     public class Bag : ICollection<int>
     {

@@ -32,6 +32,9 @@ namespace OrvWorkBench
                 return literal.Value == null ? Value.Null : Value.Constant(literal.Value);
             if (expression is LastResultExpression)
                 return m_instances.LastResult(expression.Position);
+            CutValueExpression cut = expression as CutValueExpression;
+            if (cut != null)
+                return m_instances.CutValue(cut.Name, cut.Position);
             if (expression is NameExpression || expression is MemberExpression || expression is KeywordExpression)
                 return ValueOf(Resolve(expression, false), expression.Position);
             CallExpression call = expression as CallExpression;

@@ -120,7 +120,9 @@ namespace OrvWorkBench
                 Type type = chosen.TypeFor(i);
                 string word = bound[i].Kind == ArgumentKind.Ref ? "ref " : "out ";
                 string name = bound[i].Name ?? chosen.Parameters[place].Name;
-                ShownValue shown = ShownValue.Print(word + name + " = ", values[place], type, bound[i].Name);
+                ShownValue shown = Formatter.ShowWhole(values[place], type);
+                Output.Line(word + name + " = " + shown.Text);
+                shown.PrintWay(bound[i].Name ?? m_instances.NameFor(shown, values[place], type));
                 if (ResultChannel.Record != null)
                     ResultChannel.Record.AddReference(name, shown);
                 if (bound[i].Name != null)
@@ -143,7 +145,7 @@ namespace OrvWorkBench
             object sequence = Require(Evaluate(source), source.Position).Data;
             int first = call.Arguments.Count > 1 ? WalkNumber(call.Arguments[1].Value) : 0;
             int count = call.Arguments.Count > 2 ? WalkNumber(call.Arguments[2].Value) : Walk.UsualCount;
-            if (!Walk.Print(sequence, first, count))
+            if (!Walk.Print(sequence, first, count, m_instances))
                 throw new CommandError(source.Position, "there is nothing to walk: the value is no sequence");
             return null;
         }

@@ -115,19 +115,10 @@ namespace OrvWorkBench
         private void ShowElement(string path, int at, object item, int depth)
         {
             string name = "[" + Number(at) + "]";
-            Type type = item == null ? null : item.GetType();
-            object key = null;
-            object value = item;
-            if (item is DictionaryEntry)
-            {
-                key = ((DictionaryEntry)item).Key;
-                value = ((DictionaryEntry)item).Value;
-            }
-            else if (type != null && type.IsGenericType && type.GetGenericTypeDefinition() == typeof(KeyValuePair<,>))
-            {
-                key = type.GetProperty("Key").GetValue(item, null);
-                value = type.GetProperty("Value").GetValue(item, null);
-            }
+            object key;
+            object value;
+            if (!Collections.IsPair(item, out key, out value))
+                value = item;
             if (key != null)
                 name = "[" + Formatter.Show(key) + "]";
             Show(path + name, name, value, null, depth);

@@ -92,6 +92,7 @@ namespace OrvWorkBench
             ValueCommand command = parser.ParseNamed(true);
             if (!(command.Value is MemberExpression) && !(command.Value is IndexExpression) &&
                 !(command.Value is NameExpression) && !(command.Value is LastResultExpression) &&
+                !(command.Value is CutValueExpression) &&
                 !(command.Value is CastExpression))
                 throw new CommandError(command.Value.Position, "expected a property, a field, an indexer or an instance");
             parser.ExpectEnd();
