@@ -63,6 +63,43 @@ namespace OrvTest
         }
     }
 
+    // Begins lines and leaves them to others.
+    public class Shouter
+    {
+        private EventHandler m_rang;
+
+        public Shouter() { Console.Write("new "); }
+        public string Name { get { Console.Write("name "); return "s"; } }
+
+        public event EventHandler Rang
+        {
+            add { Console.Write("add "); m_rang += value; }
+            remove { m_rang -= value; }
+        }
+
+        public void Shout()
+        {
+            Console.Write("first ");
+            Console.Write("second");
+            m_rang(null, null);
+            Console.Write("third");
+            m_rang(null, null);
+            Console.Write("fourth");
+        }
+
+        public void Fail()
+        {
+            Console.Write("fails ");
+            throw new Quiet();
+        }
+    }
+
+    public class Quiet : Exception
+    {
+        public Quiet() : base("quiet") { }
+        public override string StackTrace { get { return null; } }
+    }
+
     // A set, as the 2.0 library has none: it knows its count by ICollection<T> alone.
     public class Bag : ICollection<int>
     {
