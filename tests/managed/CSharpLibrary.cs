@@ -119,6 +119,12 @@ namespace OrvTest
         public new int Show = 5;
     }
 
+    // The other accessor of two.
+    public class Setting : Plain
+    {
+        public override int Both { set { base.Both = 2 * value; } }
+    }
+
     public struct Counter
     {
         public int Count;

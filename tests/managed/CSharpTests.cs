@@ -45,7 +45,7 @@ namespace OrvTest
             "1 | 4", "1u | 4", "1L | 4u", "h.Small | 1", "h.Unsigned | n", "h.Unsigned | 1", "1ul | n", "1ul | 1", "true | false", "1 | true", "1.5 | 1", "m | m",
             "OrvTest.Access.Read | OrvTest.Access.Write", "OrvTest.Access.Read | 0", "0 | OrvTest.Access.Read", "OrvTest.Access.Read | 1", "OrvTest.Access.Read | OrvTest.Color.Blue",
             // Overridden and hidden members.
-            "f.Both", "f.Both = 4; f.Both", "f[1]", "f[1] = 2; f.Both", "f[1L]", "f[\"abc\"]", "f[\"abc\"] = 1; f.Both", "((OrvTest.Plain)f)[1]", "f.Name", "f.Name = 6; f.Name",
+            "f.Both", "f.Both = 4; f.Both", "new OrvTest.Setting { Both = 4 }.Both", "f[1]", "f[1] = 2; f.Both", "f[1L]", "f[\"abc\"]", "f[\"abc\"] = 1; f.Both", "((OrvTest.Plain)f)[1]", "f.Name", "f.Name = 6; f.Name",
             "f.Name = \"x\"; f.Name", "((OrvTest.Plain)f).Name", "((OrvTest.Plain)f).Name = \"x\"; ((OrvTest.Plain)f).Name", "f.Hidden()", "((OrvTest.Plain)f).Hidden()",
             "f.Number()", "((OrvTest.Plain)f).Number", "f.Generic(5)", "((OrvTest.Plain)f).Generic(5)", "f.Twice(4)", "((OrvTest.Plain)f).Twice()", "f.Twice()", "f.Show()", "f.Show",
             "d.Who(1)", "((OrvTest.Base)d).Who(1)", "d.Virtual()", "d.Hidden", "((OrvTest.Base)d).Hidden", "OrvTest.Derived.StaticOfBase()", "f.Changed", "f.ToString().Length",

@@ -133,7 +133,7 @@ namespace OrvWorkBench
                 if (field != null && !field.IsStatic)
                     ShowMember(path, member.Name, field.FieldType, depth, delegate() { return field.GetValue(value); });
                 else if (property != null && IsReadable(property))
-                    ShowMember(path, member.Name, property.PropertyType, depth, delegate() { return property.GetValue(value, null); });
+                    ShowMember(path, member.Name, property.PropertyType, depth, delegate() { return Members.Accessor(property, false).Invoke(value, new object[0]); });
             }
         }
 
@@ -141,7 +141,7 @@ namespace OrvWorkBench
 
         private static bool IsReadable(PropertyInfo property)
         {
-            MethodInfo getter = property.GetGetMethod();
+            MethodInfo getter = Members.Accessor(property, false);
             return getter != null && !getter.IsStatic && property.GetIndexParameters().Length == 0 && !property.PropertyType.IsPointer;
         }
 
