@@ -29,7 +29,7 @@ namespace OrvTest
         private static readonly string[] s_expressions = {
             // Literals.
             "5", "5u", "5L", "5ul", "0xFF", "0xFFFFFFFF", "0x1FFFFFFFF", "2147483648", "9223372036854775808", "2.5", "1e-3", "2.5f", "2.50m",
-            "-2147483648", "-9223372036854775808", "- -2147483648", "-2147483648L", "-1u", "-1ul", "\"a\\n\\x41\\u4e2d\\U0001F600\"",
+            "-2147483648", "-9223372036854775808", "- -2147483648", "- -n", "-+-n", "--5", "-2147483648L", "-1u", "-1ul", "\"a\\n\\x41\\u4e2d\\U0001F600\"",
             "@\"C:\\x\"\"\"", "'c'", "'\\''", "true", "null", "1.5u", "\"a\nb\"", "'\n'",
             // Casts and constants.
             "(byte)5", "(short)-1", "(int)2.9", "(int)-2.9", "(char)65", "(int)'a'", "(OrvTest.Color)5", "(int)OrvTest.Color.Blue", "(long)OrvTest.Color.Blue",

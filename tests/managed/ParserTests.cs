@@ -187,6 +187,9 @@ namespace OrvTest
                 { "invoke", "a.M(typeof ^x)", "expected '(' but found 'x'" },
                 { "invoke", "a.M(typeof(^5))", "expected a type's name but found '5'" },
                 { "invoke", "a.M(new N.T^)", "expected '(' but found ')'" },
+                { "invoke", "a.M(^--b)", "expected a value but found '--'" },
+                { "invoke", "a.M(b^++)", "expected ',' or ')' but found '++'" },
+                { "invoke", "a.M(^---b)", "expected a value but found '--'" },
                 { "invoke", "a.M(1 ^+ 2)", "expected ',' or ')' but found '+'" },
                 { "invoke", "r = ^s = a.M()", "this is not a call: expected name.Method(arguments)" },
             });
@@ -331,7 +334,7 @@ namespace OrvTest
         public static void DepthIsBounded()
         {
             Refused("a.M(" + Repeat("(", 100000), "the text nests more than 100 deep");
-            Refused("a.M(" + Repeat("-", 100000), "the text nests more than 100 deep");
+            Refused("a.M(" + Repeat("- ", 100000), "the text nests more than 100 deep");
             Refused("a.M(" + Repeat("{", 100000), "the text nests more than 100 deep");
             Refused("a.M(" + Repeat("(int)", 100000), "the text nests more than 100 deep");
             Refused("a" + Repeat(".M(b", 100000), "the text nests more than 100 deep");
@@ -343,8 +346,8 @@ namespace OrvTest
             Refused("a.M(" + Repeat("(", 100) + "1" + Repeat(")", 100) + ")", "the text nests more than 100 deep");
             Parser.ParseInvoke("a.M(" + Repeat("{", 99) + "1" + Repeat("}", 99) + ")");
             Refused("a.M(" + Repeat("{", 100) + "1" + Repeat("}", 100) + ")", "the text nests more than 100 deep");
-            Parser.ParseInvoke("a.M(" + Repeat("-", 99) + "1)");
-            Refused("a.M(" + Repeat("-", 100) + "1)", "the text nests more than 100 deep");
+            Parser.ParseInvoke("a.M(" + Repeat("- ", 99) + "1)");
+            Refused("a.M(" + Repeat("- ", 100) + "1)", "the text nests more than 100 deep");
             Parser.ParseInvoke("a.M<" + Repeat("A<", 99) + "int" + Repeat(">", 99) + ">()");
             Refused("a.M<" + Repeat("A<", 100) + "int" + Repeat(">", 100) + ">()", "the text nests more than 100 deep");
             Parser.ParseInvoke("a" + Repeat(".M()", 100));

@@ -37,6 +37,35 @@ namespace OrvTest
         }
     }
 
+    // Counts how often it is looked into.
+    public class Watched : IEnumerable<int>
+    {
+        private int m_reads;
+        public int Reads { get { return ++m_reads; } }
+        public int Count { get { ++m_reads; return 1; } }
+        public IEnumerator<int> GetEnumerator() { ++m_reads; yield return 1; }
+        IEnumerator IEnumerable.GetEnumerator() { return GetEnumerator(); }
+        public override string ToString() { return "watched"; }
+    }
+
+    // Knows its count by the youngest of the interfaces alone.
+    public class ReadOnlyList : IReadOnlyCollection<string>
+    {
+        public int Count { get { return 2; } }
+        public IEnumerator<string> GetEnumerator() { yield return "a"; yield return "b"; }
+        IEnumerator IEnumerable.GetEnumerator() { return GetEnumerator(); }
+    }
+
+    // Counts what runs.
+    public class Counting
+    {
+        public static int Runs;
+        public Counting() { ++Runs; }
+        public int Next { get { return ++Runs; } }
+        public int Count() { return ++Runs; }
+        public void Nothing() { }
+    }
+
     // Gives much in every way that is printed.
     public class Giver
     {

@@ -28,7 +28,9 @@ namespace OrvWorkBench
 
         private Value CallMember(CallExpression call, MemberExpression member)
         {
-            Node node = ResolveCallTarget(member);
+            if (member.IsNested)
+                throw new CommandError(member.Position, "'+' stands between a type and its nested type; a method follows '.'");
+            Node node = ResolveTarget(member);
             RequireObject(node, member.Target.Position);
             string name = member.Part.Name;
             Type[] typeArguments = TypeArguments(member.Part);
@@ -43,12 +45,10 @@ namespace OrvWorkBench
                                                         Members.Hint(node.MemberType, name, node.Flags));
         }
 
-        // What stands before the method's name. When that is unknown, the message has the whole name: it was meant as a
-        // type.
-        private Node ResolveCallTarget(MemberExpression member)
+        // What stands before a member that is called or set. When that is unknown, the message has the whole name: it was
+        // meant as a type.
+        private Node ResolveTarget(MemberExpression member)
         {
-            if (member.IsNested)
-                throw new CommandError(member.Position, "'+' stands between a type and its nested type; a method follows '.'");
             List<NamePart> parts = new List<NamePart>();
             Expression root = member.Target;
             for (MemberExpression inner = root as MemberExpression; inner != null; inner = root as MemberExpression)

@@ -71,8 +71,8 @@ namespace OrvWorkBench
                 ReadVerbatimString();
             else if (c == '\'')
                 ReadCharacter();
-            else if ((c == '+' || c == '-') && Peek(1) == '=')
-                AddMark(2);
+            else if ((c == '+' || c == '-') && (Peek(1) == '=' || Peek(1) == c))
+                AddMark(2); // no command takes "++" and "--", which two signs are not
             else if (c == '$')
                 ReadResult();
             else if (c_marks.IndexOf(c) >= 0)
