@@ -24,6 +24,12 @@ namespace OrvTest
             return CInvoke.LoadAssembly(Path.Combine(Harness.Folder, file));
         }
 
+        // Where the commands print.
+        public static TextWriter Writer
+        {
+            get { return s_output; }
+        }
+
         // What was printed since the last call.
         public static string Printed()
         {

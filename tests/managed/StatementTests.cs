@@ -478,7 +478,7 @@ namespace OrvTest
                          "new { A = 1 }", "h.Words.Count()", "h.Words.First()", "h is object", "h as object", "default(int)", "default", "checked(1)", "unchecked(1)",
                          "nameof(h)", "sizeof(int)", "h?.Text", "h!.Text", "$\"a\"", "await h", "new System.Collections.Generic.Dictionary<string, int> { [\"a\"] = 1 }",
                          "new int[] {1, 2,}", "new OrvTest.Holder { Text = \"a\", }", "typeof(void)", "typeof(System.Collections.Generic.List<>)",
-                         "global::OrvTest.Color.Red", "E::Empty", "\\u0068.Text", "0b1", "1_000", "none | 1", "1 | none", "none | none", "throw h", "h.Words[^1]", "h.Words[0..1]",
+                         "global::OrvTest.Color.Red", "E::Empty", "\\u0068.Text", "0b1", "1_000", "none | 1", "-((System.TimeSpan?)h.Span)", "1 | none", "none | none", "throw h", "h.Words[^1]", "h.Words[0..1]",
                          "'ab'", "(n, n)", "stackalloc int[1]", "n switch { _ => 1 }", "\"a\"u8", "\"\"\"a\"\"\"", "h.Text[0] = 'c'" })
             {
                 int code = Bench.Do("invoke", "OrvTest.Probe.Value(" + value + ")");
