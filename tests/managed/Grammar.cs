@@ -5,23 +5,23 @@ using System.Text.RegularExpressions;
 
 namespace OrvTest
 {
+    internal sealed class GrammarPart
+    {
+        // A word, the name of a rule or of a terminal; null for what is made of parts.
+        public string Word;
+        // '|' one of the parts, ' ' all of them, '[' all or nothing, '{' all any number of times.
+        public char Kind = ' ';
+        public readonly List<GrammarPart> Parts = new List<GrammarPart>();
+    }
+
     // Makes texts at random by a grammar: 'words' stand for themselves, [ ] may be left out, { } stands any number of times,
     // | between alternatives.
     internal sealed class Grammar
     {
-        private sealed class Part
-        {
-            // A word, the name of a rule or of a terminal; null for what is made of parts.
-            public string Word;
-            // '|' one of the parts, ' ' all of them, '[' all or nothing, '{' all any number of times.
-            public char Kind = ' ';
-            public readonly List<Part> Parts = new List<Part>();
-        }
-
         // Deeper than this, what is shortest.
         private const int c_usualDepth = 25;
 
-        private readonly Dictionary<string, Part> m_rules = new Dictionary<string, Part>();
+        private readonly Dictionary<string, GrammarPart> m_rules = new Dictionary<string, GrammarPart>();
         private readonly Dictionary<string, int> m_heights = new Dictionary<string, int>();
         private readonly Random m_random;
         private StringBuilder m_text;
@@ -41,18 +41,18 @@ namespace OrvTest
             // As often as one rule can be needed for another.
             for (int i = 0; i < m_rules.Count; ++i)
             {
-                foreach (KeyValuePair<string, Part> rule in m_rules)
+                foreach (KeyValuePair<string, GrammarPart> rule in m_rules)
                     m_heights[rule.Key] = HeightOf(rule.Value);
             }
         }
 
-        private static Part ReadAlternatives(Queue<string> tokens)
+        private static GrammarPart ReadAlternatives(Queue<string> tokens)
         {
-            Part alternatives = new Part();
+            GrammarPart alternatives = new GrammarPart();
             alternatives.Kind = '|';
             do
             {
-                Part sequence = new Part();
+                GrammarPart sequence = new GrammarPart();
                 while (tokens.Count > 0 && "|])}".IndexOf(tokens.Peek(), StringComparison.Ordinal) < 0)
                     sequence.Parts.Add(ReadPart(tokens));
                 alternatives.Parts.Add(sequence);
@@ -61,9 +61,9 @@ namespace OrvTest
             return alternatives;
         }
 
-        private static Part ReadPart(Queue<string> tokens)
+        private static GrammarPart ReadPart(Queue<string> tokens)
         {
-            Part part = new Part();
+            GrammarPart part = new GrammarPart();
             string token = tokens.Dequeue();
             if (token != "[" && token != "{" && token != "(")
             {
@@ -76,7 +76,7 @@ namespace OrvTest
         }
 
         // How many rules a text of the part needs at least in each other.
-        private int HeightOf(Part part)
+        private int HeightOf(GrammarPart part)
         {
             if (part.Word != null)
                 return !m_rules.ContainsKey(part.Word) ? 0 : m_heights.ContainsKey(part.Word) ? m_heights[part.Word] + 1 : 1000;
@@ -87,6 +87,12 @@ namespace OrvTest
             return heights.Count == 0 ? 0 : heights[part.Kind == '|' ? 0 : heights.Count - 1];
         }
 
+        // Whether the rule makes the text, blanks apart. Throws CommandError when it consists of no tokens.
+        public bool Makes(string rule, string text)
+        {
+            return new GrammarReader(m_rules, text).Makes(rule);
+        }
+
         public string Text(string rule)
         {
             m_text = new StringBuilder();
@@ -95,7 +101,7 @@ namespace OrvTest
             return m_text.ToString().Trim();
         }
 
-        private void Write(Part part, int depth)
+        private void Write(GrammarPart part, int depth)
         {
             if (part.Word != null)
                 WriteWord(part.Word, depth);
@@ -105,18 +111,18 @@ namespace OrvTest
             {
                 int most = depth > c_usualDepth ? 0 : part.Kind == '[' ? 1 : 2;
                 for (int count = part.Kind == ' ' ? 1 : m_random.Next(most + 1); count > 0; --count)
-                    part.Parts.ForEach(delegate(Part inner) { Write(inner, depth + 1); });
+                    part.Parts.ForEach(delegate(GrammarPart inner) { Write(inner, depth + 1); });
             }
         }
 
-        private Part OneOf(List<Part> alternatives, int depth)
+        private GrammarPart OneOf(List<GrammarPart> alternatives, int depth)
         {
-            List<Part> possible = alternatives;
+            List<GrammarPart> possible = alternatives;
             if (depth > c_usualDepth)
             {
                 List<int> heights = alternatives.ConvertAll<int>(HeightOf);
                 heights.Sort();
-                possible = alternatives.FindAll(delegate(Part one) { return HeightOf(one) == heights[0]; });
+                possible = alternatives.FindAll(delegate(GrammarPart one) { return HeightOf(one) == heights[0]; });
             }
             return possible[m_random.Next(possible.Count)];
         }

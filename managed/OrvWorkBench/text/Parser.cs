@@ -218,9 +218,23 @@ namespace OrvWorkBench
                 command.Alias = ExpectName("a name");
                 Next();
             }
-            command.Name = command.Alias == null ? ParseTypeName() : ParseType();
+            command.Name = command.Alias == null ? ParseNamespace() : ParseType();
             ExpectEnd();
             return command;
+        }
+
+        // Or what a using calls a type.
+        private TypeSyntax ParseNamespace()
+        {
+            TypeSyntax space = new TypeSyntax();
+            space.Position = Current.Position;
+            do
+            {
+                int position = Current.Position;
+                space.Parts.Add(new NamePart(position, ExpectName("a name"), null));
+            }
+            while (Take("."));
+            return space;
         }
 
         private ValueCommand ParseNamed(bool mayCast)
