@@ -8,6 +8,9 @@ namespace OrvWorkBench
     // The assemblies that the user has loaded. Also finds the assemblies that these depend on.
     internal sealed class Assemblies
     {
+        // What was asked: the runtime makes each name anew.
+        private static readonly Dictionary<Assembly, bool> s_isOwn = new Dictionary<Assembly, bool>();
+
         private readonly List<Assembly> m_loaded = new List<Assembly>();
         private readonly LoadedFiles m_files = new LoadedFiles();
 
@@ -32,8 +35,13 @@ namespace OrvWorkBench
         // The dispatcher itself, which is not there to be tried; also a copy of it that the user's code has loaded.
         public static bool IsOwn(Assembly assembly)
         {
-            Assembly own = typeof(Assemblies).Assembly;
-            return assembly == own || assembly.FullName == own.FullName;
+            bool isOwn;
+            lock (s_isOwn)
+            {
+                if (!s_isOwn.TryGetValue(assembly, out isOwn))
+                    isOwn = s_isOwn[assembly] = assembly.FullName == typeof(Assemblies).Assembly.FullName;
+            }
+            return isOwn;
         }
 
         // Loads what the command names. Returns false when it is loaded already. The difference, which is mostly null,
