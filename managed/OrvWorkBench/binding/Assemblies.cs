@@ -44,6 +44,12 @@ namespace OrvWorkBench
             return isOwn;
         }
 
+        // A value that leads into the dispatcher.
+        public static bool IsOwn(object value)
+        {
+            return OwnParts.LeadTo(value);
+        }
+
         // Loads what the command names. Returns false when it is loaded already. The difference, which is mostly null,
         // says that the assembly is not what is in the file now. Throws CommandError, with AssemblyNotFound where there is
         // no such file or no such name.

@@ -97,7 +97,7 @@ namespace OrvWorkBench
 
         private static void RequireForeign(object data, int position)
         {
-            if (OwnParts.LeadTo(data))
+            if (Assemblies.IsOwn(data))
                 throw new CommandError(position, "this belongs to the dispatcher, which commands cannot reach");
         }
 

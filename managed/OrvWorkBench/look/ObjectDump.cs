@@ -71,7 +71,7 @@ namespace OrvWorkBench
                 value is decimal || value is IEnumerator)
                 return false;
             Type type = value.GetType();
-            return !type.IsPrimitive && !type.IsPointer && !OwnParts.LeadTo(value) && (!(value is IEnumerable) || IsCollection(value));
+            return !type.IsPrimitive && !type.IsPointer && !Assemblies.IsOwn(value) && (!(value is IEnumerable) || IsCollection(value));
         }
 
         private static bool IsCollection(object value)
