@@ -34,7 +34,7 @@ namespace OrvTest
             // Casts and constants.
             "(byte)5", "(short)-1", "(int)2.9", "(int)-2.9", "(char)65", "(int)'a'", "(OrvTest.Color)5", "(int)OrvTest.Color.Blue", "(long)OrvTest.Color.Blue",
             "(OrvTest.Color)0", "(int?)5", "(string)null", "(object)5", "(int)(object)5", "(int)(object)5L", "(long)(object)5", "(string)(object)5",
-            "(OrvTest.Color)(object)5", "(System.IComparable)5", "(byte)256", "(int)h.Long", "(int)m", "(long)m", "(OrvTest.Money)\"four\"", "(OrvTest.Money)7",
+            "(OrvTest.Color)(object)5", "(OrvTest.Color)(object)5L", "(OrvTest.Access)(object)(byte)2", "(OrvTest.Access)(object)2", "(OrvTest.Color)(object)OrvTest.Access.Read", "(int)(object)OrvTest.Access.Read", "(System.IComparable)5", "(byte)256", "(int)h.Long", "(int)m", "(long)m", "(OrvTest.Money)\"four\"", "(OrvTest.Money)7",
             "(double)new OrvTest.Length(2)", "(OrvTest.Length)2", "(int)new OrvTest.Length(2.7)", "(OrvTest.Fancy)m", "(int)\"5\"", "(uint?)5", "(int)h.Maybe", "(int)h.None",
             "OrvTest.Probe.Byte(5)", "OrvTest.Probe.Byte(OrvTest.Probe.Five)", "OrvTest.Probe.Byte(OrvTest.Probe.Six)", "OrvTest.Probe.Byte(256)",
             "OrvTest.Probe.Byte((int)5)", "OrvTest.Probe.Byte((short)5)", "OrvTest.Probe.Byte(5L)", "OrvTest.Probe.Big(5)", "OrvTest.Probe.Big(5L)", "OrvTest.Probe.Big(-5)",

@@ -400,6 +400,10 @@ namespace OrvTest
         {
             Parser.ParseInvoke("a.M(1" + Repeated("|1", 200) + ")");
             Refuses("a.M(1" + Repeated("|1", 201) + ")", "more than 200 '|' in a row");
+            // What stands beside each other does not nest.
+            foreach (string flat in new string[] { "-1", "(int)1", "(1)", "{1}", "b.M(1)", "new T(1)", "new T { A = { 1 } }", "new T { { 1, 2 } }", "new int[1]",
+                                                   "new[] {1}", "b[1]", "b.M<A<int>>()", "typeof(A<B<int>>)", "!(~b)", "1|2" })
+                Parser.ParseInvoke("a.M(" + Repeated(flat + ", ", 400) + flat + ")");
             // Calls in arguments of calls, with members behind each: what is read into each other, all in all.
             Parser.ParseInvoke("a" + Repeated(".M(b", 90) + Repeated(".P", 100) + Repeated(")", 90));
         }
