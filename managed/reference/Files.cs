@@ -82,6 +82,8 @@ namespace System.IO
         public abstract bool CanWrite { get; }
         public abstract long Length { get; }
         public abstract long Position { get; set; }
+        public virtual void Close() { }
+        protected virtual void Dispose(bool disposing) { }
         public abstract void Flush();
         public abstract int Read(byte[] buffer, int offset, int count);
         public abstract long Seek(long offset, SeekOrigin origin);

@@ -6,6 +6,7 @@ namespace System
     public abstract class Array : IEnumerable
     {
         public static TOutput[] ConvertAll<TInput, TOutput>(TInput[] array, Converter<TInput, TOutput> converter) { throw null; }
+        public static bool Exists<T>(T[] array, Predicate<T> match) { throw null; }
         public static T[] FindAll<T>(T[] array, Predicate<T> match) { throw null; }
         public static int FindIndex<T>(T[] array, Predicate<T> match) { throw null; }
         internal Array() { }

@@ -21,6 +21,7 @@ namespace System
 
     public static class Console
     {
+        public static int CursorLeft { get { throw null; } }
         public static TextWriter Out { get { throw null; } }
         public static Encoding OutputEncoding { set { } }
         public static Stream OpenStandardOutput() { throw null; }

@@ -155,9 +155,16 @@ namespace System.Reflection
         internal Missing() { }
     }
 
+    public class Module
+    {
+        internal Module() { }
+        public Assembly Assembly { get { throw null; } }
+    }
+
     public class ParameterInfo
     {
         internal ParameterInfo() { }
+        public virtual MemberInfo Member { get { throw null; } }
         public virtual object DefaultValue { get { throw null; } }
         public bool IsIn { get { throw null; } }
         public bool IsOptional { get { throw null; } }

@@ -13,7 +13,7 @@ namespace OrvTest
         public static void Start()
         {
             Output.Prepare();
-            Output.Writer = s_output;
+            Output.Writer = TextWriter.Synchronized(s_output);
             CInvoke.Reset("");
             Load("TestLibrary.dll");
             Printed();
@@ -24,12 +24,18 @@ namespace OrvTest
             return CInvoke.LoadAssembly(Path.Combine(Harness.Folder, file));
         }
 
+        // Where the commands print.
+        public static TextWriter Writer
+        {
+            get { return s_output; }
+        }
+
         // What was printed since the last call.
         public static string Printed()
         {
             string text = s_output.ToString().Replace("\r\n", "\n").TrimEnd('\n');
             s_output = new StringWriter();
-            Output.Writer = s_output;
+            Output.Writer = TextWriter.Synchronized(s_output);
             return text;
         }
 

@@ -78,6 +78,19 @@ namespace OrvTest
         public override string ToString() { return Cents + " cents"; }
     }
 
+    // An operator of each kind, each with a result of its own.
+    public class Signs
+    {
+        private readonly int m_number;
+        public Signs(int number) { m_number = number; }
+        public static Signs operator -(Signs signs) { return new Signs(-signs.m_number); }
+        public static string operator +(Signs signs) { return "+" + signs; }
+        public static bool operator !(Signs signs) { return signs.m_number == 0; }
+        public static int operator ~(Signs signs) { return ~signs.m_number; }
+        public static string operator |(Signs signs, bool other) { return signs + "|" + other; }
+        public override string ToString() { return m_number.ToString(System.Globalization.CultureInfo.InvariantCulture); }
+    }
+
     public struct Length
     {
         public double Meters;
@@ -85,6 +98,12 @@ namespace OrvTest
         public static implicit operator Length(double meters) { return new Length(meters); }
         public static explicit operator double(Length length) { return length.Meters; }
         public override string ToString() { return Meters.ToString(System.Globalization.CultureInfo.InvariantCulture) + " m"; }
+    }
+
+    // Its conversion raises.
+    public class Raising
+    {
+        public static explicit operator Raising(int number) { throw new InvalidOperationException("converted"); }
     }
 
     public abstract class Plain
@@ -119,6 +138,12 @@ namespace OrvTest
         public new int Show = 5;
     }
 
+    // The other accessor of two.
+    public class Setting : Plain
+    {
+        public override int Both { set { base.Both = 2 * value; } }
+    }
+
     public struct Counter
     {
         public int Count;
@@ -147,6 +172,7 @@ namespace OrvTest
         public Converter<int, int> Callback;
         public Converter<int, int> Empty;
         public int Apply(int a) { return Callback(a); }
+        public Counter Taken() { return Counter; }
         public string Overloaded(int a, long b) { return "int,long"; }
         public string Overloaded(long a, int b) { return "long,int"; }
         public IEnumerable<int> Few() { yield return 1; yield return 2; }

@@ -29,12 +29,12 @@ namespace OrvTest
         private static readonly string[] s_expressions = {
             // Literals.
             "5", "5u", "5L", "5ul", "0xFF", "0xFFFFFFFF", "0x1FFFFFFFF", "2147483648", "9223372036854775808", "2.5", "1e-3", "2.5f", "2.50m",
-            "-2147483648", "-9223372036854775808", "- -2147483648", "-2147483648L", "-1u", "-1ul", "\"a\\n\\x41\\u4e2d\\U0001F600\"",
+            "-2147483648", "-9223372036854775808", "- -2147483648", "- -n", "-+-n", "--5", "-2147483648L", "-1u", "-1ul", "\"a\\n\\x41\\u4e2d\\U0001F600\"",
             "@\"C:\\x\"\"\"", "'c'", "'\\''", "true", "null", "1.5u", "\"a\nb\"", "'\n'",
             // Casts and constants.
             "(byte)5", "(short)-1", "(int)2.9", "(int)-2.9", "(char)65", "(int)'a'", "(OrvTest.Color)5", "(int)OrvTest.Color.Blue", "(long)OrvTest.Color.Blue",
             "(OrvTest.Color)0", "(int?)5", "(string)null", "(object)5", "(int)(object)5", "(int)(object)5L", "(long)(object)5", "(string)(object)5",
-            "(OrvTest.Color)(object)5", "(System.IComparable)5", "(byte)256", "(int)h.Long", "(int)m", "(long)m", "(OrvTest.Money)\"four\"", "(OrvTest.Money)7",
+            "(OrvTest.Color)(object)5", "(OrvTest.Color)(object)5L", "(OrvTest.Access)(object)(byte)2", "(OrvTest.Access)(object)2", "(OrvTest.Color)(object)OrvTest.Access.Read", "(int)(object)OrvTest.Access.Read", "(System.IComparable)5", "(byte)256", "(int)h.Long", "(int)m", "(long)m", "(OrvTest.Money)\"four\"", "(OrvTest.Money)7",
             "(double)new OrvTest.Length(2)", "(OrvTest.Length)2", "(int)new OrvTest.Length(2.7)", "(OrvTest.Fancy)m", "(int)\"5\"", "(uint?)5", "(int)h.Maybe", "(int)h.None",
             "OrvTest.Probe.Byte(5)", "OrvTest.Probe.Byte(OrvTest.Probe.Five)", "OrvTest.Probe.Byte(OrvTest.Probe.Six)", "OrvTest.Probe.Byte(256)",
             "OrvTest.Probe.Byte((int)5)", "OrvTest.Probe.Byte((short)5)", "OrvTest.Probe.Byte(5L)", "OrvTest.Probe.Big(5)", "OrvTest.Probe.Big(5L)", "OrvTest.Probe.Big(-5)",
@@ -45,7 +45,7 @@ namespace OrvTest
             "1 | 4", "1u | 4", "1L | 4u", "h.Small | 1", "h.Unsigned | n", "h.Unsigned | 1", "1ul | n", "1ul | 1", "true | false", "1 | true", "1.5 | 1", "m | m",
             "OrvTest.Access.Read | OrvTest.Access.Write", "OrvTest.Access.Read | 0", "0 | OrvTest.Access.Read", "OrvTest.Access.Read | 1", "OrvTest.Access.Read | OrvTest.Color.Blue",
             // Overridden and hidden members.
-            "f.Both", "f.Both = 4; f.Both", "f[1]", "f[1] = 2; f.Both", "f[1L]", "f[\"abc\"]", "f[\"abc\"] = 1; f.Both", "((OrvTest.Plain)f)[1]", "f.Name", "f.Name = 6; f.Name",
+            "f.Both", "f.Both = 4; f.Both", "new OrvTest.Setting { Both = 4 }.Both", "f[1]", "f[1] = 2; f.Both", "f[1L]", "f[\"abc\"]", "f[\"abc\"] = 1; f.Both", "((OrvTest.Plain)f)[1]", "f.Name", "f.Name = 6; f.Name",
             "f.Name = \"x\"; f.Name", "((OrvTest.Plain)f).Name", "((OrvTest.Plain)f).Name = \"x\"; ((OrvTest.Plain)f).Name", "f.Hidden()", "((OrvTest.Plain)f).Hidden()",
             "f.Number()", "((OrvTest.Plain)f).Number", "f.Generic(5)", "((OrvTest.Plain)f).Generic(5)", "f.Twice(4)", "((OrvTest.Plain)f).Twice()", "f.Twice()", "f.Show()", "f.Show",
             "d.Who(1)", "((OrvTest.Base)d).Who(1)", "d.Virtual()", "d.Hidden", "((OrvTest.Base)d).Hidden", "OrvTest.Derived.StaticOfBase()", "f.Changed", "f.ToString().Length",

@@ -11,7 +11,7 @@ namespace OrvTest
         private static readonly string[] s_pieces = {
             "a", "b", "OrvTest", "Overloads", "Data", "Box", "Outer", "Inner", "Color", "Red", "One", "Many", "Same", "Field",
             "Numbers", "Self", "x", "watch", "int", "string", "object", "new", "null", "true", "typeof", "ref", "out", ".", ".",
-            ".", "(", ")", "(", ")", "[", "]", "{", "}", "<", ">", ",", "=", "+=", "-=", "-", "+", "!", "~", "|", "?", "$", "@",
+            ".", "(", ")", "(", ")", "[", "]", "{", "}", "<", ">", ",", "=", "+=", "-=", "-", "+", "!", "~", "|", "?", "$", "$1", "@",
             "1", "0x1F", "2.5", "1e5", "7ul", "\"text\"", "'c'", "@\"v\"", "\\", "\"", "'", "#", " ", "\t", "\0", "\u4E2D",
             ":", "a:", "using", "walk", "walk(", "{ 1, 2 }", "{ Field = 1 }", "new[] {", "System", "Uri",
             "\uD800", "9999999999", "1.5m",

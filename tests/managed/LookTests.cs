@@ -129,6 +129,11 @@ namespace OrvTest
             Bench.Expect("invoke", "OrvWorkBench.Look.Members(\"t +\")", 1, null);
             Bench.Expect("invoke", "OrvWorkBench.Look.Members(\"null\")", 1, "error: null has no members");
             Bench.Expect("invoke", "OrvWorkBench.Look.Members(\"(object)null\")", 10, "  class object");
+            Bench.Expect("invoke", "OrvWorkBench.Look.Members(\"OrvTest.Box<T>.Lid<U>\")", 10, "  class OrvTest.Box<T>.Lid<U>");
+            Bench.Expect("invoke", "OrvWorkBench.Look.Members(\"void\")", 10, "  struct void");
+            Bench.Do("create", "void = string('x', 2)");
+            Bench.Printed();
+            Bench.Expect("invoke", "OrvWorkBench.Look.Members(\"void\", \"Length\")", 10, null);
         }
 
         public static void FindLooksForNamesAndForWhatIsTakenAndGiven()
@@ -204,6 +209,18 @@ namespace OrvTest
             Harness.True(text.Contains("\n      [19] = int 0\n      more: dump t.Numbers 2 20\n"), "a page");
             Harness.True(!text.Contains("Shared"), "of the object, not its class");
             Harness.Equal("  t = OrvTest.Tree ...", Dumped(tree, 0, 0), "depth 0");
+        }
+
+        public static void AnOverrideOfOneAccessorHasBoth()
+        {
+            Bench.Start();
+            Answers("Members(\"OrvTest.Setting\", \"Both\")", "  class OrvTest.Setting : OrvTest.Plain\n  int Both { get; set; }\n  1 public member");
+            Answers("Members(\"OrvTest.Fancy\", \"Both\")", "  class OrvTest.Fancy : OrvTest.Plain\n  int Both { get; set; }\n  1 public member");
+            Harness.True(new MemberSearch("-> int").Matches(typeof(Setting).GetProperty("Both")), "given");
+            Harness.True(new MemberSearch("int ->").Matches(typeof(Fancy).GetProperty("Both")), "taken");
+            Setting setting = new Setting();
+            setting.Both = 3;
+            Harness.True(Dumped(setting, 1, 0).Contains("\n    Both = int 6"), "read");
         }
 
         public static void ADumpOfACollectionGoesOnWhereItIsTold()

@@ -187,6 +187,9 @@ namespace OrvTest
                 { "invoke", "a.M(typeof ^x)", "expected '(' but found 'x'" },
                 { "invoke", "a.M(typeof(^5))", "expected a type's name but found '5'" },
                 { "invoke", "a.M(new N.T^)", "expected '(' but found ')'" },
+                { "invoke", "a.M(^--b)", "expected a value but found '--'" },
+                { "invoke", "a.M(b^++)", "expected ',' or ')' but found '++'" },
+                { "invoke", "a.M(^---b)", "expected a value but found '--'" },
                 { "invoke", "a.M(1 ^+ 2)", "expected ',' or ')' but found '+'" },
                 { "invoke", "r = ^s = a.M()", "this is not a call: expected name.Method(arguments)" },
             });
@@ -197,6 +200,9 @@ namespace OrvTest
             Good(new string[,] {
                 { "get", "a", "a" },
                 { "get", "$", "$" },
+                { "get", "x = $12", "x = $12" },
+                { "get", "$1.A[$]", "(index ($1.A) $)" },
+                { "set", "$3.B = $4", "($3.B) = $4" },
                 { "get", "x = a.B", "x = (a.B)" },
                 { "get", "a[1, \"k\"]", "(index a int 1 string \"k\")" },
                 { "get", "a.M().P", "((call (a.M)).P)" },
@@ -220,6 +226,11 @@ namespace OrvTest
                 { "set", "a.B ^5", "expected '=' but found '5'" },
                 { "set", "a.B =^", "expected a value but found the end" },
                 { "set", "a.B = 5 ^6", "expected the end but found '6'" },
+                { "set", "using A^+B", "expected the end but found '+'" },
+                { "set", "using A.B^<int>", "expected the end but found '<'" },
+                { "set", "using A.^", "expected a name but found the end" },
+                { "set", "using A = B ^C", "expected the end but found 'C'" },
+                { "delete", "using A^+B", "expected the end but found '+'" },
                 { "set", "a[0] ^+= watch", "only an event takes '+='" },
                 { "delete", "^", "expected an instance's name but found the end" },
                 { "delete", "a^.b", "expected the end but found '.'" },
@@ -295,6 +306,9 @@ namespace OrvTest
                 { "get", "a[^'a", "a character is not closed" },
                 { "get", "a[^'ab']", "more than one character between the quotes" },
                 { "get", "a[^'\\U0001F600']", "the character needs two UTF-16 units; use a string" },
+                { "get", "$1^a", "expected the end but found 'a'" },
+                { "get", "$ ^1", "expected the end but found '1'" },
+                { "get", "$1^$2", "expected the end but found '$2'" },
                 { "get", "a^#b", "unexpected character '#'" },
                 { "get", "a^\0b", "unexpected character '\\0'" },
                 { "get", "a^\uD800", "unexpected character '\\ud800'" },
@@ -325,7 +339,7 @@ namespace OrvTest
         public static void DepthIsBounded()
         {
             Refused("a.M(" + Repeat("(", 100000), "the text nests more than 100 deep");
-            Refused("a.M(" + Repeat("-", 100000), "the text nests more than 100 deep");
+            Refused("a.M(" + Repeat("- ", 100000), "the text nests more than 100 deep");
             Refused("a.M(" + Repeat("{", 100000), "the text nests more than 100 deep");
             Refused("a.M(" + Repeat("(int)", 100000), "the text nests more than 100 deep");
             Refused("a" + Repeat(".M(b", 100000), "the text nests more than 100 deep");
@@ -337,8 +351,8 @@ namespace OrvTest
             Refused("a.M(" + Repeat("(", 100) + "1" + Repeat(")", 100) + ")", "the text nests more than 100 deep");
             Parser.ParseInvoke("a.M(" + Repeat("{", 99) + "1" + Repeat("}", 99) + ")");
             Refused("a.M(" + Repeat("{", 100) + "1" + Repeat("}", 100) + ")", "the text nests more than 100 deep");
-            Parser.ParseInvoke("a.M(" + Repeat("-", 99) + "1)");
-            Refused("a.M(" + Repeat("-", 100) + "1)", "the text nests more than 100 deep");
+            Parser.ParseInvoke("a.M(" + Repeat("- ", 99) + "1)");
+            Refused("a.M(" + Repeat("- ", 100) + "1)", "the text nests more than 100 deep");
             Parser.ParseInvoke("a.M<" + Repeat("A<", 99) + "int" + Repeat(">", 99) + ">()");
             Refused("a.M<" + Repeat("A<", 100) + "int" + Repeat(">", 100) + ">()", "the text nests more than 100 deep");
             Parser.ParseInvoke("a" + Repeat(".M()", 100));

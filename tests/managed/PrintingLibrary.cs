@@ -37,6 +37,98 @@ namespace OrvTest
         }
     }
 
+    // Counts how often it is looked into.
+    public class Watched : IEnumerable<int>
+    {
+        private int m_reads;
+        public int Reads { get { return ++m_reads; } }
+        public int Count { get { ++m_reads; return 1; } }
+        public IEnumerator<int> GetEnumerator() { ++m_reads; yield return 1; }
+        IEnumerator IEnumerable.GetEnumerator() { return GetEnumerator(); }
+        public override string ToString() { return "watched"; }
+    }
+
+    // Knows its count by the youngest of the interfaces alone.
+    public class ReadOnlyList : IReadOnlyCollection<string>
+    {
+        public int Count { get { return 2; } }
+        public IEnumerator<string> GetEnumerator() { yield return "a"; yield return "b"; }
+        IEnumerator IEnumerable.GetEnumerator() { return GetEnumerator(); }
+    }
+
+    // Counts what runs.
+    public class Counting
+    {
+        public static int Runs;
+        public Counting() { ++Runs; }
+        public int Next { get { return ++Runs; } }
+        public int Count() { return ++Runs; }
+        public void Nothing() { }
+    }
+
+    // Gives much in every way that is printed.
+    public class Giver
+    {
+        public delegate void Giving(object first, string second);
+        public event Giving Given;
+
+        public Giver()
+        {
+        }
+
+        public Giver(out string text) { Take(out text); }
+
+        public void Give(object first, string second) { Given(first, second); }
+        public void Take(out string text) { text = new string('x', 505); }
+        public void Grow(ref object value) { value = new int[] { (int)value, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0 }; }
+
+        public void GiveOnThreads(object first, int count)
+        {
+            Thread[] threads = new Thread[count];
+            for (int i = 0; i < count; ++i)
+                (threads[i] = new Thread(delegate() { Given(first, null); })).Start();
+            foreach (Thread thread in threads)
+                thread.Join();
+        }
+    }
+
+    // Begins lines and leaves them to others.
+    public class Shouter
+    {
+        private EventHandler m_rang;
+
+        public Shouter() { Console.Write("new "); }
+        public string Name { get { Console.Write("name "); return "s"; } }
+
+        public event EventHandler Rang
+        {
+            add { Console.Write("add "); m_rang += value; }
+            remove { m_rang -= value; }
+        }
+
+        public void Shout()
+        {
+            Console.Write("first ");
+            Console.Write("second");
+            m_rang(null, null);
+            Console.Write("third");
+            m_rang(null, null);
+            Console.Write("fourth");
+        }
+
+        public void Fail()
+        {
+            Console.Write("fails ");
+            throw new Quiet();
+        }
+    }
+
+    public class Quiet : Exception
+    {
+        public Quiet() : base("quiet") { }
+        public override string StackTrace { get { return null; } }
+    }
+
     // A set, as the 2.0 library has none: it knows its count by ICollection<T> alone.
     public class Bag : ICollection<int>
     {

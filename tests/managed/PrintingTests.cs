@@ -69,6 +69,74 @@ namespace OrvTest
             Harness.True(Bench.Printed().EndsWith("\n  more: invoke walk($)"), "a block");
         }
 
+        public static void WhatHasNoNameGetsANumberWhenItIsCutOff()
+        {
+            Bench.Start();
+            string start = "string \"" + new string('x', 500) + "\"... (505 characters)";
+            Bench.Do("create", "s = string('x', 505)");
+            Bench.Do("create", "b = OrvTest.Bell()");
+            Bench.Do("create", "g = OrvTest.Giver()");
+            Bench.Do("set", "b.Struck += watch");
+            Bench.Do("set", "g.Given += watch");
+            Bench.Printed();
+            // An event's arguments, each of them.
+            Prints("invoke", "b.Strike(s)", 10, "event Struck(" + start + ", int 2, OrvTest.Color Blue (6))\n  more: invoke $1.Substring(500)\n=> void");
+            Prints("invoke", "$1.Substring(500)", 10, "=> string \"xxxxx\"");
+            Prints("invoke", "g.Give(new int[12], s)", 10,
+                   "event Given(int[] (12) { 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, ... }, " + start + ")\n  more: invoke walk($2, 10)\n  more: invoke $3.Substring(500)\n=> void");
+            Prints("invoke", "walk($2, 10)", 10, "  [10] 0\n  [11] 0\n  2 read, to the end\n=> void");
+            Prints("invoke", "g.Give(new OrvTest.Reader(), null)", 10,
+                   "event Given(OrvTest.Reader (a sequence of object, not read), null)\n  to read it: invoke walk($4)\n=> void");
+            Prints("invoke", "walk($4, 2)", 10, "  [2] \"row 1\"\n  1 read, to the end\n=> void");
+            // What comes back by reference, with and without a name.
+            Prints("invoke", "g.Take(out)", 10, "out text = " + start + "\n  more: invoke $5.Substring(500)\n=> void");
+            Prints("invoke", "g.Take(out text)", 10, "out text = " + start + "\n  more: invoke text.Substring(500)\n=> void");
+            Prints("invoke", "g.Grow(ref (object)1)", 10,
+                   "ref value = int[] (11) { 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, ... }\n  more: invoke walk($6, 10)\n=> void");
+            Prints("create", "other = OrvTest.Giver(out)", 8, "out text = " + start + "\n  more: invoke $7.Substring(500)\nother = OrvTest.Giver");
+            // What a walk shows.
+            Prints("invoke", "walk(new object[] { s, 1, new int[11] })", 10,
+                   "  [0] " + start.Substring(7) + "\n  more: invoke $8.Substring(500)\n  [1] 1\n" +
+                       "  [2] int[] (11) { 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, ... }\n  more: invoke walk($9, 10)\n  3 read, to the end\n=> void");
+            Bench.Do("create", "m = System.Collections.Generic.Dictionary<string, object> { { \"a\", s }, { s, 1 } }");
+            Bench.Printed();
+            Prints("invoke", "walk(m)", 10,
+                   "  [0] \"a\": " + start.Substring(7) + "\n  more: invoke $10.Substring(500)\n  [1] " + start.Substring(7) +
+                       ": 1\n  more: invoke $11.Substring(500)\n  2 read, to the end\n=> void");
+            // The number is a name as any other, and keeps what it stands for.
+            Prints("get", "twelve = $2.Length", 5, "twelve = int 12");
+            Prints("set", "$2[0] = 5", 5, "$2[0] = int 5");
+            Bench.Expect("get", "$2", 5, "=> int[] (12) { 5, 0, 0, 0, 0, 0, 0, 0, 0, 0, ... }");
+            Bench.Expect("get", "$12", 4, "error at column 1: there is no '$12'; the last 100 values that were cut off and have no name are kept");
+            CInvoke.Reset("");
+            Bench.Printed();
+            Bench.Expect("get", "$1", 4, null);
+        }
+
+        public static void OfWhatIsCutOffTheLastHundredAreKept()
+        {
+            Bench.Start();
+            Bench.Do("create", "l = new int[101][]");
+            for (int i = 0; i < 101; ++i)
+                Bench.Do("set", "l[" + i + "] = new int[" + (i + 11) + "]");
+            Bench.Do("invoke", "walk(l, 0, 101)");
+            Harness.True(Bench.Printed().Contains("\n  more: invoke walk($101, 10)\n"), "the last one's name");
+            Bench.Expect("get", "$1", 4, null);
+            Bench.Expect("get", "$2.Length", 5, "=> int 12");
+            Bench.Expect("get", "$101.Length", 5, "=> int 111");
+        }
+
+        public static void ANumberMayBeGivenOnAnyThread()
+        {
+            Bench.Start();
+            Bench.Do("create", "g = OrvTest.Giver()");
+            Bench.Do("set", "g.Given += watch");
+            Harness.Equal(10, Bench.Do("invoke", "g.GiveOnThreads(new int[11], 20)"), "raised");
+            string printed = Bench.Printed();
+            for (int i = 1; i <= 20; ++i)
+                Harness.True(printed.Contains("  more: invoke walk($" + i + ", 10)\n"), "number " + i);
+        }
+
         public static void ArraysKeepTheirShape()
         {
             Bench.Start();

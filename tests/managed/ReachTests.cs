@@ -101,9 +101,12 @@ namespace OrvTest
             Bench.Expect("load", typeof(CInvoke).Assembly.GetName().Name, 2, null);
             Bench.Expect("invoke", "OrvWorkBench.CInvoke.Reset(\"\")", 12, null);
             Bench.Expect("invoke", "[DispatcherTest]OrvWorkBench.CInvoke.Reset(\"\")", 11, null);
-            Bench.Expect("invoke", "t = System.Type.GetType(\"OrvWorkBench.CInvoke, DispatcherTest\")", 10, null);
-            Bench.Expect("invoke", "t.GetMethod(\"Reset\")", 1, "error at column 1: this belongs to the dispatcher, which commands cannot reach");
+            Bench.Expect("invoke", "t = System.Type.GetType(\"OrvWorkBench.CInvoke, DispatcherTest\")", 1,
+                         "error at column 17: this belongs to the dispatcher, which commands cannot reach");
+            Bench.Expect("invoke", "t.GetMethod(\"Reset\")", 1, "error at column 1: there is no instance and no type 't'");
             Bench.Expect("invoke", "System.Activator.CreateInstance(t)", 1, null);
+            Bench.Expect("create", "x = OrvWorkBench.CInvok()", 12, "error at column 5: there is no public type 'OrvWorkBench.CInvok'");
+            Bench.Expect("set", "using OrvWorkBench", 4, "error at column 7: there is no namespace 'OrvWorkBench' with public types");
             Bench.Expect("create", "b = OrvTest.Bell()", 8, null);
             Bench.Expect("get", "b", 5, null);
         }

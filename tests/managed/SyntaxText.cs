@@ -24,6 +24,8 @@ namespace OrvTest
                 return literal.Value == null ? "null" : Formatter.ShowTyped(literal.Value, null);
             if (expression is LastResultExpression)
                 return "$";
+            if (expression is CutValueExpression)
+                return ((CutValueExpression)expression).Name;
             NameExpression name = expression as NameExpression;
             if (name != null)
                 return (name.Assembly == null ? "" : "[" + name.Assembly + "]") + Of(name.Part);

@@ -8,6 +8,9 @@ namespace OrvWorkBench
     // The assemblies that the user has loaded. Also finds the assemblies that these depend on.
     internal sealed class Assemblies
     {
+        // What was asked: the runtime makes each name anew.
+        private static readonly Dictionary<Assembly, bool> s_isOwn = new Dictionary<Assembly, bool>();
+
         private readonly List<Assembly> m_loaded = new List<Assembly>();
         private readonly LoadedFiles m_files = new LoadedFiles();
 
@@ -29,20 +32,22 @@ namespace OrvWorkBench
             m_loaded.Clear();
         }
 
-        // The dispatcher itself, which is not there to be tried.
+        // The dispatcher itself, which is not there to be tried; also a copy of it that the user's code has loaded.
         public static bool IsOwn(Assembly assembly)
         {
-            return assembly == typeof(Assemblies).Assembly;
+            bool isOwn;
+            lock (s_isOwn)
+            {
+                if (!s_isOwn.TryGetValue(assembly, out isOwn))
+                    isOwn = s_isOwn[assembly] = assembly.FullName == typeof(Assemblies).Assembly.FullName;
+            }
+            return isOwn;
         }
 
-        // A value that leads into the dispatcher: an object of its own types, or what reflection says about them.
+        // A value that leads into the dispatcher.
         public static bool IsOwn(object value)
         {
-            MemberInfo member = value as MemberInfo;
-            Type type = value as Type ?? (member == null ? null : member.DeclaringType);
-            Assembly assembly = value as Assembly;
-            return (assembly != null && IsOwn(assembly)) || (type != null && IsOwn(type.Assembly)) ||
-                   (value != null && IsOwn(value.GetType().Assembly));
+            return OwnParts.LeadTo(value);
         }
 
         // Loads what the command names. Returns false when it is loaded already. The difference, which is mostly null,

@@ -20,11 +20,21 @@ namespace OrvWorkBench
         // Null when it is the call of a method that returns nothing.
         public Value Evaluate(Expression expression)
         {
+            Value value = EvaluateAny(expression);
+            RequireForeign(value, expression.Position);
+            return value;
+        }
+
+        private Value EvaluateAny(Expression expression)
+        {
             LiteralExpression literal = expression as LiteralExpression;
             if (literal != null)
                 return literal.Value == null ? Value.Null : Value.Constant(literal.Value);
             if (expression is LastResultExpression)
                 return m_instances.LastResult(expression.Position);
+            CutValueExpression cut = expression as CutValueExpression;
+            if (cut != null)
+                return m_instances.CutValue(cut.Name, cut.Position);
             if (expression is NameExpression || expression is MemberExpression || expression is KeywordExpression)
                 return ValueOf(Resolve(expression, false), expression.Position);
             CallExpression call = expression as CallExpression;
@@ -57,9 +67,10 @@ namespace OrvWorkBench
         // As Evaluate, for where a delegate may be wanted: a method's name may stand there too. Never null.
         private Value EvaluateOperand(Expression expression)
         {
-            Value value = expression is MemberExpression ? ValueOf(Resolve(expression, true), expression.Position)
-                                                         : Evaluate(expression);
-            RequireForeign(Require(value, expression.Position), expression.Position);
+            if (!(expression is MemberExpression))
+                return Require(Evaluate(expression), expression.Position);
+            Value value = ValueOf(Resolve(expression, true), expression.Position);
+            RequireForeign(value, expression.Position);
             return value;
         }
 
@@ -77,10 +88,16 @@ namespace OrvWorkBench
             return node.Value;
         }
 
-        // Keeps the dispatcher's own types and objects out of reach.
+        // Keeps the dispatcher's own types and objects out of reach, whoever gives them.
         private static void RequireForeign(Value value, int position)
         {
-            if (Assemblies.IsOwn(value.Data))
+            if (value != null)
+                RequireForeign(value.Data, position);
+        }
+
+        private static void RequireForeign(object data, int position)
+        {
+            if (Assemblies.IsOwn(data))
                 throw new CommandError(position, "this belongs to the dispatcher, which commands cannot reach");
         }
 

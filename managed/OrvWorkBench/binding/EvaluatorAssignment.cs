@@ -14,7 +14,7 @@ namespace OrvWorkBench
             if (index != null)
                 return SetElement(index, source);
             MemberExpression member = (MemberExpression)target;
-            Node node = Resolve(member.Target);
+            Node node = ResolveTarget(member);
             RequireObject(node, member.Target.Position);
             if (node.IsCopy)
                 throw Lost(node, member.Position);
@@ -26,7 +26,7 @@ namespace OrvWorkBench
         public EventInfo FindEvent(Expression target, out object source)
         {
             MemberExpression member = (MemberExpression)target;
-            Node node = Resolve(member.Target);
+            Node node = ResolveTarget(member);
             RequireObject(node, member.Target.Position);
             source = node.Object;
             EventInfo found = Members.FindData(node.MemberType, member.Part.Name, node.Flags | BindingFlags.FlattenHierarchy) as EventInfo;

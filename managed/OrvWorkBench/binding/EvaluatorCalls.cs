@@ -28,7 +28,9 @@ namespace OrvWorkBench
 
         private Value CallMember(CallExpression call, MemberExpression member)
         {
-            Node node = ResolveCallTarget(member);
+            if (member.IsNested)
+                throw new CommandError(member.Position, "'+' stands between a type and its nested type; a method follows '.'");
+            Node node = ResolveTarget(member);
             RequireObject(node, member.Target.Position);
             string name = member.Part.Name;
             Type[] typeArguments = TypeArguments(member.Part);
@@ -43,12 +45,10 @@ namespace OrvWorkBench
                                                         Members.Hint(node.MemberType, name, node.Flags));
         }
 
-        // What stands before the method's name. When that is unknown, the message has the whole name: it was meant as a
-        // type.
-        private Node ResolveCallTarget(MemberExpression member)
+        // What stands before a member that is called or set. When that is unknown, the message has the whole name: it was
+        // meant as a type.
+        private Node ResolveTarget(MemberExpression member)
         {
-            if (member.IsNested)
-                throw new CommandError(member.Position, "'+' stands between a type and its nested type; a method follows '.'");
             List<NamePart> parts = new List<NamePart>();
             Expression root = member.Target;
             for (MemberExpression inner = root as MemberExpression; inner != null; inner = root as MemberExpression)
@@ -88,7 +88,7 @@ namespace OrvWorkBench
             object[] values = Overloads.Prepare(chosen, bound);
             MethodInfo method = (MethodInfo)chosen.Method;
             object result = Run(method, node, values);
-            ShowReferences(chosen, bound, values);
+            ShowReferences(chosen, bound, values, position);
             return method.ReturnType == typeof(void) ? null : Value.Of(result, method.ReturnType);
         }
 
@@ -108,8 +108,10 @@ namespace OrvWorkBench
 
         // Prints what the ref and out arguments hold after the call, and keeps it under the argument's name if it has
         // one.
-        private void ShowReferences(Candidate chosen, IList<BoundArgument> bound, object[] values)
+        private void ShowReferences(Candidate chosen, IList<BoundArgument> bound, object[] values, int position)
         {
+            foreach (int place in chosen.Places)
+                RequireForeign(values[place], position);
             for (int i = 0; i < bound.Count; ++i)
             {
                 if (bound[i].Kind == ArgumentKind.Value)
@@ -118,7 +120,9 @@ namespace OrvWorkBench
                 Type type = chosen.TypeFor(i);
                 string word = bound[i].Kind == ArgumentKind.Ref ? "ref " : "out ";
                 string name = bound[i].Name ?? chosen.Parameters[place].Name;
-                ShownValue shown = ShownValue.Print(word + name + " = ", values[place], type, bound[i].Name);
+                ShownValue shown = Formatter.ShowWhole(values[place], type);
+                Output.Line(word + name + " = " + shown.Text);
+                shown.PrintWay(bound[i].Name ?? m_instances.NameFor(shown, values[place], type));
                 if (ResultChannel.Record != null)
                     ResultChannel.Record.AddReference(name, shown);
                 if (bound[i].Name != null)
@@ -141,7 +145,7 @@ namespace OrvWorkBench
             object sequence = Require(Evaluate(source), source.Position).Data;
             int first = call.Arguments.Count > 1 ? WalkNumber(call.Arguments[1].Value) : 0;
             int count = call.Arguments.Count > 2 ? WalkNumber(call.Arguments[2].Value) : Walk.UsualCount;
-            if (!Walk.Print(sequence, first, count))
+            if (!Walk.Print(sequence, first, count, m_instances))
                 throw new CommandError(source.Position, "there is nothing to walk: the value is no sequence");
             return null;
         }

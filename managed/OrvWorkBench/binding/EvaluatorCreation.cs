@@ -37,7 +37,7 @@ namespace OrvWorkBench
                                                 "'" + TypeNames.Show(type) + "'");
             object[] values = Overloads.Prepare(chosen, bound);
             object made = UserCode.Invoke(chosen.Method, null, values);
-            ShowReferences(chosen, bound, values);
+            ShowReferences(chosen, bound, values, creation.Position);
             return Value.Of(made, type);
         }
 

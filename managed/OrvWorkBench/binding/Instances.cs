@@ -8,6 +8,7 @@ namespace OrvWorkBench
     internal sealed class Instances
     {
         private readonly Dictionary<string, Value> m_values = new Dictionary<string, Value>();
+        private readonly CutValues m_cut = new CutValues();
         private Value m_last;
 
         public bool Has(string name)
@@ -57,6 +58,7 @@ namespace OrvWorkBench
         {
             m_values.Clear();
             m_last = null;
+            m_cut.Clear();
         }
 
         public bool HasLast
@@ -75,6 +77,18 @@ namespace OrvWorkBench
         public void SetLastResult(Value value)
         {
             m_last = Own(value);
+        }
+
+        // A name for a value that is shown and has none; null when all of it is shown. Any thread may call this.
+        public string NameFor(ShownValue shown, object data, Type declared)
+        {
+            return shown.Omitted == Omission.Nothing ? null : m_cut.Keep(Own(Value.Of(data, declared)));
+        }
+
+        // The value that got this name. Throws CommandError when it is not kept.
+        public Value CutValue(string name, int position)
+        {
+            return m_cut.Get(name, position);
         }
 
         // Copies a structure, so that two names never share one.

@@ -11,7 +11,8 @@ namespace OrvWorkBench
 
         // Leaves out the elements before the first one; reads no more than count from there. Returns false for what is
         // no sequence. Throws UserCodeError when reading raises.
-        public static bool Print(object sequence, int first, int count)
+        // What is cut off gets a name among the instances.
+        public static bool Print(object sequence, int first, int count, Instances instances)
         {
             IEnumerator given = sequence as IEnumerator;
             IEnumerable items = sequence as IEnumerable;
@@ -27,7 +28,7 @@ namespace OrvWorkBench
                 while (at < end && Next(all))
                 {
                     if (at >= first)
-                        Output.Line("  [" + IndexOf(sequence as Array, at) + "] " + Formatter.ShowItem(Current(all)));
+                        PrintItem(IndexOf(sequence as Array, at), Current(all), instances);
                     ++at;
                 }
                 Output.Line("  " + Number(Math.Max(0, at - first)) + (at == end ? " read; there may be more from " + Number(end) + " on" : " read, to the end"));
@@ -39,6 +40,27 @@ namespace OrvWorkBench
                     UserCode.Run(disposable.Dispose);
             }
             return true;
+        }
+
+        private static void PrintItem(string index, object item, Instances instances)
+        {
+            object key;
+            object value;
+            if (!Collections.IsPair(item, out key, out value))
+            {
+                PrintElement("  [" + index + "] ", item, instances);
+                return;
+            }
+            ShownValue shown = Formatter.ShowElement(key);
+            PrintElement("  [" + index + "] " + shown.Value + ": ", value, instances);
+            shown.PrintWay(instances.NameFor(shown, key, null));
+        }
+
+        private static void PrintElement(string lead, object element, Instances instances)
+        {
+            ShownValue shown = Formatter.ShowElement(element);
+            Output.Line(lead + shown.Value);
+            shown.PrintWay(instances.NameFor(shown, element, null));
         }
 
         // In an array of several dimensions the index of the element with that number, elsewhere the number.

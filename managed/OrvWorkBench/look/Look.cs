@@ -189,7 +189,7 @@ namespace OrvWorkBench
         private static string Bases(Type type)
         {
             List<string> names = new List<string>();
-            if (type.BaseType != null && type.BaseType != typeof(object) && type.BaseType != typeof(ValueType) && !type.IsEnum)
+            if (type.BaseType != null && type.BaseType != typeof(object) && !type.IsValueType)
                 names.Add(TypeNames.Show(type.BaseType));
             foreach (Type implemented in type.GetInterfaces())
                 names.Add(TypeNames.Show(implemented));

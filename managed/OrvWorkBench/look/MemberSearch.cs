@@ -60,7 +60,7 @@ namespace OrvWorkBench
                 return method.ReturnType;
             PropertyInfo property = member as PropertyInfo;
             if (property != null)
-                return property.GetGetMethod() == null ? null : property.PropertyType;
+                return Members.Accessor(property, false) == null ? null : property.PropertyType;
             FieldInfo field = member as FieldInfo;
             return field == null ? null : field.FieldType;
         }
@@ -75,7 +75,7 @@ namespace OrvWorkBench
                                                             : new ParameterInfo[0];
             foreach (ParameterInfo parameter in parameters)
                 types.Add(parameter.ParameterType.IsByRef ? parameter.ParameterType.GetElementType() : parameter.ParameterType);
-            if (property != null && property.GetSetMethod() != null)
+            if (property != null && Members.Accessor(property, true) != null)
                 types.Add(property.PropertyType);
             FieldInfo field = member as FieldInfo;
             if (field != null && !field.IsLiteral && !field.IsInitOnly)

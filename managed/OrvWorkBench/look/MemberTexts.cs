@@ -61,8 +61,8 @@ namespace OrvWorkBench
 
         private static string ShowProperty(PropertyInfo property)
         {
-            MethodInfo getter = property.GetGetMethod();
-            MethodInfo setter = property.GetSetMethod();
+            MethodInfo getter = Members.Accessor(property, false);
+            MethodInfo setter = Members.Accessor(property, true);
             string accessors = (getter == null ? "" : " get;") + (setter == null ? "" : " set;");
             return Static((getter ?? setter).IsStatic) + TypeNames.Show(property.PropertyType) + " " +
                    Signatures.ShowName(property) + " {" + accessors + " }";

@@ -115,19 +115,10 @@ namespace OrvWorkBench
         private void ShowElement(string path, int at, object item, int depth)
         {
             string name = "[" + Number(at) + "]";
-            Type type = item == null ? null : item.GetType();
-            object key = null;
-            object value = item;
-            if (item is DictionaryEntry)
-            {
-                key = ((DictionaryEntry)item).Key;
-                value = ((DictionaryEntry)item).Value;
-            }
-            else if (type != null && type.IsGenericType && type.GetGenericTypeDefinition() == typeof(KeyValuePair<,>))
-            {
-                key = type.GetProperty("Key").GetValue(item, null);
-                value = type.GetProperty("Value").GetValue(item, null);
-            }
+            object key;
+            object value;
+            if (!Collections.IsPair(item, out key, out value))
+                value = item;
             if (key != null)
                 name = "[" + Formatter.Show(key) + "]";
             Show(path + name, name, value, null, depth);
@@ -142,7 +133,7 @@ namespace OrvWorkBench
                 if (field != null && !field.IsStatic)
                     ShowMember(path, member.Name, field.FieldType, depth, delegate() { return field.GetValue(value); });
                 else if (property != null && IsReadable(property))
-                    ShowMember(path, member.Name, property.PropertyType, depth, delegate() { return property.GetValue(value, null); });
+                    ShowMember(path, member.Name, property.PropertyType, depth, delegate() { return Members.Accessor(property, false).Invoke(value, new object[0]); });
             }
         }
 
@@ -150,7 +141,7 @@ namespace OrvWorkBench
 
         private static bool IsReadable(PropertyInfo property)
         {
-            MethodInfo getter = property.GetGetMethod();
+            MethodInfo getter = Members.Accessor(property, false);
             return getter != null && !getter.IsStatic && property.GetIndexParameters().Length == 0 && !property.PropertyType.IsPointer;
         }
 

@@ -60,11 +60,16 @@ namespace OrvWorkBench
 
         private Type Listed(string name)
         {
+            if (name == "void" && !Instances.Has(name))
+                return typeof(void);
+            if (name.IndexOf('<') < 0)
+                return null;
             foreach (Assembly assembly in Assemblies.Loaded)
             {
                 foreach (Type type in TypeFinder.PublicTypes(assembly))
                 {
-                    if (type.IsGenericTypeDefinition && TypeNames.Show(type) == name)
+                    // Compilers give names that cannot be written.
+                    if ((type.IsGenericTypeDefinition || type.Name.IndexOf('<') >= 0) && TypeNames.Show(type) == name)
                         return type;
                 }
             }

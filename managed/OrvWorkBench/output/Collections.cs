@@ -30,6 +30,26 @@ namespace OrvWorkBench
             return definition == typeof(ICollection<>) || definition.FullName == "System.Collections.Generic.IReadOnlyCollection`1";
         }
 
+        // Whether an element is the entry of a dictionary, and its parts.
+        public static bool IsPair(object item, out object key, out object value)
+        {
+            key = null;
+            value = null;
+            if (item is DictionaryEntry)
+            {
+                DictionaryEntry entry = (DictionaryEntry)item;
+                key = entry.Key;
+                value = entry.Value;
+                return true;
+            }
+            Type type = item == null ? null : item.GetType();
+            if (type == null || !type.IsGenericType || type.GetGenericTypeDefinition() != typeof(KeyValuePair<,>))
+                return false;
+            key = type.GetProperty("Key").GetValue(item, null);
+            value = type.GetProperty("Value").GetValue(item, null);
+            return true;
+        }
+
         // What the elements of a sequence count as; object when it does not say, or says several types.
         public static Type ElementTypeOf(Type sequence)
         {

@@ -44,10 +44,14 @@ namespace OrvWorkBench
             return new Formatter().Element(value, 0);
         }
 
-        // An element of a collection; the entry of a dictionary as "key: value".
-        public static string ShowItem(object item)
+        // An element of a collection, with what is left out. A plain value is shown without its type.
+        public static ShownValue ShowElement(object value)
         {
-            return new Formatter().Item(item, 0);
+            Formatter formatter = new Formatter();
+            ShownValue shown = new ShownValue();
+            shown.Value = formatter.Element(value, 0);
+            shown.Omitted = formatter.m_omitted;
+            return shown;
         }
 
         private static string TypeOf(object value, Type declared)
@@ -195,16 +199,10 @@ namespace OrvWorkBench
 
         private string Item(object item, int depth)
         {
-            if (item is DictionaryEntry)
-            {
-                DictionaryEntry entry = (DictionaryEntry)item;
-                return Element(entry.Key, depth) + ": " + Element(entry.Value, depth);
-            }
-            Type type = item == null ? null : item.GetType();
-            if (type != null && type.IsGenericType &&
-                type.GetGenericTypeDefinition() == typeof(System.Collections.Generic.KeyValuePair<,>))
-                return Element(type.GetProperty("Key").GetValue(item, null), depth) + ": " +
-                       Element(type.GetProperty("Value").GetValue(item, null), depth);
+            object key;
+            object value;
+            if (Collections.IsPair(item, out key, out value))
+                return Element(key, depth) + ": " + Element(value, depth);
             return Element(item, depth);
         }
 
@@ -225,7 +223,7 @@ namespace OrvWorkBench
             if (value is float)
                 return ((float)value).ToString("R", CultureInfo.InvariantCulture);
             if (value is Type)
-                return TypeNames.Show((Type)value);
+                return NameOf((Type)value);
             if (value is Delegate)
                 return Signatures.Show(((Delegate)value).Method);
             if (Numbers.IsNumeric(value.GetType()))
@@ -233,6 +231,14 @@ namespace OrvWorkBench
             if (value is DateTime)
                 return ((DateTime)value).ToString("yyyy-MM-dd HH:mm:ss.FFFFFFF", CultureInfo.InvariantCulture);
             return OwnText(value, depth);
+        }
+
+        // A type of the user's own making may not tell.
+        private static string NameOf(Type type)
+        {
+            string name = null;
+            Exception raised = Guard.Run(delegate() { name = TypeNames.Show(type); });
+            return raised == null ? name : "(its name " + Guard.Describe(raised) + ")";
         }
 
         private static string ShowEnum(Enum value)

@@ -4,12 +4,16 @@ using System.Text;
 
 namespace OrvWorkBench
 {
-    // The workbench's console, on which the user's code prints too. Written as UTF-8, each line at once. A command does
-    // not fail because the console is gone.
+    // The workbench's console, on which the user's code prints too. Written as UTF-8, each line at once, and on a line of
+    // its own. A command does not fail because the console is gone.
     internal static class Output
     {
         // Kept apart from Console.Out, which the user's code may redirect.
         private static TextWriter s_writer;
+        // What the user's code prints; null before Prepare.
+        private static LineWatch s_user;
+        // Whether there may be a console window, whose cursor tells where it stands whoever wrote.
+        private static bool s_mayHaveCursor = Path.DirectorySeparatorChar == '\\';
 
         // Where the lines go.
         public static TextWriter Writer
@@ -37,7 +41,8 @@ namespace OrvWorkBench
             {
                 // Two streams: what the user's code does to its own does not reach this one.
                 s_writer = Unbuffered(StandardOutput.Open(), encoding);
-                Console.SetOut(Unbuffered(Console.OpenStandardOutput(), encoding));
+                s_user = new LineWatch(Console.OpenStandardOutput());
+                Console.SetOut(Unbuffered(s_user, encoding));
             }
             catch (IOException)
             {
@@ -51,10 +56,13 @@ namespace OrvWorkBench
             return TextWriter.Synchronized(writer);
         }
 
+        // Begins a new line when the user's code has not ended its own.
         public static void Line(string text)
         {
             try
             {
+                if (IsInLine())
+                    s_writer.WriteLine("");
                 s_writer.WriteLine(text);
                 s_writer.Flush();
             }
@@ -64,6 +72,22 @@ namespace OrvWorkBench
             catch (ObjectDisposedException)
             {
             }
+        }
+
+        private static bool IsInLine()
+        {
+            bool isInLine = s_user != null && s_user.IsInLine;
+            if (isInLine)
+                s_user.EndLine();
+            return IsCursorInLine() || isInLine;
+        }
+
+        private static bool IsCursorInLine()
+        {
+            bool isInLine = false;
+            if (s_mayHaveCursor)
+                s_mayHaveCursor = Guard.Run(delegate() { isInLine = Console.CursorLeft != 0; }) == null;
+            return isInLine;
         }
     }
 }

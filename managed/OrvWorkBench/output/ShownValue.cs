@@ -35,19 +35,25 @@ namespace OrvWorkBench
             get { return Type == null ? Value : Value == null ? Type : Type + " " + Value; }
         }
 
-        // Prints type and value behind the lead. With the name by which the user can call the value, also how to see what
-        // is left out. Returns what was printed.
+        // Prints type and value behind the lead, and how to see what is left out. The name is that by which the user can
+        // call the value. Returns what was printed.
         public static ShownValue Print(string lead, object value, Type declared, string name)
         {
             ShownValue shown = Formatter.ShowWhole(value, declared);
             Output.Line(lead + shown.Text);
-            string way = name == null ? null : shown.WayToTheRest(name);
-            if (way != null)
-                Output.Line("  " + way);
+            shown.PrintWay(name);
             return shown;
         }
 
-        // How to see the rest of a value that the user calls by that name; null when all is shown.
+        // Prints how to see what is left out of the value that the user calls by that name; nothing when all is shown.
+        public void PrintWay(string name)
+        {
+            string way = WayToTheRest(name);
+            if (way != null)
+                Output.Line("  " + way);
+        }
+
+        // Null when all is shown.
         private string WayToTheRest(string name)
         {
             switch (Omitted)

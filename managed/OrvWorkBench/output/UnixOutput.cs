@@ -7,7 +7,7 @@ namespace OrvWorkBench
 {
     // The standard output of a runtime of Unix, which Wine may have, under a number of the dispatcher's own. Such a
     // runtime's own streams take no number that it did not give itself.
-    internal sealed class UnixOutput : Stream
+    internal sealed class UnixOutput : OutputStream
     {
         private const int c_standardOutput = 1;
         // Errors after which one tries again: a signal came, or the reader is slow and the output does not wait.
@@ -26,51 +26,6 @@ namespace OrvWorkBench
         {
             int file = Duplicate(c_standardOutput);
             return file < 0 ? null : new UnixOutput(file);
-        }
-
-        public override bool CanRead
-        {
-            get { return false; }
-        }
-
-        public override bool CanSeek
-        {
-            get { return false; }
-        }
-
-        public override bool CanWrite
-        {
-            get { return true; }
-        }
-
-        public override long Length
-        {
-            get { throw new NotSupportedException(); }
-        }
-
-        public override long Position
-        {
-            get { throw new NotSupportedException(); }
-            set { throw new NotSupportedException(); }
-        }
-
-        public override void Flush()
-        {
-        }
-
-        public override int Read(byte[] buffer, int offset, int count)
-        {
-            throw new NotSupportedException();
-        }
-
-        public override long Seek(long offset, SeekOrigin origin)
-        {
-            throw new NotSupportedException();
-        }
-
-        public override void SetLength(long value)
-        {
-            throw new NotSupportedException();
         }
 
         public override void Write(byte[] buffer, int offset, int count)

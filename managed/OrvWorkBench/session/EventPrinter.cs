@@ -1,6 +1,5 @@
 using System;
 using System.Reflection;
-using System.Text;
 
 namespace OrvWorkBench
 {
@@ -8,14 +7,17 @@ namespace OrvWorkBench
     internal sealed class EventPrinter
     {
         private readonly string m_name;
+        private readonly Instances m_instances;
 
-        private EventPrinter(string name)
+        private EventPrinter(string name, Instances instances)
         {
             m_name = name;
+            m_instances = instances;
         }
 
-        // A handler for the event; null when none of the methods fits its delegate.
-        public static Delegate Make(EventInfo watched)
+        // A handler for the event; null when none of the methods fits its delegate. Arguments that are cut off get names
+        // among the instances.
+        public static Delegate Make(EventInfo watched, Instances instances)
         {
             MethodInfo shape = watched.EventHandlerType.GetMethod("Invoke");
             ParameterInfo[] parameters = shape.GetParameters();
@@ -31,7 +33,7 @@ namespace OrvWorkBench
             MethodInfo handler = typeof(EventPrinter).GetMethod("Print" + types.Length, BindingFlags.NonPublic | BindingFlags.Instance);
             if (types.Length > 0)
                 handler = handler.MakeGenericMethod(types);
-            return Delegate.CreateDelegate(watched.EventHandlerType, new EventPrinter(watched.Name), handler, false);
+            return Delegate.CreateDelegate(watched.EventHandlerType, new EventPrinter(watched.Name, instances), handler, false);
         }
 
         private void Print0()
@@ -61,10 +63,13 @@ namespace OrvWorkBench
 
         private void Print(params object[] arguments)
         {
-            StringBuilder text = new StringBuilder("event " + m_name + "(");
-            for (int i = 0; i < arguments.Length; ++i)
-                text.Append(i > 0 ? ", " : "").Append(Formatter.ShowTyped(arguments[i], null));
-            Output.Line(text.Append(')').ToString());
+            ShownValue[] shown = Array.ConvertAll<object, ShownValue>(arguments, delegate(object argument) {
+                return Formatter.ShowWhole(argument, null);
+            });
+            string[] texts = Array.ConvertAll<ShownValue, string>(shown, delegate(ShownValue one) { return one.Text; });
+            Output.Line("event " + m_name + "(" + string.Join(", ", texts) + ")");
+            for (int i = 0; i < shown.Length; ++i)
+                shown[i].PrintWay(m_instances.NameFor(shown[i], arguments[i], null));
         }
     }
 }

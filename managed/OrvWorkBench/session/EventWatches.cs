@@ -15,6 +15,12 @@ namespace OrvWorkBench
         }
 
         private readonly List<Watch> m_watches = new List<Watch>();
+        private readonly Instances m_instances;
+
+        public EventWatches(Instances instances)
+        {
+            m_instances = instances;
+        }
 
         // Whether Add would take it.
         public bool CanAdd(EventInfo watched, object source)
@@ -30,7 +36,7 @@ namespace OrvWorkBench
             Watch watch = new Watch();
             watch.Event = watched;
             watch.Source = source;
-            watch.Handler = EventPrinter.Make(watched);
+            watch.Handler = EventPrinter.Make(watched, m_instances);
             MethodInfo adder = watched.GetAddMethod();
             if (watch.Handler == null || adder == null)
                 throw new CommandError(position, "the event '" + watched.Name + "' cannot be watched: its handler must return nothing and take at most four plain arguments");

@@ -9,13 +9,14 @@ namespace OrvWorkBench
     {
         private readonly Assemblies m_assemblies = new Assemblies();
         private readonly Instances m_instances = new Instances();
-        private readonly EventWatches m_watches = new EventWatches();
+        private readonly EventWatches m_watches;
         private readonly Usings m_usings = new Usings();
         private readonly TypeFinder m_types;
         private readonly Evaluator m_evaluator;
 
         public Session()
         {
+            m_watches = new EventWatches(m_instances);
             m_types = new TypeFinder(m_assemblies, m_usings, typeof(Look));
             m_evaluator = new Evaluator(m_instances, m_types);
             Look.At = new Surroundings(m_assemblies, m_instances, m_usings, m_types, m_evaluator, m_watches.CanAdd);

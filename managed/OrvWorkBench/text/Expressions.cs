@@ -33,6 +33,17 @@ namespace OrvWorkBench
         }
     }
 
+    // "$12": a value that was shown cut off.
+    internal sealed class CutValueExpression : Expression
+    {
+        public readonly string Name;
+
+        public CutValueExpression(int position, string name) : base(position)
+        {
+            Name = name;
+        }
+    }
+
     // A single name: an instance, or the first component of a type's name.
     internal sealed class NameExpression : Expression
     {

@@ -7,7 +7,7 @@ namespace OrvWorkBench
     // Splits a command text into tokens; the last one stands for the end of the text.
     internal sealed class Lexer
     {
-        private const string c_marks = "()[]{}<>,.=+-!~|?$:";
+        private const string c_marks = "()[]{}<>,.=+-!~|?:";
 
         private static readonly Dictionary<string, bool> s_keywords = MakeKeywords();
 
@@ -71,8 +71,10 @@ namespace OrvWorkBench
                 ReadVerbatimString();
             else if (c == '\'')
                 ReadCharacter();
-            else if ((c == '+' || c == '-') && Peek(1) == '=')
-                AddMark(2);
+            else if ((c == '+' || c == '-') && (Peek(1) == '=' || Peek(1) == c))
+                AddMark(2); // no command takes "++" and "--", which two signs are not
+            else if (c == '$')
+                ReadResult();
             else if (c_marks.IndexOf(c) >= 0)
                 AddMark(1);
             else
@@ -133,6 +135,15 @@ namespace OrvWorkBench
             string word = m_text.Substring(first, m_at - first);
             bool keyword = !escaped && s_keywords.ContainsKey(word);
             Add(keyword ? TokenKind.Keyword : TokenKind.Name, start, word, null);
+        }
+
+        // "$", or with the number of a value that was cut off "$12".
+        private void ReadResult()
+        {
+            int length = 1;
+            while (IsDigit(Peek(length)))
+                ++length;
+            AddMark(length);
         }
 
         private void ReadNumber()

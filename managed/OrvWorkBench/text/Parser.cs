@@ -92,6 +92,7 @@ namespace OrvWorkBench
             ValueCommand command = parser.ParseNamed(true);
             if (!(command.Value is MemberExpression) && !(command.Value is IndexExpression) &&
                 !(command.Value is NameExpression) && !(command.Value is LastResultExpression) &&
+                !(command.Value is CutValueExpression) &&
                 !(command.Value is CastExpression))
                 throw new CommandError(command.Value.Position, "expected a property, a field, an indexer or an instance");
             parser.ExpectEnd();
@@ -217,9 +218,23 @@ namespace OrvWorkBench
                 command.Alias = ExpectName("a name");
                 Next();
             }
-            command.Name = command.Alias == null ? ParseTypeName() : ParseType();
+            command.Name = command.Alias == null ? ParseNamespace() : ParseType();
             ExpectEnd();
             return command;
+        }
+
+        // Or what a using calls a type.
+        private TypeSyntax ParseNamespace()
+        {
+            TypeSyntax space = new TypeSyntax();
+            space.Position = Current.Position;
+            do
+            {
+                int position = Current.Position;
+                space.Parts.Add(new NamePart(position, ExpectName("a name"), null));
+            }
+            while (Take("."));
+            return space;
         }
 
         private ValueCommand ParseNamed(bool mayCast)

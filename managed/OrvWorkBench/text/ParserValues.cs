@@ -74,7 +74,7 @@ namespace OrvWorkBench
             Token token = Current;
             if (token.Kind == TokenKind.Name || token.Kind == TokenKind.Literal || token.Kind == TokenKind.Keyword)
                 return true;
-            if (token.Is("(") || token.Is("$") || token.Is("{") || token.Is("!") || token.Is("~"))
+            if (token.Is("(") || token.IsResult || token.Is("{") || token.Is("!") || token.Is("~"))
                 return true;
             return certain && (token.Is("-") || token.Is("+"));
         }
@@ -125,8 +125,8 @@ namespace OrvWorkBench
             case TokenKind.Keyword:
                 return ParseKeyword(token);
             case TokenKind.Mark:
-                if (Take("$"))
-                    return new LastResultExpression(token.Position);
+                if (token.IsResult)
+                    return ParseResult(token);
                 if (token.Is("{"))
                     return ParseElements();
                 if (token.Is("["))
@@ -139,6 +139,14 @@ namespace OrvWorkBench
                 break;
             }
             throw Unexpected("a value");
+        }
+
+        private Expression ParseResult(Token token)
+        {
+            Next();
+            if (token.Text == "$")
+                return new LastResultExpression(token.Position);
+            return new CutValueExpression(token.Position, token.Text);
         }
 
         private Expression ParseParenthesised()

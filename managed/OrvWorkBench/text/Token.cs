@@ -22,6 +22,12 @@ namespace OrvWorkBench
             return (Kind == TokenKind.Keyword || Kind == TokenKind.Mark) && Text == text;
         }
 
+        // "$" or "$12".
+        public bool IsResult
+        {
+            get { return Kind == TokenKind.Mark && Text[0] == '$'; }
+        }
+
         // The token as an error message shows it.
         public string Shown
         {
