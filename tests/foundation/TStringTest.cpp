@@ -1130,6 +1130,7 @@ TEST(TString, FreesTheFirstBlockOfALongEnvironmentVariableBeforeItTakesTheSecond
     const bool found = TString::GetEnv(variable.Name(), value);
     EXPECT_TRUE(found);
     EXPECT_EQ(own, blocksBefore);
+    watching = nullptr;
 }
 
 // The two limits of what the second call may return.
