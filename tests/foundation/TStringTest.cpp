@@ -8,8 +8,11 @@
 
 #include <windows.h>
 
+#include <malloc.h>
+
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <cstring>
 #include <cwchar>
 #include <gmock/gmock.h>
@@ -43,6 +46,17 @@ TString WithoutBuffer()
 std::vector<std::wstring> Texts(const std::vector<TString>& list)
 {
     return std::vector<std::wstring>(list.begin(), list.end());
+}
+
+// A block that grows moves, and its old place soon holds something else.
+void* MovedBlock(void* old, size_t sizeBytes)
+{
+    const size_t oldBytes = _msize(old);
+    void* const block = std::malloc(sizeBytes);
+    std::memcpy(block, old, std::min(oldBytes, sizeBytes));
+    std::memset(old, 'u', oldBytes);
+    std::free(old);
+    return block;
 }
 
 // An environment variable with a fresh name, deleted when this object goes.
@@ -272,6 +286,19 @@ TEST(TString, AppendsItselfAndItsParts)
     EXPECT_STREQ(L"abcbc", end);
     end.Append(end.GetBuffer() + 5);
     EXPECT_STREQ(L"abcbc", end);
+}
+
+TEST(TString, TakesItsOwnTextFromWhereItsBlockHasMoved)
+{
+    TString doubled(Filled(150, L'a').c_str());
+    TString rest(Filled(200, L'a').c_str());
+    {
+        const Redirect<void*(void*, size_t)> realloc("realloc", MovedBlock);
+        doubled += doubled;
+        rest.Assign(rest.GetBuffer() + 1);
+    }
+    EXPECT_EQ(Filled(300, L'a'), doubled.GetBuffer());
+    EXPECT_EQ(Filled(199, L'a'), rest.GetBuffer());
 }
 
 TEST(TString, ReservingMoreEmptiesAndReservingLessDoesNothing)
@@ -1130,6 +1157,7 @@ TEST(TString, FreesTheFirstBlockOfALongEnvironmentVariableBeforeItTakesTheSecond
     const bool found = TString::GetEnv(variable.Name(), value);
     EXPECT_TRUE(found);
     EXPECT_EQ(own, blocksBefore);
+    watching = nullptr;
 }
 
 // The two limits of what the second call may return.

@@ -75,7 +75,8 @@ TEST(UniqueHandle, MovesItsHandleOut)
     {
         UniqueHandle first(event);
         const UniqueHandle second(std::move(first));
-        EXPECT_EQ(nullptr, first.Get()); // NOLINT(bugprone-use-after-move): what is left behind is the question
+        // NOLINTNEXTLINE(bugprone-use-after-move,clang-analyzer-cplusplus.Move): what is left behind is the question
+        EXPECT_EQ(nullptr, first.Get());
         EXPECT_EQ(event, second.Get());
         EXPECT_TRUE(IsOpen(event));
     }
@@ -94,7 +95,8 @@ TEST(UniqueHandle, ClosesItsOwnHandleWhenAnotherIsMovedIn)
         ASSERT_EQ(1U, closeHandle.Calls().size());
         EXPECT_EQ(dropped, std::get<0>(closeHandle.Calls()[0]));
         EXPECT_EQ(kept, target.Get());
-        EXPECT_EQ(nullptr, from.Get()); // NOLINT(bugprone-use-after-move): what is left behind is the question
+        // NOLINTNEXTLINE(bugprone-use-after-move,clang-analyzer-cplusplus.Move): what is left behind is the question
+        EXPECT_EQ(nullptr, from.Get());
     }
     ASSERT_EQ(2U, closeHandle.Calls().size());
     EXPECT_EQ(kept, std::get<0>(closeHandle.Calls()[1]));

@@ -18,10 +18,8 @@
 #include <string>
 #include <vector>
 
-using testing::_;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
-using testing::FieldsAre;
 using testing::IsEmpty;
 
 // The private namespace: joined at the start, shared by processes, left at the end, and every way in which that
@@ -127,7 +125,7 @@ ORV_CHILD_ROLE(JoinNamespace)
     Require(mapping != nullptr, "the file mapping opens");
     auto* const text = static_cast<char*>(MapViewOfFile(mapping, FILE_MAP_WRITE, 0, 0, 4096));
     Require(text != nullptr && std::strcmp(text, "from the parent") == 0, "the mapping holds the parent's text");
-    std::strcpy(text, "from the child");
+    strcpy_s(text, 4096, "from the child");
 
     SetEvent(same);
     joined.Signal();
@@ -157,7 +155,7 @@ TEST(CProxySecManager, SharesTheNamespaceWithAnotherProcess)
                                                              4096, (name + L"f").c_str());
         auto* const text = static_cast<char*>(MapViewOfFile(mapping, FILE_MAP_WRITE, 0, 0, 4096));
         ASSERT_TRUE(event != nullptr && mutex != nullptr && text != nullptr);
-        std::strcpy(text, "from the parent");
+        strcpy_s(text, 4096, "from the parent");
         EXPECT_THAT(
             trace.Lines(),
             ElementsAre(L"CProxySecManager::OrvPCreateEvent CreateEvent OrvP\\" + name + L"e succeeded \n",

@@ -149,7 +149,7 @@ TEST(CProxyMap, OpensWhatIsThereAsItIs)
 {
     const Names names;
     const ForeignMapping client(names.kernel, 10000, PAGE_READWRITE);
-    std::strcpy(reinterpret_cast<char*>(client.Bytes()), "from the client");
+    strcpy_s(reinterpret_cast<char*>(client.Bytes()), 10000, "from the client");
     const ErrorTextStandIn texts;
     const TraceCapture trace;
     TestMap map(names.base.c_str());
@@ -611,7 +611,7 @@ ORV_CHILD_ROLE(WriteIntoMap)
     auto* const text = static_cast<char*>(map.GetView());
     if (std::strcmp(text, "from the parent") != 0)
         return 2;
-    std::strcpy(text, "from the child");
+    strcpy_s(text, 4096, "from the child");
     return map.Create(FreshId(), 4096, nullptr) ? 0 : 3;
 }
 
@@ -621,7 +621,7 @@ TEST(CProxyMap, TwoProcessesSeeTheSameMemory)
     PlainMap map(names.base.c_str());
     ASSERT_TRUE(map.Create(names.id, 4096, nullptr));
     auto* const text = static_cast<char*>(map.GetView());
-    std::strcpy(text, "from the parent");
+    strcpy_s(text, 4096, "from the parent");
     EXPECT_EQ(0U,
               ChildProcess::StartRole(L"WriteIntoMap", {names.base, contract::PaddedHex(names.id)}).WaitForExit());
     EXPECT_STREQ("from the child", text);
@@ -648,7 +648,7 @@ TEST(CProxyMap, TwoProcessesSeeTheSameMemoryInThePrivateNamespace)
     EXPECT_FALSE(MappingExists(names.kernel));
     EXPECT_TRUE(MappingExists(contract::NamespaceName(names.name)));
     auto* const text = static_cast<char*>(map.GetView());
-    std::strcpy(text, "from the parent");
+    strcpy_s(text, 4096, "from the parent");
     EXPECT_EQ(0U, ChildProcess::StartRole(L"WriteIntoMapInNamespace", {names.base, contract::PaddedHex(names.id)})
                       .WaitForExit());
     EXPECT_STREQ("from the child", text);

@@ -15,7 +15,6 @@ class Standing
 public:
     Standing()
     {
-        m_before[0] = L'\0';
         GetCurrentDirectoryW(MAX_PATH, m_before);
         SetCurrentDirectoryW(Folder().c_str());
     }
@@ -28,7 +27,7 @@ public:
 
 private:
     TemporaryFile m_file{"", L"a b.dll"};
-    wchar_t m_before[MAX_PATH];
+    wchar_t m_before[MAX_PATH]{};
 };
 } // namespace
 

@@ -95,7 +95,7 @@ BOOL TokenStandIn::WriteGroups(void* buffer, DWORD size, DWORD* needed) const
     for (const Group& group : m_groups)
         total += group.sid.size();
     *needed = static_cast<DWORD>(total);
-    if (size < total)
+    if (buffer == nullptr || size < total)
     {
         SetLastError(ERROR_INSUFFICIENT_BUFFER);
         return FALSE;
