@@ -25,7 +25,7 @@ namespace OrvWorkBench
         // Whether Add would take it.
         public bool CanAdd(EventInfo watched, object source)
         {
-            return Find(watched, source) == null && watched.GetAddMethod() != null && EventPrinter.Make(watched) != null;
+            return Find(watched, source) == null && watched.GetAddMethod() != null && EventPrinter.Make(watched, m_instances) != null;
         }
 
         // Throws CommandError when the event is watched already or when no handler fits its delegate.
