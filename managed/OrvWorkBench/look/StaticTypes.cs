@@ -71,18 +71,13 @@ namespace OrvWorkBench
             if (cast != null)
                 return ValueOf(m_types.Resolve(cast.Type));
             UnaryExpression unary = expression as UnaryExpression;
+            if (unary != null)
+                return OfUnary(unary);
             OrExpression or = expression as OrExpression;
-            if (unary != null || or != null)
-                return OfOperand(unary != null ? unary.Operand : or.Left);
+            if (or != null)
+                return OfOr(or);
             TypeofExpression asked = (TypeofExpression)expression;
             return Node.Of(Value.As(m_types.Resolve(asked.Type), typeof(Type)));
-        }
-
-        // Operators give back what they take.
-        private Node OfOperand(Expression operand)
-        {
-            Node node = Of(operand);
-            return node == null || node.Type != null || node.Value.Type == null ? null : ValueOf(node.Value.Type);
         }
 
         private Type NaturalType(ArrayExpression elements)
