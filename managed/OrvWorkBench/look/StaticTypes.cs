@@ -40,6 +40,9 @@ namespace OrvWorkBench
                 return Node.Of(literal.Value == null ? Value.Null : Value.Constant(literal.Value));
             if (expression is LastResultExpression)
                 return Node.Of(m_instances.LastResult(expression.Position));
+            CutValueExpression cut = expression as CutValueExpression;
+            if (cut != null)
+                return Node.Of(m_instances.CutValue(cut.Name, cut.Position));
             KeywordExpression keyword = expression as KeywordExpression;
             if (keyword != null)
                 return Node.Of(TypeNames.FromKeyword(keyword.Keyword));
@@ -76,8 +79,8 @@ namespace OrvWorkBench
             OrExpression or = expression as OrExpression;
             if (or != null)
                 return OfOr(or);
-            TypeofExpression asked = (TypeofExpression)expression;
-            return Node.Of(Value.As(m_types.Resolve(asked.Type), typeof(Type)));
+            TypeofExpression asked = expression as TypeofExpression;
+            return asked == null ? null : Node.Of(Value.As(m_types.Resolve(asked.Type), typeof(Type)));
         }
 
         private Type NaturalType(ArrayExpression elements)
