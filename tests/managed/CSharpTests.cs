@@ -14,7 +14,7 @@ namespace OrvTest
     internal static class CSharpTests
     {
         // The instances that the rows use, as the compiler and the dispatcher get them.
-        private static readonly string[,] s_instances = {
+        internal static readonly string[,] s_instances = {
             { "f", "OrvTest.Fancy", "OrvTest.Fancy()" },
             { "h", "OrvTest.Holder", "OrvTest.Holder()" },
             { "d", "OrvTest.Derived", "OrvTest.Derived()" },
@@ -26,7 +26,7 @@ namespace OrvTest
         };
 
         // A row that refuses nothing ends as it stands; "a = b; c" assigns and then reads.
-        private static readonly string[] s_expressions = {
+        internal static readonly string[] s_expressions = {
             // Literals.
             "5", "5u", "5L", "5ul", "0xFF", "0xFFFFFFFF", "0x1FFFFFFFF", "2147483648", "9223372036854775808", "2.5", "1e-3", "2.5f", "2.50m",
             "-2147483648", "-9223372036854775808", "- -2147483648", "- -n", "-+-n", "--5", "-2147483648L", "-1u", "-1ul", "\"a\\n\\x41\\u4e2d\\U0001F600\"",

@@ -8,7 +8,7 @@ namespace OrvTest
     // A completion answers at every place of every line, also of one that nobody would write.
     internal static class CompletionFuzzTests
     {
-        private const string c_signs = "()[]{}<>,.=+-!~|?$:@\"'\\ \t#0aT\0\u4E2D\uD800";
+        private const string c_signs = "()[]{}<>,.=+-!~|?$:1@\"'\\ \t#0aT\0\u4E2D\uD800";
 
         private static void Start()
         {

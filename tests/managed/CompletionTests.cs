@@ -219,6 +219,10 @@ namespace OrvTest
             Harness.Equal("$ double 21; number int 0; q OrvTest.Completing.Quiet; t OrvSample.Thermostat; tell System.Text.StringBuilder; text string \"KITCHEN\"",
                           string.Join("; ", shown.ToArray()), "instances");
             Harness.Equal("CompareTo(:method CompareTo(:method", Offered("get $.CompareT"), "the last result");
+            Bench.Do("invoke", "walk(new object[] { new int[20] })");
+            Bench.Printed();
+            Harness.Equal("Length:property", Offered("get $1.Leng"), "what was cut off");
+            Harness.Equal("", Offered("get $2.Leng") + Offered("get $1") + Offered("get $1 L"), "what was not");
         }
 
         public static void TheEntryTellsWhereItBelongs()

@@ -97,6 +97,15 @@ namespace OrvTest
             }
             Bench.Start();
             AllBind("the test library");
+            Start();
+            Bench.Load("orphan/Orphan.dll");
+            AllBind("a library without what it needs");
+            CInvoke.Invoke("nothing = System.Environment.GetEnvironmentVariable(\"no such variable\")");
+            CInvoke.Invoke("own = System.Type.GetType(\"OrvWorkBench.CInvoke, DispatcherTest\")");
+            CInvoke.CreateType("out = System.Text.StringBuilder()");
+            CInvoke.CreateType("@int = OrvTest.Independent()");
+            Bench.Printed();
+            AllBind("odd instances");
         }
 
         public static void ExamplesAreMadeOfWhatIsThere()

@@ -8,6 +8,8 @@ namespace OrvWorkBench
     // The operators of C# that a command may use.
     internal static class Operators
     {
+        public const string NameOfOr = "op_BitwiseOr";
+
         // The operation is one of - + ! ~. Returns null where it does not apply.
         public static Value Unary(char operation, Value operand)
         {
@@ -18,7 +20,8 @@ namespace OrvWorkBench
             return isOwn ? Plain(operation, plain, operand) : ByOperator(NameOf(operation), plain, operand);
         }
 
-        private static string NameOf(char operation)
+        // The name of the method that a class declares for it.
+        public static string NameOf(char operation)
         {
             return operation == '-' ? "op_UnaryNegation" : operation == '+' ? "op_UnaryPlus"
                  : operation == '!' ? "op_LogicalNot" : "op_OnesComplement";
@@ -107,7 +110,7 @@ namespace OrvWorkBench
             Type wide = WideOf(left, right);
             if (wide != null)
                 return Joined(left, right, wide);
-            return ByOperator("op_BitwiseOr", plain, left, right) ?? (other == plain ? null : ByOperator("op_BitwiseOr", other, left, right));
+            return ByOperator(NameOfOr, plain, left, right) ?? (other == plain ? null : ByOperator(NameOfOr, other, left, right));
         }
 
         // The type in which C# joins the bits of two numbers: the first to which both convert; null when there is none.

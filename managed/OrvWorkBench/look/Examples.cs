@@ -10,6 +10,9 @@ namespace OrvWorkBench
     internal sealed partial class Examples
     {
         private const int c_greatestCount = 3;
+        // A call takes small numbers, a new object and a property middling ones.
+        private const int c_small = 1;
+        private const int c_middling = 20;
 
         private readonly Surroundings m_at;
         private readonly StaticTypes m_statics;
@@ -120,11 +123,21 @@ namespace OrvWorkBench
             {
                 foreach (Type type in TypeFinder.PublicTypes(assembly))
                 {
-                    if (!type.IsGenericTypeDefinition && !type.ContainsGenericParameters && !typeof(Exception).IsAssignableFrom(type) &&
-                        !typeof(Attribute).IsAssignableFrom(type) && !typeof(Delegate).IsAssignableFrom(type))
+                    if (IsWorthy(type))
                         yield return type;
                 }
             }
+        }
+
+        private static bool IsWorthy(Type type)
+        {
+            bool isWorthy = false;
+            // What it is made of may not be there.
+            Guard.Run(delegate() {
+                isWorthy = !type.ContainsGenericParameters && !typeof(Exception).IsAssignableFrom(type) &&
+                           !typeof(Attribute).IsAssignableFrom(type) && !typeof(Delegate).IsAssignableFrom(type);
+            });
+            return isWorthy;
         }
 
         // Whether the command language finds one thing of that kind behind the text.
@@ -138,6 +151,21 @@ namespace OrvWorkBench
             {
                 return false;
             }
+        }
+
+        // What the instance is; null when it has no members to show.
+        private Node NodeOf(string instance)
+        {
+            Node node;
+            try
+            {
+                node = m_statics.Of(Parser.ParseSubject(WrittenName.Of(instance)));
+            }
+            catch (CommandError)
+            {
+                return null;
+            }
+            return node == null || node.Type != null || node.Object == null ? null : node;
         }
     }
 }

@@ -4,51 +4,12 @@ using System.Reflection;
 
 namespace OrvWorkBench
 {
-    // Examples of creating, calling, reading and setting, and of questions.
+    // Examples of calling, reading and setting.
     internal sealed partial class Examples
     {
-        // A call takes small numbers, a new object and a property middling ones.
-        private const int c_small = 1;
-        private const int c_middling = 20;
-
         private static readonly string[] s_common = { "ToString", "Equals", "GetHashCode", "GetType", "Dispose", "Close" };
 
         private delegate string Line(string target, MemberInfo member);
-
-        private void AddCreations()
-        {
-            foreach (Type type in LoadedTypes())
-            {
-                if (IsFull)
-                    return;
-                string creation = CreationOf(type);
-                if (creation != null)
-                    Add(NewName(type.Name) + " = " + creation);
-            }
-            if (m_lines.Count == 0)
-                Add(NewName("b") + " = System.Text.StringBuilder(\"abc\")");
-            Add(NewName("list") + " = System.Collections.Generic.List<int> { 1, 2, 3 }");
-        }
-
-        // By the constructor with the fewest arguments, but rather one than none; null when none can be written.
-        private string CreationOf(Type type)
-        {
-            string best = null;
-            int least = int.MaxValue;
-            if (!KnownTypes.IsMade(type) || type.IsAbstract || type.IsEnum)
-                return null;
-            foreach (ConstructorInfo constructor in type.GetConstructors(Node.InstanceMembers))
-            {
-                ParameterInfo[] parameters = constructor.GetParameters();
-                string arguments = SampleValues.ForAll(parameters, c_middling);
-                int weight = parameters.Length == 0 ? 3 : parameters.Length;
-                if (arguments == null || weight >= least || !Binds("new " + TypeNames.Show(type) + arguments))
-                    continue;
-                best = TypeNames.Show(type) + arguments;
-                least = weight;
-            }
-            return best;
-        }
 
         private void AddCalls()
         {
@@ -87,20 +48,27 @@ namespace OrvWorkBench
         {
             foreach (string name in m_at.Instances.Names)
             {
-                Node node = NodeOf(WrittenName.Of(name));
-                if (node == null || node.Type != null || node.MemberType == null || node.Object == null)
+                Node node = NodeOf(name);
+                string watched = node == null ? null : EventOf(node);
+                if (watched == null)
                     continue;
-                foreach (ReachableMember member in ReachableMembers.OfValue(node.MemberType))
-                {
-                    EventInfo watched = member.Member as EventInfo;
-                    if (watched == null || WrittenName.Of(watched.Name) == null || !m_at.CanWatch(watched, node.Object))
-                        continue;
-                    if (m_lines.Count > 1)
-                        m_lines.RemoveRange(1, m_lines.Count - 1);
-                    Add(WrittenName.Of(name) + "." + WrittenName.Of(watched.Name) + " += watch");
-                    return;
-                }
+                if (m_lines.Count > 1)
+                    m_lines.RemoveRange(1, m_lines.Count - 1);
+                Add(WrittenName.Of(name) + "." + watched + " += watch");
+                return;
             }
+        }
+
+        // The first one that can be watched; null when there is none.
+        private string EventOf(Node node)
+        {
+            foreach (ReachableMember member in ReachableMembers.OfValue(node.MemberType))
+            {
+                EventInfo watched = member.Member as EventInfo;
+                if (watched != null && WrittenName.Of(watched.Name) != null && m_at.CanWatch(watched, node.Object))
+                    return WrittenName.Of(watched.Name);
+            }
+            return null;
         }
 
         // Two lines of each instance, so that there is room for another one.
@@ -108,10 +76,9 @@ namespace OrvWorkBench
         {
             foreach (string name in m_at.Instances.Names)
             {
-                Node node = IsFull ? null : NodeOf(WrittenName.Of(name));
-                if (node == null || node.Type != null || node.MemberType == null || node.Object == null)
-                    continue;
-                AddOf(WrittenName.Of(name), ReachableMembers.OfValue(node.MemberType), make, 2);
+                Node node = IsFull ? null : NodeOf(name);
+                if (node != null)
+                    AddOf(WrittenName.Of(name), ReachableMembers.OfValue(node.MemberType), make, 2);
             }
         }
 
@@ -133,7 +100,9 @@ namespace OrvWorkBench
             {
                 if (IsFull || m_lines.Count == greatest)
                     return;
-                string line = IsCommon(member.Member) ? null : make(target, member.Member);
+                string line = null;
+                if (!IsCommon(member.Member))
+                    Guard.Run(delegate() { line = make(target, member.Member); });
                 if (line != null)
                     Add(line);
             }
@@ -152,7 +121,7 @@ namespace OrvWorkBench
         private string CallOf(string target, MemberInfo member)
         {
             MethodInfo method = member as MethodInfo;
-            return method == null || method.ReturnType == typeof(void) ? null : AnyCallOf(target, method);
+            return method == null || method.ReturnType == typeof(void) || !IsPlain(method.ReturnType) ? null : AnyCallOf(target, method);
         }
 
         private string VoidCallOf(string target, MemberInfo member)
@@ -179,9 +148,16 @@ namespace OrvWorkBench
         {
             FieldInfo field = member as FieldInfo;
             PropertyInfo property = member as PropertyInfo;
-            bool isRead = field != null || (property != null && Members.Accessor(property, false) != null);
+            bool isRead = field != null ? IsPlain(field.FieldType)
+                                        : property != null && IsPlain(property.PropertyType) && Members.Accessor(property, false) != null;
             string read = target + "." + WrittenName.Of(member.Name);
             return isRead && Binds(read) ? read : null;
+        }
+
+        // Pointers have no place in a command.
+        private static bool IsPlain(Type type)
+        {
+            return !type.IsPointer && !type.IsByRef;
         }
 
         private string SetOf(string target, MemberInfo member)
@@ -191,62 +167,6 @@ namespace OrvWorkBench
             bool isSet = property != null ? Members.Accessor(property, true) != null : field != null && !field.IsInitOnly && !field.IsLiteral;
             string value = isSet ? SampleValues.For(property != null ? property.PropertyType : field.FieldType, c_middling) : null;
             return value == null ? null : target + "." + WrittenName.Of(member.Name) + " = " + value;
-        }
-
-        private void AddQuestions()
-        {
-            bool isOfTypes = m_word == "types" || m_word == "find";
-            if (m_word == "types")
-                Add("");
-            foreach (string name in m_at.Instances.Names)
-            {
-                if (!isOfTypes && NodeOf(WrittenName.Of(name)) != null)
-                    Add(WrittenName.Of(name));
-            }
-            foreach (Type type in LoadedTypes())
-            {
-                if (IsFull)
-                    return;
-                AddQuestionOf(type);
-            }
-            if (m_lines.Count < 2)
-                AddUsualQuestion();
-        }
-
-        private void AddQuestionOf(Type type)
-        {
-            if (m_word == "types")
-                Add(type.Name);
-            else if (m_word == "members")
-                Add(TypeNames.Show(type));
-            else if (m_word == "dump")
-                AddOf(TypeNames.Show(type), ReachableMembers.OfType(type), ReadOf, 1);
-            else if (type.GetMethods(Node.InstanceMembers | BindingFlags.DeclaredOnly).Length > 0)
-                Add("-> " + type.Name);
-        }
-
-        private void AddUsualQuestion()
-        {
-            if (m_word == "types")
-                Add("System.Text.*");
-            else if (m_word == "members")
-                Add("string Index");
-            else if (m_word == "find")
-                Add("-> string");
-            else
-                Add("System.Environment.OSVersion");
-        }
-
-        private Node NodeOf(string text)
-        {
-            try
-            {
-                return m_statics.Of(Parser.ParseSubject(text));
-            }
-            catch (CommandError)
-            {
-                return null;
-            }
         }
     }
 }

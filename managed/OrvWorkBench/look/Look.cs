@@ -125,8 +125,10 @@ namespace OrvWorkBench
         public static void Example(string word)
         {
             Begin();
+            IList<string> lines = new string[0];
+            Guard.Run(delegate() { lines = Examples.Of(At, (word ?? "").Trim()); });
             Listing list = new Listing();
-            foreach (string line in Examples.Of(At, (word ?? "").Trim()))
+            foreach (string line in lines)
                 list.Add(line, "text", line);
         }
 

@@ -111,7 +111,7 @@ namespace OrvWorkBench
                 return true;
             if (token.Kind == TokenKind.Keyword)
                 return token.Text != "new" && token.Text != "typeof" && token.Text != "ref" && token.Text != "out";
-            return token.Is(")") || token.Is("]") || token.Is("}") || token.Is(">") || token.Is("$") || token.Is("?");
+            return token.Is(")") || token.Is("]") || token.Is("}") || token.Is(">") || token.Is("?") || token.IsResult;
         }
 
         // Whether the bracket begins a value: a cast, parentheses, an assembly's name, elements.

@@ -40,6 +40,9 @@ namespace OrvWorkBench
                 return Node.Of(literal.Value == null ? Value.Null : Value.Constant(literal.Value));
             if (expression is LastResultExpression)
                 return Node.Of(m_instances.LastResult(expression.Position));
+            CutValueExpression cut = expression as CutValueExpression;
+            if (cut != null)
+                return Node.Of(m_instances.CutValue(cut.Name, cut.Position));
             KeywordExpression keyword = expression as KeywordExpression;
             if (keyword != null)
                 return Node.Of(TypeNames.FromKeyword(keyword.Keyword));
@@ -71,18 +74,13 @@ namespace OrvWorkBench
             if (cast != null)
                 return ValueOf(m_types.Resolve(cast.Type));
             UnaryExpression unary = expression as UnaryExpression;
+            if (unary != null)
+                return OfUnary(unary);
             OrExpression or = expression as OrExpression;
-            if (unary != null || or != null)
-                return OfOperand(unary != null ? unary.Operand : or.Left);
-            TypeofExpression asked = (TypeofExpression)expression;
-            return Node.Of(Value.As(m_types.Resolve(asked.Type), typeof(Type)));
-        }
-
-        // Operators give back what they take.
-        private Node OfOperand(Expression operand)
-        {
-            Node node = Of(operand);
-            return node == null || node.Type != null || node.Value.Type == null ? null : ValueOf(node.Value.Type);
+            if (or != null)
+                return OfOr(or);
+            TypeofExpression asked = expression as TypeofExpression;
+            return asked == null ? null : Node.Of(Value.As(m_types.Resolve(asked.Type), typeof(Type)));
         }
 
         private Type NaturalType(ArrayExpression elements)

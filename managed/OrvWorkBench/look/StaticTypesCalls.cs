@@ -45,8 +45,23 @@ namespace OrvWorkBench
             if (methods.Count == 0)
                 return CallOf(MemberOf(target, member));
             List<Candidate> group = methods.ConvertAll<Candidate>(Candidate.Of);
-            Candidate chosen = Choose(group, call.Arguments, TypesOf(member.Part));
+            Type[] typeArguments = TypesOf(member.Part);
+            Candidate chosen = Choose(group, call.Arguments, typeArguments);
+            if (typeArguments != null)
+                group = Closed(methods, typeArguments);
             return chosen != null ? ValueOf(((MethodInfo)chosen.Method).ReturnType) : CommonOf(group, call.Arguments.Count);
+        }
+
+        // Those of the generic methods that take such type arguments.
+        private static List<Candidate> Closed(List<MethodBase> methods, Type[] typeArguments)
+        {
+            List<Candidate> closed = new List<Candidate>();
+            foreach (MethodInfo method in methods)
+            {
+                if (method.IsGenericMethodDefinition && method.GetGenericArguments().Length == typeArguments.Length)
+                    Guard.Run(delegate() { closed.Add(Candidate.Of(method.MakeGenericMethod(typeArguments))); });
+            }
+            return closed;
         }
 
         // The call of a delegate.
@@ -125,7 +140,7 @@ namespace OrvWorkBench
             foreach (Candidate one in group)
             {
                 Type type = one.Indexer != null ? one.Indexer.PropertyType : ((MethodInfo)one.Method).ReturnType;
-                if (type.IsGenericParameter || (common != null && common != type))
+                if (common != null && common != type)
                     return null;
                 common = type;
             }

@@ -31,7 +31,8 @@ namespace OrvWorkBench
         }
     }
 
-    // The public types of an assembly by their namespaces. Made once for each assembly.
+    // The public types of an assembly by their namespaces. Made once for each assembly, but for one that is still being
+    // made in memory and does not tell.
     internal sealed class TypeTable
     {
         private static readonly Dictionary<Assembly, TypeTable> s_tables = new Dictionary<Assembly, TypeTable>();
@@ -55,7 +56,8 @@ namespace OrvWorkBench
             if (!s_tables.TryGetValue(assembly, out table))
             {
                 table = new TypeTable(assembly);
-                s_tables.Add(assembly, table);
+                if (table.m_namespaces.Count > 0)
+                    s_tables.Add(assembly, table);
             }
             return table;
         }

@@ -29,10 +29,10 @@ namespace OrvWorkBench
         {
             foreach (char c in name)
             {
-                if ((c < 'a' || c > 'z') && (c < 'A' || c > 'Z') && c != '_')
+                if ((c < 'a' || c > 'z') && (c < 'A' || c > 'Z') && (c < '0' || c > '9') && c != '_')
                     return false;
             }
-            return name.Length > 0;
+            return name.Length > 0 && (name[0] < '0' || name[0] > '9');
         }
 
         private static bool IsOneToken(string name)
