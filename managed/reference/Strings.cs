@@ -55,6 +55,7 @@ namespace System
         public string Substring(int startIndex, int length) { throw null; }
         public string ToLowerInvariant() { throw null; }
         public string Trim() { throw null; }
+        public string TrimStart(params char[] trimChars) { throw null; }
         public string Trim(params char[] trimChars) { throw null; }
     }
 

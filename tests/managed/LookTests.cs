@@ -146,6 +146,10 @@ namespace OrvTest
             Harness.True(new MemberSearch("Uri").Matches(typeof(Uri).GetConstructor(new Type[] { typeof(string) })) == false, "a constructor's name");
             Harness.True(new MemberSearch("string -> Uri").Matches(typeof(Uri).GetConstructor(new Type[] { typeof(string) })), "what it makes");
             Harness.True(new MemberSearch("-> System.Uri").Matches(typeof(Uri).GetConstructor(new Type[] { typeof(string) })), "with its namespace");
+            foreach (string wanted in new string[] { "-> *ri", "-> U?i", "-> *Uri", "-> system.uri", "* -> Uri", "-> Uri*", "-> uri" })
+                Harness.True(new MemberSearch(wanted).Matches(typeof(Uri).GetConstructor(new Type[] { typeof(string) })), wanted);
+            foreach (string wanted in new string[] { "-> *Ur", "-> ?ri.", "-> ri", "-> *.U", "int -> Uri", "-> Uri<" })
+                Harness.True(!new MemberSearch(wanted).Matches(typeof(Uri).GetConstructor(new Type[] { typeof(string) })), wanted);
             Harness.True(!new MemberSearch("->").Matches(typeof(Uri).GetNestedTypes().Length > 0 ? null : typeof(Uri)), "types give nothing");
         }
 

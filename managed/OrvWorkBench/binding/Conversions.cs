@@ -127,7 +127,8 @@ namespace OrvWorkBench
             return 0;
         }
 
-        private static bool ExistsForAny(Type source, Type target)
+        // Whether every value of the source converts to the target without a cast; a constant may do so where others do not.
+        public static bool ExistsForAny(Type source, Type target)
         {
             return ExistsStandard(source, target) || UserConversions.Find(source, target, false) != null;
         }

@@ -13,10 +13,21 @@ namespace OrvWorkBench
             foreach (Value candidate in elements)
             {
                 Type type = candidate.Elements != null ? NaturalArrayType(candidate.Elements) : candidate.Type;
-                if (type != null && AllConvert(elements, type))
+                if (type != null && AllTypesConvert(elements, type))
                     return type;
             }
             return null;
+        }
+
+        // What has a type counts by that: not as the constant that it may be.
+        private static bool AllTypesConvert(IList<Value> elements, Type target)
+        {
+            foreach (Value element in elements)
+            {
+                if (element.Type == null ? !Conversions.Exists(element, target) : !Conversions.ExistsForAny(element.Type, target))
+                    return false;
+            }
+            return true;
         }
 
         public static Type NaturalArrayType(IList<Value> elements)

@@ -51,14 +51,14 @@ namespace OrvWorkBench
             return Array.IndexOf(codes, code) >= 0;
         }
 
-        // What C# allows for constants only: an int that fits the smaller type, a long as ulong, 0 as an enumeration.
+        // What C# allows for constants only: an int that fits the smaller type, a long as ulong, a whole 0 as an enumeration.
         public static bool ExistsConstant(Value value, Type target)
         {
             if (!value.IsConstant)
                 return false;
             Type plain = Nullable.GetUnderlyingType(target) ?? target;
             if (plain.IsEnum)
-                return value.Data is int && (int)value.Data == 0;
+                return IsWholeZero(value.Data);
             if (value.Data is long)
                 return plain == typeof(ulong) && (long)value.Data >= 0;
             if (!(value.Data is int))
@@ -80,6 +80,12 @@ namespace OrvWorkBench
             default:
                 return false;
             }
+        }
+
+        private static bool IsWholeZero(object data)
+        {
+            bool isWhole = Numbers.IsNumeric(data.GetType()) && !IsReal(Type.GetTypeCode(data.GetType()));
+            return isWhole && ((IConvertible)data).ToString(CultureInfo.InvariantCulture) == "0";
         }
 
         // Whether a cast may turn the one into the other.

@@ -74,13 +74,10 @@ namespace OrvWorkBench
             // A constant must fit, as in C#.
             if (data is int)
                 return isConstant && (int)data == int.MinValue ? null : (object)unchecked(-(int)data);
-            // The digits of -2147483648 and -9223372036854775808 alone fit only the unsigned type.
             if (data is uint)
-                return isConstant && (uint)data == 2147483648U ? (object)int.MinValue : -(long)(uint)data;
+                return -(long)(uint)data;
             if (data is long)
                 return isConstant && (long)data == long.MinValue ? null : (object)unchecked(-(long)data);
-            if (data is ulong)
-                return isConstant && (ulong)data == 9223372036854775808UL ? (object)long.MinValue : null;
             if (data is float)
                 return -(float)data;
             if (data is double)

@@ -93,12 +93,7 @@ namespace OrvWorkBench
         private static bool IsWithin(Type inner, Type outer, bool mayBeReverse)
         {
             return Conversions.ExistsStandard(inner, outer) ||
-                   (mayBeReverse && (Conversions.ExistsStandard(outer, inner) || AreNumbers(inner, outer)));
-        }
-
-        private static bool AreNumbers(Type one, Type other)
-        {
-            return Numbers.IsNumeric(one) && Numbers.IsNumeric(other);
+                   (mayBeReverse && Conversions.ExistsStandard(outer, inner));
         }
 
         // The type itself if it is among them; else the nearest one that holds all of it, else the nearest that lies in it.

@@ -40,12 +40,31 @@ namespace OrvWorkBench
             Enter();
             if (isOperator)
                 Next();
+            object least = token.Is("-") ? LeastNumber(Current) : null;
+            int start = m_at;
             Expression operand = ParseUnary();
             Raise(m_height, token.Position);
             Leave();
+            if (least != null && m_at == start + 1)
+                return new LiteralExpression(token.Position, least);
             if (isOperator)
                 return new UnaryExpression(token.Position, token.Text[0], operand);
             return new CastExpression(token.Position, type, operand);
+        }
+
+        // What a minus makes of the two numbers that alone are too large for the type, by one; null for any other token.
+        private static object LeastNumber(Token token)
+        {
+            switch (token.Kind == TokenKind.Literal ? token.Text.TrimStart('0').ToLowerInvariant() : "")
+            {
+            case "2147483648":
+                return int.MinValue;
+            case "9223372036854775808":
+            case "9223372036854775808l":
+                return long.MinValue;
+            default:
+                return null;
+            }
         }
 
         // "(Type)" is a cast when what follows can only be its operand; otherwise nothing is read and null comes back.
