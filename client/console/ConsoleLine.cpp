@@ -85,7 +85,7 @@ struct ConsoleLine::Reader
     std::wstring text;
     Typed typed;
 
-    void Run()
+    [[noreturn]] void Run()
     {
         for (;;)
         {

@@ -54,7 +54,7 @@ std::wstring CommandHelp()
 std::wstring WordHelp(std::wstring_view word)
 {
     const std::wstring lower = FirstWordOf(word);
-    const std::wstring help = LineFor(c_commandWords, lower) + LineFor(c_lookWords, lower);
+    std::wstring help = LineFor(c_commandWords, lower) + LineFor(c_lookWords, lower);
     if (!help.empty())
         return help;
     const LocalWord meaning = LocalWordOf(lower);

@@ -19,7 +19,7 @@ namespace
 constexpr std::wstring_view c_blanks = L" \t";
 constexpr size_t c_greatestDigits = 9;
 // The dispatcher's public type for questions.
-const std::wstring c_call = L"invoke OrvWorkBench.Look.";
+constexpr const wchar_t* c_call = L"invoke OrvWorkBench.Look.";
 
 std::wstring_view Trimmed(std::wstring_view text)
 {
@@ -138,7 +138,7 @@ std::optional<Command> ParseLook(std::wstring_view line)
     if (look == std::end(c_lookWords))
         return std::nullopt;
     const std::wstring_view asked = Trimmed(line);
-    std::wstring call = c_call + MethodOf(*look) + L"(";
+    std::wstring call = std::wstring(c_call) + MethodOf(*look) + L"(";
     bool isFirst = true;
     for (const std::wstring& argument : ArgumentsOf(*look, Trimmed(asked.substr(word.size()))))
     {
@@ -152,7 +152,7 @@ std::optional<Command> ParseLook(std::wstring_view line)
 
 Command LookCommand(const wchar_t* question, const std::wstring& text, const std::wstring& asked)
 {
-    Command command = ParseCommand(c_call + question + L"(" + Literal(text) + L")");
+    Command command = ParseCommand(std::wstring(c_call) + question + L"(" + Literal(text) + L")");
     command.asked = asked;
     return command;
 }

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cwchar>
 #include <iterator>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -37,7 +38,8 @@ bool BeginsWith(std::wstring_view text, std::wstring_view start) noexcept
 void AddIfFits(std::vector<Proposal>& proposals, const std::wstring& line, size_t at, const std::wstring& text,
                const std::wstring& shown)
 {
-    if (BeginsWith(text, std::wstring_view(line).substr(at)))
+    const std::wstring_view typed = line;
+    if (BeginsWith(text, typed.substr(at)))
         proposals.push_back({at, text, shown});
 }
 
@@ -94,6 +96,18 @@ size_t NextWord(const std::wstring& line, size_t from)
 {
     return std::min(line.find_first_not_of(c_blanks, std::min(line.find_first_of(c_blanks, from), line.size())),
                     line.size());
+}
+
+// Behind "time N", the first of them; nothing while N is being written.
+std::optional<size_t> StartOfCommand(const std::wstring& line)
+{
+    const size_t start = std::min(line.find_first_not_of(c_blanks), line.size());
+    if (LocalWordOf(line) != LocalWord::Time || line.find_first_of(c_blanks, start) == std::wstring::npos)
+        return start;
+    const size_t count = NextWord(line, start);
+    if (line.find_first_of(c_blanks, count) == std::wstring::npos)
+        return std::nullopt;
+    return NextWord(line, count);
 }
 
 // The same for each text, with regard to case.
@@ -178,7 +192,8 @@ void Completer::SetShown(std::vector<std::wstring> shown)
 
 std::vector<Proposal> Completer::Propose(const std::wstring& line) const
 {
-    return ProposeText(line, std::min(line.find_first_not_of(c_blanks), line.size()));
+    const std::optional<size_t> start = StartOfCommand(line);
+    return start ? ProposeText(line, *start) : std::vector<Proposal>();
 }
 
 // From the current directory on; a mere name also where the workbench looks. A quote may stand before the path.
@@ -199,7 +214,6 @@ std::vector<Proposal> Completer::ProposeFiles(const std::wstring& line, size_t a
     return proposals;
 }
 
-// The command begins at start: after time N not at the line's.
 std::vector<Proposal> Completer::ProposeText(const std::wstring& line, size_t start) const
 {
     const std::wstring command = line.substr(start);
@@ -210,9 +224,6 @@ std::vector<Proposal> Completer::ProposeText(const std::wstring& line, size_t st
     {
     case LocalWord::Help:
         return ProposeWords(line, text);
-    case LocalWord::Time:
-        return line.find_first_of(c_blanks, text) == std::wstring::npos ? std::vector<Proposal>()
-                                                                        : ProposeText(line, NextWord(line, text));
     case LocalWord::Hide: {
         std::vector<Proposal> proposals;
         for (const std::wstring& shown : m_shown)
@@ -223,6 +234,7 @@ std::vector<Proposal> Completer::ProposeText(const std::wstring& line, size_t st
     case LocalWord::None:
         break;
     case LocalWord::Again:
+    case LocalWord::Time:
     case LocalWord::History:
     case LocalWord::Start:
     case LocalWord::Quit:

@@ -31,6 +31,7 @@ public:
 
 private:
     std::vector<Proposal> ProposeFiles(const std::wstring& line, size_t at) const;
+    // The command begins at start.
     std::vector<Proposal> ProposeText(const std::wstring& line, size_t start) const;
 
     std::wstring m_folder;

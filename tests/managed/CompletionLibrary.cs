@@ -130,7 +130,7 @@ namespace OrvTest.Completing
             return Runs.Counted<Quiet>(null);
         }
 
-        public static int Twice(int number)
+        public static int Doubled(int number)
         {
             return Runs.Counted(number);
         }

@@ -1,0 +1,59 @@
+#include "client/input/CommandLine.h"
+
+#include "tests/support/faults/ImportRedirect.h"
+
+#include <windows.h>
+
+#include <gtest/gtest.h>
+#include <initializer_list>
+#include <vector>
+
+namespace
+{
+Options OptionsOf(std::initializer_list<const wchar_t*> arguments)
+{
+    std::vector<const wchar_t*> words{L"OrvClient"};
+    words.insert(words.end(), arguments);
+    return ParseCommandLine(static_cast<int>(words.size()), words.data()).value();
+}
+
+// Every standard stream is a console.
+class AtConsole
+{
+    Redirect<decltype(GetConsoleMode)> m_mode{"GetConsoleMode", [](HANDLE, DWORD* mode) -> BOOL {
+                                                  *mode = 0;
+                                                  return TRUE;
+                                              }};
+};
+} // namespace
+
+TEST(CommandLine, AtAConsoleCommandsHaveNoTimeLimit)
+{
+    const AtConsole console;
+    EXPECT_EQ(TimeLimits::c_noLimit, OptionsOf({}).limits.commandMs);
+    EXPECT_EQ(60000U, OptionsOf({L"--timeout", L"60"}).limits.commandMs);
+    EXPECT_EQ(60000U, OptionsOf({L"load x"}).limits.commandMs);
+    EXPECT_EQ(60000U, OptionsOf({L"--script", L"-"}).limits.commandMs);
+    EXPECT_EQ(60000U, OptionsOf({L"--json"}).limits.commandMs) << "a program sits there";
+    EXPECT_EQ(30000U, OptionsOf({}).limits.readyMs);
+}
+
+TEST(CommandLine, OnlyAUserAtAConsoleIsAsked)
+{
+    EXPECT_FALSE(OptionsOf({L"-i"}).isAtConsole);
+    const AtConsole console;
+    EXPECT_TRUE(OptionsOf({}).isAtConsole);
+    EXPECT_TRUE(OptionsOf({L"-i"}).isAtConsole);
+    EXPECT_TRUE(OptionsOf({}).isInteractive);
+    EXPECT_FALSE(OptionsOf({L"--json"}).isAtConsole);
+    EXPECT_FALSE(OptionsOf({L"--eval"}).isAtConsole);
+    EXPECT_FALSE(OptionsOf({L"load x"}).isAtConsole);
+}
+
+TEST(CommandLine, ColourIsAutomaticUnlessSaid)
+{
+    EXPECT_EQ(ColourUse::Automatic, OptionsOf({L"load x"}).colour);
+    EXPECT_EQ(ColourUse::Automatic, OptionsOf({L"--color", L"auto", L"load x"}).colour);
+    EXPECT_EQ(ColourUse::Always, OptionsOf({L"--color=always", L"load x"}).colour);
+    EXPECT_EQ(ColourUse::Never, OptionsOf({L"--color", L"never", L"load x"}).colour);
+}
