@@ -109,12 +109,11 @@ class PromptTest(unittest.TestCase):
 
     def test_after_a_resize_the_prompt_goes_on(self):
         terminal = self.start()
+        terminal.type("invoke System.Math.")
+        terminal.wait_for_line("orv> invoke System.Math.")
         terminal.resize(60, 20)
-        # What is typed within a second of it is lost by Wine's console (WineGaps).
-        time.sleep(3)
-        self.enter(terminal, absolute(5), "=> int 5")
+        self.enter(terminal, "Abs(5)", "=> int 5")
         terminal.resize(100, 30)
-        time.sleep(3)
         self.enter(terminal, absolute(6), "=> int 6")
         self.quit(terminal)
 
