@@ -36,6 +36,8 @@ namespace OrvTest
             string text = s_output.ToString().Replace("\r\n", "\n").TrimEnd('\n');
             s_output = new StringWriter();
             Output.Writer = TextWriter.Synchronized(s_output);
+            // Nothing is refused by chance.
+            Harness.True(!text.Contains("error: the command failed unexpectedly"), text);
             return text;
         }
 

@@ -96,7 +96,9 @@ namespace OrvTest
             Bench.Expect("create", "i = OrvTest.Independent()", 8, null);
             Bench.Expect("create", "d = OrvTest.Dependent()", 8, null);
             Bench.Expect("invoke", "d.Ask()", 13, null);
-            Bench.Expect("create", "h = OrvTest.DerivedFromHelper()", 3, null);
+            Harness.Equal(3, Bench.Do("create", "h = OrvTest.DerivedFromHelper()"), "a base class is missing");
+            string line = Bench.FirstLine();
+            Harness.True(line.StartsWith("error: the type 'OrvTest.DerivedFromHelper' cannot be loaded: ") && line.Contains("Gone"), line);
         }
 
         public static void AnExceptionIsShownWithItsCausesAndStack()
@@ -194,6 +196,9 @@ namespace OrvTest
             Bench.Expect("set", "b.Everywhere += watch", 0, "error at column 3: 'OrvTest.Bell' has no public instance event 'Everywhere'");
             Bench.Expect("set", "OrvTest.Bell.Rang += watch", 0, null);
             Bench.Expect("set", "b.Rang += other", 4, "error at column 11: expected watch after '+='");
+            Bench.Expect("set", "b.Rang += 5", 4, "error at column 11: expected watch after '+='");
+            Bench.Expect("set", "b.Rang += [TestLibrary]watch", 4, null);
+            Bench.Expect("set", "b.Rang -= b.watch", 4, "error at column 13: expected watch after '-='");
             Bench.Expect("set", "b.Rang = null", 4, null);
             Bench.Expect("set", "nobody.Rang += watch", 4, null);
             // An event that a class overrides is one event.

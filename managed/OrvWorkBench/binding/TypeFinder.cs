@@ -190,7 +190,8 @@ namespace OrvWorkBench
             try
             {
                 Type type = assembly.GetType(name, false, false);
-                return type != null && type.IsVisible ? type : null;
+                // Some runtimes tell only at such a question that a base class is missing.
+                return type != null && type.IsVisible && typeof(object).IsAssignableFrom(type) ? type : null;
             }
             catch (Exception error)
             {
