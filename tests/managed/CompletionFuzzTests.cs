@@ -60,6 +60,23 @@ namespace OrvTest
             Harness.True(answered > 2000, answered + " of " + asked + " have an answer");
         }
 
+        // What can be written in an expression, statement or refused.
+        public static void EveryStartOfAnExpressionIsAnswered()
+        {
+            Start();
+            for (int i = 0; i < CSharpTests.s_instances.GetLength(0); ++i)
+                CInvoke.CreateType(CSharpTests.s_instances[i, 0] + " = " + CSharpTests.s_instances[i, 2]);
+            Bench.Printed();
+            int answered = 0;
+            foreach (string expression in CSharpTests.s_expressions)
+            {
+                string line = (expression.Contains(" = ") ? "set " : "dump ") + expression.Split(';')[0];
+                for (int length = 5; length <= line.Length; ++length)
+                    answered += Ask(line.Substring(0, length)) > 0 ? 1 : 0;
+            }
+            Harness.True(answered > 5000, answered + " have an answer");
+        }
+
         public static void CharactersAtRandomAreAnswered()
         {
             Start();

@@ -130,7 +130,7 @@ namespace OrvTest.Completing
             return Runs.Counted<Quiet>(null);
         }
 
-        public static int Doubled(int number)
+        public static int Numbered(int number)
         {
             return Runs.Counted(number);
         }

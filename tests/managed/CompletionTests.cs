@@ -135,8 +135,8 @@ namespace OrvTest
                          "get ", "get q.", "get q.Property.", "get q.Self.Self.", "get q[0].", "get q[\"a\"].", "invoke q.Make().Make().", "invoke q.Same(",
                          "invoke q.Same(q).", "invoke q.Same(q, q).", "invoke q.Map(q.Self).", "invoke q.Maker().", "invoke q.Maker(", "set q.", "set q.Rang += ",
                          "dump q.", "members q.Property.", "get OrvTest.Completing.Untouched.", "get OrvTest.Completing.Untouched.Value.",
-                         "get OrvTest.Completing.Untouched.Instance.", "invoke OrvTest.Completing.Untouched.Get(OrvTest.Completing.Untouched.Doubled).",
-                         "invoke OrvTest.Completing.Untouched.Doubled(", "create x = OrvTest.Completing.Untouched(", "get new OrvTest.Completing.Untouched().",
+                         "get OrvTest.Completing.Untouched.Instance.", "invoke OrvTest.Completing.Untouched.Get(OrvTest.Completing.Untouched.Numbered).",
+                         "invoke OrvTest.Completing.Untouched.Numbered(", "create x = OrvTest.Completing.Untouched(", "get new OrvTest.Completing.Untouched().",
                          "get q.Next.Hidden.", "get q.Items[0].", "get (-q).", "get (q | q).", "get new[] {q, q}[0].", "delete ", "set q.Property = q.Property." })
             {
                 Completion.Of(Look.At, line);

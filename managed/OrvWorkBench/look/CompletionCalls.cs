@@ -36,9 +36,10 @@ namespace OrvWorkBench
             }
         }
 
+        // Its name only when some of it is typed: hardly any argument is named.
         private void AddParameter(ParameterInfo parameter, bool isNext)
         {
-            if (!string.IsNullOrEmpty(parameter.Name))
+            if (!m_list.IsAtStart && !string.IsNullOrEmpty(parameter.Name))
                 m_list.AddName(CompletionGroup.Word, parameter.Name, ": ", "word", Signatures.ShowParameter(parameter));
             if (isNext && parameter.ParameterType.IsByRef)
                 m_list.AddWord(Signatures.IsOut(parameter) ? "out" : "ref");

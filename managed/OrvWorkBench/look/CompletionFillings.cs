@@ -45,7 +45,8 @@ namespace OrvWorkBench
             if (!isNew && (start != m_first || m_start != Place.Made))
                 return null;
             int end = m_text[open - 1].Is(")") ? m_text.PartnerOf(open - 1) - 1 : open - 1;
-            return end <= start && isNew || m_text[end].Is("]") ? null : TypeNamed(m_text.TextOf(start + (isNew ? 1 : 0), end));
+            int first = isNew ? start + 1 : start;
+            return end < first || m_text[end].Is("]") ? null : TypeNamed(m_text.TextOf(first, end));
         }
 
         // The type of the member in front of that "=" in braces; null for none.

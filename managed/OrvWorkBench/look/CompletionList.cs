@@ -4,7 +4,7 @@ using System.Globalization;
 
 namespace OrvWorkBench
 {
-    // What kind of thing goes on where the cursor is, in the order in which it is listed.
+    // The order in which entries are listed.
     internal enum CompletionGroup
     {
         Hint,

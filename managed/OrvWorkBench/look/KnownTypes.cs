@@ -171,11 +171,12 @@ namespace OrvWorkBench
 
         private void AddWithAssembly(ListedType type, Filter filter)
         {
+            if (!filter(type.Type))
+                return;
             string assembly = type.Type.Assembly.GetName().Name;
             string name = (string.IsNullOrEmpty(type.Type.Namespace) ? "" : type.Type.Namespace + ".") + type.Name;
-            if (m_list.Fits(type.Name) && filter(type.Type))
-                m_list.AddInstead(CompletionGroup.Type, m_start, type.Name, "[" + WrittenName.OfAssembly(assembly) + "]" + name + (type.IsGeneric ? "<" : ""),
-                                  Kind(type.Type), "[" + assembly + "]" + type.Shown);
+            string text = "[" + WrittenName.OfAssembly(assembly) + "]" + name + (type.IsGeneric ? "<" : "");
+            m_list.AddInstead(CompletionGroup.Type, m_start, type.Name, text, Kind(type.Type), "[" + assembly + "]" + type.Shown);
         }
 
         private void Add(CompletionGroup group, ListedType type, Filter filter)

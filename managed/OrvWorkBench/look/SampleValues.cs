@@ -7,6 +7,8 @@ namespace OrvWorkBench
     // Literals for an example's arguments.
     internal static class SampleValues
     {
+        private static readonly string[] s_places = { "file", "path", "uri", "url", "host", "director" };
+
         // Null for a type that no short literal can be written for. Numbers come out near the given one.
         public static string For(Type type, int number)
         {
@@ -47,9 +49,10 @@ namespace OrvWorkBench
         // Whether it is the name of something that there must be, or that would be made: a file, an address.
         private static bool NamesPlace(ParameterInfo parameter)
         {
+            if (parameter.ParameterType != typeof(string))
+                return false;
             string name = (parameter.Name ?? "").ToLowerInvariant();
-            return parameter.ParameterType == typeof(string) &&
-                   (name.Contains("file") || name.Contains("path") || name.Contains("uri") || name.Contains("url") || name.Contains("host") || name.Contains("director"));
+            return Array.Exists<string>(s_places, name.Contains);
         }
 
         // The second one, which says more than the first: that is often "none".
