@@ -82,7 +82,7 @@ struct RawOptions
     bool protocolView = false;
     ColourUse colour = ColourUse::Automatic;
     double readySeconds = TimeLimits().readyMs / c_millisecondsPerSecond;
-    // Without one it is c_commandSeconds for a script and no limit at a prompt.
+    // Without one it is c_commandSeconds, and no limit at a prompt.
     std::optional<double> commandSeconds;
     double stopSeconds = TimeLimits().stopMs / c_millisecondsPerSecond;
 };
@@ -176,7 +176,7 @@ void DefineLimits(CLI::App& app, RawOptions& raw)
         app.add_option(name, seconds, text + limits)->check(range)->option_text("SECONDS");
     };
     define("-t,--timeout", raw.commandSeconds, c_commandSeconds,
-           "Until a command's final response (none at a prompt on\na console, else ");
+           "Until a command's final response (at a prompt none, else\n");
     define("--ready-timeout", raw.readySeconds, raw.readySeconds, "Until a started workbench is ready (");
     define("--stop-timeout", raw.stopSeconds, raw.stopSeconds, "Until a stopped workbench has ended (");
 }
@@ -201,7 +201,7 @@ Options Convert(const RawOptions& raw)
     options.protocolView = raw.protocolView;
     options.colour = raw.colour;
     options.limits.readyMs = LimitOf(raw.readySeconds);
-    options.limits.commandMs = LimitOf(raw.commandSeconds.value_or(options.isAtConsole ? 0 : c_commandSeconds));
+    options.limits.commandMs = LimitOf(raw.commandSeconds.value_or(options.isInteractive ? 0 : c_commandSeconds));
     options.limits.stopMs = LimitOf(raw.stopSeconds);
     return options;
 }

@@ -27,14 +27,14 @@ class AtConsole
 };
 } // namespace
 
-TEST(CommandLine, AtAConsoleCommandsHaveNoTimeLimit)
+TEST(CommandLine, AtAPromptCommandsHaveNoTimeLimit)
 {
+    EXPECT_EQ(TimeLimits::c_noLimit, OptionsOf({L"-i"}).limits.commandMs);
     const AtConsole console;
     EXPECT_EQ(TimeLimits::c_noLimit, OptionsOf({}).limits.commandMs);
     EXPECT_EQ(60000U, OptionsOf({L"--timeout", L"60"}).limits.commandMs);
     EXPECT_EQ(60000U, OptionsOf({L"load x"}).limits.commandMs);
     EXPECT_EQ(60000U, OptionsOf({L"--script", L"-"}).limits.commandMs);
-    EXPECT_EQ(60000U, OptionsOf({L"--json"}).limits.commandMs) << "a program sits there";
     EXPECT_EQ(30000U, OptionsOf({}).limits.readyMs);
 }
 
