@@ -119,6 +119,9 @@ namespace OrvTest
         public int Number = 1;
         public virtual string Generic<T>(T a) { return "Plain"; }
         public string Show() { return "Plain.Show()"; }
+        public string Taken(int a) { return "Plain int"; }
+        public string Taken(Dictionary<int, int> a) { return "Plain map"; }
+        public string Taken(List<int> a) { return "Plain list"; }
         public void Raise() { if (Changed != null) Changed(this, EventArgs.Empty); }
     }
 
@@ -132,6 +135,8 @@ namespace OrvTest
         public override event EventHandler Changed { add { base.Changed += value; } remove { base.Changed -= value; } }
         public new int Name { get { return m_set; } set { m_set = value; } }
         public new string Hidden() { return "Fancy.Hidden"; }
+        public new string Taken(List<int> a) { return "Fancy list"; }
+        public string Taken(List<string> a) { return "Fancy strings"; }
         public new string Number() { return "Fancy.Number()"; }
         public override string Generic<T>(T a) { return "Fancy"; }
         public new Converter<int, int> Twice = Probe.Double;
@@ -150,8 +155,16 @@ namespace OrvTest
         public int Next() { return ++Count; }
     }
 
+    // A structure in a structure.
+    public struct Pair
+    {
+        public Counter First;
+    }
+
     public class Holder
     {
+        public Pair Pair;
+        public Pair[] Pairs = new Pair[2];
         public Counter Counter;
         public Counter Property { get; set; }
         public Counter[] Counters = new Counter[2];

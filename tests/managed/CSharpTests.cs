@@ -67,7 +67,7 @@ namespace OrvTest
             // Overridden and hidden members.
             "f.Both", "f.Both = 4; f.Both", "new OrvTest.Setting { Both = 4 }.Both", "f[1]", "f[1] = 2; f.Both", "f[1L]", "f[\"abc\"]", "f[\"abc\"] = 1; f.Both", "((OrvTest.Plain)f)[1]", "f.Name", "f.Name = 6; f.Name",
             "f.Name = \"x\"; f.Name", "((OrvTest.Plain)f).Name", "((OrvTest.Plain)f).Name = \"x\"; ((OrvTest.Plain)f).Name", "f.Hidden()", "((OrvTest.Plain)f).Hidden()",
-            "f.Number()", "((OrvTest.Plain)f).Number", "f.Generic(5)", "((OrvTest.Plain)f).Generic(5)", "f.Twice(4)", "((OrvTest.Plain)f).Twice()", "f.Twice()", "f.Show()", "f.Show",
+            "f.Taken(5)", "f.Taken(list)", "f.Taken(new System.Collections.Generic.Dictionary<int, int>())", "f.Taken(new System.Collections.Generic.List<string>())", "((OrvTest.Plain)f).Taken(list)", "f.Number()", "((OrvTest.Plain)f).Number", "f.Generic(5)", "((OrvTest.Plain)f).Generic(5)", "f.Twice(4)", "((OrvTest.Plain)f).Twice()", "f.Twice()", "f.Show()", "f.Show",
             "d.Who(1)", "((OrvTest.Base)d).Who(1)", "d.Virtual()", "d.Hidden", "((OrvTest.Base)d).Hidden", "OrvTest.Derived.StaticOfBase()", "f.Changed", "f.ToString().Length",
             "((object)list).Count", "((System.Collections.ICollection)list).Count", "((System.Collections.IList)list)[0]", "((System.Collections.IList)h.Words)[1]", "((object)h.Words)[1]",
             "((System.Array)h.Words).Length", "((System.Collections.IList)h.Words)[1] = \"z\"; h.Words[1]", "f.get_Both()", "string.Concat(1, 2, 3, 4)",
@@ -107,7 +107,7 @@ namespace OrvTest
             "h.Words[1L]", "h.Words[1u]", "h.Words[2]", "h.Words[1.0]", "h.Words['\\u0001']", "h.Words[0, 0]",
             // Structures.
             "c.Next().ToString()", "h.Counter.Next(); h.Counter.Count", "h.Property.Next(); h.Property.Count", "h.Counters[1].Next(); h.Counters[1].Count", "h.Fixed.Next(); h.Fixed.Count", "h.Counter.Count = 5; h.Counter.Count",
-            "h.Property.Count = 5; h.Property.Count", "h.Counters[0].Count = 6; h.Counters[0].Count", "h.Fixed.Count = 1; h.Fixed.Count", "h.Inner.Counter.Count = 8; h.Inner.Counter.Count", "c.Count = 3; c.Count", "h.Counter = c; h.Counter.Count",
+            "h.Property.Count = 5; h.Property.Count", "h.Counters[0].Count = 6; h.Counters[0].Count", "h.Fixed.Count = 1; h.Fixed.Count", "h.Inner.Counter.Count = 8; h.Inner.Counter.Count", "h.Pair.First.Count = 5; h.Pair.First.Count", "h.Pair.First.Next(); h.Pair.First.Count", "h.Pairs[1].First.Count = 5; h.Pairs[1].First.Count", "h.Pairs[1].First.Next(); h.Pairs[1].First.Count", "h.Pair.First = c; h.Pair.First.Count", "c.Count = 3; c.Count", "h.Counter = c; h.Counter.Count",
             // Types and names.
             "typeof(int)", "typeof(System.Collections.Generic.Dictionary<string, int[]>)", "typeof(OrvTest.Outer.Inner)", "typeof(int?[])", "typeof(NoSuch)", "int.MaxValue", "OrvTest.Probe.TypeOf(int.MaxValue)", "string.Empty", "OrvTest.Outer.Inner.Count",
             "OrvTest.Outer.Inner.Level.High", "OrvTest.Box<int>.Kind()", "new OrvTest.Box<int>.Lid<char>().Names()", "OrvTest.Color.Green", "OrvTest.Color.Pink", "OrvTest.NotPublic", "new OrvTest.Abstract()", "o.Static()", "OrvTest.Overloads.One(1)", "n.MaxValue",

@@ -158,6 +158,32 @@ namespace OrvTest
             }
         }
 
+        // With names that there are, some are carried out, and none fails for a reason that nobody has thought of: Bench sees
+        // to that.
+        public static void TheGrammarsTextsAreCarriedOutOrRefused()
+        {
+            string[] names = { "h", "h", "h", "o", "o", "d", "d", "s", "f", "x", "OrvTest", "Color", "Red", "Holder", "Box", "Data", "Access", "Read", "System",
+                               "Text", "Words", "Numbers", "Map", "Maybe", "None", "Counter", "Counters", "Inner", "Callback", "Fixed", "Count", "Length", "Value",
+                               "Same", "One", "Ref", "TryGet", "Many", "First", "Add", "ToString", "GetType", "Equals", "Grid", "Place", "Self", "Null", "a", "T" };
+            Grammar grammar = new Grammar(ExamplesOf("Grammar"), 23, names);
+            int succeeded = 0;
+            for (int i = 0; i < 1000; ++i)
+            {
+                if (i % 200 == 0)
+                {
+                    Bench.Start();
+                    foreach (string made in new string[] { "h = OrvTest.Holder()", "o = OrvTest.Overloads()", "d = OrvTest.Data()", "s = OrvTest.Square(2)", "f = OrvTest.Fancy()" })
+                        Bench.Do("create", made);
+                }
+                string command = new string[] { "create", "invoke", "get", "set" }[i % 4];
+                string text = grammar.Text(command);
+                int result = Bench.Do(command, text);
+                succeeded += result >= 5 && result <= 10 ? 1 : 0;
+                Harness.True(Bench.Printed().Length > 0, command + " " + text + " printed nothing");
+            }
+            Harness.True(succeeded > 15, "only " + succeeded + " succeeded");
+        }
+
         private static string Changed(string text, Random random)
         {
             string[] others = { "n", "5", "(", ")", "[", "]", "{", "}", ".", ",", "+", "-", "~", "|", "?", "<", ">", "=", ":", "new", "ref", "out", "int",

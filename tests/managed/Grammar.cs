@@ -24,12 +24,19 @@ namespace OrvTest
         private readonly Dictionary<string, GrammarPart> m_rules = new Dictionary<string, GrammarPart>();
         private readonly Dictionary<string, int> m_heights = new Dictionary<string, int>();
         private readonly Random m_random;
+        private readonly string[] m_known;
         private StringBuilder m_text;
         private int m_names;
 
         // Each rule as "name = ...", on a line and on those behind it that are indented.
-        public Grammar(List<string> lines, int seed)
+        public Grammar(List<string> lines, int seed) : this(lines, seed, null)
         {
+        }
+
+        // With these names alone.
+        public Grammar(List<string> lines, int seed, string[] known)
+        {
+            m_known = known;
             m_random = new Random(seed);
             foreach (Match rule in Regex.Matches(string.Join("\n", lines.ToArray()), @"^([\w-]+) +=(.*(\n .*)*)", RegexOptions.Multiline))
             {
@@ -161,7 +168,7 @@ namespace OrvTest
                 return "12";
             default:
                 // A name of its own each time: members and parameters may not be named twice.
-                return "n" + m_names++;
+                return m_known == null ? "n" + m_names++ : m_known[m_random.Next(m_known.Length)];
             }
         }
     }
