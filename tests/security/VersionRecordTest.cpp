@@ -280,6 +280,23 @@ TEST(CVersionRecord, HasTheOtherTextsWhenOneIsMissing)
     EXPECT_STREQ(record.ProductVersion(), L"text");
 }
 
+TEST(CVersionRecord, HasTheOtherTextsWhenThereIsNoMemoryForALongOne)
+{
+    const VersionStandIn standIn;
+    constexpr UINT units = 300; // a string has room for 260 from the start
+    g_values.size = 2048;
+    g_values.text = std::wstring(units, L'x');
+    g_values.textUnits = units;
+    AllocationProbe heap;
+    heap.FailSize((units + 1) * sizeof(wchar_t));
+    const CVersionRecord record(standIn.Path());
+    EXPECT_TRUE(heap.HasFailed());
+    EXPECT_TRUE(record.FileDescription().IsEmpty());
+    EXPECT_EQ(g_values.text, record.ProductName().GetBuffer());
+    EXPECT_EQ(g_values.text, record.CompanyName().GetBuffer());
+    EXPECT_EQ(g_values.text, record.ProductVersion().GetBuffer());
+}
+
 TEST(CVersionRecord, TakesNothingFromOutsideItsBlock)
 {
     const VersionStandIn standIn;
