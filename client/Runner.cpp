@@ -81,8 +81,9 @@ std::unique_ptr<LineSource> OpenLines(const Options& options)
     return CheckedLines(std::move(lines));
 }
 
-// Passes on what it is told, beside a line that the user may be typing, and remembers what was printed.
-// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): nobody deletes it as what it derives from
+// Passes on what it is told, beside a line that the user may be typing, and remembers whether anything was printed;
+// or keeps what is printed instead. NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): nobody deletes it as
+// what it derives from
 class PrintWatch final : public SessionObserver
 {
 public:
@@ -92,22 +93,33 @@ public:
 
     void OnHappening(const Happening& happening) override
     {
-        if (happening.kind == Happening::Kind::Output)
-            m_lines.push_back(happening.text);
-        if (!m_isHidden)
+        const bool isOutput = happening.kind == Happening::Kind::Output;
+        m_hasPrinted = m_hasPrinted || isOutput;
+        if (m_mode == Mode::Show)
             m_beside([&] { m_target.OnHappening(happening); });
+        else if (m_mode == Mode::Keep && isOutput)
+            m_lines.push_back(happening.text);
     }
 
-    void Hide(bool hides) noexcept { m_isHidden = hides; }
+    enum class Mode
+    {
+        Show,
+        Hide,
+        Keep,
+    };
+    void Set(Mode mode) noexcept { m_mode = mode; }
 
-    // What was printed since the last call.
+    // Since the last call.
+    bool HasPrinted() noexcept { return std::exchange(m_hasPrinted, false); }
+    // What was kept since the last call.
     std::vector<std::wstring> TakeLines() noexcept { return std::exchange(m_lines, {}); }
 
 private:
     SessionObserver& m_target;
     const Beside m_beside;
     std::vector<std::wstring> m_lines;
-    bool m_isHidden = false;
+    Mode m_mode = Mode::Show;
+    bool m_hasPrinted = false;
 };
 
 bool Contains(std::wstring_view text, std::wstring_view part) noexcept
@@ -168,7 +180,7 @@ private:
     {
         m_stepStatus = ExitStatus::Success;
         m_isInCommand = false;
-        m_watch.Hide(false);
+        m_watch.Set(PrintWatch::Mode::Show);
         try
         {
             step();
@@ -442,10 +454,10 @@ private:
         if (!m_session.IsRunning() || m_running || text.size() > c_longestQuestion)
             return {};
         m_watch.TakeLines();
-        m_watch.Hide(true);
+        m_watch.Set(PrintWatch::Mode::Keep);
         m_isInCommand = true;
         const CommandResult result = Carry(LookCommand(question, text, question));
-        m_watch.Hide(false);
+        m_watch.Set(PrintWatch::Mode::Show);
         ThrowAtEnd({}, result);
         m_isInCommand = false;
         return EntriesOf(ReadRecord(result));
@@ -472,16 +484,16 @@ private:
         while (durations.size() < timed.count)
         {
             m_isInCommand = true;
-            m_watch.Hide(true);
+            m_watch.HasPrinted();
+            m_watch.Set(PrintWatch::Mode::Hide);
             const CommandResult result = m_session.Execute(FromHere(timed.command));
-            m_watch.Hide(false);
+            m_watch.Set(PrintWatch::Mode::Show);
             if (VerdictOf(result.outcome, ReadRecord(result), m_options.protocolView) != Verdict::Succeeded ||
                 !result.deviation.empty())
             {
                 watched.reset();
-                return Conclude(line, result);
+                return Conclude(line, result, false);
             }
-            m_watch.TakeLines();
             durations.push_back(result.elapsedMs);
         }
         watched.reset();
@@ -508,22 +520,23 @@ private:
         }
         RequireRunning(line);
         m_report.OnCommand(command, line.where);
-        m_watch.TakeLines();
+        m_watch.HasPrinted();
         m_isInCommand = true;
-        Conclude(line, Carry(FromHere(command)));
-        if (!isLook)
-            ShowValues();
+        Conclude(line, Carry(FromHere(command)), isLook);
         return true;
     }
 
-    void Conclude(const ScriptLine& line, const CommandResult& result)
+    void Conclude(const ScriptLine& line, const CommandResult& result, bool isLook)
     {
         m_log.CatchUp();
-        const bool isSilentFailure = result.outcome == Outcome::Failed && !m_running && m_watch.TakeLines().empty();
+        const bool isSilentFailure = result.outcome == Outcome::Failed && !m_running && !m_watch.HasPrinted();
         const CommandRecord record = ReadRecord(result);
         const Verdict verdict = VerdictOf(result.outcome, record, m_options.protocolView);
         m_report.OnResult(result, record, verdict, isSilentFailure ? HintForSilentFailure() : std::wstring());
         ThrowAtEnd(line, result);
+        // Also after a command that failed, at which a script may stop.
+        if (!isLook)
+            ShowValues();
         EndStep(line, record, verdict);
     }
 

@@ -278,6 +278,9 @@ TEST(ClientManaged, ShownValuesFollowEachCommand)
         HasSubstr("{\"type\":\"shown\",\"values\":[{\"name\":\"t.Target\",\"text\":\"23.5\",\"type\":\"double\"},"
                   "{\"name\":\"u\",\"raised\":"));
     EXPECT_THAT(ResultOf({L"--eval"}, "show System.Math.PI\n").output, StartsWith("3.14159"));
+    // Also after the failure at which a script stops.
+    EXPECT_THAT(ResultOf({}, "show System.Math.PI\ninvoke No.Such()\n").output,
+                HasSubstr("result 1 ActionInvokeFail\n    System.Math.PI = 3.14159"));
 }
 
 TEST(ClientManaged, HelpGivesExamplesOfWhatIsThere)

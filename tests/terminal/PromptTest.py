@@ -185,8 +185,8 @@ class PromptTest(unittest.TestCase):
         terminal.press("Tab")
         terminal.wait_for("list what was made")
         terminal.wait_for_line("orv> in")
-        self.assertEqual(["  invoke TEXT  call a method", "  instances  list what was made", "orv> in"],
-                         self.lines_after(terminal, "orv> in")[-3:] or terminal.screen().split("\n")[-3:])
+        self.assertEqual(["orv> in", "  invoke TEXT  call a method", "  instances  list what was made", "orv> in"],
+                         terminal.screen().split("\n")[-4:])
         self.assertEqual((7, len(terminal.screen().split("\n")) - 1), terminal.cursor())
         terminal.type("v")
         terminal.press("Tab")
@@ -365,19 +365,19 @@ class PromptTest(unittest.TestCase):
     def test_a_console_is_coloured(self):
         terminal = self.start()
         self.enter(terminal, absolute(1), "=> int 1")
-        self.assertRegex(terminal.screen(colours=True), "\x1b\\[[0-9;]*m  succeeded after")
+        self.assertIn("\x1b[32m  succeeded after", terminal.screen(colours=True))
         self.quit(terminal)
 
     def test_no_color_is_honoured(self):
         terminal = self.start(environment=[("NO_COLOR", "1")])
         self.enter(terminal, absolute(1), "=> int 1")
-        self.assertNotRegex(terminal.screen(colours=True), "\x1b\\[[0-9;]*3[0-9][0-9;]*m  succeeded after")
+        self.assertNotIn("\x1b", terminal.screen(colours=True))
         self.quit(terminal)
 
     def test_color_never_is_honoured(self):
         terminal = self.start("--color", "never")
         self.enter(terminal, absolute(1), "=> int 1")
-        self.assertNotRegex(terminal.screen(colours=True), "\x1b\\[[0-9;]*3[0-9][0-9;]*m  succeeded after")
+        self.assertNotIn("\x1b", terminal.screen(colours=True))
         self.quit(terminal)
 
 
