@@ -10,16 +10,6 @@ namespace OrvTest
     {
         private const string c_signs = "()[]{}<>,.=+-!~|?$:1@\"'\\ \t#0aT\0\u4E2D\uD800";
 
-        private static void Start()
-        {
-            Bench.Start();
-            Bench.Load("../../bin/OrvSample.dll");
-            CInvoke.CreateType("t = OrvSample.Thermostat(\"kitchen\", 21)");
-            CInvoke.CreateType("q = OrvTest.Completing.Quiet { Next = new OrvTest.Completing.Quiet() }");
-            CInvoke.CreateType("tell = System.Text.StringBuilder(\"abc\")");
-            Bench.Printed();
-        }
-
         // How many entries there are. Each belongs to the line and goes on with what is typed.
         private static int Ask(string line)
         {
@@ -46,7 +36,7 @@ namespace OrvTest
 
         public static void EveryStartOfALineIsAnswered()
         {
-            Start();
+            CompletionLines.Start();
             int answered = 0;
             int asked = 0;
             foreach (string line in CompletionLines.All)
@@ -63,7 +53,7 @@ namespace OrvTest
         // What can be written in an expression, statement or refused.
         public static void EveryStartOfAnExpressionIsAnswered()
         {
-            Start();
+            CompletionLines.Start();
             for (int i = 0; i < CSharpTests.s_instances.GetLength(0); ++i)
                 CInvoke.CreateType(CSharpTests.s_instances[i, 0] + " = " + CSharpTests.s_instances[i, 2]);
             Bench.Printed();
@@ -79,7 +69,7 @@ namespace OrvTest
 
         public static void CharactersAtRandomAreAnswered()
         {
-            Start();
+            CompletionLines.Start();
             List<string> lines = CompletionLines.All;
             Random random = new Random(7);
             int answered = 0;
@@ -97,7 +87,7 @@ namespace OrvTest
 
         public static void TheDeepestLineIsAnswered()
         {
-            Start();
+            CompletionLines.Start();
             foreach (string part in new string[] { "(", "t.Raise(", "t.History[", "{ Next = ", "new int[] {", "System.Collections.Generic.List<", "-", "(int)", "t.", "1 | ", "[" })
             {
                 StringBuilder line = new StringBuilder("invoke ");
@@ -111,7 +101,7 @@ namespace OrvTest
 
         public static void TheQuestionItselfNeverFails()
         {
-            Start();
+            CompletionLines.Start();
             foreach (string line in new string[] { "", " ", "get", "get t.", "get \\\"", "get nothing.", "\\0", "get [", "set using ", "x y z" })
             {
                 Harness.Equal(10, Bench.Do("invoke", "OrvWorkBench.Look.Complete(\"" + line + "\")"), line);

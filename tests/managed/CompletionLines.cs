@@ -1,4 +1,5 @@
 using System.Collections.Generic;
+using OrvWorkBench;
 
 namespace OrvTest
 {
@@ -6,6 +7,17 @@ namespace OrvTest
     // There are t, a thermostat of the sample, q, an OrvTest.Completing.Quiet, and tell, a StringBuilder.
     internal static class CompletionLines
     {
+        // Makes them, in a session that knows nothing else.
+        public static void Start()
+        {
+            Bench.Start();
+            Bench.Load("../../bin/OrvSample.dll");
+            CInvoke.CreateType("t = OrvSample.Thermostat(\"kitchen\", 21)");
+            CInvoke.CreateType("q = OrvTest.Completing.Quiet { Next = new OrvTest.Completing.Quiet() }");
+            CInvoke.CreateType("tell = System.Text.StringBuilder(\"abc\")");
+            Bench.Printed();
+        }
+
         public static readonly string[,] OfValues = {
             { "get t.Tar", "Target:property" },
             { "get t.tAR", "Target:property" },

@@ -34,19 +34,9 @@ namespace OrvTest
             return false;
         }
 
-        private static void Start()
-        {
-            Bench.Start();
-            Bench.Load("../../bin/OrvSample.dll");
-            CInvoke.CreateType("t = OrvSample.Thermostat(\"kitchen\", 21)");
-            CInvoke.CreateType("q = OrvTest.Completing.Quiet { Next = new OrvTest.Completing.Quiet() }");
-            CInvoke.CreateType("tell = System.Text.StringBuilder(\"abc\")");
-            Bench.Printed();
-        }
-
         private static void Table(string[,] table)
         {
-            Start();
+            CompletionLines.Start();
             for (int i = 0; i < table.GetLength(0); ++i)
                 Harness.Equal(table[i, 1], Offered(table[i, 0]), table[i, 0]);
         }
@@ -104,7 +94,7 @@ namespace OrvTest
 
         public static void HintsSayWhatACallTakes()
         {
-            Start();
+            CompletionLines.Start();
             string[,] table = CompletionLines.OfHints;
             for (int i = 0; i < table.GetLength(0); ++i)
                 Harness.Equal(table[i, 1], HintsAt(table[i, 0]), table[i, 0]);
@@ -116,7 +106,7 @@ namespace OrvTest
 
         public static void AnEnumerationIsOfferedWhereItIsWanted()
         {
-            Start();
+            CompletionLines.Start();
             foreach (string line in new string[] { "set t.Mode = ", "create x = OrvSample.Thermostat(\"a\") { Mode = ", "create x = System.IO.FileStream(\"a\", " })
             {
                 string name = line.Contains("File") ? "System.IO.FileMode.Open" : "OrvSample.Mode.Heat";
@@ -128,7 +118,7 @@ namespace OrvTest
 
         public static void NothingOfTheUsersRuns()
         {
-            Start();
+            CompletionLines.Start();
             CInvoke.GetProperty("OrvTest.Completing.Runs.Count");
             string before = Bench.Printed();
             foreach (string line in new string[] {
@@ -151,7 +141,7 @@ namespace OrvTest
 
         public static void ShortNamesAndHiddenOnes()
         {
-            Start();
+            CompletionLines.Start();
             Bench.Do("set", "using OrvSample");
             Bench.Do("set", "using Map = System.Collections.Generic.Dictionary<string, int>");
             Harness.Equal("Thermostat:class", Offered("create x = Ther"), "by a using");
@@ -174,7 +164,7 @@ namespace OrvTest
 
         public static void WhatCannotBeLoadedIsNoFailure()
         {
-            Start();
+            CompletionLines.Start();
             Bench.Load("orphan/Orphan.dll");
             foreach (string line in new string[] { "create x = OrvTest.", "get OrvTest.Dep", "get OrvTest.DerivedFromHelper.", "create x = OrvTest.DerivedFromHelper(",
                                                    "get new OrvTest.Dependent().", "invoke ((OrvTest.DerivedFromHelper)null).", "types OrvTest.D" })
@@ -185,7 +175,7 @@ namespace OrvTest
 
         public static void TheDispatcherStaysOutOfReach()
         {
-            Start();
+            CompletionLines.Start();
             Bench.Do("invoke", "own = System.Type.GetType(\"OrvWorkBench.CInvoke, DispatcherTest\")");
             Bench.Do("invoke", "kept = System.Collections.ArrayList.Repeat(own, 1)");
             Bench.Printed();
@@ -197,7 +187,7 @@ namespace OrvTest
 
         public static void ATypeOfTwoAssembliesSaysWhich()
         {
-            Start();
+            CompletionLines.Start();
             Bench.Load("Twin.dll");
             Harness.Equal("[TestLibrary]OrvTest.Twin:class [Twin]OrvTest.Twin:class", Offered("create x = OrvTest.Twi"), "two");
             Harness.Equal(11, After("create x = OrvTest.Twi")[0].At, "from the start of the name");
@@ -206,7 +196,7 @@ namespace OrvTest
 
         public static void InstancesShowWhatRunsNothing()
         {
-            Start();
+            CompletionLines.Start();
             Bench.Do("create", "number = int()");
             Bench.Do("invoke", "text = t.Room.ToUpper()");
             Bench.Do("get", "t.Target");
@@ -227,7 +217,7 @@ namespace OrvTest
 
         public static void TheEntryTellsWhereItBelongs()
         {
-            Start();
+            CompletionLines.Start();
             CompletionEntry entry = After("get t.tar")[0];
             Harness.Equal(6, entry.At, "at");
             Harness.Equal("Target", entry.Text, "text");
@@ -238,7 +228,7 @@ namespace OrvTest
 
         public static void TheOrderServesTheUser()
         {
-            Start();
+            CompletionLines.Start();
             string all = "";
             foreach (CompletionEntry entry in After("set t.Mode = "))
             {
@@ -251,7 +241,7 @@ namespace OrvTest
 
         public static void AtMostAThousandAreListed()
         {
-            Start();
+            CompletionLines.Start();
             Bench.Do("create", "names = System.Collections.Generic.List<string>()");
             for (int i = 0; i < 1005; ++i)
                 Look.At.Instances.Add("many" + i.ToString("0000"), Value.Constant(i));
@@ -286,7 +276,7 @@ namespace OrvTest
 
         public static void WhatWasReadOnceIsKept()
         {
-            Start();
+            CompletionLines.Start();
             Harness.True(TypeTable.Of(typeof(Uri).Assembly) == TypeTable.Of(typeof(Uri).Assembly), "types");
             Harness.True(ReachableMembers.OfValue(typeof(Uri)) == ReachableMembers.OfValue(typeof(Uri)), "members");
             Harness.True(ReachableMembers.OfType(typeof(Uri)) == ReachableMembers.OfType(typeof(Uri)), "static members");
@@ -294,7 +284,7 @@ namespace OrvTest
 
         public static void ValuesAreToldAndFailNot()
         {
-            Start();
+            CompletionLines.Start();
             Bench.Do("get", "t.Room");
             Bench.Printed();
             string[,] table = {
