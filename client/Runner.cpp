@@ -81,9 +81,8 @@ std::unique_ptr<LineSource> OpenLines(const Options& options)
     return CheckedLines(std::move(lines));
 }
 
-// Passes on what it is told, beside a line that the user may be typing, and remembers whether anything was printed;
-// or keeps what is printed instead. NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): nobody deletes it as
-// what it derives from
+// Passes on what it is told, beside a line that is being typed, and knows whether anything was printed; or keeps it.
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): nobody deletes it as what it derives from
 class PrintWatch final : public SessionObserver
 {
 public:
