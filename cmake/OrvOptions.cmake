@@ -47,3 +47,12 @@ function(orv_measure_coverage)
         endforeach()
     endif()
 endfunction()
+
+# orv_precompile(TARGET PRIVATE header... | REUSE_FROM target)
+# The great headers are read once for a whole target. With ORV_HARDEN each source is compiled with what it includes
+# itself, so that nothing is missing there; instrumented headers would have to be precompiled for each program anew.
+function(orv_precompile target)
+    if(NOT ORV_HARDEN AND NOT ORV_COVERAGE)
+        target_precompile_headers(${target} ${ARGN})
+    endif()
+endfunction()
