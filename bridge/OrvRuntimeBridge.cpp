@@ -24,6 +24,7 @@
 #include <mono/metadata/mono-config.h>
 #include <mono/metadata/mono-debug.h>
 #include <mono/metadata/reflection.h>
+#include <mono/metadata/threads.h>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -103,6 +104,8 @@ int32_t StartRuntime(const Request& request)
     g_domain = mono_jit_init_version("OrvRuntimeBridge", "v4.0.30319");
     if (g_domain == nullptr)
         return c_runtimeMissing;
+    // A debugger that attaches late is told first of the main thread, and gives up when nobody has named one.
+    mono_thread_set_main(mono_thread_current());
     mono_domain_set_config(g_domain, request.applicationBase, request.configFile);
     return c_ok;
 }

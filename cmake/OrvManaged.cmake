@@ -8,8 +8,8 @@ if(CMAKE_HOST_WIN32)
 else()
     find_program(ORV_CSC NAMES mcs)
     find_program(ORV_MONO NAMES mono)
-    # Stack traces name the sources by their place in the project.
-    set(symbols -debug -pathmap:${PROJECT_SOURCE_DIR}=.)
+    # The symbols name the sources by their full paths, by which debuggers find them.
+    set(symbols -debug)
 endif()
 # No language feature newer than C# 3.
 set(ORV_CSC_FLAGS -nologo -langversion:3 -optimize+ ${symbols} -warn:4 -warnaserror)

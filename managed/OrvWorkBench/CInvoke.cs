@@ -1,5 +1,8 @@
 using System;
+using System.Collections.Generic;
 using System.Diagnostics;
+using System.Runtime.CompilerServices;
+using System.Threading;
 
 namespace OrvWorkBench
 {
@@ -16,49 +19,72 @@ namespace OrvWorkBench
 
         public static int LoadAssembly(string text)
         {
-            return Run(text, ActionResult.LoadAssemblyFail, delegate(string t) { return TheSession.Load(t); });
+            return Run("load", text ?? "", ActionResult.LoadAssemblyFail, delegate(string t) { return TheSession.Load(t); });
         }
 
         public static int CreateType(string text)
         {
-            return Run(text, ActionResult.CreateTypeFail, delegate(string t) { return TheSession.Create(t); });
+            return Run("create", text ?? "", ActionResult.CreateTypeFail, delegate(string t) { return TheSession.Create(t); });
         }
 
         public static int Invoke(string text)
         {
-            return Run(text, ActionResult.InvokeFail, delegate(string t) { return TheSession.Invoke(t); });
+            return Run("invoke", text ?? "", ActionResult.InvokeFail, delegate(string t) { return TheSession.Invoke(t); });
         }
 
         public static int Delete(string text)
         {
-            return Run(text, ActionResult.Fail, delegate(string t) { return TheSession.Delete(t); });
+            return Run("delete", text ?? "", ActionResult.Fail, delegate(string t) { return TheSession.Delete(t); });
         }
 
         // The text is ignored.
         public static int Reset(string text)
         {
-            return Run("", ActionResult.Fail, delegate(string t) { return TheSession.Reset(); });
+            return Run("reset", "", ActionResult.Fail, delegate(string t) { return TheSession.Reset(); });
         }
 
         public static int GetProperty(string text)
         {
-            return Run(text, ActionResult.Fail, delegate(string t) { return TheSession.Get(t); });
+            return Run("get", text ?? "", ActionResult.Fail, delegate(string t) { return TheSession.Get(t); });
         }
 
         public static int SetProperty(string text)
         {
-            return Run(text, ActionResult.Fail, delegate(string t) { return TheSession.Set(t); });
+            return Run("set", text ?? "", ActionResult.Fail, delegate(string t) { return TheSession.Set(t); });
         }
 
-        // Stops in an attached debugger, so that one can see what the last command did; without a debugger it does
-        // nothing. The text is ignored.
+        // Stops in an attached debugger, so that one can see what the last command did: what is known of it is in the local
+        // variables here, one frame above the stop. Without a debugger it does nothing. The text is ignored.
+        [MethodImpl(MethodImplOptions.NoInlining | MethodImplOptions.NoOptimization)]
         public static int OrvBreakPoint(string text)
         {
-            return Guarded(ActionResult.Fail, delegate() {
-                if (Debugger.IsAttached && !Look.WasAsked)
-                    Debugger.Break();
-                return ActionResult.Success;
-            });
+            if (!Debugger.IsAttached || Look.WasAsked)
+                return (int)ActionResult.Success;
+            string command = LastCommand.Text;
+            ActionResult outcome = LastCommand.Outcome;
+            object target = LastCommand.Target;
+            object result = LastCommand.Result;
+            Exception exception = LastCommand.Exception;
+            Dictionary<string, object> instances = null;
+            try
+            {
+                instances = TheSession.InstancesByName();
+                Debugger.Break();
+            }
+            catch (Exception error)
+            {
+                // A debugger can have the thread aborted, or the variables exhaust the memory.
+                if (error is ThreadAbortException)
+                    Guard.TakeBackAbort();
+            }
+            // Until here none of them may be taken for unused.
+            Keep(command, outcome, target, result, exception, instances);
+            return (int)ActionResult.Success;
+        }
+
+        private static void Keep(params object[] values)
+        {
+            GC.KeepAlive(values);
         }
 
         private static Session TheSession
@@ -71,18 +97,20 @@ namespace OrvWorkBench
             }
         }
 
-        private static int Run(string text, ActionResult failure, Command command)
+        private static int Run(string name, string text, ActionResult failure, Command command)
         {
             return Guarded(failure, delegate() {
                 ActionResult result = failure;
+                LastCommand.Begin(name, text);
                 Look.WasAsked = false;
                 ResultChannel.Begin();
                 try
                 {
-                    result = RunCommand(text ?? "", failure, command);
+                    result = RunCommand(text, failure, command);
                 }
                 finally
                 {
+                    LastCommand.Outcome = result;
                     ResultChannel.End(result);
                 }
                 return result;
@@ -150,6 +178,7 @@ namespace OrvWorkBench
 
         private static ActionResult Refuse(string text, CommandError error, ActionResult failure)
         {
+            LastCommand.Exception = error;
             // What is asked in a question has its place in the question.
             int position = text.Length == 0 ? -1 : error.Position;
             CommandErrorReport.Show(text, position, error.Message);
@@ -167,6 +196,7 @@ namespace OrvWorkBench
 
         private static void Tell(Exception error)
         {
+            LastCommand.Exception = error;
             RaisedException raised = new RaisedException(error);
             ExceptionReport.Show(raised);
             if (ResultChannel.Record != null)

@@ -96,6 +96,17 @@ namespace System.Runtime.CompilerServices
         public IndexerNameAttribute(string indexerName) { }
     }
 
+    public sealed class MethodImplAttribute : Attribute
+    {
+        public MethodImplAttribute(MethodImplOptions methodImplOptions) { }
+    }
+
+    public enum MethodImplOptions
+    {
+        NoInlining = 8,
+        NoOptimization = 64
+    }
+
     public sealed class RuntimeCompatibilityAttribute : Attribute
     {
         public RuntimeCompatibilityAttribute() { }

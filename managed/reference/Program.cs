@@ -29,6 +29,11 @@ namespace System
         public static void WriteLine(string format, object arg0, object arg1) { }
     }
 
+    public static class GC
+    {
+        public static void KeepAlive(object obj) { }
+    }
+
     public static class Environment
     {
         public static string GetEnvironmentVariable(string variable) { throw null; }

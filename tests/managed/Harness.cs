@@ -5,8 +5,8 @@ using System.Reflection;
 
 namespace OrvTest
 {
-    // A small test runner: public static void methods of the classes that are named on the command line. It prints what
-    // failed and ends with the number of failed tests.
+    // A small test runner: the public static void methods without parameters of the classes that are named on the command
+    // line, or single ones, "Class.Method". It prints what failed and ends with the number of failed tests.
     internal static class Harness
     {
         private static readonly List<string> s_failures = new List<string>();
@@ -17,7 +17,8 @@ namespace OrvTest
             int run = 0;
             foreach (string name in classes)
             {
-                Type type = typeof(Harness).Assembly.GetType("OrvTest." + name);
+                string[] parts = name.Split('.');
+                Type type = typeof(Harness).Assembly.GetType("OrvTest." + parts[0]);
                 if (type == null)
                 {
                     Console.WriteLine("there is no test class " + name);
@@ -25,6 +26,8 @@ namespace OrvTest
                 }
                 foreach (MethodInfo test in type.GetMethods(BindingFlags.Public | BindingFlags.Static | BindingFlags.DeclaredOnly))
                 {
+                    if (test.GetParameters().Length > 0 || (parts.Length > 1 && test.Name != parts[1]))
+                        continue;
                     ++run;
                     failed += Run(test) ? 0 : 1;
                 }

@@ -36,6 +36,21 @@ if(failed OR NOT said STREQUAL "OrvClient ${VERSION}")
     message(FATAL_ERROR "the packed client says \"${said}\" and ends with ${failed}")
 endif()
 
+# Symbols belong to the assemblies and name the sources by one folder wherever they were built.
+if(HAS_DISPATCHER AND MONO)
+    foreach(assembly OrvWorkBench64.dll OrvSample.dll)
+        file(SHA256 ${folder}/${name}/${assembly} packed)
+        file(SHA256 ${BUILD_DIR}/managed/package/${assembly} described)
+        if(NOT packed STREQUAL described)
+            message(FATAL_ERROR "the symbols of ${assembly} are of another one")
+        endif()
+        file(STRINGS ${folder}/${name}/${assembly}.mdb paths REGEX "[.]cs")
+        if(NOT "${paths}" MATCHES "/OrvProfiler/managed/" OR "${paths}" MATCHES "/[^;]+/OrvProfiler/managed/")
+            message(FATAL_ERROR "the symbols of ${assembly} name the sources otherwise: ${paths}")
+        endif()
+    endforeach()
+endif()
+
 if(HAS_DISPATCHER)
     file(GLOB assemblies ${folder}/${name}/*.dll)
     execute_process(COMMAND ${MONO} ${REFERENCE_TEST} ${REFERENCE_LIBRARY} ${assemblies}

@@ -60,6 +60,7 @@ namespace OrvWorkBench
                 Run(setter, node, new object[] { value });
             else
             {
+                LastCommand.Target = node.Object;
                 UserCode.SetField(field, node.Object, value);
                 node.Changed();
             }
@@ -82,6 +83,7 @@ namespace OrvWorkBench
             {
                 Array array = (Array)node.Object;
                 int[] at = ArrayIndices(array, index);
+                LastCommand.Target = array;
                 Type type = array.GetType().GetElementType();
                 Node element = Node.Of(Value.Of(array.GetValue(at), type));
                 if (type.IsValueType)
@@ -105,6 +107,7 @@ namespace OrvWorkBench
                 Array array = (Array)node.Object;
                 int[] at = ArrayIndices(array, index);
                 object element = ConvertTo(array.GetType().GetElementType(), source);
+                LastCommand.Target = array;
                 array.SetValue(element, at);
                 return element;
             }

@@ -36,6 +36,7 @@ namespace OrvWorkBench
             Candidate chosen = Overloads.Choose(constructors, bound, null, creation.Type.Position,
                                                 "'" + TypeNames.Show(type) + "'");
             object[] values = Overloads.Prepare(chosen, bound);
+            LastCommand.Target = null;
             object made = UserCode.Invoke(chosen.Method, null, values);
             ShowReferences(chosen, bound, values, creation.Position);
             return Value.Of(made, type);

@@ -138,6 +138,7 @@ namespace OrvWorkBench
 
         private static Node ReadField(Node node, FieldInfo field)
         {
+            LastCommand.Target = node.Object;
             object data = UserCode.GetField(field, node.Object);
             // A constant converts as a number in the text does.
             if (field.IsLiteral && data != null && field.FieldType.IsPrimitive)
@@ -169,6 +170,7 @@ namespace OrvWorkBench
         // Runs a method or accessor of what the node stands for.
         private static object Run(MethodInfo method, Node node, object[] arguments)
         {
+            LastCommand.Target = node.Object;
             if (node.Type == null && Nullables.IsNullable(node.MemberType) && !method.IsStatic)
                 return Nullables.Call(method, node.MemberType, node.Object, arguments);
             object target = node.Object;

@@ -96,6 +96,7 @@ namespace OrvWorkBench
             if (command.Operator == "=")
             {
                 object value = m_evaluator.Assign(command.Target, command.Value);
+                LastCommand.Result = value;
                 string target = text.Substring(0, command.OperatorPosition).Trim();
                 Record(ShownValue.Print(target + " = ", value, null, target), null);
                 return ActionResult.Success;
@@ -166,6 +167,15 @@ namespace OrvWorkBench
             return ActionResult.Success;
         }
 
+        // What the user has made, for a debugger.
+        public Dictionary<string, object> InstancesByName()
+        {
+            Dictionary<string, object> all = new Dictionary<string, object>();
+            foreach (string name in m_instances.Names)
+                all.Add(name, m_instances.Get(name).Data);
+            return all;
+        }
+
         private static string Counted(int count, string noun)
         {
             if (count == 1)
@@ -186,6 +196,7 @@ namespace OrvWorkBench
         private void Keep(ValueCommand command, Value value)
         {
             m_instances.SetLastResult(value);
+            LastCommand.Result = value.Data;
             if (command.Name == null)
             {
                 Record(ShownValue.Print("=> ", value.Data, value.Type, "$"), null);
@@ -197,6 +208,7 @@ namespace OrvWorkBench
 
         private static void ShowMade(string name, Value value)
         {
+            LastCommand.Result = value.Data;
             Record(ShownValue.Print(name + " = ", value.Data, value.Type, name), name);
         }
 
