@@ -252,7 +252,12 @@ StandardRelays& TheRelays()
     return relays;
 }
 
-// Managed code finds the workbench's own variables as it would on Windows.
+bool IsHandedOn(const std::wstring& name)
+{
+    return name.compare(0, 4, L"ORV_") == 0 || name == L"MONO_ENV_OPTIONS";
+}
+
+// Managed code finds the workbench's own variables as it would on Windows, and the runtime its options.
 void HandOnVariables()
 {
     wchar_t* const block = GetEnvironmentStringsW();
@@ -261,7 +266,7 @@ void HandOnVariables()
     for (const wchar_t* entry = block; *entry != L'\0'; entry += std::wcslen(entry) + 1)
     {
         const wchar_t* const end = std::wcschr(entry, L'=');
-        if (std::wcsncmp(entry, L"ORV_", 4) == 0 && end != nullptr)
+        if (end != nullptr && IsHandedOn(std::wstring(entry, end)))
             // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): nobody has a host without a whole bridge
             TheBridge().setVariable(Utf8(std::wstring(entry, end).c_str()).c_str(), Utf8(end + 1).c_str());
     }

@@ -9,6 +9,7 @@
 #include "client/input/LocalWords.h"
 #include "client/input/LookWords.h"
 #include "client/log/WorkbenchLog.h"
+#include "client/process/DebuggerAgent.h"
 #include "client/process/RunningWorkbench.h"
 #include "client/process/StartTime.h"
 #include "client/prompt/CommandWatch.h"
@@ -283,7 +284,9 @@ private:
         if (m_session.IsRunning())
             throw ClientError(ExitStatus::Usage, L"the workbench is running already");
         ListenToLog();
-        m_session.Start(m_options.program);
+        const std::optional<DebuggerAgent> agent = Agent();
+        m_session.Start(m_options.program, agent ? std::vector<EnvironmentVariable>{agent->Variable()}
+                                                 : std::vector<EnvironmentVariable>());
         m_isInRun = true;
         m_report.OnStarted(m_session.WorkbenchId(), m_session.ClientId(), false);
         std::exception_ptr failure;
@@ -299,6 +302,22 @@ private:
         FollowLog(LogFollower::From::Start);
         if (failure)
             std::rethrow_exception(failure);
+        if (agent)
+            LetDebuggerIn(*agent);
+    }
+
+    std::optional<DebuggerAgent> Agent() const
+    {
+        return m_options.debuggerPort ? std::optional<DebuggerAgent>(*m_options.debuggerPort) : std::nullopt;
+    }
+
+    void LetDebuggerIn(const DebuggerAgent& agent)
+    {
+        const std::optional<uint16_t> port =
+            DebuggerAgent::IsRead() ? std::optional<uint16_t>(agent.Port()) : std::nullopt;
+        m_report.OnDebuggerMayAttach(m_session.WorkbenchId(), port, m_options.awaitsDebugger);
+        if (m_options.awaitsDebugger)
+            AskQuietly(L"AwaitDebugger", L"");
     }
 
     void ListenToLog()

@@ -84,6 +84,9 @@ struct RawOptions
     double readySeconds = TimeLimits().readyMs / c_millisecondsPerSecond;
     // Without one it is c_commandSeconds, and no limit at a prompt.
     std::optional<double> commandSeconds;
+    // "true" for a free one, as the parser gives an option without its value.
+    std::string debuggerPort;
+    bool awaitsDebugger = false;
     double stopSeconds = TimeLimits().stopMs / c_millisecondsPerSecond;
 };
 
@@ -123,6 +126,20 @@ std::optional<uint32_t> ProcessIdOf(const std::string& text, int base, const cha
     if (length != text.size() || text[0] == '-' || value == 0 || value > UINT32_MAX)
         throw ClientError(ExitStatus::Usage, Wide(std::string(option) + ": \"" + text + "\" is no process id"));
     return static_cast<uint32_t>(value);
+}
+
+// By the option's text; nothing without one.
+std::optional<uint16_t> PortOf(const std::string& text)
+{
+    if (text.empty())
+        return std::nullopt;
+    if (text == "true")
+        return uint16_t{0};
+    const bool isNumber = text.size() <= 5 && text.find_first_not_of("0123456789") == std::string::npos;
+    const unsigned long port = isNumber ? std::stoul(text) : UINT32_MAX;
+    if (port > UINT16_MAX)
+        throw ClientError(ExitStatus::Usage, Wide("--debug: \"" + text + "\" is no port (1 to 65535)"));
+    return static_cast<uint16_t>(port);
 }
 
 void DefineInput(CLI::App& app, RawOptions& raw)
@@ -181,6 +198,25 @@ void DefineLimits(CLI::App& app, RawOptions& raw)
     define("--stop-timeout", raw.stopSeconds, raw.stopSeconds, "Until a stopped workbench has ended (");
 }
 
+void DefineDebugging(CLI::App& app, RawOptions& raw)
+{
+    auto* const debug = app.add_flag("-d,--debug", raw.debuggerPort,
+                                     "Let a debugger into the calls; commands have no time limit.\n"
+                                     "The port of the runtime's agent, where it has one, is free\n"
+                                     "or that of --debug=PORT");
+    auto* const waits =
+        app.add_flag("--debug-wait", raw.awaitsDebugger, "Wait for the debugger before the first command");
+    debug->option_text("[=PORT]");
+    debug->excludes(app.get_option("--timeout"))->excludes(app.get_option("--attach"));
+    waits->needs(debug);
+}
+
+uint32_t CommandLimitOf(const RawOptions& raw, bool isInteractive)
+{
+    const double usual = isInteractive || !raw.debuggerPort.empty() ? 0 : c_commandSeconds;
+    return LimitOf(raw.commandSeconds.value_or(usual));
+}
+
 Options Convert(const RawOptions& raw)
 {
     Options options;
@@ -201,7 +237,9 @@ Options Convert(const RawOptions& raw)
     options.protocolView = raw.protocolView;
     options.colour = raw.colour;
     options.limits.readyMs = LimitOf(raw.readySeconds);
-    options.limits.commandMs = LimitOf(raw.commandSeconds.value_or(options.isInteractive ? 0 : c_commandSeconds));
+    options.debuggerPort = PortOf(raw.debuggerPort);
+    options.awaitsDebugger = raw.awaitsDebugger;
+    options.limits.commandMs = CommandLimitOf(raw, options.isInteractive);
     options.limits.stopMs = LimitOf(raw.stopSeconds);
     return options;
 }
@@ -218,6 +256,7 @@ std::optional<Options> ParseCommandLine(int argc, const wchar_t* const* argv)
     DefineWorkbench(app, raw);
     DefineOutput(app, raw);
     DefineLimits(app, raw);
+    DefineDebugging(app, raw);
     // The parser takes them in reverse.
     std::vector<std::string> arguments;
     for (int i = argc - 1; i > 0; --i)

@@ -6,6 +6,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <cwchar>
 #include <memory>
 #include <string>
@@ -70,20 +71,29 @@ UniqueHandle OpenNothing()
                                               OPEN_EXISTING, 0, nullptr));
 }
 
-// This process's environment with one variable more, as a new process takes it.
-std::wstring EnvironmentWith(const std::pair<std::wstring, std::wstring>& variable)
+bool IsNamed(const wchar_t* entry, const EnvironmentVariable& variable) noexcept
+{
+    const std::wstring& name = variable.first;
+    return _wcsnicmp(entry, name.c_str(), name.size()) == 0 && entry[name.size()] == L'=';
+}
+
+// This process's environment with these variables, as a new process takes it.
+std::wstring EnvironmentWith(const std::vector<EnvironmentVariable>& variables)
 {
     wchar_t* const own = GetEnvironmentStringsW();
     if (own == nullptr)
         throw SessionError(SessionFailure::NoWorkbench, L"there is no memory for the workbench's environment");
     std::wstring block;
-    const std::wstring start = variable.first + L"=";
     for (const wchar_t* entry = own; *entry != L'\0'; entry += std::wcslen(entry) + 1)
-        if (_wcsnicmp(entry, start.c_str(), start.size()) != 0)
+    {
+        const auto isEntry = [entry](const EnvironmentVariable& variable) { return IsNamed(entry, variable); };
+        if (std::none_of(variables.begin(), variables.end(), isEntry))
             block += std::wstring(entry) + L'\0';
+    }
     FreeEnvironmentStringsW(own);
-    if (!variable.second.empty())
-        block += start + variable.second + L'\0';
+    for (const auto& [name, value] : variables)
+        if (!value.empty())
+            block.append(name).append(L"=").append(value).push_back(L'\0');
     return block;
 }
 
@@ -95,7 +105,7 @@ std::wstring FolderOf(const std::wstring& program)
 } // namespace
 
 WorkbenchProcess WorkbenchProcess::Start(const std::wstring& program, uint32_t clientId, HANDLE output,
-                                         const std::pair<std::wstring, std::wstring>& variable)
+                                         const std::vector<EnvironmentVariable>& variables)
 {
     WorkbenchProcess workbench;
     workbench.m_job = MakeKillJob();
@@ -113,7 +123,7 @@ WorkbenchProcess WorkbenchProcess::Start(const std::wstring& program, uint32_t c
 
     std::wstring commandLine = WorkbenchCommandLine(program, clientId);
     const std::wstring folder = FolderOf(program);
-    std::wstring environment = EnvironmentWith(variable);
+    std::wstring environment = EnvironmentWith(variables);
     PROCESS_INFORMATION process{};
     // Suspended until it is in the job. In a process group of its own Ctrl-C does not end it: this client stops it.
     if (CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE,

@@ -6,6 +6,10 @@
 #include <cstdint>
 #include <string>
 #include <utility>
+#include <vector>
+
+// Name and value.
+using EnvironmentVariable = std::pair<std::wstring, std::wstring>;
 
 // The workbench's process, started by this client or by someone else. One that was started here ends with this
 // object, and also when this process is killed.
@@ -13,10 +17,11 @@ class WorkbenchProcess
 {
 public:
     // Starts the program as the workbench of a client, in the program's own folder, with its standard
-    // output and error going to the given inheritable handle and without standard input. The variable, by name and
-    // value, is added to its environment unless the value is empty. Ctrl-C does not reach it. Throws SessionError.
+    // output and error going to the given inheritable handle and without standard input. The variables stand in
+    // its environment instead of this process's own; one without a value is not there. Ctrl-C does not reach it.
+    // Throws SessionError.
     static WorkbenchProcess Start(const std::wstring& program, uint32_t clientId, HANDLE output,
-                                  const std::pair<std::wstring, std::wstring>& variable = {});
+                                  const std::vector<EnvironmentVariable>& variables = {});
 
     // Takes a process that someone else started. Throws SessionError.
     static WorkbenchProcess Attach(uint32_t processId);

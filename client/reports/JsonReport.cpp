@@ -82,6 +82,15 @@ public:
 
     void OnReady(double elapsedMs) override { Print(Json{{"type", "ready"}, {"elapsedMs", Rounded(elapsedMs)}}); }
 
+    void OnDebuggerMayAttach(uint32_t workbenchId, std::optional<uint16_t> port, bool waits) override
+    {
+        Json debugger{{"type", "debugger"}, {"workbench", workbenchId}};
+        if (port)
+            debugger["port"] = *port;
+        debugger["waits"] = waits;
+        Print(debugger);
+    }
+
     void OnCommand(const Command& command, const std::wstring& where) override
     {
         m_command = Json{

@@ -21,6 +21,9 @@ public:
 
     virtual void OnStarted(uint32_t workbenchId, uint32_t clientId, bool isAttached) = 0;
     virtual void OnReady(double elapsedMs) = 0;
+    // A debugger can attach to the workbench: by that port of this machine, or, without one, as to any process.
+    // waits: the first command is not given before.
+    virtual void OnDebuggerMayAttach(uint32_t workbenchId, std::optional<uint16_t> port, bool waits) = 0;
     // where: the place in a script, as "demo.txt:3"; empty without one.
     virtual void OnCommand(const Command& command, const std::wstring& where) = 0;
     virtual void OnResult(const CommandResult& result, const CommandRecord& record, Verdict verdict,

@@ -92,6 +92,22 @@ public:
 
     void OnReady(double elapsedMs) override { Print(c_resultIndent, FormatSlot(L"ready after %.1f ms", elapsedMs)); }
 
+    void OnDebuggerMayAttach(uint32_t workbenchId, std::optional<uint16_t> port, bool waits) override
+    {
+        if (port)
+            Print(c_resultIndent,
+                  FormatSlot(L"a Mono debugger may connect to 127.0.0.1 port %u (sdb: connect 127.0.0.1 %u)", *port,
+                             *port));
+        else
+            Print(c_resultIndent,
+                  FormatSlot(
+                      L"a debugger of managed code may attach to the process %u (Visual Studio: Debug, Attach to "
+                      L"Process)",
+                      workbenchId));
+        if (waits)
+            Print(c_resultIndent, L"waiting for it");
+    }
+
     void OnCommand(const Command& command, const std::wstring& /*where*/) override
     {
         if (m_echoesCommands)

@@ -21,6 +21,7 @@ public:
 
     void OnStarted(uint32_t /*workbenchId*/, uint32_t /*clientId*/, bool /*isAttached*/) override {}
     void OnReady(double /*elapsedMs*/) override {}
+    void OnDebuggerMayAttach(uint32_t /*workbenchId*/, std::optional<uint16_t> /*port*/, bool /*waits*/) override {}
     void OnCommand(const Command& command, const std::wstring& /*where*/) override
     {
         m_isLook = !command.asked.empty();

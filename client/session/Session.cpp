@@ -149,7 +149,7 @@ void Session::PrepareShare()
     m_share.GetControl()->clientWindow = reinterpret_cast<uint64_t>(m_window.Handle());
 }
 
-void Session::Start(const std::wstring& program)
+void Session::Start(const std::wstring& program, std::vector<EnvironmentVariable> variables)
 {
     if (m_isRunning)
         throw SessionError(SessionFailure::BadRequest, L"the workbench is running already");
@@ -162,9 +162,9 @@ void Session::Start(const std::wstring& program)
     m_lines = LineCutter();
     m_output = std::make_unique<OutputPipe>();
     m_results = std::make_unique<ResultFile>();
+    variables.emplace_back(c_resultFileVariable, m_results->Path());
     m_startTimer.Start();
-    m_process =
-        WorkbenchProcess::Start(program, m_clientId, m_output->WriteEnd(), {c_resultFileVariable, m_results->Path()});
+    m_process = WorkbenchProcess::Start(program, m_clientId, m_output->WriteEnd(), variables);
     m_output->CloseWriteEnd();
     m_isRunning = true;
 }

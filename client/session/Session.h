@@ -113,8 +113,9 @@ public:
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    // Starts that program, a full path, as the workbench. Throws SessionError; also when a workbench is running.
-    void Start(const std::wstring& program);
+    // Starts that program, a full path, as the workbench, with these variables in its environment. Throws
+    // SessionError; also when a workbench is running.
+    void Start(const std::wstring& program, std::vector<EnvironmentVariable> variables = {});
     // Waits until the workbench that was started is ready; returns the time since its start in milliseconds. Throws
     // SessionError when it did not become ready in time (it is ended then), ended before, or the interrupt was set.
     double AwaitReady();

@@ -154,6 +154,7 @@ namespace System
 
     public struct UInt64
     {
+        public const ulong MaxValue = 18446744073709551615;
         public static bool TryParse(string s, NumberStyles style, IFormatProvider provider, out ulong result) { throw null; }
     }
 

@@ -3,7 +3,6 @@ using System.Collections.Generic;
 using System.Diagnostics;
 using System.IO;
 using System.Net;
-using System.Net.Sockets;
 using System.Threading;
 using Mono.Debugger.Soft;
 
@@ -25,28 +24,26 @@ namespace OrvTest
         private readonly Thread m_reader;
         private readonly List<string> m_lines = new List<string>();
 
-        // Port is 0 for a session that lets no debugger in.
-        public DebuggedSession(int port)
+        // With the client's arguments.
+        public DebuggedSession(string arguments)
         {
-            Port = port;
             m_folder = Path.Combine(Path.GetTempPath(), "orv-debugger-" + Guid.NewGuid().ToString("N"));
             Directory.CreateDirectory(m_folder);
             foreach (string program in s_programs)
                 File.Copy(Path.Combine(Build, program), Path.Combine(m_folder, Path.GetFileName(program)));
             ProcessStartInfo start = new ProcessStartInfo(Path.Combine(Root, "tools/wine-run"),
-                                                          Path.Combine(m_folder, "OrvClient.exe") + " --timeout 0");
+                                                          Path.Combine(m_folder, "OrvClient.exe") + " " + arguments);
             start.UseShellExecute = false;
             start.RedirectStandardInput = true;
             start.RedirectStandardOutput = true;
             start.WorkingDirectory = m_folder;
-            if (port != 0)
-                start.EnvironmentVariables["MONO_ENV_OPTIONS"] =
-                    "--debugger-agent=transport=dt_socket,server=y,suspend=n,address=127.0.0.1:" + port;
             m_client = Process.Start(start);
             m_reader = new Thread(Read);
             m_reader.IsBackground = true;
             m_reader.Start();
             WaitFor("  ready after", 1);
+            if (arguments.Contains("--debug"))
+                Port = ShownPort();
         }
 
         public static string Build
@@ -57,15 +54,6 @@ namespace OrvTest
         public static string Root
         {
             get { return Environment.GetEnvironmentVariable("ORV_ROOT"); }
-        }
-
-        public static int FreePort()
-        {
-            TcpListener listener = new TcpListener(IPAddress.Loopback, 0);
-            listener.Start();
-            int port = ((IPEndPoint)listener.LocalEndpoint).Port;
-            listener.Stop();
-            return port;
         }
 
         public int Port { get; private set; }
@@ -135,6 +123,20 @@ namespace OrvTest
             }
             m_client.Dispose();
             Directory.Delete(m_folder, true);
+        }
+
+        // "a Mono debugger may connect to 127.0.0.1 port 55555 (sdb: ...)"
+        private int ShownPort()
+        {
+            WaitFor("  a Mono debugger may connect to 127.0.0.1 port ", 1);
+            foreach (string line in All.Split('\n'))
+            {
+                string[] words = line.Split(' ');
+                int at = Array.IndexOf(words, "port");
+                if (at >= 0)
+                    return int.Parse(words[at + 1]);
+            }
+            return 0;
         }
 
         private delegate bool Condition();

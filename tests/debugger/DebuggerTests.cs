@@ -16,7 +16,7 @@ namespace OrvTest
 
         private static DebuggedSession Start()
         {
-            return new DebuggedSession(DebuggedSession.FreePort());
+            return new DebuggedSession("--debug");
         }
 
         private static DebuggedSession WithAccount()
@@ -268,6 +268,8 @@ namespace OrvTest
                         debugger.Next<BreakpointEvent>();
                         debugger.Detach();
                     }
+                    // Not before the breakpoint step is over, at which the next one would stop.
+                    session.WaitFor("  succeeded after", i + 3);
                     session.WaitFor("    | => int " + (10 + i), 1);
                 }
             }
@@ -291,6 +293,7 @@ namespace OrvTest
                     holder.WaitForExit();
                 }
                 session.WaitFor("    | => int 18", 1);
+                session.WaitFor("  succeeded after", 3);
                 session.Do("get account.Balance");
                 Harness.Equal("    | => int 7", session.Shown()[0], "the next command");
                 Harness.Equal(0, session.Quit(), "the client's status");
@@ -332,6 +335,34 @@ namespace OrvTest
             }
         }
 
+        public static void TheFirstCommandWaitsForTheDebugger()
+        {
+            using (DebuggedSession session = new DebuggedSession("--debug --debug-wait"))
+            {
+                session.WaitFor("  waiting for it", 1);
+                session.Type("load Debuggee.dll");
+                Thread.Sleep(500);
+                Harness.True(!session.All.Contains("> load"), "no command before the debugger");
+                using (AttachedDebugger debugger = new AttachedDebugger(session))
+                {
+                    session.WaitFor("  succeeded after", 1);
+                    Holds(StopAfter(session, debugger, "invoke Debuggee.Account.Add(1, 2)"), "invoke Debuggee.Account.Add(1, 2)",
+                          "InvokedOk", null, 3, null, 0);
+                }
+            }
+        }
+
+        // As one has it who always uses the same line to attach.
+        public static void ThePortCanBeChosen()
+        {
+            int free;
+            using (DebuggedSession any = Start())
+                free = any.Port;
+            using (DebuggedSession session = new DebuggedSession("--debug=" + free))
+            using (new AttachedDebugger(session))
+                Harness.Equal(free, session.Port, "the port");
+        }
+
         // ORV_SUSPENSIONS says how often; a short run is the usual one.
         public static void ThreadsThatAllocateAndCollectAreSuspended()
         {
@@ -354,9 +385,9 @@ namespace OrvTest
             }
         }
 
-        public static void WithoutAnAgentNobodyCanAttachAndNothingStops()
+        public static void WithoutADebuggerNothingStops()
         {
-            using (DebuggedSession session = new DebuggedSession(0))
+            using (DebuggedSession session = new DebuggedSession("--timeout 0"))
             {
                 session.Do("load Debuggee.dll");
                 session.Do("create account = Debuggee.Account(\"Ada\")");

@@ -1,6 +1,9 @@
 using System;
 using System.Collections.Generic;
+using System.Diagnostics;
+using System.Globalization;
 using System.Reflection;
+using System.Threading;
 
 namespace OrvWorkBench
 {
@@ -9,6 +12,7 @@ namespace OrvWorkBench
     public static class Look
     {
         private const int c_usualDepth = 2;
+        private const int c_pauseMs = 20;
 
         private static Surroundings s_at;
         private static bool s_wasAsked;
@@ -137,6 +141,17 @@ namespace OrvWorkBench
         {
             Begin();
             CurrentValue.Print(At, (expression ?? "").Trim());
+        }
+
+        // Returns when a debugger is attached, or after that many seconds; without a number it waits for ever.
+        public static void AwaitDebugger(string seconds)
+        {
+            Begin();
+            ulong limit;
+            if (!ulong.TryParse(seconds ?? "", NumberStyles.None, CultureInfo.InvariantCulture, out limit))
+                limit = ulong.MaxValue;
+            for (ulong waited = 0; !Debugger.IsAttached && waited / 1000 < limit; waited += c_pauseMs)
+                Thread.Sleep(c_pauseMs);
         }
 
         internal static Surroundings At

@@ -1,5 +1,6 @@
 #include "client/input/CommandLine.h"
 
+#include "client/console/ClientError.h"
 #include "tests/support/faults/ImportRedirect.h"
 
 #include <windows.h>
@@ -56,4 +57,26 @@ TEST(CommandLine, ColourIsAutomaticUnlessSaid)
     EXPECT_EQ(ColourUse::Automatic, OptionsOf({L"--color", L"auto", L"load x"}).colour);
     EXPECT_EQ(ColourUse::Always, OptionsOf({L"--color=always", L"load x"}).colour);
     EXPECT_EQ(ColourUse::Never, OptionsOf({L"--color", L"never", L"load x"}).colour);
+}
+
+TEST(CommandLine, ADebuggerHasNoTimeLimit)
+{
+    EXPECT_FALSE(OptionsOf({L"load x"}).debuggerPort);
+    EXPECT_EQ(0, OptionsOf({L"--debug", L"load x"}).debuggerPort);
+    EXPECT_EQ(1U, OptionsOf({L"--debug", L"load x"}).commands.size());
+    EXPECT_EQ(55555, OptionsOf({L"--debug=55555", L"load x"}).debuggerPort);
+    EXPECT_EQ(TimeLimits::c_noLimit, OptionsOf({L"-d", L"load x"}).limits.commandMs);
+    EXPECT_EQ(10000U, OptionsOf({L"-d", L"load x"}).limits.stopMs);
+    EXPECT_FALSE(OptionsOf({L"-d", L"load x"}).awaitsDebugger);
+    EXPECT_TRUE(OptionsOf({L"-d", L"--debug-wait", L"load x"}).awaitsDebugger);
+}
+
+TEST(CommandLine, WhatIsNoPortIsRefused)
+{
+    for (const wchar_t* option : {L"--debug=65536", L"--debug=x", L"--debug=-1", L"--debug=1x", L"--debug=123456"})
+        EXPECT_THROW(OptionsOf({option, L"load x"}), ClientError) << option;
+    EXPECT_EQ(65535, OptionsOf({L"--debug=65535", L"load x"}).debuggerPort);
+    EXPECT_THROW(OptionsOf({L"--debug-wait", L"load x"}), ClientError);
+    EXPECT_THROW(OptionsOf({L"--debug", L"--timeout", L"5", L"load x"}), ClientError);
+    EXPECT_THROW(OptionsOf({L"--debug", L"--attach", L"5", L"load x"}), ClientError);
 }
