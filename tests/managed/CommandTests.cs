@@ -35,6 +35,18 @@ namespace OrvTest
             Harness.Equal(5, CInvoke.OrvBreakPoint(null), "breakpoint");
         }
 
+        // What is prepared for a debugger is prepared when there is one.
+        public static void TheBreakpointStepAllocatesNothingWithoutADebugger()
+        {
+            Bench.Start();
+            Bench.Expect("create", "b = OrvTest.Bell()", 8, null);
+            GC.Collect();
+            int collections = GC.CollectionCount(0);
+            for (int i = 0; i < 1000000; ++i)
+                CInvoke.OrvBreakPoint("");
+            Harness.Equal(collections, GC.CollectionCount(0), "collections");
+        }
+
         public static void LoadingSaysWhatItFound()
         {
             Bench.Start();
