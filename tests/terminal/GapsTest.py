@@ -20,6 +20,7 @@ class GapsTest(unittest.TestCase):
         self.terminal = Terminal([ROOT / "tools" / "wine-run", BUILD / "tests" / "OrvConsoleProbe.exe"], ROOT)
         self.addCleanup(self.terminal.close)
         self.terminal.wait_for_line(PROMPT)
+        self.terminal.wait_until_keys_are_read()
 
     def line(self):
         """Types a line that tells that all before it has been seen."""

@@ -45,6 +45,7 @@ class PromptTest(unittest.TestCase):
                             [("ORV_CLIENT_HISTORY", "Z:" + self.history.name.replace("/", "\\")), *environment], **size)
         self.addCleanup(terminal.close)
         terminal.wait_for_line(PROMPT)
+        terminal.wait_until_keys_are_read()
         return terminal
 
     def enter(self, terminal, line, shown):

@@ -4,6 +4,7 @@ import pathlib
 import shutil
 import subprocess
 import tempfile
+import termios
 import time
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
@@ -72,6 +73,13 @@ class Terminal:
     def wait_for(self, text):
         """Until the text stands on the screen."""
         self.wait(lambda: text in self.screen(), f"waited for {text!r}")
+
+    def wait_until_keys_are_read(self):
+        """Wine takes the terminal over when the program first reads from it, which can be after its first prompt. What is
+        typed before goes through the kernel's own line editing, and an Enter is none any more."""
+        terminal = self._tmux("display-message", "-p", "#{pane_tty}").strip()
+        with open(terminal, encoding="ascii") as file:
+            self.wait(lambda: not termios.tcgetattr(file)[3] & termios.ICANON, "waited for the first read")
 
     def wait_for_line(self, line):
         """Until that is the last line."""
