@@ -207,8 +207,8 @@ void DefineDebugging(CLI::App& app, RawOptions& raw)
     auto* const waits =
         app.add_flag("--debug-wait", raw.awaitsDebugger, "Wait for the debugger before the first command");
     debug->option_text("[=PORT]");
-    debug->excludes(app.get_option("--timeout"))->excludes(app.get_option("--attach"));
-    waits->needs(debug);
+    debug->excludes(app.get_option("--timeout"));
+    waits->needs(debug)->excludes(app.get_option("--attach"));
 }
 
 uint32_t CommandLimitOf(const RawOptions& raw, bool isInteractive)
@@ -239,6 +239,8 @@ Options Convert(const RawOptions& raw)
     options.limits.readyMs = LimitOf(raw.readySeconds);
     options.debuggerPort = PortOf(raw.debuggerPort);
     options.awaitsDebugger = raw.awaitsDebugger;
+    if (options.attachTo && options.debuggerPort.value_or(0) != 0)
+        throw ClientError(ExitStatus::Usage, L"--debug: who started the workbench has chosen its port");
     options.limits.commandMs = CommandLimitOf(raw, options.isInteractive);
     options.limits.stopMs = LimitOf(raw.stopSeconds);
     return options;
