@@ -33,8 +33,8 @@ struct Options
     // What is not found, or raises an exception, succeeds.
     bool protocolView = false;
     ColourUse colour = ColourUse::Automatic;
-    // A debugger is let into the workbench, by this port of the runtime's agent; 0: one that is free. Commands have
-    // no time limit then.
+    // A debugger is let into the workbench, by this port of the runtime's agent; 0: one that is free, or the one that
+    // a running workbench has. Commands have no time limit then.
     std::optional<uint16_t> debuggerPort;
     // The first command waits until a debugger is there.
     bool awaitsDebugger = false;

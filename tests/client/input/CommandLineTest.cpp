@@ -78,5 +78,11 @@ TEST(CommandLine, WhatIsNoPortIsRefused)
     EXPECT_EQ(65535, OptionsOf({L"--debug=65535", L"load x"}).debuggerPort);
     EXPECT_THROW(OptionsOf({L"--debug-wait", L"load x"}), ClientError);
     EXPECT_THROW(OptionsOf({L"--debug", L"--timeout", L"5", L"load x"}), ClientError);
-    EXPECT_THROW(OptionsOf({L"--debug", L"--attach", L"5", L"load x"}), ClientError);
+}
+
+TEST(CommandLine, ARunningWorkbenchHasItsPort)
+{
+    EXPECT_EQ(TimeLimits::c_noLimit, OptionsOf({L"--debug", L"--attach", L"5", L"load x"}).limits.commandMs);
+    EXPECT_THROW(OptionsOf({L"--debug=55555", L"--attach", L"5", L"load x"}), ClientError);
+    EXPECT_THROW(OptionsOf({L"--debug", L"--debug-wait", L"--attach", L"5", L"load x"}), ClientError);
 }
