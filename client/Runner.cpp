@@ -285,8 +285,8 @@ private:
             throw ClientError(ExitStatus::Usage, L"the workbench is running already");
         ListenToLog();
         const std::optional<DebuggerAgent> agent = Agent();
-        m_session.Start(m_options.program, agent ? std::vector<EnvironmentVariable>{agent->Variable()}
-                                                 : std::vector<EnvironmentVariable>());
+        m_session.Start(m_options.program,
+                        agent ? std::vector<EnvironmentEntry>{agent->Variable()} : std::vector<EnvironmentEntry>());
         m_isInRun = true;
         m_report.OnStarted(m_session.WorkbenchId(), m_session.ClientId(), false);
         std::exception_ptr failure;

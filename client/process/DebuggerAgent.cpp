@@ -70,7 +70,7 @@ std::wstring OwnVariable()
 
 DebuggerAgent::DebuggerAgent(uint16_t port) : m_port(port != 0 ? port : FreePort()) {}
 
-EnvironmentVariable DebuggerAgent::Variable() const
+EnvironmentEntry DebuggerAgent::Variable() const
 {
     const std::wstring own = OwnVariable();
     return {c_variable, own + (own.empty() ? L"" : L" ") +

@@ -15,7 +15,7 @@ public:
 
     uint16_t Port() const noexcept { return m_port; }
     // What the workbench's environment says then, after what this process's own says.
-    EnvironmentVariable Variable() const;
+    EnvironmentEntry Variable() const;
     // Whether the workbench's runtime is one that has the agent.
     static bool IsRead() noexcept;
 

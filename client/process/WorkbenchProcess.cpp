@@ -71,14 +71,14 @@ UniqueHandle OpenNothing()
                                               OPEN_EXISTING, 0, nullptr));
 }
 
-bool IsNamed(const wchar_t* entry, const EnvironmentVariable& variable) noexcept
+bool IsNamed(const wchar_t* entry, const EnvironmentEntry& variable) noexcept
 {
     const std::wstring& name = variable.first;
     return _wcsnicmp(entry, name.c_str(), name.size()) == 0 && entry[name.size()] == L'=';
 }
 
 // This process's environment with these variables, as a new process takes it.
-std::wstring EnvironmentWith(const std::vector<EnvironmentVariable>& variables)
+std::wstring EnvironmentWith(const std::vector<EnvironmentEntry>& variables)
 {
     wchar_t* const own = GetEnvironmentStringsW();
     if (own == nullptr)
@@ -86,7 +86,7 @@ std::wstring EnvironmentWith(const std::vector<EnvironmentVariable>& variables)
     std::wstring block;
     for (const wchar_t* entry = own; *entry != L'\0'; entry += std::wcslen(entry) + 1)
     {
-        const auto isEntry = [entry](const EnvironmentVariable& variable) { return IsNamed(entry, variable); };
+        const auto isEntry = [entry](const EnvironmentEntry& variable) { return IsNamed(entry, variable); };
         if (std::none_of(variables.begin(), variables.end(), isEntry))
             block += std::wstring(entry) + L'\0';
     }
@@ -105,7 +105,7 @@ std::wstring FolderOf(const std::wstring& program)
 } // namespace
 
 WorkbenchProcess WorkbenchProcess::Start(const std::wstring& program, uint32_t clientId, HANDLE output,
-                                         const std::vector<EnvironmentVariable>& variables)
+                                         const std::vector<EnvironmentEntry>& variables)
 {
     WorkbenchProcess workbench;
     workbench.m_job = MakeKillJob();

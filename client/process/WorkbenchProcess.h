@@ -9,7 +9,7 @@
 #include <vector>
 
 // Name and value.
-using EnvironmentVariable = std::pair<std::wstring, std::wstring>;
+using EnvironmentEntry = std::pair<std::wstring, std::wstring>;
 
 // The workbench's process, started by this client or by someone else. One that was started here ends with this
 // object, and also when this process is killed.
@@ -21,7 +21,7 @@ public:
     // its environment instead of this process's own; one without a value is not there. Ctrl-C does not reach it.
     // Throws SessionError.
     static WorkbenchProcess Start(const std::wstring& program, uint32_t clientId, HANDLE output,
-                                  const std::vector<EnvironmentVariable>& variables = {});
+                                  const std::vector<EnvironmentEntry>& variables = {});
 
     // Takes a process that someone else started. Throws SessionError.
     static WorkbenchProcess Attach(uint32_t processId);

@@ -149,7 +149,7 @@ void Session::PrepareShare()
     m_share.GetControl()->clientWindow = reinterpret_cast<uint64_t>(m_window.Handle());
 }
 
-void Session::Start(const std::wstring& program, std::vector<EnvironmentVariable> variables)
+void Session::Start(const std::wstring& program, std::vector<EnvironmentEntry> variables)
 {
     if (m_isRunning)
         throw SessionError(SessionFailure::BadRequest, L"the workbench is running already");

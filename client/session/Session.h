@@ -115,7 +115,7 @@ public:
 
     // Starts that program, a full path, as the workbench, with these variables in its environment. Throws
     // SessionError; also when a workbench is running.
-    void Start(const std::wstring& program, std::vector<EnvironmentVariable> variables = {});
+    void Start(const std::wstring& program, std::vector<EnvironmentEntry> variables = {});
     // Waits until the workbench that was started is ready; returns the time since its start in milliseconds. Throws
     // SessionError when it did not become ready in time (it is ended then), ended before, or the interrupt was set.
     double AwaitReady();
