@@ -32,7 +32,7 @@ namespace OrvTest
             foreach (string program in s_programs)
                 File.Copy(Path.Combine(Build, program), Path.Combine(m_folder, Path.GetFileName(program)));
             ProcessStartInfo start = new ProcessStartInfo(Path.Combine(Root, "tools/wine-run"),
-                                                          Path.Combine(m_folder, "OrvClient.exe") + " " + arguments);
+                                                          "\"" + Path.Combine(m_folder, "OrvClient.exe") + "\" " + arguments);
             start.UseShellExecute = false;
             start.RedirectStandardInput = true;
             start.RedirectStandardOutput = true;

@@ -281,7 +281,7 @@ namespace OrvTest
             using (DebuggedSession session = WithAccount())
             {
                 ProcessStartInfo start = new ProcessStartInfo(Process.GetCurrentProcess().MainModule.FileName,
-                    Path.Combine(Harness.Folder, "DebuggerTest.exe") + " --hold " + session.Port);
+                    "\"" + Path.Combine(Harness.Folder, "DebuggerTest.exe") + "\" --hold " + session.Port);
                 start.UseShellExecute = false;
                 start.RedirectStandardOutput = true;
                 using (Process holder = Process.Start(start))
