@@ -5,6 +5,17 @@ caller=$PWD
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 root=$PWD
 
+# Ends a tool whose arguments are not all numbers with what its head says.
+require_numbers()
+{
+    local word
+    for word in "$@"; do
+        [[ $word =~ ^[0-9]{1,9}$ ]] && continue
+        sed -n '2,/^[^#]/s/^# \{0,1\}//p' "tools/$(basename "$0")" >&2
+        exit 2
+    done
+}
+
 # Makes the machine ready as long as the script runs, with the Debian packages that it needs besides the usual ones.
 prepare()
 {
