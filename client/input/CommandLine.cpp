@@ -136,7 +136,7 @@ std::optional<uint16_t> PortOf(const std::string& text)
     if (text == "true")
         return uint16_t{0};
     const bool isNumber = text.size() <= 5 && text.find_first_not_of("0123456789") == std::string::npos;
-    const unsigned long port = isNumber ? std::stoul(text) : UINT32_MAX;
+    const uint64_t port = isNumber ? std::stoull(text) : UINT64_MAX;
     if (port > UINT16_MAX)
         throw ClientError(ExitStatus::Usage, Wide("--debug: \"" + text + "\" is no port (1 to 65535)"));
     return static_cast<uint16_t>(port);
