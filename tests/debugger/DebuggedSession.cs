@@ -13,6 +13,8 @@ namespace OrvTest
     internal sealed class DebuggedSession : IDisposable
     {
         public const int LimitMilliseconds = 60000;
+        // How the client says where a debugger comes in, before the port.
+        public const string Invitation = "  a Mono debugger may connect to 127.0.0.1 port ";
 
         private static readonly string[] s_programs = {
             "bin/OrvClient.exe", "bin/OrvWorkBench64.exe", "bin/OrvWorkBench64.exe.config", "bin/OrvWorkBench64.dll",
@@ -128,15 +130,10 @@ namespace OrvTest
         // "a Mono debugger may connect to 127.0.0.1 port 55555 (sdb: ...)"
         private int ShownPort()
         {
-            WaitFor("  a Mono debugger may connect to 127.0.0.1 port ", 1);
-            foreach (string line in All.Split('\n'))
-            {
-                string[] words = line.Split(' ');
-                int at = Array.IndexOf(words, "port");
-                if (at >= 0)
-                    return int.Parse(words[at + 1]);
-            }
-            return 0;
+            WaitFor(Invitation, 1);
+            string all = All;
+            int start = all.IndexOf(Invitation, StringComparison.Ordinal) + Invitation.Length;
+            return int.Parse(all.Substring(start, all.IndexOf(' ', start) - start));
         }
 
         private delegate bool Condition();

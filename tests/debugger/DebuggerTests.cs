@@ -393,6 +393,7 @@ namespace OrvTest
                 session.Do("create account = Debuggee.Account(\"Ada\")");
                 session.Do("invoke account.Pay(7, \"tea\")");
                 Harness.Equal("    | => int 18", session.Shown()[0], "the call");
+                Harness.True(!session.All.Contains(DebuggedSession.Invitation), "none is let in");
                 Harness.Equal(0, session.Quit(), "the client's status");
             }
         }
