@@ -1,6 +1,8 @@
 #include "tests/client/ScriptedClient.h"
+#include "tests/support/processes/WorkbenchRun.h"
 
 #include <gmock/gmock.h>
+#include <string>
 
 using testing::HasSubstr;
 using testing::Not;
@@ -41,6 +43,15 @@ TEST(ClientJson, ProgramCanDriveItLineByLine)
     run.AwaitOutput("\"text\":\"second\"");
     run.EndInput();
     EXPECT_EQ(0, run.Wait());
+}
+
+TEST(ClientJson, TellsWhereADebuggerComesIn)
+{
+    const ClientResult result = Finish(Scripted({L"--json", L"--debug=55555", L"load x"}));
+    const std::string port = IsWine() ? "\"port\":55555," : "";
+    EXPECT_THAT(result.output, HasSubstr("\"elapsedMs\":#}\n{\"type\":\"debugger\",\"workbench\":#," + port +
+                                         "\"waits\":false}\n{\"type\":\"command\","));
+    EXPECT_THAT(Finish(Scripted({L"--json", L"load x"})).output, Not(HasSubstr("debugger")));
 }
 
 TEST(ClientJson, ErrorsOfTheCommandLineAreJsonNowhere)

@@ -10,14 +10,14 @@
 #include <sstream>
 #include <stdexcept>
 
-namespace
-{
-constexpr unsigned c_timeoutMs = 30000;
-
-bool IsWine()
+bool IsWine() noexcept
 {
     return GetProcAddress(GetModuleHandleW(L"ntdll"), "wine_get_version") != nullptr;
 }
+
+namespace
+{
+constexpr unsigned c_timeoutMs = 30000;
 
 // The mscoree.dll that the runtime needs beside the program, or nothing when it is the system's.
 std::wstring HostingLibrary(WorkbenchRuntime runtime)

@@ -9,6 +9,9 @@
 #include <string>
 #include <vector>
 
+// Whether this is Wine, where the runtime is Mono.
+bool IsWine() noexcept;
+
 // Which runtime the workbench finds.
 enum class WorkbenchRuntime
 {
