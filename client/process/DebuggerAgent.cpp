@@ -1,5 +1,6 @@
 #include "client/process/DebuggerAgent.h"
 
+#include "client/base/Folders.h"
 #include "client/base/SessionError.h"
 #include "client/base/SystemFailure.h"
 #include "OrvProfiler/foundation/SystemFunction.h"
@@ -59,20 +60,13 @@ uint16_t FreePort()
         ThrowNoPort(WSAGetLastError());
     return ntohs(address.sin_port);
 }
-
-std::wstring OwnVariable()
-{
-    std::wstring value(GetEnvironmentVariableW(c_variable, nullptr, 0), L'\0');
-    value.resize(GetEnvironmentVariableW(c_variable, value.data(), static_cast<DWORD>(value.size())));
-    return value;
-}
 } // namespace
 
 DebuggerAgent::DebuggerAgent(uint16_t port) : m_port(port != 0 ? port : FreePort()) {}
 
 EnvironmentEntry DebuggerAgent::Variable() const
 {
-    const std::wstring own = OwnVariable();
+    const std::wstring own = EnvironmentValue(c_variable);
     return {c_variable, own + (own.empty() ? L"" : L" ") +
                             L"--debugger-agent=transport=dt_socket,server=y,suspend=n,address=" + c_address + L":" +
                             std::to_wstring(m_port)};

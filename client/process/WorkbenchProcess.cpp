@@ -1,5 +1,6 @@
 #include "client/process/WorkbenchProcess.h"
 
+#include "client/base/Folders.h"
 #include "client/base/SessionError.h"
 #include "client/base/SystemFailure.h"
 #include "OrvProfiler/protocol/WorkbenchCommandLine.h"
@@ -95,12 +96,6 @@ std::wstring EnvironmentWith(const std::vector<EnvironmentEntry>& variables)
         if (!value.empty())
             block.append(name).append(L"=").append(value).push_back(L'\0');
     return block;
-}
-
-std::wstring FolderOf(const std::wstring& program)
-{
-    const size_t end = program.find_last_of(L"\\/");
-    return end == std::wstring::npos ? std::wstring(L".") : program.substr(0, end + 1);
 }
 } // namespace
 

@@ -1,5 +1,6 @@
 #include "client/prompt/History.h"
 
+#include "client/base/Folders.h"
 #include "client/base/Text.h"
 #include "OrvProfiler/foundation/UniqueHandle.h"
 
@@ -13,19 +14,11 @@
 namespace
 {
 constexpr const wchar_t* c_pathVariable = L"ORV_CLIENT_HISTORY";
-constexpr const wchar_t* c_folderVariable = L"LOCALAPPDATA";
-constexpr const wchar_t* c_file = L"\\OrvClient\\history.txt";
+constexpr const wchar_t* c_file = L"history.txt";
 // For a moment another session may have the file for itself.
 constexpr unsigned c_openTries = 20;
 constexpr DWORD c_openPauseMs = 10;
 constexpr size_t c_longestFile = 64 << 20;
-
-std::wstring Variable(const wchar_t* name)
-{
-    std::wstring value(GetEnvironmentVariableW(name, nullptr, 0), L'\0');
-    value.resize(GetEnvironmentVariableW(name, value.data(), static_cast<DWORD>(value.size())));
-    return value;
-}
 
 UniqueHandle Open(const std::wstring& path, DWORD access, DWORD sharing, DWORD creation) noexcept
 {
@@ -131,7 +124,7 @@ void History::Add(const std::wstring& line)
     KeepLast(m_lines);
     if (m_path.empty())
         return;
-    CreateDirectoryW(m_path.substr(0, m_path.find_last_of(L"\\/")).c_str(), nullptr);
+    CreateDirectoryW(FolderOf(m_path).c_str(), nullptr);
     const UniqueHandle file =
         Open(m_path, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, OPEN_ALWAYS);
     if (file)
@@ -140,9 +133,9 @@ void History::Add(const std::wstring& line)
 
 std::wstring HistoryPath()
 {
-    const std::wstring named = Variable(c_pathVariable);
+    const std::wstring named = EnvironmentValue(c_pathVariable);
     if (!named.empty())
         return named == L"off" ? std::wstring() : named;
-    const std::wstring folder = Variable(c_folderVariable);
+    const std::wstring folder = KeptFilesFolder();
     return folder.empty() ? std::wstring() : folder + c_file;
 }

@@ -1,5 +1,6 @@
 #include "client/reports/Hints.h"
 
+#include "client/base/Folders.h"
 #include "client/log/TraceLogFile.h"
 #include "OrvProfiler/foundation/Trace.h"
 #include "OrvProfiler/foundation/UniqueHandle.h"
@@ -58,19 +59,21 @@ std::wstring ExitCodeText(uint32_t exitCode, bool wasInCommand)
     return meaning == nullptr ? text : text + L": " + meaning;
 }
 
+std::wstring LogFolder()
+{
+    std::wstring folder = FolderOf(c_traceLogPath);
+    folder.pop_back();
+    return folder;
+}
+
 bool Exists(const std::wstring& path) noexcept
 {
     return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
-std::wstring FolderOf(const std::wstring& path)
-{
-    return path.substr(0, path.find_last_of(L'\\'));
-}
-
 std::wstring DispatcherOf(const std::wstring& program)
 {
-    return FolderOf(program) + L"\\" + std::wstring(ProgramBaseName(program)) + c_dispatcherExtension;
+    return FolderOf(program) + std::wstring(ProgramBaseName(program)) + c_dispatcherExtension;
 }
 
 std::wstring ReadLogTail(const LostWorkbench& lost)
@@ -110,11 +113,10 @@ std::vector<std::wstring> HintsAfterLoss(const LostWorkbench& lost)
     const std::vector<std::wstring> lines = LastLines(ReadLogTail(lost), c_shownLogLines);
     if (!lines.empty())
         hints.push_back(L"the trace log " + std::wstring(c_traceLogPath) + L" ends with:");
-    else if (Exists(FolderOf(c_traceLogPath)))
+    else if (Exists(LogFolder()))
         hints.push_back(L"the trace log " + std::wstring(c_traceLogPath) + L" cannot be read, or is of another run");
     else
-        hints.push_back(L"there is no trace log; it is written when the folder " + FolderOf(c_traceLogPath) +
-                        L" exists");
+        hints.push_back(L"there is no trace log; it is written when the folder " + LogFolder() + L" exists");
     for (const std::wstring& line : lines)
         hints.push_back(L"  " + line);
     return hints;

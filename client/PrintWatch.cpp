@@ -1,0 +1,25 @@
+#include "client/PrintWatch.h"
+
+#include <utility>
+
+PrintWatch::PrintWatch(SessionObserver& target, Beside beside) : m_target(target), m_beside(std::move(beside)) {}
+
+void PrintWatch::OnHappening(const Happening& happening)
+{
+    const bool isOutput = happening.kind == Happening::Kind::Output;
+    m_hasPrinted = m_hasPrinted || isOutput;
+    if (m_mode == Mode::Show)
+        m_beside([&] { m_target.OnHappening(happening); });
+    else if (m_mode == Mode::Keep && isOutput)
+        m_lines.push_back(happening.text);
+}
+
+bool PrintWatch::HasPrinted() noexcept
+{
+    return std::exchange(m_hasPrinted, false);
+}
+
+std::vector<std::wstring> PrintWatch::TakeLines() noexcept
+{
+    return std::exchange(m_lines, {});
+}

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+// A path up to its last separator, with it; empty for a bare name.
+std::wstring FolderOf(const std::wstring& path);
+
+// The value of a variable of this process's environment; empty when there is none.
+std::wstring EnvironmentValue(const wchar_t* name);
+
+// The folder for what this client keeps for this user from session to session, with a separator at its end; it need
+// not exist. Empty when the system names no place for such.
+std::wstring KeptFilesFolder();
