@@ -2,12 +2,17 @@
 
 #include <utility>
 
-PrintWatch::PrintWatch(SessionObserver& target, Beside beside) : m_target(target), m_beside(std::move(beside)) {}
+PrintWatch::PrintWatch(SessionObserver& target, Beside beside, Witness witness)
+    : m_target(target), m_beside(std::move(beside)), m_witness(std::move(witness))
+{
+}
 
 void PrintWatch::OnHappening(const Happening& happening)
 {
     const bool isOutput = happening.kind == Happening::Kind::Output;
     m_hasPrinted = m_hasPrinted || isOutput;
+    if (isOutput)
+        m_witness.onOutput(happening.text);
     if (m_mode == Mode::Show)
         m_beside([&] { m_target.OnHappening(happening); });
     else if (m_mode == Mode::Keep && isOutput)

@@ -23,10 +23,18 @@ public:
         Keep,
     };
 
+    // Is told of what is printed, and of a loss, whatever is shown.
+    struct Witness
+    {
+        std::function<void(const std::wstring& line)> onOutput;
+        std::function<void()> onLosing;
+    };
+
     // The target must outlive it.
-    PrintWatch(SessionObserver& target, Beside beside);
+    PrintWatch(SessionObserver& target, Beside beside, Witness witness);
 
     void OnHappening(const Happening& happening) override;
+    void OnLosing() override { m_witness.onLosing(); }
 
     void Set(Mode mode) noexcept { m_mode = mode; }
     // Whether anything was printed since the last call.
@@ -37,6 +45,7 @@ public:
 private:
     SessionObserver& m_target;
     const Beside m_beside;
+    const Witness m_witness;
     std::vector<std::wstring> m_lines;
     Mode m_mode = Mode::Show;
     bool m_hasPrinted = false;

@@ -2,6 +2,7 @@
 
 #include "client/base/Folders.h"
 #include "client/console/ConsoleCodePageGuard.h"
+#include "client/evidence/Hints.h"
 #include "client/input/CommandHelp.h"
 #include "client/input/LineSource.h"
 #include "client/input/LoadPath.h"
@@ -10,7 +11,6 @@
 #include "client/prompt/Completion.h"
 #include "client/prompt/ConsolePrompt.h"
 #include "client/prompt/History.h"
-#include "client/reports/Hints.h"
 #include "client/results/CommandRecord.h"
 #include "client/results/ListEntries.h"
 #include "client/results/Verdict.h"
@@ -138,7 +138,10 @@ private:
     {
         m_stepStatus = error.Status();
         const std::vector<std::wstring> hints = m_run.HintsFor(error.Status());
-        Beside([&] { m_report.OnError(error, hints); });
+        Beside([&] {
+            m_report.OnError(error, hints);
+            m_run.LeaveEvidence(error);
+        });
     }
 
     void Beside(const std::function<void()>& write)
@@ -349,7 +352,7 @@ private:
         }
         RequireRunning(line);
         m_report.OnCommand(command, line.where);
-        Conclude(line, m_run.Execute(FromHere(command)), isLook);
+        Conclude(line, m_run.Execute(FromHere(command), line.where), isLook);
         return true;
     }
 

@@ -1,11 +1,10 @@
 #include "client/WorkbenchRun.h"
 
-#include "client/console/ClientError.h"
 #include "client/console/TextStream.h"
+#include "client/evidence/Hints.h"
 #include "client/input/LocalWords.h"
 #include "client/input/LookWords.h"
 #include "client/process/StartTime.h"
-#include "client/reports/Hints.h"
 #include "client/results/CommandRecord.h"
 
 #include <windows.h>
@@ -19,6 +18,10 @@ namespace
 // A question goes to the dispatcher in quotes, with some characters doubled.
 constexpr size_t c_longestQuestion = 15000;
 
+// For the dispatcher to tell what each thread does; and when the process is to end at once.
+constexpr uint32_t c_stacksMs = 3000;
+constexpr uint32_t c_lastStacksMs = 500;
+
 bool IsSet(HANDLE event) noexcept
 {
     return WaitForSingleObject(event, 0) == WAIT_OBJECT_0;
@@ -27,7 +30,12 @@ bool IsSet(HANDLE event) noexcept
 
 WorkbenchRun::WorkbenchRun(const Options& options, const std::optional<RunningWorkbench>& running, Report& report,
                            const PrintWatch::Beside& beside)
-    : m_options(options), m_running(running), m_report(report), m_watch(report, beside),
+    : m_options(options), m_running(running), m_report(report), m_watch(report, beside,
+                                                                        {[this](const std::wstring& line) {
+                                                                             if (m_evidence != nullptr)
+                                                                                 m_evidence->OnOutput(line);
+                                                                         },
+                                                                         [this] { LookAtTheLost(); }}),
       m_interrupt(options.isAtConsole),
       m_session(running ? running->clientId : GetCurrentProcessId(), options.limits, m_watch, m_interrupt.Handle()),
       m_log(LogSetup(beside))
@@ -42,6 +50,7 @@ WorkbenchLog::Setup WorkbenchRun::LogSetup(const PrintWatch::Beside& beside)
     if (m_running)
         setup.onDebugText = [this](uint32_t id, std::string_view text) { m_session.OnTrace(id, text); };
     setup.keepsLastLine = ShowsProgress();
+    setup.keepsText = !m_options.evidencePlace.empty();
     return setup;
 }
 
@@ -53,6 +62,7 @@ void WorkbenchRun::Begin()
 void WorkbenchRun::Attach()
 {
     m_session.Attach(m_running->processId);
+    PrepareEvidence();
     m_isInRun = true;
     m_report.OnStarted(m_session.WorkbenchId(), m_session.ClientId(), true);
     ListenToLog();
@@ -65,8 +75,8 @@ void WorkbenchRun::Start()
         throw ClientError(ExitStatus::Usage, L"the workbench is running already");
     ListenToLog();
     const std::optional<DebuggerAgent> agent = Agent();
-    m_session.Start(m_options.program,
-                    agent ? std::vector<EnvironmentEntry>{agent->Variable()} : std::vector<EnvironmentEntry>());
+    PrepareEvidence();
+    m_session.Start(m_options.program, Variables(agent));
     m_isInRun = true;
     m_report.OnStarted(m_session.WorkbenchId(), m_session.ClientId(), false);
     AwaitReady();
@@ -90,6 +100,24 @@ void WorkbenchRun::AwaitReady()
     FollowLog(LogFollower::From::Start);
     if (failure)
         std::rethrow_exception(failure);
+}
+
+void WorkbenchRun::PrepareEvidence()
+{
+    m_evidence.reset();
+    if (!m_options.evidencePlace.empty())
+        m_evidence = std::make_unique<Evidence>(m_options.evidencePlace, IsOwn() ? m_options.program : std::wstring(),
+                                                m_session.ClientId());
+}
+
+std::vector<EnvironmentEntry> WorkbenchRun::Variables(const std::optional<DebuggerAgent>& agent) const
+{
+    std::vector<EnvironmentEntry> variables;
+    if (agent)
+        variables.push_back(agent->Variable());
+    if (m_evidence != nullptr)
+        variables.push_back(m_evidence->Variable());
+    return variables;
 }
 
 std::optional<DebuggerAgent> WorkbenchRun::Agent() const
@@ -143,20 +171,29 @@ void WorkbenchRun::BeginStep() noexcept
     m_watch.Set(PrintWatch::Mode::Show);
 }
 
-CommandResult WorkbenchRun::Execute(const Command& command)
+CommandResult WorkbenchRun::Execute(const Command& command, const std::wstring& where)
+{
+    const std::unique_ptr<CommandWatch> watched = Watched(L"running");
+    return Carry(command, where);
+}
+
+CommandResult WorkbenchRun::Carry(const Command& command, const std::wstring& where)
 {
     m_watch.HasPrinted();
     m_isInCommand = true;
-    const std::unique_ptr<CommandWatch> watched = Watched(L"running");
-    return m_session.Execute(command);
+    if (m_evidence != nullptr)
+        m_evidence->OnCommand(command.ShownWord() + L" " + command.ShownText(), where);
+    CommandResult result = m_session.Execute(command);
+    const bool isOver = result.outcome == Outcome::Succeeded || result.outcome == Outcome::Failed;
+    if (m_evidence != nullptr && isOver)
+        m_evidence->OnCommandEnd();
+    return result;
 }
 
 CommandResult WorkbenchRun::ExecuteHidden(const Command& command)
 {
-    m_watch.HasPrinted();
-    m_isInCommand = true;
     m_watch.Set(PrintWatch::Mode::Hide);
-    CommandResult result = m_session.Execute(command);
+    CommandResult result = Carry(command, L"");
     m_watch.Set(PrintWatch::Mode::Show);
     return result;
 }
@@ -167,7 +204,6 @@ std::vector<ListEntry> WorkbenchRun::Ask(const wchar_t* question, const std::wst
         return {};
     m_watch.TakeLines();
     m_watch.Set(PrintWatch::Mode::Keep);
-    m_isInCommand = true;
     const CommandResult result = Execute(LookCommand(question, text, question));
     m_watch.Set(PrintWatch::Mode::Show);
     RequireMore(result, L"");
@@ -204,6 +240,33 @@ void WorkbenchRun::EndInterrupted(const std::wstring& where)
     throw ClientError(ExitStatus::Interrupted,
                       IsOwn() ? L"interrupted; the workbench was ended in the call, start begins a new one"
                               : L"interrupted; the call goes on in the workbench, which is left as it is");
+}
+
+// When everything has to end at once there is no time for a dispatcher that may not answer.
+void WorkbenchRun::LookAtTheLost()
+{
+    if (m_evidence != nullptr)
+        m_evidence->LookAt(m_session.WorkbenchHandle(), m_session.WorkbenchId(),
+                           InterruptEvent::IsFinal() ? c_lastStacksMs : c_stacksMs);
+}
+
+void WorkbenchRun::LeaveEvidence(const ClientError& error)
+{
+    const ExitStatus status = error.Status();
+    const bool isLoss = status == ExitStatus::WorkbenchLost || status == ExitStatus::TimedOut ||
+                        (status == ExitStatus::Interrupted && m_isInCommand);
+    if (!m_isInRun || !isLoss || m_evidence == nullptr)
+        return;
+    const std::unique_ptr<Evidence> evidence = std::move(m_evidence);
+    Evidence::End end;
+    end.message = error.Message();
+    end.processId = m_session.WorkbenchId();
+    if (status == ExitStatus::WorkbenchLost)
+        end.exitCode = m_session.WorkbenchExitCode();
+    end.startTime = StartTimeOf(m_session.WorkbenchHandle());
+    end.debugOutput = m_log.Text();
+    const Evidence::Left left = evidence->Leave(end);
+    m_report.OnEvidence(left.folder, left.failure);
 }
 
 bool WorkbenchRun::IsInterrupted() const noexcept

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "client/console/ClientError.h"
 #include "client/console/ExitStatus.h"
 #include "client/console/InterruptEvent.h"
+#include "client/evidence/Evidence.h"
 #include "client/input/CommandLine.h"
 #include "client/log/WorkbenchLog.h"
 #include "client/PrintWatch.h"
@@ -38,7 +40,7 @@ public:
     void End();
 
     // Carries out a command in front of the user, and returns when it is over, however it ended.
-    CommandResult Execute(const Command& command);
+    CommandResult Execute(const Command& command, const std::wstring& where = {});
     // Carries out a command; nothing of it is shown.
     CommandResult ExecuteHidden(const Command& command);
     // Asks the dispatcher, unseen. Nothing where it cannot tell: no workbench runs, or it is someone else's.
@@ -57,6 +59,8 @@ public:
     std::unique_ptr<CommandWatch> Watched(const wchar_t* activity);
     // What can be told of a workbench that was lost, now that a step has ended so.
     std::vector<std::wstring> HintsFor(ExitStatus status) const;
+    // After a step that ended so: leaves the evidence of a lost call, and tells the report of it.
+    void LeaveEvidence(const ClientError& error);
     // A new step begins: what comes is shown, and no command is under way.
     void BeginStep() noexcept;
 
@@ -80,6 +84,10 @@ private:
     void LetDebuggerIn(const DebuggerAgent& agent);
     void ListenToLog();
     void FollowLog(LogFollower::From from);
+    CommandResult Carry(const Command& command, const std::wstring& where);
+    void LookAtTheLost();
+    void PrepareEvidence();
+    std::vector<EnvironmentEntry> Variables(const std::optional<DebuggerAgent>& agent) const;
     WorkbenchLog::Setup LogSetup(const PrintWatch::Beside& beside);
     bool ShowsProgress() const noexcept;
     [[noreturn]] void EndInterrupted(const std::wstring& where);
@@ -92,6 +100,8 @@ private:
     Session m_session;
     // Calls the session from its threads, so it is destroyed before it.
     WorkbenchLog m_log;
+    // Of this run; null where none is to be left, or it was.
+    std::unique_ptr<Evidence> m_evidence;
     bool m_isInRun = false;
     // Also while it is told why a command was the last one.
     bool m_isInCommand = false;

@@ -1,5 +1,7 @@
 #include "client/input/CommandLine.h"
 
+#include "client/base/Folders.h"
+#include "client/base/SystemFailure.h"
 #include "client/base/Text.h"
 #include "client/console/ClientError.h"
 #include "client/console/IsConsole.h"
@@ -21,6 +23,8 @@ constexpr double c_millisecondsPerSecond = 1000;
 // The longest limit that the system's waits take.
 constexpr double c_longestLimitSeconds = 4294967;
 constexpr double c_commandSeconds = TimeLimits().commandMs / c_millisecondsPerSecond;
+
+constexpr const wchar_t* c_evidenceFolder = L"evidence\\";
 
 constexpr const char* c_description =
     "Starts the managed workbench, or attaches to a running one, posts commands to it and\n"
@@ -87,6 +91,8 @@ struct RawOptions
     // "true" for a free one, as the parser gives an option without its value.
     std::string debuggerPort;
     bool awaitsDebugger = false;
+    std::string evidencePlace;
+    bool keepsNoEvidence = false;
     double stopSeconds = TimeLimits().stopMs / c_millisecondsPerSecond;
 };
 
@@ -211,6 +217,32 @@ void DefineDebugging(CLI::App& app, RawOptions& raw)
     waits->needs(debug)->excludes(app.get_option("--attach"));
 }
 
+void DefineEvidence(CLI::App& app, RawOptions& raw)
+{
+    auto* const place = app.add_option("--evidence", raw.evidencePlace,
+                                       "Where the evidence of a call that was lost is left (the folder\n"
+                                       "OrvClient\\evidence of the user's local data)");
+    auto* const none = app.add_flag("--no-evidence", raw.keepsNoEvidence, "Leave no evidence");
+    place->option_text("FOLDER");
+    none->excludes(place);
+}
+
+// Made at once: it is to be there when it is needed.
+std::wstring EvidencePlaceOf(const RawOptions& raw)
+{
+    if (raw.keepsNoEvidence)
+        return {};
+    if (raw.evidencePlace.empty())
+        return KeptFilesFolder().empty() ? std::wstring() : KeptFilesFolder() + c_evidenceFolder;
+    std::wstring place = FullPath(Wide(raw.evidencePlace));
+    if (place.back() != L'\\')
+        place += L'\\';
+    if (!MakeFolders(place))
+        throw ClientError(ExitStatus::Usage,
+                          SystemFailure(L"--evidence: " + place + L" cannot be made", GetLastError()));
+    return place;
+}
+
 uint32_t CommandLimitOf(const RawOptions& raw, bool isInteractive)
 {
     const double usual = isInteractive || !raw.debuggerPort.empty() ? 0 : c_commandSeconds;
@@ -242,6 +274,7 @@ Options Convert(const RawOptions& raw)
     if (options.attachTo && options.debuggerPort.value_or(0) != 0)
         throw ClientError(ExitStatus::Usage, L"--debug: who started the workbench has chosen its port");
     options.limits.commandMs = CommandLimitOf(raw, options.isInteractive);
+    options.evidencePlace = EvidencePlaceOf(raw);
     options.limits.stopMs = LimitOf(raw.stopSeconds);
     return options;
 }
@@ -259,6 +292,7 @@ std::optional<Options> ParseCommandLine(int argc, const wchar_t* const* argv)
     DefineOutput(app, raw);
     DefineLimits(app, raw);
     DefineDebugging(app, raw);
+    DefineEvidence(app, raw);
     // The parser takes them in reverse.
     std::vector<std::string> arguments;
     for (int i = argc - 1; i > 0; --i)

@@ -38,6 +38,8 @@ struct Options
     std::optional<uint16_t> debuggerPort;
     // The first command waits until a debugger is there.
     bool awaitsDebugger = false;
+    // Where the evidence of a lost call is left, with a separator at its end; empty: nowhere.
+    std::wstring evidencePlace;
     TimeLimits limits;
 };
 

@@ -29,6 +29,11 @@ UniqueHandle OpenTraceLog(uint64_t writtenSince) noexcept
     return file;
 }
 
+bool IsTraceLogHeld() noexcept
+{
+    return !OpenShared(c_traceLogPath) && GetLastError() == ERROR_SHARING_VIOLATION;
+}
+
 std::wstring TracePart(HANDLE file, int64_t start)
 {
     OVERLAPPED place{};

@@ -15,6 +15,9 @@ UniqueHandle OpenShared(const wchar_t* path) noexcept;
 // could then not write its log.
 UniqueHandle OpenTraceLog(uint64_t writtenSince) noexcept;
 
+// Whether somebody holds the log so that nobody else can read it: on Windows each workbench that has it.
+bool IsTraceLogHeld() noexcept;
+
 // A part of an open trace log, from that byte on, as it stands there: enough for the first lines, or the last. Empty
 // when it cannot be read.
 constexpr size_t c_tracePartUnits = 16384;

@@ -1,12 +1,16 @@
 #include "client/log/WorkbenchLog.h"
 
+#include "client/log/TraceLogFile.h"
+
 #include <utility>
 
 WorkbenchLog::WorkbenchLog(Setup setup) : m_setup(std::move(setup)) {}
 
 bool WorkbenchLog::Listen()
 {
-    const bool follows = m_setup.onLine || m_setup.keepsLastLine;
+    m_keepsText = m_setup.keepsText && IsTraceLogHeld();
+    m_text.clear();
+    const bool follows = m_setup.onLine || m_setup.keepsLastLine || m_keepsText;
     const bool readsFile = follows && LogFollower::CanReadFile();
     if (follows)
         m_follower = std::make_unique<LogFollower>(
@@ -14,6 +18,7 @@ bool WorkbenchLog::Listen()
                 {
                     const std::lock_guard<std::mutex> guard(m_lock);
                     m_lastLine = line;
+                    Keep(line);
                 }
                 if (m_setup.onLine)
                     m_setup.onLine(line);
@@ -52,6 +57,22 @@ void WorkbenchLog::End()
     m_follower.reset();
     const std::lock_guard<std::mutex> guard(m_lock);
     m_lastLine.clear();
+}
+
+// Old lines go half of the text at a time.
+void WorkbenchLog::Keep(const std::wstring& line)
+{
+    if (!m_keepsText)
+        return;
+    if (m_text.size() + line.size() > c_keptText)
+        m_text.erase(0, m_text.size() / 2);
+    m_text.append(line).append(L"\r\n");
+}
+
+std::wstring WorkbenchLog::Text()
+{
+    const std::lock_guard<std::mutex> guard(m_lock);
+    return m_text;
 }
 
 std::wstring WorkbenchLog::LastLine()

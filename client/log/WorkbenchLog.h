@@ -3,6 +3,7 @@
 #include "client/log/DebugOutput.h"
 #include "client/log/LogFollower.h"
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -23,6 +24,8 @@ public:
         std::function<void(uint32_t processId, std::string_view text)> onDebugText;
         // The last line of the log will be asked for.
         bool keepsLastLine = false;
+        // All of the log will be asked for, where the run has no file of its own.
+        bool keepsText = false;
     };
 
     explicit WorkbenchLog(Setup setup);
@@ -41,11 +44,19 @@ public:
 
     // Empty when there is none. Any thread.
     std::wstring LastLine();
+    // The lines of a run that has no log file, for another workbench holds it: the last c_keptText units. Empty when
+    // there is a file, or nothing was to be kept.
+    static constexpr size_t c_keptText = 1 << 20;
+    std::wstring Text();
 
 private:
+    void Keep(const std::wstring& line);
+
     const Setup m_setup;
     std::mutex m_lock;
     std::wstring m_lastLine;
+    bool m_keepsText = false;
+    std::wstring m_text;
     std::unique_ptr<LogFollower> m_follower;
     // Calls the follower from its thread, so it is destroyed before it.
     std::unique_ptr<DebugOutput> m_debugOutput;

@@ -147,6 +147,12 @@ public:
         Print(entry);
     }
 
+    void OnEvidence(const std::wstring& folder, const std::wstring& failure) override
+    {
+        Print(folder.empty() ? Json{{"type", "evidence"}, {"failure", ToUtf8(failure)}}
+                             : Json{{"type", "evidence"}, {"folder", ToUtf8(folder)}});
+    }
+
     void OnLogLine(const std::wstring& line) override { Print(Json{{"type", "log"}, {"text", ToUtf8(line)}}); }
 
     void OnHistory(const std::vector<std::wstring>& commands) override

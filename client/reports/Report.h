@@ -34,6 +34,8 @@ public:
     virtual void OnEnd(std::optional<uint32_t> workbenchExitCode) = 0;
     // hints are further lines that say what to look at.
     virtual void OnError(const ClientError& error, const std::vector<std::wstring>& hints) = 0;
+    // What is left of the call that was lost, for whoever looks into it: the folder; or why it could not be kept.
+    virtual void OnEvidence(const std::wstring& folder, const std::wstring& failure) = 0;
     // A line of the trace log, without its end. Any thread.
     virtual void OnLogLine(const std::wstring& line) = 0;
     // The commands of this session and of earlier ones.

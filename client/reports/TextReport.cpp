@@ -152,6 +152,13 @@ public:
         TextStream::Error().Write(text, TextStyle::Bad);
     }
 
+    void OnEvidence(const std::wstring& folder, const std::wstring& failure) override
+    {
+        const std::wstring text =
+            folder.empty() ? L"its evidence cannot be kept: " + failure : L"its evidence: " + folder;
+        TextStream::Error().Write(L"  " + text + L"\n", TextStyle::Bad);
+    }
+
     void OnLogLine(const std::wstring& line) override { Print(c_logMark, line, TextStyle::Quiet); }
 
     void OnHistory(const std::vector<std::wstring>& commands) override

@@ -53,6 +53,11 @@ public:
             Tell(L"  " + hint);
     }
 
+    void OnEvidence(const std::wstring& folder, const std::wstring& failure) override
+    {
+        Tell(folder.empty() ? L"  its evidence cannot be kept: " + failure : L"  its evidence: " + folder);
+    }
+
     void OnLogLine(const std::wstring& line) override { Tell(line); }
     void OnHistory(const std::vector<std::wstring>& commands) override
     {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "OrvProfiler/foundation/UniqueHandle.h"
+#include "client/base/PassingFile.h"
 
 #include <cstdint>
 #include <string>
@@ -17,13 +17,12 @@ public:
     // Makes an empty file. When that fails Path is empty, and nothing is ever told.
     ResultFile();
 
-    const std::wstring& Path() const noexcept { return m_path; }
+    const std::wstring& Path() const noexcept { return m_file.Path(); }
 
     // The last whole line that was added since the last call, without its end; empty when there is none.
     std::string TakeLine();
 
 private:
-    std::wstring m_path;
-    UniqueHandle m_file;
+    PassingFile m_file;
     uint64_t m_taken = 0;
 };

@@ -184,6 +184,7 @@ double Session::AwaitReady()
             throw SessionError(SessionFailure::Interrupted, L"interrupted before the workbench was ready");
         if (deadline.IsOver())
         {
+            m_observer.OnLosing();
             GiveUp();
             throw SessionError(SessionFailure::TimedOut, L"the workbench did not become ready in time and was ended");
         }
@@ -239,6 +240,8 @@ CommandResult Session::Carry(const CommandWord& word)
     if (!pending.succeeded)
         pending.timer.Stop();
     m_pending = nullptr;
+    if (result.outcome == Outcome::TimedOut || result.outcome == Outcome::Interrupted)
+        m_observer.OnLosing();
     result.elapsedMs = MillisecondsOf(pending.timer);
     result.deviation = pending.deviation;
     if (m_results != nullptr)
@@ -500,6 +503,8 @@ void Session::OnMessage(uint32_t message)
     m_observer.OnHappening({Happening::Kind::Message, MessageName(message)});
     if (message == WM_WORKBENCH_READY)
         m_isReady = true;
+    if (message == WM_WORKBENCH_EXITING && (m_pending == nullptr || m_pending->word->event != EV_STOP))
+        m_observer.OnLosing();
     if (m_pending == nullptr)
         return;
     if (message == WM_WORKBENCH_EXITING)

@@ -84,6 +84,9 @@ class SessionObserver
 {
 public:
     virtual void OnHappening(const Happening& happening) = 0;
+    // The session is about to lose the workbench, whose process is there until this returns: nobody waits for a
+    // command, a start or a stop any more, or it says, unasked, that it ends.
+    virtual void OnLosing() {}
 
 protected:
     ~SessionObserver() = default;

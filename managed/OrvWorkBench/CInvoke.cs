@@ -104,12 +104,14 @@ namespace OrvWorkBench
                 LastCommand.Begin(name, text);
                 Look.WasAsked = false;
                 ResultChannel.Begin();
+                Witness.Begin();
                 try
                 {
                     result = RunCommand(text, failure, command);
                 }
                 finally
                 {
+                    Witness.End();
                     LastCommand.Outcome = result;
                     ResultChannel.End(result);
                 }

@@ -91,6 +91,10 @@ namespace System.Runtime.CompilerServices
         public CompilerGeneratedAttribute() { }
     }
 
+    public static class IsVolatile
+    {
+    }
+
     public sealed class IndexerNameAttribute : Attribute
     {
         public IndexerNameAttribute(string indexerName) { }

@@ -22,6 +22,7 @@ namespace System
         public EventArgs() { }
     }
 
+    public delegate void EventHandler(object sender, EventArgs e);
     public delegate void EventHandler<TEventArgs>(object sender, TEventArgs e) where TEventArgs : EventArgs;
 
     public interface IAsyncResult
@@ -44,6 +45,14 @@ namespace System
         internal ResolveEventArgs() { }
         public string Name { get { throw null; } }
     }
+
+    public class AssemblyLoadEventArgs : EventArgs
+    {
+        internal AssemblyLoadEventArgs() { }
+        public Assembly LoadedAssembly { get { throw null; } }
+    }
+
+    public delegate void AssemblyLoadEventHandler(object sender, AssemblyLoadEventArgs args);
 
     public delegate Assembly ResolveEventHandler(object sender, ResolveEventArgs args);
 

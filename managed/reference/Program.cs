@@ -1,6 +1,7 @@
 using System.IO;
 using System.Reflection;
 using System.Text;
+using System.Threading;
 
 namespace System
 {
@@ -14,7 +15,9 @@ namespace System
     {
         internal AppDomain() { }
         public static AppDomain CurrentDomain { get { throw null; } }
+        public event AssemblyLoadEventHandler AssemblyLoad { add { } remove { } }
         public event ResolveEventHandler AssemblyResolve { add { } remove { } }
+        public event EventHandler ProcessExit { add { } remove { } }
         public event UnhandledExceptionEventHandler UnhandledException { add { } remove { } }
         public Assembly[] GetAssemblies() { throw null; }
     }
@@ -29,6 +32,11 @@ namespace System
         public static void WriteLine(string format, object arg0, object arg1) { }
     }
 
+    public sealed class Version
+    {
+        internal Version() { }
+    }
+
     public static class GC
     {
         public static void KeepAlive(object obj) { }
@@ -36,6 +44,7 @@ namespace System
 
     public static class Environment
     {
+        public static Version Version { get { throw null; } }
         public static string GetEnvironmentVariable(string variable) { throw null; }
         public static void SetEnvironmentVariable(string variable, string value) { }
     }
@@ -47,5 +56,21 @@ namespace System.Diagnostics
     {
         public static bool IsAttached { get { throw null; } }
         public static void Break() { }
+    }
+
+    public class StackFrame
+    {
+        internal StackFrame() { }
+        public virtual int GetFileLineNumber() { throw null; }
+        public virtual string GetFileName() { throw null; }
+        public virtual MethodBase GetMethod() { throw null; }
+    }
+
+    public class StackTrace
+    {
+        public StackTrace(bool fNeedFileInfo) { }
+        public StackTrace(Thread targetThread, bool needFileInfo) { }
+        public virtual int FrameCount { get { throw null; } }
+        public virtual StackFrame GetFrame(int index) { throw null; }
     }
 }

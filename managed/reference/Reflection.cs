@@ -65,6 +65,7 @@ namespace System.Reflection
     {
         internal Assembly() { }
         public virtual string FullName { get { throw null; } }
+        public bool GlobalAssemblyCache { get { throw null; } }
         public virtual string Location { get { throw null; } }
         public virtual AssemblyName GetName() { throw null; }
         public AssemblyName[] GetReferencedAssemblies() { throw null; }

@@ -10,14 +10,24 @@ namespace System.Threading
     {
         public static void Enter(object obj) { }
         public static void Exit(object obj) { }
+        public static void Pulse(object obj) { }
+        public static bool Wait(object obj) { throw null; }
     }
+
+    public delegate void ThreadStart();
 
     public sealed class Thread
     {
-        internal Thread() { }
+        public Thread(ThreadStart start) { }
         public static Thread CurrentThread { get { throw null; } }
+        public bool IsBackground { set { } }
         public int ManagedThreadId { get { throw null; } }
+        public string Name { get { throw null; } }
+        public static void MemoryBarrier() { }
         public static void ResetAbort() { }
+        public void Resume() { }
+        public void Start() { }
+        public void Suspend() { }
         public static void Sleep(int millisecondsTimeout) { }
     }
 }

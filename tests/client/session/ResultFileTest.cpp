@@ -1,6 +1,6 @@
 #include "client/session/ResultFile.h"
 
-#include "OrvProfiler/foundation/UniqueHandle.h"
+#include "tests/support/worlds/Files.h"
 
 #include <windows.h>
 
@@ -8,33 +8,20 @@
 #include <optional>
 #include <string>
 
-namespace
-{
-// As the dispatcher adds to the file: it shares reading, writing and deletion.
-void Add(const std::wstring& path, const std::string& text)
-{
-    const UniqueHandle file = UniqueHandle::FromFile(
-        CreateFileW(path.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                    OPEN_EXISTING, 0, nullptr));
-    DWORD written = 0;
-    ASSERT_NE(FALSE, WriteFile(file.Get(), text.data(), static_cast<DWORD>(text.size()), &written, nullptr));
-}
-} // namespace
-
 TEST(SessionResultFile, GivesTheLastWholeLineOnce)
 {
     ResultFile results;
     EXPECT_EQ("", results.TakeLine());
-    Add(results.Path(), "one\ntwo\n");
+    AddFileBytes(results.Path(), "one\ntwo\n");
     EXPECT_EQ("two", results.TakeLine());
     EXPECT_EQ("", results.TakeLine());
-    Add(results.Path(), "three");
+    AddFileBytes(results.Path(), "three");
     EXPECT_EQ("", results.TakeLine()) << "its end is missing";
-    Add(results.Path(), "\nfo");
+    AddFileBytes(results.Path(), "\nfo");
     EXPECT_EQ("three", results.TakeLine());
-    Add(results.Path(), "ur\n");
+    AddFileBytes(results.Path(), "ur\n");
     EXPECT_EQ("four", results.TakeLine());
-    Add(results.Path(), "\n");
+    AddFileBytes(results.Path(), "\n");
     EXPECT_EQ("", results.TakeLine());
 }
 

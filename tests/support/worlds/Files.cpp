@@ -51,6 +51,15 @@ void Delete(const std::wstring& folder)
     FindClose(search);
     RemoveDirectoryW(folder.c_str());
 }
+
+void WriteTo(HANDLE file, const std::string& bytes)
+{
+    DWORD written = 0;
+    if (file == nullptr ||
+        WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) == FALSE ||
+        written != bytes.size())
+        throw std::runtime_error("a file cannot be written");
+}
 } // namespace
 
 bool PathExists(const std::wstring& path)
@@ -76,10 +85,15 @@ void WriteFileBytes(const std::wstring& path, const std::string& bytes)
 {
     const UniqueHandle file = UniqueHandle::FromFile(
         CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
-    DWORD written = 0;
-    if (!file || WriteFile(file.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) == FALSE ||
-        written != bytes.size())
-        throw std::runtime_error("a file cannot be written");
+    WriteTo(file.Get(), bytes);
+}
+
+void AddFileBytes(const std::wstring& path, const std::string& bytes)
+{
+    const UniqueHandle file = UniqueHandle::FromFile(
+        CreateFileW(path.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                    OPEN_EXISTING, 0, nullptr));
+    WriteTo(file.Get(), bytes);
 }
 
 TemporaryFolder::TemporaryFolder() : m_path(MakeFreshFolder()) {}

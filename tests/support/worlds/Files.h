@@ -13,6 +13,8 @@ bool PathExists(const std::wstring& path);
 std::string FileBytes(const std::wstring& path);
 // Writes the file anew. Throws std::runtime_error when it cannot be written.
 void WriteFileBytes(const std::wstring& path, const std::string& bytes);
+// Adds to a file that is there, and shares it for all with all. Throws std::runtime_error when that fails.
+void AddFileBytes(const std::wstring& path, const std::string& bytes);
 
 // An empty folder of its own below the user's temporary folder. It goes with this object, and all in it.
 class TemporaryFolder

@@ -1,4 +1,4 @@
-#include "client/reports/Hints.h"
+#include "client/evidence/Hints.h"
 
 #include "OrvProfiler/foundation/UniqueHandle.h"
 #include "tests/support/worlds/Files.h"

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "client/base/PassingFile.h"
+#include "OrvProfiler/foundation/WinTypes.h"
+
+#include <cstdint>
+#include <string>
+
+// In the environment of a workbench: the full path of a file to which the dispatcher adds, in UTF-8, a line about the
+// runtime and one about each assembly as it is loaded, "assembly: " with name, tab and path; and, once, when a file
+// of the same name with c_askEnding is there during a command, or the process ends in a command, what each thread
+// does: a line "command: ", a line "method: " with the user's method that the command is in, the stacks, and a line
+// "end".
+constexpr const wchar_t* c_witnessFileVariable = L"ORV_WORKBENCH_EVIDENCE";
+constexpr const wchar_t* c_askEnding = L".ask";
+
+// The client's side of that file, which goes with this object. One thread.
+class WitnessFile
+{
+public:
+    // Makes an empty file. When that fails Path is empty, and nothing is ever told.
+    WitnessFile();
+
+    const std::wstring& Path() const noexcept { return m_file.Path(); }
+
+    // Asks what each thread of the workbench does, and waits until it was told, for at most so long, or the process
+    // has ended. Does not wait where no dispatcher has begun to write. False when nothing was told in that time.
+    bool Ask(HANDLE workbench, uint32_t limitMs);
+    // All that was told so far.
+    std::string Told() const;
+
+private:
+    bool HasToldStacks() const;
+
+    PassingFile m_file;
+};
