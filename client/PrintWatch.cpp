@@ -11,8 +11,7 @@ void PrintWatch::OnHappening(const Happening& happening)
 {
     const bool isOutput = happening.kind == Happening::Kind::Output;
     m_hasPrinted = m_hasPrinted || isOutput;
-    if (isOutput)
-        m_witness.onOutput(happening.text);
+    m_witness.onHappening(happening);
     if (m_mode == Mode::Show)
         m_beside([&] { m_target.OnHappening(happening); });
     else if (m_mode == Mode::Keep && isOutput)

@@ -23,10 +23,10 @@ public:
         Keep,
     };
 
-    // Is told of what is printed, and of a loss, whatever is shown.
+    // Is told of what comes, and of a loss, whatever is shown.
     struct Witness
     {
-        std::function<void(const std::wstring& line)> onOutput;
+        std::function<void(const Happening& happening)> onHappening;
         std::function<void()> onLosing;
     };
 

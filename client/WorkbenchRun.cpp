@@ -30,12 +30,8 @@ bool IsSet(HANDLE event) noexcept
 
 WorkbenchRun::WorkbenchRun(const Options& options, const std::optional<RunningWorkbench>& running, Report& report,
                            const PrintWatch::Beside& beside)
-    : m_options(options), m_running(running), m_report(report), m_watch(report, beside,
-                                                                        {[this](const std::wstring& line) {
-                                                                             if (m_evidence != nullptr)
-                                                                                 m_evidence->OnOutput(line);
-                                                                         },
-                                                                         [this] { LookAtTheLost(); }}),
+    : m_options(options), m_running(running), m_report(report),
+      m_watch(report, beside, {[this](const Happening& happening) { Note(happening); }, [this] { LookAtTheLost(); }}),
       m_interrupt(options.isAtConsole),
       m_session(running ? running->clientId : GetCurrentProcessId(), options.limits, m_watch, m_interrupt.Handle()),
       m_log(LogSetup(beside))
@@ -67,6 +63,19 @@ void WorkbenchRun::Attach()
     m_report.OnStarted(m_session.WorkbenchId(), m_session.ClientId(), true);
     ListenToLog();
     FollowLog(LogFollower::From::Now);
+    if (m_options.debuggerPort)
+        TellOfRunningAgent();
+}
+
+// Its client has chosen whether it has an agent, and which port.
+void WorkbenchRun::TellOfRunningAgent()
+{
+    const std::optional<uint16_t> port =
+        DebuggerAgent::IsRead() ? DebuggerAgent::PortOf(m_session.WorkbenchId()) : std::nullopt;
+    if (DebuggerAgent::IsRead() && !port)
+        throw ClientError(ExitStatus::Usage,
+                          L"--debug: the workbench has no debugger's agent; whoever starts it gives --debug too");
+    m_report.OnDebuggerMayAttach(m_session.WorkbenchId(), port, false);
 }
 
 void WorkbenchRun::Start()
@@ -100,6 +109,15 @@ void WorkbenchRun::AwaitReady()
     FollowLog(LogFollower::From::Start);
     if (failure)
         std::rethrow_exception(failure);
+}
+
+void WorkbenchRun::Note(const Happening& happening)
+{
+    if (happening.kind == Happening::Kind::Output && m_evidence != nullptr)
+        m_evidence->OnOutput(happening.text);
+    // The breakpoint step is next.
+    if (happening.kind == Happening::Kind::Message)
+        m_isBehindCall = true;
 }
 
 void WorkbenchRun::PrepareEvidence()
@@ -181,6 +199,7 @@ CommandResult WorkbenchRun::Carry(const Command& command, const std::wstring& wh
 {
     m_watch.HasPrinted();
     m_isInCommand = true;
+    m_isBehindCall = false;
     if (m_evidence != nullptr)
         m_evidence->OnCommand(command.ShownWord() + L" " + command.ShownText(), where);
     CommandResult result = m_session.Execute(command);
@@ -288,7 +307,15 @@ std::unique_ptr<CommandWatch> WorkbenchRun::Watched(const wchar_t* activity)
 {
     if (!ShowsProgress())
         return nullptr;
-    CommandWatch::Setup setup{activity, [this] { return m_log.LastLine(); }, nullptr, nullptr};
+    CommandWatch::Setup setup;
+    setup.activity = activity;
+    setup.lastLogLine = [this] { return m_log.LastLine(); };
+    if (m_evidence != nullptr)
+        setup.held = [this, check = std::make_shared<HoldCheck>(m_evidence->Variable().second)] {
+            if (!check->Ask())
+                return L"";
+            return m_isBehindCall ? L"in OrvBreakPoint, behind the call," : L"in the call";
+        };
     if (m_options.isAtConsole)
     {
         setup.pressed = m_interrupt.Pressed();

@@ -14,6 +14,7 @@
 #include "client/results/ListEntries.h"
 #include "client/session/Session.h"
 
+#include <atomic>
 #include <initializer_list>
 #include <memory>
 #include <optional>
@@ -81,10 +82,12 @@ private:
     void Start();
     void AwaitReady();
     std::optional<DebuggerAgent> Agent() const;
+    void TellOfRunningAgent();
     void LetDebuggerIn(const DebuggerAgent& agent);
     void ListenToLog();
     void FollowLog(LogFollower::From from);
     CommandResult Carry(const Command& command, const std::wstring& where);
+    void Note(const Happening& happening);
     void LookAtTheLost();
     void PrepareEvidence();
     std::vector<EnvironmentEntry> Variables(const std::optional<DebuggerAgent>& agent) const;
@@ -102,6 +105,8 @@ private:
     WorkbenchLog m_log;
     // Of this run; null where none is to be left, or it was.
     std::unique_ptr<Evidence> m_evidence;
+    // The call has returned, and its breakpoint step is under way. Any thread.
+    std::atomic<bool> m_isBehindCall{false};
     bool m_isInRun = false;
     // Also while it is told why a command was the last one.
     bool m_isInCommand = false;

@@ -49,7 +49,9 @@ void CommandWatch::Run() const
 
 void CommandWatch::ShowProgress(uint64_t seconds) const
 {
-    std::wstring status = L"  " + m_setup.activity + L" for " + std::to_wstring(seconds) + L" s";
+    const std::wstring held = m_setup.held ? m_setup.held() : std::wstring();
+    std::wstring status = L"  " + (held.empty() ? m_setup.activity : L"held by a debugger " + held) + L" for " +
+                          std::to_wstring(seconds) + L" s";
     const std::wstring line = m_setup.lastLogLine ? m_setup.lastLogLine() : std::wstring();
     if (!line.empty())
         status += L", log: " + line;

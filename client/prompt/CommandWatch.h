@@ -19,6 +19,9 @@ public:
         std::wstring activity;
         // The last line of the log; empty when there is none. Called on any thread.
         std::function<std::wstring()> lastLogLine;
+        // Where a debugger holds it; empty while none does. Called by one thread, each second; none where nobody can
+        // tell.
+        std::function<std::wstring()> held;
         // Manual-reset events: Ctrl-C was pressed, which is reset here; the user wants an end, which is set here.
         // Null where nobody can be asked.
         HANDLE pressed = nullptr;

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <string_view>
+#include <utility>
 
 namespace
 {
@@ -10,6 +11,14 @@ constexpr DWORD c_lookMs = 20;
 // Thousands of threads, or assemblies.
 constexpr uint64_t c_greatestText = 4ULL << 20;
 constexpr std::string_view c_lastLine = "\nend\n";
+
+// By a dispatcher that knows of it.
+bool IsWritten(const std::wstring& path) noexcept
+{
+    WIN32_FILE_ATTRIBUTE_DATA data{};
+    return !path.empty() && GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data) != FALSE &&
+           data.nFileSizeLow != 0;
+}
 } // namespace
 
 WitnessFile::WitnessFile() : m_file(L"OrvEvidence-", L".txt") {}
@@ -27,6 +36,28 @@ bool WitnessFile::Ask(HANDLE workbench, uint32_t limitMs)
             return HasToldStacks();
     }
     return true;
+}
+
+HoldCheck::HoldCheck(std::wstring witness) : m_witness(std::move(witness)), m_path(m_witness + c_callEnding) {}
+
+HoldCheck::~HoldCheck()
+{
+    if (m_hasCalled)
+        DeleteFileW(m_path.c_str());
+}
+
+bool HoldCheck::Ask()
+{
+    if (!IsWritten(m_witness))
+        return false;
+    if (m_hasCalled && GetFileAttributesW(m_path.c_str()) != INVALID_FILE_ATTRIBUTES)
+        return true;
+    // Not held open: what the dispatcher deletes is to be gone at once.
+    const UniqueHandle call = UniqueHandle::FromFile(
+        CreateFileW(m_path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                    CREATE_NEW, FILE_ATTRIBUTE_TEMPORARY, nullptr));
+    m_hasCalled = static_cast<bool>(call);
+    return false;
 }
 
 bool WitnessFile::HasToldStacks() const

@@ -14,6 +14,31 @@
 constexpr const wchar_t* c_witnessFileVariable = L"ORV_WORKBENCH_EVIDENCE";
 constexpr const wchar_t* c_askEnding = L".ask";
 
+// While a command is under way the dispatcher takes away a file of that name with this ending: so one sees that its
+// own thread runs, which it does not while a debugger holds the process.
+constexpr const wchar_t* c_callEnding = L".call";
+
+// Whether a debugger holds a workbench. One thread.
+class HoldCheck
+{
+public:
+    // By the path of the workbench's WitnessFile; empty: nobody can tell. Nor can a dispatcher that does not write to
+    // it.
+    explicit HoldCheck(std::wstring witness);
+    ~HoldCheck();
+    HoldCheck(const HoldCheck&) = delete;
+    HoldCheck& operator=(const HoldCheck&) = delete;
+
+    // Whether the dispatcher has not answered the call that the last Ask left, and leaves the next. The first time
+    // false. Calls must be at least half a second apart.
+    bool Ask();
+
+private:
+    const std::wstring m_witness;
+    const std::wstring m_path;
+    bool m_hasCalled = false;
+};
+
 // The client's side of that file, which goes with this object. One thread.
 class WitnessFile
 {

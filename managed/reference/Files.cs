@@ -15,6 +15,7 @@ namespace System.IO
     public static class File
     {
         public static bool Exists(string path) { throw null; }
+        public static void Delete(string path) { }
     }
 
     public enum FileMode

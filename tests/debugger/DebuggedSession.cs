@@ -33,12 +33,8 @@ namespace OrvTest
             Directory.CreateDirectory(m_folder);
             foreach (string program in s_programs)
                 File.Copy(Path.Combine(Build, program), Path.Combine(m_folder, Path.GetFileName(program)));
-            ProcessStartInfo start = new ProcessStartInfo(Path.Combine(Root, "tools/wine-run"),
-                                                          "\"" + Path.Combine(m_folder, "OrvClient.exe") + "\" " + arguments);
-            start.UseShellExecute = false;
-            start.RedirectStandardInput = true;
-            start.RedirectStandardOutput = true;
-            start.WorkingDirectory = m_folder;
+            ProcessStartInfo start = ClientOf(m_folder, arguments);
+            start.RedirectStandardError = false;
             m_client = Process.Start(start);
             m_reader = new Thread(Read);
             m_reader.IsBackground = true;
@@ -59,6 +55,41 @@ namespace OrvTest
         }
 
         public int Port { get; private set; }
+
+        // "workbench 336 started, client id 130"
+        public string WorkbenchId
+        {
+            get { return All.Split(' ')[1]; }
+        }
+
+        // Runs another client of the same folder to its end. Returns its exit status, output and errors.
+        public string[] Another(string arguments)
+        {
+            using (Process client = Process.Start(ClientOf(m_folder, arguments)))
+            {
+                string errors = "";
+                client.ErrorDataReceived += delegate(object sender, DataReceivedEventArgs line) {
+                    errors += line.Data == null ? "" : line.Data.TrimEnd('\r') + "\n";
+                };
+                client.BeginErrorReadLine();
+                client.StandardInput.Close();
+                string output = client.StandardOutput.ReadToEnd();
+                client.WaitForExit();
+                return new string[] { client.ExitCode.ToString(), output, errors };
+            }
+        }
+
+        private static ProcessStartInfo ClientOf(string folder, string arguments)
+        {
+            ProcessStartInfo start = new ProcessStartInfo(Path.Combine(Root, "tools/wine-run"),
+                                                          "\"" + Path.Combine(folder, "OrvClient.exe") + "\" " + arguments);
+            start.UseShellExecute = false;
+            start.RedirectStandardInput = true;
+            start.RedirectStandardOutput = true;
+            start.RedirectStandardError = true;
+            start.WorkingDirectory = folder;
+            return start;
+        }
 
         public VirtualMachine Attach()
         {

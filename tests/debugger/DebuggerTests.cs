@@ -300,12 +300,15 @@ namespace OrvTest
             }
         }
 
-        // The one that is to die.
-        public static int Hold(int port)
+        // The one that is to die. It holds the call, or the step behind it.
+        public static int Hold(int port, bool isBehind)
         {
             VirtualMachine vm = VirtualMachineManager.Connect(new System.Net.IPEndPoint(System.Net.IPAddress.Loopback, port));
             vm.GetNextEventSet();
-            vm.SetBreakpoint(vm.GetTypes("Debuggee.Account", false)[0].GetMethod("Pay"), 0);
+            if (isBehind)
+                vm.EnableEvents(EventType.UserBreak);
+            else
+                vm.SetBreakpoint(vm.GetTypes("Debuggee.Account", false)[0].GetMethod("Pay"), 0);
             Console.WriteLine("attached");
             vm.GetNextEventSet();
             Console.WriteLine("stopped");
@@ -361,6 +364,44 @@ namespace OrvTest
             using (DebuggedSession session = new DebuggedSession("--debug=" + free))
             using (new AttachedDebugger(session))
                 Harness.Equal(free, session.Port, "the port");
+        }
+
+        // One that has the port cannot be talked to by two.
+        public static void APortThatIsTakenIsRefused()
+        {
+            using (DebuggedSession first = Start())
+            {
+                string[] told = first.Another("--debug=" + first.Port + " \"invoke System.Math.Abs(-7)\"");
+                Harness.Equal("2", told[0], "the exit status");
+                Harness.Equal("OrvClient: --debug: another program listens on port " + first.Port + "\n", told[2], "the message");
+            }
+        }
+
+        // It did not choose the port.
+        public static void AnAttachedClientIsToldThePort()
+        {
+            using (DebuggedSession session = Start())
+            {
+                string[] told = session.Another("--debug --attach " + session.WorkbenchId + " \"invoke System.Math.Abs(-7)\"");
+                Harness.Equal("0", told[0], told[2]);
+                Harness.True(told[1].Contains(DebuggedSession.Invitation + session.Port + " "), told[1]);
+                using (AttachedDebugger debugger = new AttachedDebugger(session))
+                {
+                    session.Type("invoke System.Math.Abs(-8)");
+                    debugger.Next<UserBreakEvent>();
+                    Finish(session, debugger);
+                }
+            }
+        }
+
+        public static void AnAttachedClientFindsNoAgentWhereThereIsNone()
+        {
+            using (DebuggedSession session = new DebuggedSession("--timeout 0"))
+            {
+                string[] told = session.Another("--debug --attach " + session.WorkbenchId + " \"invoke System.Math.Abs(-7)\"");
+                Harness.Equal("2", told[0], "the exit status");
+                Harness.True(told[2].StartsWith("OrvClient: --debug: the workbench has no debugger's agent", StringComparison.Ordinal), told[2]);
+            }
         }
 
         // ORV_SUSPENSIONS says how often; a short run is the usual one.

@@ -5,8 +5,8 @@ namespace OrvTest
     {
         public static int Main(string[] arguments)
         {
-            if (arguments.Length == 2 && arguments[0] == "--hold")
-                return DebuggerTests.Hold(int.Parse(arguments[1]));
+            if (arguments.Length == 2 && arguments[0].StartsWith("--hold", System.StringComparison.Ordinal))
+                return DebuggerTests.Hold(int.Parse(arguments[1]), arguments[0] == "--hold-behind");
             return Harness.Main(arguments);
         }
     }

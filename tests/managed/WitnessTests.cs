@@ -20,6 +20,7 @@ namespace OrvTest
             RuntimeAndAssembliesAreToldAtOnce();
             AnAssemblyIsToldWhenItIsLoaded();
             NothingIsToldOutsideOfACommand();
+            ACallIsTakenAwayInACommand();
             TheStacksAreToldInACommand();
             TheyAreToldOnce();
             File.Delete(s_file);
@@ -64,9 +65,26 @@ namespace OrvTest
             Harness.True(!Told().Contains("command: "), Told());
         }
 
+        private static void ACallIsTakenAwayInACommand()
+        {
+            string call = s_file + ".call";
+            Bench.Do("create", "trap = Traps.Trap()");
+            File.WriteAllText(call, "");
+            Thread.Sleep(700);
+            Harness.True(File.Exists(call), "there is no command");
+            Thread caller = new Thread(Call);
+            caller.IsBackground = true;
+            caller.Start();
+            for (int i = 0; i < 600 && File.Exists(call); ++i)
+                Thread.Sleep(50);
+            Harness.True(!File.Exists(call), "there is a command");
+            Traps.Trap.GoOn();
+            caller.Join();
+            Harness.True(!Told().Contains("command: "), Told());
+        }
+
         private static void TheStacksAreToldInACommand()
         {
-            Bench.Do("create", "trap = Traps.Trap()");
             File.WriteAllText(s_file + ".ask", "");
             // Sleeps until it is told to go on.
             Thread caller = new Thread(Call);

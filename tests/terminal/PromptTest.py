@@ -318,6 +318,43 @@ class PromptTest(unittest.TestCase):
         self.assertNotIn("running for", terminal.screen())
         self.quit(terminal)
 
+    def hold(self, terminal, where):
+        """A debugger that attaches, and holds the call or the step behind it."""
+        port = re.search(r"127\.0\.0\.1 port (\d+)", terminal.screen()).group(1)
+        debugger = subprocess.Popen(["mono", BUILD / "tests" / "debugger" / "DebuggerTest.exe", where, port],
+                                    stdout=subprocess.PIPE, text=True,
+                                    env={**os.environ, "ORV_BUILD": str(BUILD), "ORV_ROOT": str(ROOT)})
+        self.addCleanup(debugger.stdout.close)
+        self.addCleanup(debugger.wait)
+        self.addCleanup(debugger.kill)
+        self.assertEqual("attached\n", debugger.stdout.readline())
+        return debugger
+
+    def held(self, where, told):
+        terminal = self.start("--debug")
+        library = str(BUILD / "tests" / "debugger" / "Debuggee.dll").replace("/", "\\")
+        self.enter(terminal, f"load Z:{library}", "1 public type")
+        self.enter(terminal, 'create account = Debuggee.Account("Ada")', "result 8")
+        debugger = self.hold(terminal, where)
+        terminal.type('invoke account.Pay(7, "tea")')
+        terminal.press("Enter")
+        self.assertEqual("stopped\n", debugger.stdout.readline())
+        terminal.wait_for(f"  held by a debugger {told} for ")
+        debugger.kill()
+        terminal.wait_for("=> int 18")
+        terminal.wait_for("result 10")
+        terminal.wait_for_line(PROMPT)
+        self.assertNotIn("held by", terminal.screen())
+        self.quit(terminal)
+
+    @unittest.skipUnless((BUILD / "tests" / "debugger" / "DebuggerTest.exe").exists(), "no debugger's library")
+    def test_a_call_that_a_debugger_holds_is_told(self):
+        self.held("--hold", "in the call")
+
+    @unittest.skipUnless((BUILD / "tests" / "debugger" / "DebuggerTest.exe").exists(), "no debugger's library")
+    def test_a_step_that_a_debugger_holds_is_told(self):
+        self.held("--hold-behind", "in OrvBreakPoint, behind the call,")
+
     def test_output_comes_beside_the_line_that_is_typed(self):
         terminal = self.start()
         self.enter(terminal, "create t = System.Timers.Timer(1500.0)", "t = System.Timers.Timer")

@@ -9,11 +9,13 @@ namespace OrvWorkBench
     // Keeps what a client needs to know of a call that it loses. The client names a file in the environment of the
     // workbench that it starts. There it finds the runtime and each assembly as it is loaded; and what each thread does,
     // when it asks for that during a command, by a second file beside the first, or when the process ends in a command.
+    // A third file of that kind is taken away as long as a command runs: a client sees that no debugger holds the process.
     // Without a file nothing is kept.
     internal static class Witness
     {
         private const string c_fileVariable = "ORV_WORKBENCH_EVIDENCE";
         private const string c_askEnding = ".ask";
+        private const string c_callEnding = ".call";
         // Of the thread that looks whether it is asked.
         private const int c_stepMs = 100;
 
@@ -22,6 +24,7 @@ namespace OrvWorkBench
         private static bool s_isAsked;
         private static Stream s_file;
         private static string s_askPath;
+        private static string s_callPath;
         private static Thread s_thread;
         // Odd while a command is being carried out.
         private static volatile int s_count;
@@ -64,6 +67,7 @@ namespace OrvWorkBench
                 Environment.SetEnvironmentVariable(c_fileVariable, null);
                 path = NativePath.FromCommand(path);
                 s_askPath = path + c_askEnding;
+                s_callPath = path + c_callEnding;
                 s_file = new FileStream(path, FileMode.Open, FileAccess.Write, FileShare.ReadWrite | FileShare.Delete);
                 Start();
             });
@@ -101,12 +105,19 @@ namespace OrvWorkBench
                 if (!IsInCommand(count))
                     AwaitCommand(count);
                 Thread.Sleep(c_stepMs);
-                if (count == s_count && IsInCommand(count) && File.Exists(s_askPath))
-                {
-                    TellStacks();
-                    return;
-                }
+                if (count == s_count && IsInCommand(count))
+                    Answer();
             }
+        }
+
+        private static void Answer()
+        {
+            Guard.Run(delegate() {
+                if (File.Exists(s_callPath))
+                    File.Delete(s_callPath);
+                if (File.Exists(s_askPath))
+                    TellStacks();
+            });
         }
 
         private static void AwaitCommand(int count)

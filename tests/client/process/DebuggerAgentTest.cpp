@@ -1,7 +1,10 @@
 #include "client/process/DebuggerAgent.h"
 
 #include "tests/client/SessionFailure.h"
+#include "tests/support/faults/CallRecorder.h"
 #include "tests/support/faults/ImportRedirect.h"
+#include "tests/support/processes/ChildProcess.h"
+#include "tests/support/worlds/FreshNames.h"
 
 // Before <windows.h>, which would bring the older one.
 #include <windows.h>
@@ -9,6 +12,8 @@
 #include <winsock2.h>
 
 #include <gmock/gmock.h>
+#include <optional>
+#include <stdexcept>
 #include <string>
 
 using testing::StartsWith;
@@ -24,6 +29,39 @@ public:
     ~OwnOptions() { SetEnvironmentVariableW(L"MONO_ENV_OPTIONS", nullptr); }
     OwnOptions(const OwnOptions&) = delete;
     OwnOptions& operator=(const OwnOptions&) = delete;
+};
+
+// A program that listens on a port of its own.
+class Listener
+{
+public:
+    Listener()
+    {
+        WSADATA data;
+        WSAStartup(MAKEWORD(2, 2), &data);
+        m_socket = ::socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        int size = sizeof address;
+        auto* const name = reinterpret_cast<sockaddr*>(&address);
+        if (bind(m_socket, name, size) != 0 || listen(m_socket, 1) != 0 || getsockname(m_socket, name, &size) != 0)
+            throw std::runtime_error("nothing to listen on");
+        m_port = ntohs(address.sin_port);
+    }
+    ~Listener()
+    {
+        closesocket(m_socket);
+        WSACleanup();
+    }
+    Listener(const Listener&) = delete;
+    Listener& operator=(const Listener&) = delete;
+
+    uint16_t Port() const noexcept { return m_port; }
+
+private:
+    SOCKET m_socket = INVALID_SOCKET;
+    uint16_t m_port = 0;
 };
 
 // Whether a program could listen there.
@@ -42,6 +80,13 @@ bool IsFree(uint16_t port)
     return isFree;
 }
 } // namespace
+
+ORV_CHILD_ROLE(RestWithOptions)
+{
+    Meeting(arguments.at(0)).Signal();
+    Sleep(INFINITE);
+    return 0;
+}
 
 TEST(DebuggerAgent, ListensOnThePortThatIsChosen)
 {
@@ -64,6 +109,53 @@ TEST(DebuggerAgent, LeavesTheOptionsThatTheUserHas)
 {
     const OwnOptions own(L"--trace=N:Shop");
     EXPECT_EQ(L"--trace=N:Shop " + std::wstring(c_options) + L"7", DebuggerAgent(7).Variable().second);
+}
+
+// The agent would get none, and say nothing.
+TEST(DebuggerAgent, RefusesAPortOnWhichSomebodyListens)
+{
+    const Listener other;
+    const auto failure = FailureOf([&] { DebuggerAgent agent(other.Port()); });
+    EXPECT_EQ(SessionFailure::BadRequest, failure.second);
+    EXPECT_EQ(L"--debug: another program listens on port " + std::to_wstring(other.Port()), failure.first);
+}
+
+// There the port is not used.
+TEST(DebuggerAgent, TakesAnyPortWhereNoAgentIs)
+{
+    const Listener other;
+    const FailingCall<decltype(GetProcAddress)> windows("GetProcAddress", ERROR_PROC_NOT_FOUND);
+    EXPECT_EQ(other.Port(), DebuggerAgent(other.Port()).Port());
+}
+
+TEST(DebuggerAgent, IsFoundInTheWorkbenchOfSomebodyElse)
+{
+    const struct
+    {
+        const wchar_t* options;
+        std::optional<uint16_t> port;
+    } cases[] = {
+        {L"--debugger-agent=transport=dt_socket,server=y,suspend=n,address=127.0.0.1:55555", uint16_t{55555}},
+        {L"--trace=N:Shop --debugger-agent=transport=dt_socket,address=0.0.0.0:1", uint16_t{1}},
+        {L"--debugger-agent=address=a:7 --debugger-agent=address=b:8", uint16_t{8}},
+        {L"address=127.0.0.1:55555", std::nullopt},
+        {L"--debugger-agent=transport=dt_socket", std::nullopt},
+        {L"--debugger-agent=address=7", std::nullopt},
+        {L"--debugger-agent=address=a:0", std::nullopt},
+        {L"--debugger-agent=address=a:65536", std::nullopt},
+        {nullptr, std::nullopt},
+    };
+    for (const auto& expected : cases)
+    {
+        const OwnOptions own(expected.options);
+        const std::wstring name = FreshName(L"options");
+        const Meeting started(name);
+        const ChildProcess workbench = ChildProcess::StartRole(L"RestWithOptions", {name});
+        started.Wait();
+        EXPECT_EQ(expected.port, DebuggerAgent::PortOf(workbench.Id()))
+            << (expected.options == nullptr ? L"none" : expected.options);
+    }
+    EXPECT_EQ(std::nullopt, DebuggerAgent::PortOf(0));
 }
 
 TEST(DebuggerAgent, SaysWhyThereIsNoPort)

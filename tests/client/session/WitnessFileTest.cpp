@@ -73,6 +73,45 @@ TEST(SessionWitnessFile, WithoutAFolderForItTellsNothing)
     EXPECT_EQ("", witness.Told());
 }
 
+TEST(SessionHoldCheck, ACallThatIsTakenAwayIsAnAnswer)
+{
+    const WitnessFile witness;
+    AddFileBytes(witness.Path(), "runtime: x\n");
+    const std::wstring call = witness.Path() + L".call";
+    HoldCheck check(witness.Path());
+    EXPECT_FALSE(check.Ask()) << "the first time";
+    EXPECT_TRUE(PathExists(call));
+    EXPECT_TRUE(check.Ask());
+    EXPECT_TRUE(check.Ask());
+    EXPECT_NE(FALSE, DeleteFileW(call.c_str())) << "nobody holds it";
+    EXPECT_FALSE(check.Ask());
+    EXPECT_TRUE(PathExists(call)) << "called again";
+}
+
+TEST(SessionHoldCheck, LeavesNoCallBehind)
+{
+    const WitnessFile witness;
+    AddFileBytes(witness.Path(), "runtime: x\n");
+    {
+        HoldCheck check(witness.Path());
+        check.Ask();
+    }
+    EXPECT_FALSE(PathExists(witness.Path() + L".call"));
+}
+
+TEST(SessionHoldCheck, NobodyCanTellWhereNobodyWrites)
+{
+    const WitnessFile witness;
+    HoldCheck check(witness.Path());
+    HoldCheck none(L"");
+    for (int i = 0; i < 3; ++i)
+    {
+        EXPECT_FALSE(check.Ask());
+        EXPECT_FALSE(none.Ask());
+    }
+    EXPECT_FALSE(PathExists(witness.Path() + L".call"));
+}
+
 TEST(SessionWitnessFile, GoesAway)
 {
     std::wstring path;
