@@ -366,3 +366,15 @@ TEST(PtrArray, AnElementThatCannotBeMadeRaisesAndChangesNothing)
     EXPECT_STREQ(L"a", array[0]);
     EXPECT_STREQ(L"d", array[1]);
 }
+
+TEST(PtrArray, OwnsUntilItsFirstElementIsMade)
+{
+    AllocationProbe heap;
+    NumberArray array(10);
+    // The slots, then the element.
+    heap.FailRequest(2);
+    EXPECT_THROW(array.Add(1, false), std::bad_alloc);
+    EXPECT_TRUE(FieldsOf<ArrayFields>(array).owns);
+    array.Add(1, false);
+    EXPECT_FALSE(FieldsOf<ArrayFields>(array).owns);
+}

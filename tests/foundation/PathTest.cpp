@@ -114,6 +114,7 @@ TEST(CPath, ParsesTexts)
              {L"c:/Dir/a.txt", 0, {L"c:", L"dir", L"a.txt"}, L"a.txt", L"c:\\dir\\a.txt"},
              {L"\\c:\\a", 0, {L"c:", L"a"}, L"", L"c:\\a"},
              {L"\\\\?\\C:\\Dir", 0, {L"c:", L"dir"}, L"", L"c:\\dir"},
+             {L"//?/C:/Dir", 0, {L"c:", L"dir"}, L"", L"c:\\dir"},
              // Network paths.
              {L"\\\\Srv\\Share", 1, {L"srv", L"share"}, L"", L"\\\\srv\\share"},
              {L"\\\\srv.net\\share.d", 1, {L"srv.net", L"share.d"}, L"", L"\\\\srv.net\\share.d"},
@@ -124,6 +125,7 @@ TEST(CPath, ParsesTexts)
              {L"//srv/share", 1, {L"srv", L"share"}, L"", L"\\\\srv\\share"},
              {L"\\\\?\\UNC\\srv\\share", 1, {L"srv", L"share"}, L"", L"\\\\srv\\share"},
              {L"\\\\?\\unc\\srv", 1, {L"srv"}, L"", L"\\\\srv"},
+             {L"//?/UNC/srv", 1, {L"srv"}, L"", L"\\\\srv"},
              {L"\\\\.\\pipe\\x", 1, {L".", L"pipe", L"x"}, L"", L"\\\\.\\pipe\\x"},
              {L"\\\\srv\\share\\f:stream", 1, {L"srv", L"share", L"f:stream"}, L"", L"\\\\srv\\share\\f:stream"},
              {L"\\\\", 1, {}, L"", L"\\\\"},

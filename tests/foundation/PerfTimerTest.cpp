@@ -111,6 +111,12 @@ TEST(TickMs, LeavesTheLastErrorAsItWas)
         result->QuadPart = 5000;
         return TRUE;
     });
+    const Redirect<decltype(QueryPerformanceFrequency)> frequency("QueryPerformanceFrequency",
+                                                                  [](LARGE_INTEGER* result) {
+                                                                      SetLastError(ERROR_INVALID_FUNCTION);
+                                                                      result->QuadPart = 1000;
+                                                                      return TRUE;
+                                                                  });
     SetLastError(1234);
     TickMs();
     EXPECT_EQ(1234U, GetLastError());

@@ -6,6 +6,7 @@
 #include <windows.h>
 
 #include <memory>
+#include <string>
 
 // What the workbench's events ask of the system, in its order.
 
@@ -198,6 +199,21 @@ TEST_F(CWBEventScript, WaitSaysThatAnEventIsAbandoned)
         {L"= waiting", L"trace CWBEvent::Wait Waiting\n\n",
          L"WaitForMultipleObjects 8 EV_STOP,EV_LOAD,EV_CREATE,EV_INVOKE,EV_DELETE,EV_RESET,EV_SUCCESS,EV_FAILED 0 0",
          L"= awake", L"trace CWBEvent::Wait Abandoned\n\n"}));
+}
+
+TEST_F(CWBEventScript, WaitSaysThatAnEventIsAbandonedBeforeItStoresWhich)
+{
+    const WaitStandIn wait(WAIT_ABANDONED_0 + 3);
+    CWBEvent& events = Events();
+    uint32_t index = 0;
+    m_script.WatchState([&index] { return L"index " + std::to_wstring(index); });
+    m_script.Clear();
+    events.Wait(&index, 8, 10000);
+    EXPECT_TRUE(m_script.Is(
+        {L"trace CWBEvent::Wait Waiting\n\n",
+         L"WaitForMultipleObjects 8 EV_STOP,EV_LOAD,EV_CREATE,EV_INVOKE,EV_DELETE,EV_RESET,EV_SUCCESS,EV_FAILED 0 0",
+         L"= index 131", L"trace CWBEvent::Wait Abandoned\n\n", L"= index 3"}));
+    m_script.WatchState(nullptr);
 }
 
 TEST_F(CWBEventScript, GetResponseSaysWhatCameBeforeItResets)

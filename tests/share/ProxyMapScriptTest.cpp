@@ -129,6 +129,29 @@ TEST_F(CProxyMapScript, LeavesWhatItHasOpened)
     EXPECT_TRUE(m_script.Is({L"= gone", L"UnmapViewOfFile view", L"CloseHandle Local\\{map}"}));
 }
 
+TEST_F(CProxyMapScript, AdoptsWhatHasComeBetweenOpenAndCreateBeforeItSaysSo)
+{
+    const ForeignMapping foreign(KernelName(), 5000, PAGE_READWRITE);
+    const ViewWatch watch(m_script);
+    m_script.Clear();
+    m_script.Fail("OpenFileMappingW");
+    EXPECT_TRUE(m_map->Create(m_id, 5000, nullptr));
+    EXPECT_TRUE(m_script.Is(Join(
+        {{L"= not created, view 0, map 0, file 0, name {map}"},
+         c_askSession,
+         {L"trace CProxyMap::OpenMap Open Map Name: {map}\n", L"OpenFileMappingW 6 0 Local\\{map} fails",
+          L"FormatMessageW 5", L"trace CProxySecManager::OrvPOpenFileMapping Failed with <error 5>\n",
+          L"FormatMessageW 5", L"trace CProxyMap::OpenMap Open returned: <error 5>\n",
+          L"= created, view 0, map 0, file invalid, name {map}"},
+         c_letEverybodyIn,
+         c_askSession,
+         {L"trace CProxySecManager::OrvPCreateFileMapping Create Named File Map: Local\\{map}\n",
+          L"CreateFileMappingW invalid everybody 4 0 5000 Local\\{map}",
+          L"= not created, view 0, map 1, file invalid, name {map}",
+          L"trace CProxyMap::Create created share {map} successfully \n", L"MapViewOfFile Local\\{map} f001f 0 0 0",
+          L"= not created, view 1, map 1, file invalid, name {map}", L"OnMapped"}})));
+}
+
 TEST_F(CProxyMapScript, PutsAFileBehindTheMapping)
 {
     const TemporaryFile file("");

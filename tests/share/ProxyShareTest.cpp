@@ -114,6 +114,14 @@ TEST(CProxyShare, ASecondShareTakesThePlaceOfTheFirst)
     EXPECT_EQ(nullptr, g_pShare);
 }
 
+TEST(CProxyShare, TheEndOfAnEarlierShareLeavesNoneKnown)
+{
+    auto first = std::make_unique<CProxyShare>();
+    const CProxyShare second;
+    first.reset();
+    EXPECT_EQ(nullptr, g_pShare);
+}
+
 TEST(CProxyShare, CreatesZeroedMemoryAndSevenMutexes)
 {
     const uint32_t id = FreshId();
