@@ -2,9 +2,14 @@
 
 #include <windows.h>
 
+namespace
+{
+constexpr const wchar_t* c_separators = L"\\/";
+} // namespace
+
 std::wstring FolderOf(const std::wstring& path)
 {
-    return path.substr(0, path.find_last_of(L"\\/") + 1);
+    return path.substr(0, path.find_last_of(c_separators) + 1);
 }
 
 std::wstring EnvironmentValue(const wchar_t* name)
@@ -22,16 +27,13 @@ std::wstring KeptFilesFolder()
 
 bool MakeFolders(const std::wstring& path) noexcept
 {
+    // Those that it lies in first; what cannot be made there tells the last one.
+    for (size_t end = path.find_first_of(c_separators, 1); end != std::wstring::npos;
+         end = path.find_first_of(c_separators, end + 1))
+        CreateDirectoryW(path.substr(0, end).c_str(), nullptr);
     if (CreateDirectoryW(path.c_str(), nullptr) != FALSE)
         return true;
     const DWORD error = GetLastError();
-    if (error == ERROR_PATH_NOT_FOUND)
-    {
-        const size_t end = path.find_last_of(L"\\/", path.find_last_not_of(L"\\/"));
-        if (end != std::wstring::npos && end > 0 && MakeFolders(path.substr(0, end)))
-            return CreateDirectoryW(path.c_str(), nullptr) != FALSE;
-        return false;
-    }
     const DWORD attributes = GetFileAttributesW(path.c_str());
     const bool isFolder = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
     SetLastError(error);

@@ -98,7 +98,7 @@ std::optional<uint16_t> DebuggerAgent::PortOf(uint32_t workbenchId)
     const size_t colon = options.find(L':', place);
     if (agent == std::wstring::npos || place == std::wstring::npos || colon == std::wstring::npos)
         return std::nullopt;
-    const unsigned long port = std::wcstoul(options.c_str() + colon + 1, nullptr, 10);
+    const uint64_t port = std::wcstoul(options.c_str() + colon + 1, nullptr, 10);
     return port != 0 && port <= UINT16_MAX ? std::optional<uint16_t>(static_cast<uint16_t>(port)) : std::nullopt;
 }
 

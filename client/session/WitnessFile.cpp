@@ -29,13 +29,11 @@ bool WitnessFile::Ask(HANDLE workbench, uint32_t limitMs)
         return false;
     const UniqueHandle question = CreatePassing(Path() + c_askEnding);
     const ULONGLONG start = GetTickCount64();
-    while (!HasToldStacks())
-    {
-        const bool hasEnded = WaitForSingleObject(workbench, c_lookMs) != WAIT_TIMEOUT;
-        if (hasEnded || GetTickCount64() - start >= limitMs)
-            return HasToldStacks();
-    }
-    return true;
+    bool goesOn = true;
+    while (goesOn && !HasToldStacks())
+        goesOn = WaitForSingleObject(workbench, c_lookMs) == WAIT_TIMEOUT && GetTickCount64() - start < limitMs;
+    // What was told at last counts too.
+    return goesOn || HasToldStacks();
 }
 
 HoldCheck::HoldCheck(std::wstring witness) : m_witness(std::move(witness)), m_path(m_witness + c_callEnding) {}

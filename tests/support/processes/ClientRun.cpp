@@ -212,10 +212,10 @@ unsigned ClientRun::WorkbenchId() const
 std::string Masked(const std::string& output)
 {
     std::string masked = output;
-    for (const char* pattern : {"(workbench )\\d+( started| attached)", "(client id )[0-9a-f]+()",
-                                "((?:after|minimum|median|maximum) )\\d+\\.\\d+( ms)", "(\"workbench\":)\\d+()",
-                                "(\"client\":\")[0-9a-f]+(\")", "(\"[a-z]+Ms\":)[0-9.e-]+()",
-                                "(\\\\evidence\\\\)[-_0-9]+()"})
+    for (const char* pattern :
+         {"(workbench )\\d+( started| attached)", "(client id )[0-9a-f]+()",
+          "((?:after|minimum|median|maximum) )\\d+\\.\\d+( ms)", "(\"workbench\":)\\d+()",
+          "(\"client\":\")[0-9a-f]+(\")", "(\"[a-z]+Ms\":)[0-9.e-]+()", "(\\\\evidence\\\\)[-_0-9]+()"})
         masked = std::regex_replace(masked, std::regex(pattern), "$1#$2");
     return masked;
 }
