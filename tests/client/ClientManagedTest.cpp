@@ -149,6 +149,10 @@ TEST(ClientManaged, EvalPrintsNothingButValues)
     EXPECT_EQ("", failed.output);
     EXPECT_THAT(failed.errors, StartsWith("OrvClient: the command failed: "));
     EXPECT_EQ(1, failed.status);
+
+    EXPECT_EQ("  enum OrvSample.Mode\n  1 public type\n",
+              ResultOf({L"--eval", L"load OrvSample.dll", L"types Mode"}).output)
+        << "but the answer to a question";
 }
 
 TEST(ClientManaged, WhatUserCodePrintsIsNoResult)

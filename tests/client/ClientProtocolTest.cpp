@@ -200,6 +200,29 @@ TEST(ClientOutput, LinesComeUnderTheirCommandBeforeTheResponse)
     EXPECT_EQ(0, result.status);
 }
 
+TEST(ClientOutput, LineWithoutItsEndIsShownAfterAWhile)
+{
+    const Result result = RunWith(L"ready;wait;write=name?;sleep=1500;print=yes;set=8;wait;exiting", {L"load x"});
+    EXPECT_THAT(result.output, HasSubstr("    | name?\n"
+                                         "    | yes\n"
+                                         "    response success\n"));
+}
+
+TEST(ClientOutput, WhatNoCommandPrintsIsTheSessionsOwn)
+{
+    for (const bool streams : {false, true})
+    {
+        ClientRun::Setup setup = FakeSetup(L"ready;sleep=100;print=late;wait;exiting", {L"--json"});
+        if (streams)
+            setup.arguments.emplace_back(L"--stream");
+        setup.keepsInputOpen = true;
+        ClientRun run(setup);
+        run.AwaitOutput("{\"type\":\"output\",\"text\":\"late\"}\n");
+        run.EndInput();
+        EXPECT_EQ(0, run.Wait());
+    }
+}
+
 TEST(ClientOutput, UnfinishedLineOfADeadWorkbenchIsShown)
 {
     const Result result = RunWith(L"ready;wait;write=no end;exit=7", {L"load x"});
