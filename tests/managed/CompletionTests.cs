@@ -259,7 +259,7 @@ namespace OrvTest
                                                typeof(Type), typeof(EventHandler), typeof(System.Collections.IDictionary), typeof(StringWriter) })
             {
                 Dictionary<string, int> counts = new Dictionary<string, int>();
-                foreach (ReachableMember member in ReachableMembers.OfValue(type))
+                foreach (ShownMember member in ReachableMembers.OfValue(type))
                 {
                     if (!(member.Member is MethodInfo))
                         continue;
