@@ -226,6 +226,13 @@ class PromptTest(unittest.TestCase):
         terminal.wait_for_line("orv> get kitchen.Target")
         terminal.press("Enter")
         terminal.wait_for("=> double 21")
+        terminal.wait_for_line(PROMPT)
+        terminal.type("members kitchen Rai")
+        terminal.press("Tab")
+        terminal.wait_for_line("orv> members kitchen Raise")
+        terminal.press("Enter")
+        terminal.wait_for("  double Raise(double degrees)\n")
+        terminal.wait_for_line(PROMPT)
         self.quit(terminal)
 
     def test_tab_shows_what_fits(self):
