@@ -205,6 +205,15 @@ TEST_F(ClientAttach, StartIsRefused)
     EXPECT_EQ(2, result.status);
 }
 
+// This test, which has started it, is no such client.
+TEST_F(ClientAttach, ValuesAreShownOnlyWhereTheDispatcherTells)
+{
+    const ChildProcess workbench = StartFake(L"wait;set=8;sleep=50000");
+    const Result result = Attach(workbench, {L"show t.X"});
+    EXPECT_EQ("OrvClient: values are shown by a workbench that such a client has started\n", result.errors);
+    EXPECT_EQ(2, result.status);
+}
+
 TEST_F(ClientAttach, GivenClientIdIsTakenForTheOneOnTheCommandLine)
 {
     const ChildProcess workbench = StartFake(L"wait;set=8;sleep=50000");

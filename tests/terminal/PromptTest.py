@@ -370,6 +370,54 @@ class PromptTest(unittest.TestCase):
         self.assertNotIn("the call goes on", terminal.screen())
         self.quit(terminal)
 
+    # Attached to the workbench of another client
+
+    def attach(self, other):
+        return self.start("--attach", self.workbench(other))
+
+    def test_an_attached_session_completes_words_and_files_alone(self):
+        owner = self.start()
+        attached = self.attach(owner)
+        attached.type("lo")
+        attached.press("Tab")
+        attached.wait_for_line("orv> load")
+        attached.type("OrvS")
+        attached.press("Tab")
+        attached.wait_for_line("orv> load OrvSample.dll")
+        attached.press("C-c")
+        attached.wait_for_line(PROMPT)
+        attached.type("get System.Mat")
+        attached.press("Tab")
+        attached.type("h")
+        attached.wait_for_line("orv> get System.Math")
+        self.assertNotIn("message idle", owner.screen())
+        self.quit_after_clearing(attached)
+
+    def test_an_attached_session_is_told_what_a_command_gave(self):
+        owner = self.start()
+        attached = self.attach(owner)
+        self.enter(attached, "show int.MaxValue", "    int.MaxValue = int 2147483647")
+        self.enter(attached, absolute(5), "    => int 5")
+        self.assertIn("    int.MaxValue = int 2147483647", self.lines_after(attached, "orv> " + absolute(5)))
+        self.quit(attached)
+        self.enter(owner, absolute(6), "=> int 6")
+        self.quit(owner)
+
+    def test_ctrl_c_in_a_command_leaves_an_attached_workbench(self):
+        owner = self.start()
+        attached = self.attach(owner)
+        self.sleeping(attached, 5000)
+        attached.press("C-c")
+        attached.wait_for_line(self.QUESTION)
+        attached.press("e")
+        attached.wait_for("interrupted; the call goes on in the workbench, which is left as it is")
+        attached.wait_for("workbench left running")
+        attached.wait_for_line(PROMPT)
+        owner.wait_for("message idle")
+        # The call's responses are nobody's.
+        self.enter(owner, absolute(6), "=> int 6")
+        self.quit(owner, 6)
+
     # While something goes on
 
     def workbench(self, terminal):
