@@ -173,6 +173,17 @@ TEST(ClientDeviations, ResponseThatNobodyAskedForIsToldAndNotTakenForTheNextComm
                                                 "  protocol: a response came that nobody had asked for\n"));
 }
 
+TEST(ClientDeviations, JsonHasThemToo)
+{
+    const Result result = RunWith(L"ready;wait;set=9;wait;exiting", {L"--json", L"invoke x"});
+    EXPECT_THAT(result.output,
+                HasSubstr("\"deviation\":\"the final response came before the breakpoint step was over\","
+                          "\"hint\":\"the dispatcher printed nothing; "));
+    EXPECT_THAT(result.output,
+                HasSubstr("{\"type\":\"error\",\"message\":\"the workbench departed from its protocol\","
+                          "\"exitStatus\":6,\"hints\":[]}\n"));
+}
+
 TEST(ClientDeviations, UnaskedEndWithoutExitingMessageAtTheLastStop)
 {
     const Result result = RunWith(L"ready;wait;set=8;wait", {L"load x"});
