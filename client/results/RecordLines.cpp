@@ -3,6 +3,7 @@
 #include "client/base/Text.h"
 
 #include <nlohmann/json.hpp>
+#include <utility>
 
 namespace
 {
@@ -34,17 +35,30 @@ void AddError(Lines& lines, const Json& error)
     lines.push_back(L"error" + place + L": " + TextOf(error, "message"));
 }
 
-void AddException(Lines& lines, const wchar_t* label, const Json& exception)
+void AddRaised(Lines& lines, const wchar_t* label, const Json& raised)
 {
-    if (!exception.is_object())
-        return;
-    const std::wstring message = TextOf(exception, "message");
-    lines.push_back(label + TextOf(exception, "type") + (message.empty() ? L"" : L": " + message));
-    for (const Json& frame : exception.value("frames", Json::array()))
+    const std::wstring message = TextOf(raised, "message");
+    lines.push_back(label + TextOf(raised, "type") + (message.empty() ? L"" : L": " + message));
+    for (const Json& frame : raised.value("frames", Json::array()))
         if (frame.is_string())
             lines.push_back(L"    " + FromUtf8(frame.get_ref<const std::string&>()).value_or(std::wstring()));
-    for (const Json& cause : exception.value("causes", Json::array()))
-        AddException(lines, L"  caused by ", cause);
+}
+
+// Each is followed by what caused it.
+void AddException(Lines& lines, const Json& exception)
+{
+    std::vector<Json> left{exception};
+    for (const wchar_t* label = L"exception "; !left.empty(); label = L"  caused by ")
+    {
+        const Json raised = std::move(left.back());
+        left.pop_back();
+        if (!raised.is_object())
+            continue;
+        AddRaised(lines, label, raised);
+        const Json causes = raised.value("causes", Json::array());
+        if (causes.is_array())
+            left.insert(left.end(), causes.rbegin(), causes.rend());
+    }
 }
 } // namespace
 
@@ -65,7 +79,7 @@ std::vector<std::wstring> LinesOf(const CommandRecord& record)
     if (told.contains("error"))
         AddError(lines, told["error"]);
     if (told.contains("exception"))
-        AddException(lines, L"exception ", told["exception"]);
+        AddException(lines, told["exception"]);
     return lines;
 }
 

@@ -37,8 +37,8 @@ TEST(RecordLines, TellWhyThereIsNoValue)
     EXPECT_THAT(Told(R"({"result":4,"error":{"message":"why"}})"), ElementsAre(L"error: why"));
     EXPECT_THAT(
         Told(
-            R"({"result":13,"exception":{"type":"E","message":"m","frames":["at f"],"causes":[{"type":"C","message":null,"frames":[]}]}})"),
-        ElementsAre(L"exception E: m", L"    at f", L"  caused by C"));
+            R"({"result":13,"exception":{"type":"E","message":"m","frames":["at f"],"causes":[{"type":"C","message":null,"frames":[],"causes":[{"type":"D","message":"d","frames":[]}]},{"type":"F","message":"f","frames":[]}]}})"),
+        ElementsAre(L"exception E: m", L"    at f", L"  caused by C", L"  caused by D: d", L"  caused by F: f"));
 }
 
 TEST(RecordLines, ListWhatWasAskedFor)
@@ -47,7 +47,8 @@ TEST(RecordLines, ListWhatWasAskedFor)
                      R"j({"kind":"method","name":"F","signature":"void F()","from":"A.B"},)j"
                      R"({"name":"t","type":"int","text":"5"},{"path":"t.X","name":"X","type":"A.B","text":null},)"
                      R"({"path":"t.Y","name":"Y","raised":"why"},{"text":"get t"}]})"),
-                ElementsAre(L"  enum A.M", L"  void F()  // A.B", L"  t = int 5", L"  t.X = A.B", L"  t.Y (why)", L"  get t"));
+                ElementsAre(L"  enum A.M", L"  void F()  // A.B", L"  t = int 5", L"  t.X = A.B", L"  t.Y (why)",
+                            L"  get t"));
 }
 
 TEST(RecordLines, AreNoneOfWhatIsNoRecord)
