@@ -62,9 +62,9 @@ PassingFile::PassingFile(std::wstring path, UniqueHandle file) noexcept
 std::optional<PassingFile> PassingFile::OfOther(const wchar_t* start, const wchar_t* end, uint32_t processId)
 {
     std::wstring path = OnlyPathOf(start, end, processId);
-    UniqueHandle file = UniqueHandle::FromFile(
-        CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    UniqueHandle file = UniqueHandle::FromFile(CreateFileW(path.c_str(), GENERIC_READ,
+                                                           FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                                           nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file)
         return std::nullopt;
     return PassingFile(std::move(path), std::move(file));
