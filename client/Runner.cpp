@@ -262,10 +262,9 @@ private:
 
     void Show(const ScriptLine& line)
     {
-        if (!m_run.IsOwn())
-            throw ClientError(
-                ExitStatus::Usage,
-                At(line.where, L"values are shown by a workbench of one's own, this session is attached"));
+        if (!m_run.CanAsk())
+            throw ClientError(ExitStatus::Usage,
+                              At(line.where, L"values are shown by a workbench that such a client has started"));
         const std::wstring value = TextOf(line.text);
         if (!value.empty() && std::find(m_shown.begin(), m_shown.end(), value) == m_shown.end())
             m_shown.push_back(value);
@@ -302,6 +301,9 @@ private:
     std::vector<Proposal> Propose(const std::wstring& line)
     {
         std::vector<Proposal> proposals;
+        // Its lines would be printed for the client that started the workbench.
+        if (!m_run.IsOwn())
+            return proposals;
         for (const ListEntry& entry : m_run.Ask(L"Complete", line))
             proposals.push_back({NumberOf(TextOf(entry, "at")), TextOf(entry, "text"), TextOf(entry, "shown")});
         return proposals;

@@ -219,7 +219,7 @@ CommandResult WorkbenchRun::ExecuteHidden(const Command& command)
 
 std::vector<ListEntry> WorkbenchRun::Ask(const wchar_t* question, const std::wstring& text)
 {
-    if (!IsRunning() || !IsOwn() || text.size() > c_longestQuestion)
+    if (!IsRunning() || !CanAsk() || text.size() > c_longestQuestion)
         return {};
     m_watch.TakeLines();
     m_watch.Set(PrintWatch::Mode::Keep);

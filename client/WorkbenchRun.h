@@ -44,7 +44,7 @@ public:
     CommandResult Execute(const Command& command, const std::wstring& where = {});
     // Carries out a command; nothing of it is shown.
     CommandResult ExecuteHidden(const Command& command);
-    // Asks the dispatcher, unseen. Nothing where it cannot tell: no workbench runs, or it is someone else's.
+    // Asks the dispatcher, unseen. Nothing where it cannot tell: no workbench runs, or CanAsk is false.
     std::vector<ListEntry> Ask(const wchar_t* question, const std::wstring& text);
     // What was printed for the last question.
     std::vector<std::wstring> TakeAnswerLines() noexcept { return m_watch.TakeLines(); }
@@ -70,6 +70,8 @@ public:
     bool IsRunning() const noexcept { return m_session.IsRunning(); }
     // Started here, or to be.
     bool IsOwn() const noexcept { return !m_running; }
+    // The dispatcher's answers come here: the workbench was started by such a client.
+    bool CanAsk() const noexcept { return IsOwn() || m_session.IsTold(); }
     // The user wants an end.
     bool IsInterrupted() const noexcept;
     // Ctrl-C was pressed at a prompt; reset by whoever answers to it.

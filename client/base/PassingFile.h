@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 // An empty file among the temporary ones that goes with this object, also when the process is killed. Others may open
@@ -13,6 +14,9 @@ class PassingFile
 public:
     // The file's name begins and ends so. When it cannot be made, Path is empty and nothing is ever there.
     PassingFile(const wchar_t* start, const wchar_t* end);
+    // The file that another process of this user has made so, to be read as long as that one keeps it. Nothing when
+    // there is none, or more than one.
+    static std::optional<PassingFile> OfOther(const wchar_t* start, const wchar_t* end, uint32_t processId);
 
     const std::wstring& Path() const noexcept { return m_path; }
     // In bytes.
@@ -21,6 +25,8 @@ public:
     std::string Read(uint64_t start, size_t count) const;
 
 private:
+    PassingFile(std::wstring path, UniqueHandle file) noexcept;
+
     std::wstring m_path;
     UniqueHandle m_file;
 };

@@ -69,8 +69,8 @@ void DebugOutput::Listen()
     }
 }
 
-// A process that found the listener a moment ago still waits for the buffer, for seconds or, under Wine, for ever:
-// the buffer is declared free until nobody has it open any more.
+// A process that found the listener a moment ago still waits for the buffer, for up to ten seconds: the buffer
+// is declared free until nobody has it open any more.
 void DebugOutput::ReleasePrinters()
 {
     m_view.Reset();

@@ -1,9 +1,9 @@
 #include "client/prompt/Completion.h"
 
+#include "client/base/UniqueFileSearch.h"
 #include "client/input/LocalWords.h"
 #include "client/input/LookWords.h"
 #include "client/session/Command.h"
-#include "OrvProfiler/foundation/UniqueHandle.h"
 
 #include <windows.h>
 
@@ -20,15 +20,6 @@ constexpr std::wstring_view c_blanks = L" \t";
 constexpr std::wstring_view c_indent = L"  ";
 // So many are shown with all that is known of them.
 constexpr size_t c_few = 12;
-
-// A search of the system's, whose "none" is INVALID_HANDLE_VALUE.
-struct FileSearchTraits
-{
-    using Handle = HANDLE;
-    static Handle None() noexcept { return INVALID_HANDLE_VALUE; }
-    static void Close(Handle search) noexcept { FindClose(search); }
-};
-using UniqueFileSearch = BasicUniqueHandle<FileSearchTraits>;
 
 bool BeginsWith(std::wstring_view text, std::wstring_view start) noexcept
 {

@@ -1,5 +1,6 @@
 #include "client/console/TextStream.h"
 #include "client/reports/Report.h"
+#include "client/results/RecordLines.h"
 #include "OrvProfiler/foundation/Trace.h"
 #include "OrvProfiler/protocol/ClientId.h"
 
@@ -88,6 +89,7 @@ public:
     {
         Print(L"", FormatSlot(L"workbench %u %s, client id %s", workbenchId, isAttached ? L"attached" : L"started",
                               ClientIdText(clientId).Get()));
+        m_isAttached = isAttached;
     }
 
     void OnReady(double elapsedMs) override { Print(c_resultIndent, FormatSlot(L"ready after %.1f ms", elapsedMs)); }
@@ -119,6 +121,10 @@ public:
     void OnResult(const CommandResult& result, const CommandRecord& record, Verdict verdict,
                   const std::wstring& hint) override
     {
+        // What the workbench prints goes to the client that started it.
+        if (m_isAttached)
+            for (const std::wstring& told : LinesOf(record))
+                Print(c_eventIndent, told);
         std::wstring line = OutcomeText(verdict) + std::wstring(FormatSlot(L" after %.3f ms", result.elapsedMs));
         if (record.result)
             line += L", result " + std::to_wstring(*record.result) + L" " + record.resultName;
@@ -167,16 +173,20 @@ public:
             Print(c_resultIndent, command);
     }
 
-    void OnShown(const std::vector<std::wstring>& lines, const std::vector<ListEntry>& /*values*/) override
+    void OnShown(const std::vector<std::wstring>& lines, const std::vector<ListEntry>& values) override
     {
         for (const std::wstring& line : lines)
             Print(c_shownMark, line);
+        if (m_isAttached)
+            for (const ListEntry& value : values)
+                Print(c_eventIndent, LineOf(value));
     }
 
     void OnHelp(const std::wstring& text) override { TextStream::Out().Write(text); }
 
 private:
     const bool m_echoesCommands;
+    bool m_isAttached = false;
 };
 } // namespace
 

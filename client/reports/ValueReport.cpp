@@ -1,5 +1,6 @@
 #include "client/console/TextStream.h"
 #include "client/reports/Report.h"
+#include "client/results/RecordLines.h"
 #include "OrvProfiler/foundation/Trace.h"
 
 namespace
@@ -19,7 +20,10 @@ public:
             TextStream::Out().Write(happening.text + L"\n");
     }
 
-    void OnStarted(uint32_t /*workbenchId*/, uint32_t /*clientId*/, bool /*isAttached*/) override {}
+    void OnStarted(uint32_t /*workbenchId*/, uint32_t /*clientId*/, bool isAttached) override
+    {
+        m_isAttached = isAttached;
+    }
     void OnReady(double /*elapsedMs*/) override {}
     void OnDebuggerMayAttach(uint32_t /*workbenchId*/, std::optional<uint16_t> /*port*/, bool /*waits*/) override {}
     void OnCommand(const Command& command, const std::wstring& /*where*/) override
@@ -32,6 +36,9 @@ public:
     void OnResult(const CommandResult& result, const CommandRecord& record, Verdict verdict,
                   const std::wstring& hint) override
     {
+        if (m_isLook && m_isAttached)
+            for (const ListEntry& entry : EntriesOf(record))
+                TextStream::Out().Write(L"  " + LineOf(entry) + L"\n");
         if (m_asks && verdict == Verdict::Succeeded && record.value && !record.hasMade)
             TextStream::Out().Write(*record.value + L"\n");
         if (!result.deviation.empty())
@@ -76,6 +83,7 @@ public:
 private:
     bool m_asks = false;
     bool m_isLook = false;
+    bool m_isAttached = false;
 };
 } // namespace
 

@@ -1,12 +1,28 @@
 #include "client/session/ResultFile.h"
 
+#include <optional>
+#include <utility>
+
 namespace
 {
 // A line tells of one value, and of a string at most a million units. What is longer is no line of the dispatcher's.
 constexpr uint64_t c_greatestLine = 64ULL << 20;
+constexpr const wchar_t* c_nameStart = L"OrvResults-";
+constexpr const wchar_t* c_nameEnd = L".jsonl";
 } // namespace
 
-ResultFile::ResultFile() : m_file(L"OrvResults-", L".jsonl") {}
+ResultFile::ResultFile() : m_file(c_nameStart, c_nameEnd) {}
+
+ResultFile::ResultFile(PassingFile file) noexcept : m_file(std::move(file))
+{
+    SkipLines();
+}
+
+std::unique_ptr<ResultFile> ResultFile::OfOther(uint32_t clientId)
+{
+    std::optional<PassingFile> file = PassingFile::OfOther(c_nameStart, c_nameEnd, clientId);
+    return file ? std::unique_ptr<ResultFile>(new ResultFile(*std::move(file))) : nullptr;
+}
 
 std::string ResultFile::TakeLine()
 {

@@ -201,6 +201,7 @@ void Session::Attach(uint32_t workbenchId)
                                                             L": process " + std::to_wstring(workbenchId) +
                                                             L" is no workbench, or not of this client id");
     m_process = WorkbenchProcess::Attach(workbenchId);
+    m_results = ResultFile::OfOther(m_clientId);
     m_isRunning = true;
     TakeNews();
     if (!m_isRunning)
@@ -233,6 +234,9 @@ CommandResult Session::Carry(const CommandWord& word)
     if (m_isOwn && IsResponseSet())
         Deviate(L"a response came that nobody had asked for");
     ResetResponses();
+    // What was told of commands that the other client gave.
+    if (!m_isOwn && m_results != nullptr)
+        m_results->SkipLines();
     pending.timer.Start();
     m_events.Set(word.event);
     CommandResult result;
@@ -246,7 +250,7 @@ CommandResult Session::Carry(const CommandWord& word)
     result.deviation = pending.deviation;
     if (m_results != nullptr)
         result.record = m_results->TakeLine();
-    if (!m_isOwn && pending.succeeded)
+    if (!m_isOwn && pending.succeeded && result.record.empty())
         result.tracedResult = AwaitTracedResult();
     if (result.outcome == Outcome::TimedOut)
         GiveUp();

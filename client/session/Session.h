@@ -71,8 +71,8 @@ struct CommandResult
     std::wstring deviation;
     // What the dispatcher told about the command, a JSON object in UTF-8: members result (an ActionResult), made,
     // value (type, text, string), references, assembly, error (message, column), exception (type, message, frames,
-    // causes), each where there is one. Empty when it tells nothing: the workbench is someone else's, or has another
-    // dispatcher.
+    // causes), each where there is one. Empty when it tells nothing: the workbench was started by another kind of
+    // client, or has another dispatcher.
     std::string record;
     // The ActionResult by the trace, when someone else's workbench is traced (OnTrace).
     std::optional<int32_t> tracedResult;
@@ -148,6 +148,8 @@ public:
     // 0 before a workbench was started or attached.
     uint32_t WorkbenchId() const noexcept { return m_process.Id(); }
     bool IsRunning() const noexcept { return m_isRunning; }
+    // The dispatcher may tell about commands: the workbench was started here, or by such a client.
+    bool IsTold() const noexcept { return m_results != nullptr; }
     HANDLE WorkbenchHandle() const noexcept { return m_process.Handle(); }
     // Once a workbench has ended: its exit code.
     std::optional<uint32_t> WorkbenchExitCode() const noexcept;

@@ -31,6 +31,7 @@ namespace System.IO
 
     public enum FileAccess
     {
+        Read = 1,
         Write = 2
     }
 

@@ -136,6 +136,46 @@ TEST_F(ClientAttach, TraceOfAnEarlierCommandEndsNothing)
     EXPECT_TRUE(workbench.IsRunning());
 }
 
+// The system has room for one: the first of two that are attached.
+TEST_F(ClientAttach, WithoutTheDebuggerOutputTheResponseDecides)
+{
+    const ChildProcess workbench = StartFake(L"wait;trace=    1 CHost::Run Command is Load: x;"
+                                             L"trace=    2 CHost::Run command succeeded, result = Exception;set=8;"
+                                             L"wait;trace=    1 CHost::Run Command is Get: x;set=8;"
+                                             L"trace=    2 CHost::Run command succeeded, result = ActionSuccess;"
+                                             L"trace=    3 CHost::Run Sleeping;sleep=50000");
+    ClientRun::Setup setup;
+    setup.arguments = {L"--attach", std::to_wstring(workbench.Id())};
+    setup.keepsInputOpen = true;
+    const ClientRun listener(setup);
+    listener.AwaitOutput(" attached");
+    const Result result = Attach(workbench, {L"--timeout", L"3", L"load x", L"get x"});
+    EXPECT_EQ("workbench # attached, client id #\n"
+              "> load x\n"
+              "    response success\n"
+              "  succeeded after # ms\n"
+              "> get x\n"
+              "    response success\n"
+              "  timed out after # ms\n"
+              "workbench left running\n",
+              result.output);
+    EXPECT_EQ(4, result.status);
+}
+
+TEST_F(ClientAttach, JsonSaysSo)
+{
+    const ChildProcess workbench = StartFake(L"wait;set=8;sleep=50000");
+    ClientRun::Setup setup;
+    setup.arguments = {L"--attach", std::to_wstring(workbench.Id()), L"--json", L"load x"};
+    const ClientRun run(setup);
+    EXPECT_EQ(0, run.Wait());
+    EXPECT_EQ("{\"type\":\"attached\",\"workbench\":#,\"client\":\"#\"}\n"
+              "{\"type\":\"command\",\"command\":\"load\",\"text\":\"x\",\"happenings\":[{\"response\":\"success\"}],"
+              "\"outcome\":\"succeeded\",\"elapsedMs\":#}\n"
+              "{\"type\":\"left\"}\n",
+              Masked(run.Output()));
+}
+
 TEST_F(ClientAttach, StopEndsTheWorkbench)
 {
     const ChildProcess workbench = StartFake(L"wait");
@@ -162,6 +202,15 @@ TEST_F(ClientAttach, StartIsRefused)
     const ChildProcess workbench = StartFake(L"wait;set=8;sleep=50000");
     const Result result = Attach(workbench, {L"start"});
     EXPECT_THAT(result.errors, HasSubstr("this session is attached"));
+    EXPECT_EQ(2, result.status);
+}
+
+// This test, which has started it, is no such client.
+TEST_F(ClientAttach, ValuesAreShownOnlyWhereTheDispatcherTells)
+{
+    const ChildProcess workbench = StartFake(L"wait;set=8;sleep=50000");
+    const Result result = Attach(workbench, {L"show t.X"});
+    EXPECT_EQ("OrvClient: values are shown by a workbench that such a client has started\n", result.errors);
     EXPECT_EQ(2, result.status);
 }
 

@@ -53,9 +53,10 @@ TEST(ClientFollowLog, ComesFromTheDebuggerOutputWhereTheFileCannotBeRead)
     const UniqueHandle locked = UniqueHandle::FromFile(
         CreateFileW(L"c:\\zeph\\logs\\OrvWorkBench.log", GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, 0, nullptr));
     ASSERT_TRUE(locked);
-    const ClientResult result = Finish(Scripted({L"-f", L"load x"}));
+    const ClientResult result = Finish(Scripted({L"-f", L"load x", L"load \x65E5\x672C"}));
     EXPECT_THAT(result.output, HasSubstr(" CHost::CHost Loaded Runtime\n"));
     EXPECT_THAT(result.output, HasSubstr(" CHost::Run Command is Load: x\n"));
+    EXPECT_THAT(result.output, HasSubstr(" CHost::Run Command is Load: ??\n")) << "not in the system's code page";
     EXPECT_THAT(result.output, HasSubstr(" CHost::Run WorkBench Exiting\n"));
     EXPECT_EQ(0, result.status);
 }

@@ -70,6 +70,56 @@ TEST(ClientJson, HasWhatTheDispatcherTold)
                                          R"("value":{"type":"string","text":"\"a\"","string":"a"},"elapsedMs":#})"));
 }
 
+TEST(ClientJson, HasEachMemberThatTheDispatcherTells)
+{
+    const std::string told =
+        R"("made":"t","value":{"type":"A","text":null},"references":[{"name":"x","type":"int","text":"1"}],)"
+        R"("list":[{"name":"n"}],"assembly":{"name":"a","file":"f"},"error":{"message":"m","column":3},)"
+        R"("exception":{"type":"E","message":null,"frames":["f"],"causes":[]})";
+    const ClientResult result = Finish(Scripted({L"--json"}, "invoke result=13;told={\"result\":13," + told + "}\n"));
+    EXPECT_THAT(result.output, HasSubstr(R"("outcome":"exception","result":{"number":13,"name":"Exception"},)" +
+                                         told + R"(,"elapsedMs":#})"));
+    EXPECT_EQ(7, result.status);
+}
+
+TEST(ClientJson, TellsATimeOut)
+{
+    const ClientResult result = Finish(Scripted({L"--json", L"--timeout", L"1", L"load delay=60000"}));
+    EXPECT_THAT(result.output, HasSubstr("\"happenings\":[],\"outcome\":\"timedOut\",\"elapsedMs\":#}\n"
+                                         "{\"type\":\"error\",\"message\":\"no final response in time; the "
+                                         "workbench was ended\",\"exitStatus\":4,\"hints\":[\""));
+    EXPECT_EQ(4, result.status);
+}
+
+TEST(ClientJson, TellsALoss)
+{
+    const ClientResult result = Finish(Scripted({L"--json", L"load exit=3"}));
+    EXPECT_THAT(result.output, HasSubstr("\"outcome\":\"lost\",\"elapsedMs\":#}\n"
+                                         "{\"type\":\"error\",\"message\":\"the workbench ended before its final "
+                                         "response\",\"exitStatus\":3,\"hints\":[\"its exit code is 3: "));
+    EXPECT_THAT(result.output, HasSubstr("{\"type\":\"ended\",\"workbenchExitCode\":3}\n"));
+    EXPECT_EQ(3, result.status);
+}
+
+TEST(ClientJson, TellsAnInterrupt)
+{
+    ClientRun::Setup setup = Scripted({L"--json", L"--stream", L"load print=in; delay=3000"});
+    setup.hasConsole = true;
+    const ClientRun run(setup);
+    run.AwaitOutput("\"text\":\"in\"");
+    run.PressCtrlC();
+    EXPECT_EQ(5, run.Wait());
+    EXPECT_THAT(run.Output(), HasSubstr("\"outcome\":\"interrupted\""));
+    EXPECT_THAT(run.Output(),
+                HasSubstr("{\"type\":\"error\",\"message\":\"interrupted\",\"exitStatus\":5,\"hints\":[]}\n"));
+}
+
+TEST(ClientJson, HelpsToo)
+{
+    EXPECT_THAT(Finish(Scripted({L"--json", L"help stop"})).output,
+                HasSubstr("{\"type\":\"help\",\"text\":\"  stop                         end the workbench\\n\"}\n"));
+}
+
 TEST(ClientJson, StreamsWhatHappensWhenAsked)
 {
     const std::wstring command = L"load print=one;write=two?;delay=1500;result=5";

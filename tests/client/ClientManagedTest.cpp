@@ -149,6 +149,10 @@ TEST(ClientManaged, EvalPrintsNothingButValues)
     EXPECT_EQ("", failed.output);
     EXPECT_THAT(failed.errors, StartsWith("OrvClient: the command failed: "));
     EXPECT_EQ(1, failed.status);
+
+    EXPECT_EQ("  enum OrvSample.Mode\n  1 public type\n",
+              ResultOf({L"--eval", L"load OrvSample.dll", L"types Mode"}).output)
+        << "but the answer to a question";
 }
 
 TEST(ClientManaged, WhatUserCodePrintsIsNoResult)
@@ -292,18 +296,90 @@ TEST(ClientManaged, HelpGivesExamplesOfWhatIsThere)
     EXPECT_THAT(OutputOf(script + example.str(1) + "\n", 0), HasSubstr("> " + example.str(1) + "\n    | => "));
 }
 
-TEST(ClientManaged, AnAttachedSessionShowsNoValues)
+namespace
 {
+// A client that has started a workbench and waits for commands.
+class Owner
+{
+public:
+    Owner() : m_run(Setup()) { m_run.AwaitOutput("ready after"); }
+
+    ClientRun& Run() noexcept { return m_run; }
+
+    // Attaches another client to the workbench, for these commands.
+    Result Attach(std::vector<std::wstring> arguments) const
+    {
+        ClientRun::Setup setup;
+        arguments.insert(arguments.begin(), {L"--attach", std::to_wstring(m_run.WorkbenchId())});
+        setup.arguments = arguments;
+        const ClientRun run(setup);
+        const int status = run.Wait();
+        return {status, Masked(run.Output()), run.Errors()};
+    }
+
+private:
+    static ClientRun::Setup Setup()
+    {
+        ClientRun::Setup setup;
+        setup.workbenchFolder = ManagedFolder().Path();
+        setup.keepsInputOpen = true;
+        return setup;
+    }
+
+    ClientRun m_run;
+};
+} // namespace
+
+TEST(ClientManaged, AnAttachedSessionIsToldWhatTheOtherIs)
+{
+    Owner owner;
+    owner.Run().Type("load OrvSample.dll\ncreate t = OrvSample.Thermostat(\"k\", 21)\n");
+    owner.Run().AwaitOutput("ActionCreatedType");
+    const Result text = owner.Attach({L"-k", L"get t.Room", L"invoke t.Overheat()", L"get t.Nothing", L"types Mode",
+                                      L"show t.Target", L"set t.Target = 22"});
+    EXPECT_THAT(text.output, HasSubstr("> get t.Room\n"
+                                       "    response success\n"
+                                       "    response success\n"
+                                       "    => string \"k\"\n"
+                                       "  succeeded after # ms, result 5 ActionSuccess\n"
+                                       "> invoke t.Overheat()\n"));
+    EXPECT_THAT(text.output,
+                HasSubstr("    exception System.InvalidOperationException: The thermostat of k cannot overheat.\n"
+                          "        at OrvSample.Thermostat.Overheat ()"));
+    EXPECT_THAT(text.output,
+                HasSubstr("    error at column 3: 'OrvSample.Thermostat' has no public instance property or "
+                          "field 'Nothing'\n"));
+    EXPECT_THAT(text.output, HasSubstr("      enum OrvSample.Mode\n"));
+    EXPECT_THAT(text.output, HasSubstr("    t.Target = double 21\n"));
+    EXPECT_THAT(text.output, HasSubstr("result 5 ActionSuccess\n    t.Target = double 22\n"));
+    EXPECT_EQ("", text.errors);
+    EXPECT_EQ(7, text.status);
+    // All of it was printed where the workbench prints.
+    owner.Run().AwaitOutput("    |   enum OrvSample.Mode\n");
+
+    EXPECT_EQ("k\n  enum OrvSample.Mode\n", owner.Attach({L"--eval", L"get t.Room", L"types Mode"}).output);
+    EXPECT_THAT(owner.Attach({L"--json", L"get t.Room"}).output,
+                HasSubstr(R"("value":{"type":"string","text":"\"k\"","string":"k"},"elapsedMs")"));
+    EXPECT_THAT(owner.Attach({L"help get"}).output, HasSubstr("  for example: get t."));
+}
+
+TEST(ClientManaged, AnAttachedSessionIsToldOfItsOwnCommandsAlone)
+{
+    Owner owner;
     ClientRun::Setup setup;
-    setup.workbenchFolder = ManagedFolder().Path();
+    setup.arguments = {L"--attach", std::to_wstring(owner.Run().WorkbenchId())};
     setup.keepsInputOpen = true;
-    const ClientRun owner(setup);
-    owner.AwaitOutput("ready after");
-    ClientRun::Setup other;
-    other.arguments = {L"--attach", std::to_wstring(owner.WorkbenchId())};
-    other.input = "show System.Math.PI\n";
-    const ClientRun attached(other);
-    EXPECT_EQ(2, attached.Wait());
-    EXPECT_EQ("OrvClient: input:1: values are shown by a workbench of one's own, this session is attached\n",
-              attached.Errors());
+    ClientRun attached(setup);
+    attached.Type("get int.MaxValue\n");
+    attached.AwaitOutput("result 5 ActionSuccess");
+    owner.Run().Type("invoke System.Math.Abs(-7)\n");
+    owner.Run().AwaitOutput("=> int 7");
+    owner.Run().AwaitOutput("result 10 ActionInvokedOk");
+    attached.Type("stop\n");
+    attached.EndInput();
+    EXPECT_EQ(0, attached.Wait());
+    EXPECT_THAT(Masked(attached.Output()), HasSubstr("    => int 2147483647\n"
+                                                     "  succeeded after # ms, result 5 ActionSuccess\n"
+                                                     "> stop\n"
+                                                     "  succeeded after # ms\n"));
 }

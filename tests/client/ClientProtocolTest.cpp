@@ -173,6 +173,17 @@ TEST(ClientDeviations, ResponseThatNobodyAskedForIsToldAndNotTakenForTheNextComm
                                                 "  protocol: a response came that nobody had asked for\n"));
 }
 
+TEST(ClientDeviations, JsonHasThemToo)
+{
+    const Result result = RunWith(L"ready;wait;set=9;wait;exiting", {L"--json", L"invoke x"});
+    EXPECT_THAT(result.output,
+                HasSubstr("\"deviation\":\"the final response came before the breakpoint step was over\","
+                          "\"hint\":\"the dispatcher printed nothing; "));
+    EXPECT_THAT(result.output,
+                HasSubstr("{\"type\":\"error\",\"message\":\"the workbench departed from its protocol\","
+                          "\"exitStatus\":6,\"hints\":[]}\n"));
+}
+
 TEST(ClientDeviations, UnaskedEndWithoutExitingMessageAtTheLastStop)
 {
     const Result result = RunWith(L"ready;wait;set=8;wait", {L"load x"});
@@ -198,6 +209,29 @@ TEST(ClientOutput, LinesComeUnderTheirCommandBeforeTheResponse)
     EXPECT_THAT(result.output, HasSubstr("    | early\n"
                                          "    message ready\n"));
     EXPECT_EQ(0, result.status);
+}
+
+TEST(ClientOutput, LineWithoutItsEndIsShownAfterAWhile)
+{
+    const Result result = RunWith(L"ready;wait;write=name?;sleep=1500;print=yes;set=8;wait;exiting", {L"load x"});
+    EXPECT_THAT(result.output, HasSubstr("    | name?\n"
+                                         "    | yes\n"
+                                         "    response success\n"));
+}
+
+TEST(ClientOutput, WhatNoCommandPrintsIsTheSessionsOwn)
+{
+    for (const bool streams : {false, true})
+    {
+        ClientRun::Setup setup = FakeSetup(L"ready;sleep=100;print=late;wait;exiting", {L"--json"});
+        if (streams)
+            setup.arguments.emplace_back(L"--stream");
+        setup.keepsInputOpen = true;
+        ClientRun run(setup);
+        run.AwaitOutput("{\"type\":\"output\",\"text\":\"late\"}\n");
+        run.EndInput();
+        EXPECT_EQ(0, run.Wait());
+    }
 }
 
 TEST(ClientOutput, UnfinishedLineOfADeadWorkbenchIsShown)

@@ -7,6 +7,7 @@
 
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
 
@@ -95,7 +96,17 @@ TEST(ClientScript, StopsAtTheFirstFailure)
                                          "    response failed\n"
                                          "  failed after # ms\n"));
     EXPECT_THAT(result.output, Not(HasSubstr("never")));
+    EXPECT_THAT(result.output, HasSubstr("    message exiting\nworkbench ended with exit code 1\n"));
     EXPECT_EQ(1, result.status);
+}
+
+TEST(ClientScript, OfADashIsTheInput)
+{
+    const ClientResult result = Finish(Scripted({L"--script", L"-"}, "# a comment\nload x\n"));
+    EXPECT_THAT(result.output, HasSubstr("  ready after # ms\n"
+                                         "> load x\n"
+                                         "    response success\n"));
+    EXPECT_EQ(0, result.status);
 }
 
 TEST(ClientScript, GoesOnWhenToldSo)
@@ -195,9 +206,12 @@ TEST(ClientScript, EndsWithItsReader)
     for (int i = 0; i < 2000; ++i)
         setup.input += "load print=x\n";
     setup.closesOutput = true;
+    const ScriptRecord record;
+    setup.environment = {record.Variable()};
     const ClientRun run(setup);
     EXPECT_EQ(8, run.Wait());
     EXPECT_EQ("", run.Errors());
+    EXPECT_THAT(record.Calls(), IsEmpty());
 }
 
 TEST(ClientScript, WithABadLineIsNotBegun)
@@ -208,6 +222,14 @@ TEST(ClientScript, WithABadLineIsNotBegun)
     EXPECT_THAT(result.errors,
                 HasSubstr("bad.orv:2: unknown command \"laod\"; the commands are load, create, invoke, "
                           "get, set, delete, reset, stop\n"));
+    EXPECT_EQ(2, result.status);
+}
+
+TEST(ClientScript, OfTheCommandLineIsCheckedToo)
+{
+    const ClientResult result = Finish(Scripted({L"-k", L"load x", L"laod y"}));
+    EXPECT_EQ("", result.output);
+    EXPECT_THAT(result.errors, StartsWith("OrvClient: unknown command \"laod\""));
     EXPECT_EQ(2, result.status);
 }
 

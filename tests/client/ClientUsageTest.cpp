@@ -19,6 +19,9 @@ TEST(ClientUsage, BadUsageIsToldAndStartsNothing)
         {L"--interactive", L"load x"},
         {L"load", L"x"},
         {L"--client", L"1a", L"load x"},
+        {L"--stream", L"load x"},
+        {L"--eval", L"--json", L"load x"},
+        {L"--interactive", L"--script", L"-"},
     };
     for (const std::vector<std::wstring>& arguments : bad)
     {

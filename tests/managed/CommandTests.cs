@@ -64,6 +64,21 @@ namespace OrvTest
             Bench.Expect("load", Harness.Folder, 2, "error at column 1: \"" + Harness.Folder + "\" is a folder");
         }
 
+        // The runtimes say different things of it, or that it is not there.
+        public static void AFileThatCannotBeReadIsNoMissingOne()
+        {
+            Bench.Start();
+            string path = InFolder("Kept.dll");
+            File.Copy(InFolder("Twin.dll"), path, true);
+            using (new FileStream(path, FileMode.Open, FileAccess.ReadWrite, FileShare.None))
+            {
+                Harness.Equal(2, CInvoke.LoadAssembly(path), "load");
+                string printed = Bench.FirstLine();
+                Harness.True(printed.StartsWith("error at column 1: cannot read \"" + path + "\" ("), printed);
+            }
+            Bench.Expect("load", path, 6, null);
+        }
+
         public static void RelativePathsMeanTheCurrentFolder()
         {
             Bench.Start();

@@ -60,8 +60,8 @@ namespace OrvTest
             int answered = 0;
             foreach (string expression in CSharpTests.s_expressions)
             {
-                string line = (expression.Contains(" = ") ? "set " : "dump ") + expression.Split(';')[0];
-                for (int length = 5; length <= line.Length; ++length)
+                string line = (expression.Contains(" = ") ? "set " : "set q.Next = ") + expression.Split(';')[0];
+                for (int length = 4; length <= line.Length; ++length)
                     answered += Ask(line.Substring(0, length)) > 0 ? 1 : 0;
             }
             Harness.True(answered > 5000, answered + " have an answer");

@@ -191,7 +191,6 @@ namespace OrvTest
             { "set t.Target ", "" },
             { "set t.Target += w", "" },
             { "set t.TargetChanged += watch ", "" },
-            { "find Tar", "" },
             { "load Orv", "" },
             { "reset t", "" },
             { "stop t", "" },
@@ -200,6 +199,50 @@ namespace OrvTest
             { "Tar", "" },
             { "get", "" },
             { "", "" },
+        };
+
+        // Behind the value or the type, and in a pattern.
+        public static readonly string[,] OfQuestions = {
+            { "members t Rai", "Raise:method" },
+            { "Members t  TARG", "Target:property TargetChanged:event" },
+            { "members OrvSample.Thermostat Lo", "Lowest:field" },
+            { "members q.Next Only", "OnlyWritten:property" },
+            { "members q[\"a b\"] ToSt", "ToString:method ToString:method ToString:method ToString:method" },
+            { "members t.History[ 0 ] CompareT", "CompareTo:method CompareTo:method" },
+            { "members System.Collections.Generic.Dictionary<int, string> Compa", "Comparer:property" },
+            { "members OrvTest.Box<T>.Lid<U> Equ", "Equals:method Equals:method" },
+            { "members int MaxV", "MaxValue:field" },
+            { "members \"a b\" Leng", "Length:property" },
+            { "members OrvSample.Mode He", "Heat:field" },
+            { "members nothing T", "" },
+            { "members OrvSample T", "" },
+            { "members null T", "" },
+            { "members t. Tar", "" },
+            { "members t Raise ", "" },
+            { "members t Raise Ra", "" },
+            { "members t *Rai", "" },
+            { "members t Ra?", "" },
+            { "dump t ", "?[depth]  how deep, 2 without it" },
+            { "dump q[\"a b\"] ", "?[depth]  how deep, 2 without it" },
+            { "dump t 1", "" },
+            { "dump t 1 ", "?[first]  of a collection, which element is the first" },
+            { "dump t x ", "" },
+            { "dump t 1 20", "" },
+            { "dump t 1 20 ", "" },
+            { "dump t t", "" },
+            { "dump t.Raise(1, tel", "tell:instance" },
+            { "find Overh", "Overheat:method" },
+            { "find oVERH", "Overheat:method" },
+            { "find OrvSample.M", "Mode:enum" },
+            { "find ulon", "ulong:word" },
+            { "find -> OrvSample.M", "Mode:enum" },
+            { "find string ->OrvS", "OrvSample.:namespace" },
+            { "find ->doub", "double:word" },
+            { "find -> Overh", "" },
+            { "find string ", "->:word" },
+            { "find string -> int ", "" },
+            { "find Overh*", "" },
+            { "GET t.Tar", "Target:property" },
         };
 
         public static readonly string[,] OfNothing = {
@@ -281,7 +324,7 @@ namespace OrvTest
             get
             {
                 List<string> all = new List<string>();
-                foreach (string[,] table in new string[][,] { OfValues, OfTypes, OfNamespaces, OfCalls, OfFields, OfCommands, OfNothing, OfBraces, OfHints })
+                foreach (string[,] table in new string[][,] { OfValues, OfTypes, OfNamespaces, OfCalls, OfFields, OfCommands, OfQuestions, OfNothing, OfBraces, OfHints })
                 {
                     for (int i = 0; i < table.GetLength(0); ++i)
                         all.Add(table[i, 0]);

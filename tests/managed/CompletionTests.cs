@@ -71,6 +71,17 @@ namespace OrvTest
             Table(CompletionLines.OfCommands);
         }
 
+        public static void QuestionsTakeMoreThanTheFirstWord()
+        {
+            Table(CompletionLines.OfQuestions);
+            Harness.True(IsOffered("find ", "->") && IsOffered("find ", "OrvSample.") && !IsOffered("find ", "Overheat"), "a pattern's start");
+            Harness.True(IsOffered("members t ", "Mode") && !IsOffered("members t ", ".ctor"), "any member");
+            Harness.True(IsOffered("find -> ", "double") && !IsOffered("find -> ", "->"), "what is given");
+            Harness.Equal("double Raise(double degrees)", After("members t Rai")[0].Shown, "a signature");
+            Harness.Equal("void Overheat()  // of OrvSample.Thermostat", After("find Overh")[0].Shown, "with its class");
+            Harness.Equal("10 11", After("members t Rai")[0].At + " " + After("find  ->   OrvS")[0].At, "places");
+        }
+
         public static void NothingFollowsAWholeValueOrStandsInAString()
         {
             Table(CompletionLines.OfNothing);
@@ -124,7 +135,7 @@ namespace OrvTest
             foreach (string line in new string[] {
                          "get ", "get q.", "get q.Property.", "get q.Self.Self.", "get q[0].", "get q[\"a\"].", "invoke q.Make().Make().", "invoke q.Same(",
                          "invoke q.Same(q).", "invoke q.Same(q, q).", "invoke q.Map(q.Self).", "invoke q.Maker().", "invoke q.Maker(", "set q.", "set q.Rang += ",
-                         "dump q.", "members q.Property.", "get OrvTest.Completing.Untouched.", "get OrvTest.Completing.Untouched.Value.",
+                         "dump q.", "members q.Property.", "members q.Property ", "members q.Make() ", "members OrvTest.Completing.Untouched.Value ", "find Same", "dump q.Property ", "get OrvTest.Completing.Untouched.", "get OrvTest.Completing.Untouched.Value.",
                          "get OrvTest.Completing.Untouched.Instance.", "invoke OrvTest.Completing.Untouched.Get(OrvTest.Completing.Untouched.Numbered).",
                          "invoke OrvTest.Completing.Untouched.Numbered(", "create x = OrvTest.Completing.Untouched(", "get new OrvTest.Completing.Untouched().",
                          "get q.Next.Hidden.", "get q.Items[0].", "get (-q).", "get (q | q).", "get new[] {q, q}[0].", "delete ", "set q.Property = q.Property." })
@@ -182,6 +193,7 @@ namespace OrvTest
             foreach (string line in new string[] { "get own.", "get OrvWorkBench.", "get OrvWorkBench.CInvoke.", "get [DispatcherTest]", "types OrvW", "get OrvW" })
                 Harness.Equal("", Offered(line).Replace("own:instance", ""), line);
             Harness.Equal("", HintsAt("invoke own.GetMethod("), "its members");
+            Harness.Equal("", Offered("members own GetM") + Offered("members OrvWorkBench.CInvoke Inv"), "its members by a pattern");
             Harness.True(!IsOffered("get [", "DispatcherTest]"), "its assembly");
         }
 
@@ -259,7 +271,7 @@ namespace OrvTest
                                                typeof(Type), typeof(EventHandler), typeof(System.Collections.IDictionary), typeof(StringWriter) })
             {
                 Dictionary<string, int> counts = new Dictionary<string, int>();
-                foreach (ReachableMember member in ReachableMembers.OfValue(type))
+                foreach (ShownMember member in ReachableMembers.OfValue(type))
                 {
                     if (!(member.Member is MethodInfo))
                         continue;

@@ -19,6 +19,8 @@ namespace OrvTest
         public static void SystemConfiguration() { IsListedWhole("System.Configuration", 100); }
         public static void SystemSecurity() { IsListedWhole("System.Security", 60); }
         public static void MonoSecurity() { IsListedWhole("Mono.Security", 140); }
+        public static void SharpZipLib() { IsListedWhole("ICSharpCode.SharpZipLib", 60); }
+        public static void MonoDebuggerSoft() { IsListedWhole("Mono.Debugger.Soft", 80); }
         public static void MicrosoftCSharp() { IsListedWhole("Microsoft.CSharp", 5); }
         public static void SystemNumerics() { IsListedWhole("System.Numerics", 5); }
         public static void System() { IsListedWhole("System", 900); }

@@ -55,6 +55,42 @@ namespace OrvTest
             Harness.Equal("class", MemberTexts.KindOf(typeof(object)), "class");
         }
 
+        // A great library has thousands of members: only those that are found are written.
+        public static void OnlyWhatIsFoundIsWrittenAndOnce()
+        {
+            foreach (string wanted in new string[] { "ToByte", "-> byte" })
+            {
+                CountedMethods counted = new CountedMethods(typeof(Convert));
+                List<ShownMember> found = MemberList.DeclaredBy(counted, new MemberSearch(wanted));
+                Harness.True(found.Count > 10 && found.Count < counted.All.Count / 2, wanted);
+                foreach (ShownMember member in found)
+                    Harness.True(member.Shown.StartsWith("static byte") && member.Shown.EndsWith(")"), member.Shown);
+                foreach (CountedMethod method in counted.All)
+                {
+                    bool isFound = found.Exists(delegate(ShownMember member) { return member.Member == method; });
+                    Harness.Equal(isFound ? 1 : 0, method.Reads, wanted + " at " + method.Name);
+                }
+            }
+        }
+
+        // What a type declares stands in the order of all that it has.
+        public static void WhatATypeDeclaresIsPartOfWhatItHas()
+        {
+            foreach (Type type in new Type[] { typeof(Shape), typeof(string), typeof(IList<int>), typeof(System.IO.StreamReader), typeof(DayOfWeek) })
+            {
+                List<string> expected = new List<string>();
+                foreach (MemberInfo member in MemberList.Of(type))
+                {
+                    if (member.DeclaringType == type)
+                        expected.Add(MemberTexts.Show(member));
+                }
+                List<string> declared = new List<string>();
+                foreach (ShownMember member in MemberList.DeclaredBy(type, new MemberSearch("")))
+                    declared.Add(member.Shown);
+                Harness.Equal(string.Join("\n", expected.ToArray()), string.Join("\n", declared.ToArray()), type.FullName);
+            }
+        }
+
         public abstract class Shape
         {
             public const int Corners = 4;

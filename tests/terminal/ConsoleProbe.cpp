@@ -1,10 +1,13 @@
-// Reads lines as the client's prompt does, and tells what the console did: for what a console lacks.
+// Reads lines as the client's prompt does, and tells what the console did: for what a console lacks. The line "break"
+// presses Ctrl-Break.
+//
+// With the path of a file it keeps that file from all others, tells "kept", and goes with its input.
 #include <windows.h>
 
 #include <string>
 
 // Called by the C runtime, which declares it nowhere.
-extern "C" int wmain();
+extern "C" int wmain(int argc, wchar_t** argv);
 
 namespace
 {
@@ -28,10 +31,23 @@ BOOL WINAPI Ignore(DWORD /*control*/)
 {
     return TRUE;
 }
+
+int KeepFile(const wchar_t* path)
+{
+    if (CreateFileW(path, GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, 0, nullptr) == INVALID_HANDLE_VALUE)
+        return 1;
+    DWORD size = 0;
+    char end = 0;
+    WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), "kept\n", 5, &size, nullptr);
+    ReadFile(GetStdHandle(STD_INPUT_HANDLE), &end, 1, &size, nullptr);
+    return 0;
+}
 } // namespace
 
-extern "C" int wmain()
+extern "C" int wmain(int argc, wchar_t** argv)
 {
+    if (argc == 2)
+        return KeepFile(argv[1]);
     SetConsoleCtrlHandler(Ignore, TRUE);
     for (;;)
     {
@@ -53,7 +69,9 @@ extern "C" int wmain()
         else if (text.find(L'\t') != std::wstring::npos)
             Write(L"\nTab, column " + std::to_wstring(column) + L", keys " +
                   std::to_wstring(control.dwControlKeyState) + L"\n");
+        else if (text == L"break\r\n")
+            Write(GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, 0) != FALSE ? L"pressed\n" : L"refused\n");
         else
-            Write(L"line\n");
+            Write(L"line " + text);
     }
 }

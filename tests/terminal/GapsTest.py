@@ -5,7 +5,9 @@ A test that fails here has good news: this Wine can do it. Then take the gap out
     GapsTest.py BUILD [TEST ...]
 """
 import pathlib
+import re
 import sys
+import time
 import unittest
 
 sys.dont_write_bytecode = True
@@ -24,10 +26,13 @@ class GapsTest(unittest.TestCase):
 
     def line(self):
         """Types a line that tells that all before it has been seen."""
-        before = self.terminal.screen().count("line\n")
+        before = self.lines()
         self.terminal.type("x")
         self.terminal.press("Enter")
-        self.terminal.wait(lambda: self.terminal.screen().count("line\n") > before, "waited for the line")
+        self.terminal.wait(lambda: self.lines() > before, "waited for the line")
+
+    def lines(self):
+        return len(re.findall("^line .*x$", self.terminal.screen(), re.MULTILINE))
 
     def test_ctrl_c_does_not_give_up_the_line(self):
         self.terminal.type("ab")
@@ -39,6 +44,24 @@ class GapsTest(unittest.TestCase):
         self.terminal.press("C-z")
         self.line()
         self.assertNotIn("Ctrl-Z", self.terminal.screen())
+
+    def test_esc_does_not_clear_the_line(self):
+        self.terminal.type("ab")
+        self.terminal.press("Escape")
+        time.sleep(0.5)  # what follows at once is taken for Alt and a key
+        self.line()
+        self.assertIn("\nline abx\n", self.terminal.screen())
+
+    def test_the_lines_are_not_listed_by_a_key(self):
+        self.line()
+        self.terminal.press("F7")
+        self.line()
+        self.assertNotIn("0: ", self.terminal.screen())
+
+    def test_there_is_no_ctrl_break(self):
+        self.terminal.type("break")
+        self.terminal.press("Enter")
+        self.terminal.wait_for("\nrefused\n")
 
     def test_a_wide_character_counts_as_one_place(self):
         self.terminal.type("中")

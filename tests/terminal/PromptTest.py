@@ -17,6 +17,8 @@ from terminal import LIMIT_SECONDS, PAUSE_SECONDS, ROOT, ProgramFolder, Terminal
 
 BUILD = pathlib.Path(sys.argv[1] if len(sys.argv) > 1 else ROOT / "build" / "mingw").resolve()
 PROMPT = "orv>"
+LOG = r"c:\zeph\logs\OrvWorkBench.log"
+PROGRESS = r"^  running for \d s, log: \d+ CHost::Run Command is Invoke: System\.Threading\.Thread\.Sl"
 
 
 def absolute(number):
@@ -38,12 +40,16 @@ class PromptTest(unittest.TestCase):
         self.history = tempfile.NamedTemporaryFile(prefix="orv-history-", suffix=".txt")
         self.addCleanup(self.history.close)
 
-    def start(self, *arguments, environment=(), **size):
-        """Starts the client and waits for its first prompt."""
+    def run_client(self, *arguments, environment=(), **size):
         command = [ROOT / "tools" / "wine-run", self.folder.path / "OrvClient.exe", *arguments]
         terminal = Terminal(command, self.folder.path,
                             [("ORV_CLIENT_HISTORY", "Z:" + self.history.name.replace("/", "\\")), *environment], **size)
         self.addCleanup(terminal.close)
+        return terminal
+
+    def start(self, *arguments, **setup):
+        """Starts the client and waits for its first prompt."""
+        terminal = self.run_client(*arguments, **setup)
         terminal.wait_for_line(PROMPT)
         terminal.wait_until_keys_are_read()
         return terminal
@@ -108,6 +114,25 @@ class PromptTest(unittest.TestCase):
         terminal.wait_for("status 0")
         self.assertIn("workbench ended with exit code 1", terminal.screen())
 
+    def test_closing_the_terminal_ends_client_and_workbench(self):
+        terminal = self.start()
+        programs = self.running_programs()
+        self.assertEqual(2, len(programs), programs)
+        terminal.close()
+        terminal.wait(lambda: not self.running_programs(), "waited for the end of both")
+
+    def running_programs(self):
+        """The programs of this test's folder."""
+        found = []
+        for process in pathlib.Path("/proc").glob("[0-9]*/cmdline"):
+            try:
+                program = process.read_bytes().decode("utf-8", "replace").split("\0")[0]
+            except OSError:
+                continue  # it has ended
+            if re.search(rf"[/\\]{self.folder.path.name}[/\\]Orv\w+\.exe$", program):
+                found.append(program)
+        return found
+
     def test_after_a_resize_the_prompt_goes_on(self):
         terminal = self.start()
         terminal.type("invoke System.Math.")
@@ -152,6 +177,29 @@ class PromptTest(unittest.TestCase):
         self.assertEqual(["  get x.Y", "orv>"], self.lines_after(terminal, "orv> history X.y"))
         self.quit(terminal)
 
+    def test_a_line_of_an_earlier_session_that_is_too_long_is_only_listed(self):
+        longest = "get " + 496 * "a"
+        self.history.write(f"get x.First\r\n{longest}\r\nget {497 * 'b'}\r\n".encode())
+        self.history.flush()
+        terminal = self.start()
+        terminal.press("Up")
+        terminal.wait(lambda: terminal.screen().replace("\n", "").endswith("orv> " + longest), "waited for the line")
+        terminal.press("Up")
+        terminal.wait_for_line("orv> get x.First")
+        terminal.press("C-c")
+        terminal.wait_for_line(PROMPT)
+        self.enter(terminal, "history bbb", "  get bbb")
+        self.quit(terminal)
+
+    def test_the_beginning_of_a_line_brings_it_back(self):
+        terminal = self.start()
+        self.enter(terminal, "get int.MaxValue", "=> int 2147483647")
+        self.enter(terminal, absolute(3), "=> int 3")
+        terminal.type("ge")
+        terminal.press("F8")
+        terminal.wait_for_line("orv> get int.MaxValue")
+        self.quit_after_clearing(terminal)
+
     # Tab
 
     def test_tab_completes_words_files_types_members_and_instances(self):
@@ -178,6 +226,13 @@ class PromptTest(unittest.TestCase):
         terminal.wait_for_line("orv> get kitchen.Target")
         terminal.press("Enter")
         terminal.wait_for("=> double 21")
+        terminal.wait_for_line(PROMPT)
+        terminal.type("members kitchen Rai")
+        terminal.press("Tab")
+        terminal.wait_for_line("orv> members kitchen Raise")
+        terminal.press("Enter")
+        terminal.wait_for("  double Raise(double degrees)\n")
+        terminal.wait_for_line(PROMPT)
         self.quit(terminal)
 
     def test_tab_shows_what_fits(self):
@@ -211,6 +266,14 @@ class PromptTest(unittest.TestCase):
         terminal.wait_for_line(PROMPT)
         self.quit(terminal)
 
+    def test_tab_writes_a_line_with_a_wide_character_a_second_time(self):
+        terminal = self.start()
+        terminal.type('get "中".Len')
+        terminal.press("Tab")
+        terminal.wait_for_line('orv> get "中".Length')
+        self.assertEqual('orv> get "中".Len', terminal.screen().split("\n")[-2])
+        self.quit_after_clearing(terminal)
+
     def test_tab_where_nothing_fits_leaves_the_line(self):
         terminal = self.start()
         terminal.type("get No.Such")
@@ -240,6 +303,7 @@ class PromptTest(unittest.TestCase):
         terminal.wait_for_line("orv> " + absolute(1))
         terminal.press("C-c")
         terminal.wait_for_line(PROMPT)
+        self.assertIn("orv> " + absolute(1) + "\n", terminal.screen(), "to be read above")
         terminal.press("Enter")
         self.enter(terminal, absolute(2), "=> int 2")
         self.assertNotIn("=> int 1", terminal.screen())
@@ -306,13 +370,64 @@ class PromptTest(unittest.TestCase):
         self.assertNotIn("the call goes on", terminal.screen())
         self.quit(terminal)
 
+    # Attached to the workbench of another client
+
+    def attach(self, other):
+        return self.start("--attach", self.workbench(other))
+
+    def test_an_attached_session_completes_words_and_files_alone(self):
+        owner = self.start()
+        attached = self.attach(owner)
+        attached.type("lo")
+        attached.press("Tab")
+        attached.wait_for_line("orv> load")
+        attached.type("OrvS")
+        attached.press("Tab")
+        attached.wait_for_line("orv> load OrvSample.dll")
+        attached.press("C-c")
+        attached.wait_for_line(PROMPT)
+        attached.type("get System.Mat")
+        attached.press("Tab")
+        attached.type("h")
+        attached.wait_for_line("orv> get System.Math")
+        self.assertNotIn("message idle", owner.screen())
+        self.quit_after_clearing(attached)
+
+    def test_an_attached_session_is_told_what_a_command_gave(self):
+        owner = self.start()
+        attached = self.attach(owner)
+        self.enter(attached, "show int.MaxValue", "    int.MaxValue = int 2147483647")
+        self.enter(attached, absolute(5), "    => int 5")
+        self.assertIn("    int.MaxValue = int 2147483647", self.lines_after(attached, "orv> " + absolute(5)))
+        self.quit(attached)
+        self.enter(owner, absolute(6), "=> int 6")
+        self.quit(owner)
+
+    def test_ctrl_c_in_a_command_leaves_an_attached_workbench(self):
+        owner = self.start()
+        attached = self.attach(owner)
+        self.sleeping(attached, 5000)
+        attached.press("C-c")
+        attached.wait_for_line(self.QUESTION)
+        attached.press("e")
+        attached.wait_for("interrupted; the call goes on in the workbench, which is left as it is")
+        attached.wait_for("workbench left running")
+        attached.wait_for_line(PROMPT)
+        owner.wait_for("message idle")
+        # The call's responses are nobody's.
+        self.enter(owner, absolute(6), "=> int 6")
+        self.quit(owner, 6)
+
     # While something goes on
+
+    def workbench(self, terminal):
+        """Its process id."""
+        return re.search(r"workbench (\d+) started", terminal.screen()).group(1)
 
     def test_a_long_command_shows_the_time_and_the_log(self):
         terminal = self.start()
         self.sleeping(terminal, 4000)
-        self.assertRegex(terminal.screen().split("\n")[-1],
-                         r"^  running for \d s, log: \d+ CHost::Run Command is Invoke: System\.Threading\.Thread\.Sl")
+        self.assertRegex(terminal.screen().split("\n")[-1], PROGRESS)
         terminal.wait_for("succeeded after")
         terminal.wait_for_line(PROMPT)
         self.assertNotIn("running for", terminal.screen())
@@ -355,6 +470,36 @@ class PromptTest(unittest.TestCase):
     def test_a_step_that_a_debugger_holds_is_told(self):
         self.held("--hold-behind", "in OrvBreakPoint, behind the call,")
 
+    def test_a_long_command_without_a_prompt_shows_the_time_too(self):
+        terminal = self.run_client("invoke System.Threading.Thread.Sleep(3000)")
+        terminal.wait_for("  running for ")
+        terminal.wait_for("status 0")
+        self.assertNotIn("running for", terminal.screen())
+
+    def test_a_log_that_cannot_be_read_is_heard(self):
+        keeper = subprocess.Popen([ROOT / "tools" / "wine-run", BUILD / "tests" / "OrvConsoleProbe.exe", LOG],
+                                  stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+        self.addCleanup(keeper.communicate)
+        self.assertEqual(b"kept", keeper.stdout.readline().strip())
+        terminal = self.start()
+        self.sleeping(terminal, 4000)
+        self.assertRegex(terminal.screen().split("\n")[-1], PROGRESS)
+        terminal.wait_for("succeeded after")
+        terminal.wait_for_line(PROMPT)
+        self.quit(terminal)
+
+    def test_what_another_client_does_comes_above_the_line(self):
+        terminal = self.start()
+        number = self.workbench(terminal)
+        terminal.type("get 1")
+        terminal.wait_for_line("orv> get 1")
+        subprocess.run([ROOT / "tools" / "wine-run", self.folder.path / "OrvClient.exe", "--attach", number, absolute(5)],
+                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=True)
+        terminal.wait_for("    | => int 5")
+        terminal.wait_for("    message idle")
+        terminal.wait_for_line("orv> get 1")
+        self.quit_after_clearing(terminal)
+
     def test_output_comes_beside_the_line_that_is_typed(self):
         terminal = self.start()
         self.enter(terminal, "create t = System.Timers.Timer(1500.0)", "t = System.Timers.Timer")
@@ -372,7 +517,7 @@ class PromptTest(unittest.TestCase):
 
     def test_the_loss_of_the_workbench_is_told_at_once(self):
         terminal = self.start()
-        number = re.search(r"workbench (\d+) started", terminal.screen()).group(1)
+        number = self.workbench(terminal)
         terminal.type("get 1")
         terminal.wait_for_line("orv> get 1")
         subprocess.run([ROOT / "tools" / "wine-run", "taskkill", "/f", "/pid", number], stdout=subprocess.DEVNULL,
@@ -410,6 +555,12 @@ class PromptTest(unittest.TestCase):
         terminal = self.start(environment=[("NO_COLOR", "1")])
         self.enter(terminal, absolute(1), "=> int 1")
         self.assertNotIn("\x1b", terminal.screen(colours=True))
+        self.quit(terminal)
+
+    def test_an_empty_no_color_asks_for_nothing(self):
+        terminal = self.start(environment=[("NO_COLOR", "")])
+        self.enter(terminal, absolute(1), "=> int 1")
+        self.assertIn("\x1b[32m  succeeded after", terminal.screen(colours=True))
         self.quit(terminal)
 
     def test_color_never_is_honoured(self):

@@ -141,8 +141,9 @@ namespace OrvWorkBench
             if (!File.Exists(path))
                 throw new CommandError(command.Position, ActionResult.AssemblyNotFound,
                                        "there is no file \"" + path + "\"");
-            // Look at the file first. The runtimes differ in what they say about a file that is no assembly, and they
-            // say "not found" also when only something that the assembly depends on is missing.
+            // Look at the file first. The runtimes differ in what they say about a file that cannot be read or is no
+            // assembly, and they say "not found" also when only something that the assembly depends on is missing.
+            new FileStream(path, FileMode.Open, FileAccess.Read, FileShare.ReadWrite | FileShare.Delete).Close();
             Assembly own = typeof(Assemblies).Assembly;
             difference = null;
             if (AssemblyName.GetAssemblyName(path).FullName == own.FullName)

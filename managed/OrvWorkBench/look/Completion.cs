@@ -50,13 +50,15 @@ namespace OrvWorkBench
             int end = word;
             while (end < line.Length && !char.IsWhiteSpace(line[end]))
                 ++end;
-            PartialText text = end == line.Length ? null : PartialText.Read(line.Substring(end));
+            string command = line.Substring(word, end - word).ToLowerInvariant();
+            QuestionText question = new QuestionText(command, line, end);
+            PartialText text = end == line.Length ? null : PartialText.Read(line.Substring(question.At));
             if (text == null)
                 return new CompletionList("", false, line.Length, line.Length);
-            CompletionList list = new CompletionList(text.Word, text.IsEscaped, end + text.WordAt, line.Length);
+            CompletionList list = new CompletionList(text.Word, text.IsEscaped, question.At + text.WordAt, line.Length);
             try
             {
-                new Completion(at, text, list).Complete(line.Substring(word, end - word));
+                new Completion(at, text, list).Complete(command, question);
             }
             catch (Exception error)
             {

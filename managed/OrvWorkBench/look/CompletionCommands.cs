@@ -10,7 +10,7 @@ namespace OrvWorkBench
         private const string c_walk = "walk";
         private const string c_walkShown = "walk(sequence, [int first], [int count])";
 
-        private void Complete(string word)
+        private void Complete(string word, QuestionText question)
         {
             switch (word)
             {
@@ -33,7 +33,13 @@ namespace OrvWorkBench
                 break;
             case "members":
             case "dump":
-                CompleteFrom(0, Place.Value);
+                if (question.Arguments.Count == 0)
+                    CompleteFrom(0, Place.Value);
+                else
+                    CompleteBehindSubject(word, question.Arguments);
+                break;
+            case "find":
+                CompleteFind(question.IsBehindArrow);
                 break;
             case "types":
                 CompleteFrom(0, Place.Listed);

@@ -16,7 +16,7 @@ namespace OrvWorkBench
                 Begin(Place.Value);
                 return;
             }
-            foreach (ReachableMember member in ReachableMembers.OfValue(type))
+            foreach (ShownMember member in ReachableMembers.OfValue(type))
             {
                 if (m_list.Fits(member.Member.Name) && IsFilled(member.Member))
                     m_list.AddName(CompletionGroup.Member, member.Member.Name, "", MemberTexts.KindOf(member.Member), member.Shown);

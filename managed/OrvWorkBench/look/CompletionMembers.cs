@@ -77,7 +77,7 @@ namespace OrvWorkBench
                 m_types.AddNested(node.Type, FilterFor(place));
             if (isNested || IsOfType(place) || node.MemberType == null)
                 return;
-            foreach (ReachableMember member in node.Type != null ? ReachableMembers.OfType(node.Type) : ReachableMembers.OfValue(node.MemberType))
+            foreach (ShownMember member in node.Type != null ? ReachableMembers.OfType(node.Type) : ReachableMembers.OfValue(node.MemberType))
             {
                 if (m_list.Fits(member.Member.Name) && IsWanted(member.Member, place))
                     m_list.AddName(CompletionGroup.Member, member.Member.Name, member.Member is MethodInfo ? "(" : "",

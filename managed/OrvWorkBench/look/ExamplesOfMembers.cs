@@ -62,7 +62,7 @@ namespace OrvWorkBench
         // The first one that can be watched; null when there is none.
         private string EventOf(Node node)
         {
-            foreach (ReachableMember member in ReachableMembers.OfValue(node.MemberType))
+            foreach (ShownMember member in ReachableMembers.OfValue(node.MemberType))
             {
                 EventInfo watched = member.Member as EventInfo;
                 if (watched != null && WrittenName.Of(watched.Name) != null && m_at.CanWatch(watched, node.Object))
@@ -93,10 +93,10 @@ namespace OrvWorkBench
             }
         }
 
-        private void AddOf(string target, List<ReachableMember> members, Line make, int count)
+        private void AddOf(string target, List<ShownMember> members, Line make, int count)
         {
             int greatest = m_lines.Count + count;
-            foreach (ReachableMember member in members)
+            foreach (ShownMember member in members)
             {
                 if (IsFull || m_lines.Count == greatest)
                     return;

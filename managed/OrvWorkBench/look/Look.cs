@@ -50,7 +50,8 @@ namespace OrvWorkBench
             foreach (MemberInfo member in MemberList.Of(type))
             {
                 if (wanted.Matches(member))
-                    AddMember(list, member, member.DeclaringType == type || member is Type ? "" : " from " + TypeNames.Show(member.DeclaringType));
+                    AddMember(list, new ShownMember(member),
+                              member.DeclaringType == type || member is Type ? "" : " from " + TypeNames.Show(member.DeclaringType));
             }
             list.End("public member", "public members");
         }
@@ -85,11 +86,8 @@ namespace OrvWorkBench
             {
                 foreach (Type type in Sorted(assembly))
                 {
-                    foreach (MemberInfo member in MemberList.Of(type))
-                    {
-                        if (member.DeclaringType == type && wanted.Matches(member))
-                            AddMember(list, member, member is Type ? "" : " of " + TypeNames.Show(type));
-                    }
+                    foreach (ShownMember member in MemberList.DeclaredBy(type, wanted))
+                        AddMember(list, member, member.Member is Type ? "" : " of " + TypeNames.Show(type));
                 }
             }
             list.End("member", "members");
@@ -191,15 +189,18 @@ namespace OrvWorkBench
         private static List<Type> Sorted(Assembly assembly)
         {
             List<Type> types = new List<Type>(TypeFinder.PublicTypes(assembly));
-            types.Sort(delegate(Type one, Type other) { return string.CompareOrdinal(TypeNames.Show(one), TypeNames.Show(other)); });
+            Dictionary<Type, string> names = new Dictionary<Type, string>();
+            foreach (Type type in types)
+                names[type] = TypeNames.Show(type);
+            types.Sort(delegate(Type one, Type other) { return string.CompareOrdinal(names[one], names[other]); });
             return types;
         }
 
-        private static void AddMember(Listing list, MemberInfo member, string origin)
+        private static void AddMember(Listing list, ShownMember shown, string origin)
         {
-            string text = MemberTexts.Show(member);
-            list.Add(text + (origin.Length > 0 ? "  //" + origin : ""), "kind", MemberTexts.KindOf(member), "name", member.Name,
-                     "signature", text, "from", TypeNames.Show(member.DeclaringType));
+            MemberInfo member = shown.Member;
+            list.Add(shown.Shown + (origin.Length > 0 ? "  //" + origin : ""), "kind", MemberTexts.KindOf(member), "name", member.Name,
+                     "signature", shown.Shown, "from", TypeNames.Show(member.DeclaringType));
         }
 
         // " : Base, IFirst, ISecond", as C# declares it; what every class has is left out.

@@ -9,8 +9,8 @@ namespace OrvWorkBench
     internal sealed class MemberSearch
     {
         private readonly Pattern m_name;
-        private readonly Pattern m_taken;
-        private readonly Pattern m_given;
+        private readonly TypePattern m_taken;
+        private readonly TypePattern m_given;
 
         public MemberSearch(string text)
         {
@@ -28,26 +28,45 @@ namespace OrvWorkBench
         {
             if (m_name != null)
                 return m_name.Matches(member.Name);
-            if (member is Type || (m_given != null && !IsNamed(Given(member), m_given)))
+            if (member is Type || (m_given != null && !m_given.Matches(Given(member))))
                 return false;
-            return m_taken == null || Taken(member).Exists(delegate(Type type) { return IsNamed(type, m_taken); });
+            return m_taken == null || Taken(member).Exists(m_taken.Matches);
         }
 
         // Null for a part that is not there. A type's name is meant whole.
-        private static Pattern OfType(string text)
+        private static TypePattern OfType(string text)
         {
             string name = text.Trim();
             if (name.Length == 0)
                 return null;
-            return new Pattern(name.IndexOfAny(new char[] { '*', '?' }) >= 0 ? name : name + "*");
+            return new TypePattern(new Pattern(name.IndexOfAny(new char[] { '*', '?' }) >= 0 ? name : name + "*"));
         }
 
-        private static bool IsNamed(Type type, Pattern pattern)
+        // Few types are taken and given by many members: each is looked at once.
+        private sealed class TypePattern
         {
-            if (type == null)
-                return false;
-            string name = TypeNames.Show(type);
-            return pattern.Matches(name) || pattern.Matches(name.Substring(name.LastIndexOf('.') + 1));
+            private readonly Pattern m_pattern;
+            private readonly Dictionary<Type, bool> m_known = new Dictionary<Type, bool>();
+
+            public TypePattern(Pattern pattern)
+            {
+                m_pattern = pattern;
+            }
+
+            public bool Matches(Type type)
+            {
+                if (type == null)
+                    return false;
+                bool matches;
+                if (!m_known.TryGetValue(type, out matches))
+                    m_known.Add(type, matches = IsNamed(TypeNames.Show(type)));
+                return matches;
+            }
+
+            private bool IsNamed(string name)
+            {
+                return m_pattern.Matches(name) || m_pattern.Matches(name.Substring(name.LastIndexOf('.') + 1));
+            }
         }
 
         private static Type Given(MemberInfo member)

@@ -4,23 +4,6 @@ using System.Reflection;
 
 namespace OrvWorkBench
 {
-    // A member that a command may name, with its text.
-    internal sealed class ReachableMember
-    {
-        public readonly MemberInfo Member;
-        private string m_shown;
-
-        public ReachableMember(MemberInfo member)
-        {
-            Member = member;
-        }
-
-        public string Shown
-        {
-            get { return m_shown ?? (m_shown = MemberTexts.Show(Member)); }
-        }
-    }
-
     // The members that a command may name behind a type or a value, the same ones that Members finds for each name: those
     // of the class, of its base classes and interfaces, without what a nearer member hides. Indexers and operators have no
     // name. Each type is read once.
@@ -28,8 +11,8 @@ namespace OrvWorkBench
     {
         private const int c_greatestCount = 200;
 
-        private static readonly Dictionary<Type, List<ReachableMember>> s_ofValues = new Dictionary<Type, List<ReachableMember>>();
-        private static readonly Dictionary<Type, List<ReachableMember>> s_ofTypes = new Dictionary<Type, List<ReachableMember>>();
+        private static readonly Dictionary<Type, List<ShownMember>> s_ofValues = new Dictionary<Type, List<ShownMember>>();
+        private static readonly Dictionary<Type, List<ShownMember>> s_ofTypes = new Dictionary<Type, List<ShownMember>>();
 
         // What goes by one name; "closed" when a nearer class hides what is still to come.
         private sealed class Named
@@ -59,13 +42,13 @@ namespace OrvWorkBench
         }
 
         // Properties, fields, events and methods of a value of that type.
-        public static List<ReachableMember> OfValue(Type type)
+        public static List<ShownMember> OfValue(Type type)
         {
             return Of(s_ofValues, type, Node.InstanceMembers);
         }
 
         // The static ones, constants included.
-        public static List<ReachableMember> OfType(Type type)
+        public static List<ShownMember> OfType(Type type)
         {
             return Of(s_ofTypes, type, Node.StaticMembers);
         }
@@ -86,9 +69,9 @@ namespace OrvWorkBench
             return found;
         }
 
-        private static List<ReachableMember> Of(Dictionary<Type, List<ReachableMember>> known, Type type, BindingFlags flags)
+        private static List<ShownMember> Of(Dictionary<Type, List<ShownMember>> known, Type type, BindingFlags flags)
         {
-            List<ReachableMember> members;
+            List<ShownMember> members;
             if (known.TryGetValue(type, out members))
                 return members;
             if (known.Count == c_greatestCount)
@@ -98,18 +81,18 @@ namespace OrvWorkBench
             return members;
         }
 
-        private List<ReachableMember> Read()
+        private List<ShownMember> Read()
         {
             foreach (Type level in Members.Levels(m_type))
                 Guard.Run(delegate() { ReadLevel(level); });
-            List<ReachableMember> members = new List<ReachableMember>();
+            List<ShownMember> members = new List<ShownMember>();
             foreach (string name in m_names)
             {
                 Named named = m_named[name];
                 if (named.Data != null)
-                    members.Add(new ReachableMember(named.Data));
+                    members.Add(new ShownMember(named.Data));
                 foreach (MethodInfo method in named.Methods)
-                    members.Add(new ReachableMember(method));
+                    members.Add(new ShownMember(method));
             }
             return members;
         }

@@ -58,7 +58,8 @@ namespace OrvWorkBench
             return value;
         }
 
-        private Type Listed(string name)
+        // The type of the loaded assemblies that is listed so, "Shop.List<T>"; null for what can be written.
+        public Type Listed(string name)
         {
             if (name == "void" && !Instances.Has(name))
                 return typeof(void);

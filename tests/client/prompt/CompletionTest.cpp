@@ -2,6 +2,7 @@
 
 #include "tests/support/worlds/Files.h"
 
+#include <algorithm>
 #include <gmock/gmock.h>
 #include <string>
 #include <vector>
@@ -178,6 +179,8 @@ TEST(Completion, AHintDoesNotHideTheOnlyWay)
 TEST(CompletionChoices, FewAreShownWithAllThatIsKnown)
 {
     EXPECT_EQ(L"  the number 100\n  the number 101\n", ChoiceText(Numbered(2), 80, 25));
+    const std::wstring dozen = ChoiceText(Numbered(12), 80, 25);
+    EXPECT_EQ(12, std::count(dozen.begin(), dozen.end(), L'\n')) << "a dozen too";
     EXPECT_EQ(L"  the number 101...\n", ChoiceText({{0, L"x", L"the number 1012345"}}, 20, 25));
 }
 

@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include <gmock/gmock.h>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -59,4 +60,38 @@ TEST(SessionResultFile, WhatIsTooLongForALineIsNotRead)
     ASSERT_NE(FALSE, SetFilePointerEx(file.Get(), size, nullptr, FILE_BEGIN));
     ASSERT_NE(FALSE, SetEndOfFile(file.Get()));
     EXPECT_EQ("", results.TakeLine());
+}
+
+TEST(SessionResultFile, OfAnotherClientIsReadFromItsEndOn)
+{
+    const uint32_t clientId = GetCurrentProcessId();
+    EXPECT_EQ(nullptr, ResultFile::OfOther(clientId));
+    std::optional<ResultFile> own(std::in_place);
+    AddFileBytes(own->Path(), "old\n");
+    const std::unique_ptr<ResultFile> other = ResultFile::OfOther(clientId);
+    ASSERT_NE(nullptr, other);
+    EXPECT_EQ(own->Path(), other->Path());
+    EXPECT_EQ("", other->TakeLine());
+    AddFileBytes(own->Path(), "new\n");
+    EXPECT_EQ("new", other->TakeLine());
+    EXPECT_EQ("new", own->TakeLine()) << "both are told";
+    AddFileBytes(own->Path(), "one\n");
+    other->SkipLines();
+    EXPECT_EQ("", other->TakeLine());
+    AddFileBytes(own->Path(), "two\n");
+    EXPECT_EQ("two", other->TakeLine());
+    own.reset();
+    EXPECT_EQ("", other->TakeLine());
+}
+
+TEST(SessionResultFile, OfTwoThatAnotherClientHasNeitherIsMeant)
+{
+    const uint32_t clientId = GetCurrentProcessId();
+    const ResultFile one;
+    {
+        const ResultFile two;
+        EXPECT_EQ(nullptr, ResultFile::OfOther(clientId));
+    }
+    EXPECT_NE(nullptr, ResultFile::OfOther(clientId));
+    EXPECT_EQ(nullptr, ResultFile::OfOther(clientId / 10)) << "whose id begins the same way";
 }
