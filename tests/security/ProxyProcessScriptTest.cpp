@@ -273,3 +273,25 @@ TEST(GetProcessIdOfHandleScript, LooksUpBothFunctionsOnceAndAsksTheNewer)
     EXPECT_EQ(0U, ChildProcess::StartRole(L"GetProcessIdScript").WaitForExit());
     EXPECT_EQ(0U, ChildProcess::StartRole(L"GetProcessIdScript", {L"old"}).WaitForExit());
 }
+
+// In a process in which no id was asked for yet, as above.
+ORV_CHILD_ROLE(UnreadableProcessScript)
+{
+    CallScript script;
+    RebuiltManager manager;
+    manager.Rebuild();
+    script.Clear();
+    script.Fail("NtQueryInformationProcess");
+    const std::unique_ptr<CProxySecManager::CProcess> process(g_SecManager.OpenProcessObject(GetCurrentProcessId()));
+    for (const std::wstring& step : script.Steps())
+    {
+        if (step.find(L"GetProcessId") != std::wstring::npos)
+            throw std::runtime_error("the id was asked for");
+    }
+    return script.Steps().empty() ? 1 : 0;
+}
+
+TEST(CProcessScriptAtStart, AsksForTheIdOnlyOfAProcessWhoseTextsCanBeRead)
+{
+    EXPECT_EQ(0U, ChildProcess::StartRole(L"UnreadableProcessScript").WaitForExit());
+}
