@@ -245,6 +245,8 @@ TEST_F(CProcessScript, AsksForTheVersionsTextsInTheirOrder)
     EXPECT_TRUE(m_script.Is({L"CreateFileW {program} 80000000 1 default 3 110080", L"GetFileType {program}",
                              L"GetFileVersionInfoSizeW {program}", L"GetFileVersionInfoW {program} fails",
                              L"CloseHandle {program}"}));
+    const CVersionRecord missing(L"missing");
+    EXPECT_TRUE(m_script.Is({L"CreateFileW missing 80000000 1 default 3 110080"}));
 }
 
 // The two functions are looked up once in a process, so each of these has one of its own. With an argument the system
