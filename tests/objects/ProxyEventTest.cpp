@@ -3,6 +3,7 @@
 #include "tests/support/contract/Contract.h"
 #include "tests/support/contract/TraceCapture.h"
 #include "tests/support/contract/TraceLines.h"
+#include "tests/support/faults/AllocationProbe.h"
 #include "tests/support/faults/CallRecorder.h"
 #include "tests/support/faults/HeldResources.h"
 #include "tests/support/faults/LeakCheck.h"
@@ -21,6 +22,7 @@
 #include <cwchar>
 #include <functional>
 #include <gmock/gmock.h>
+#include <new>
 #include <set>
 #include <string>
 #include <thread>
@@ -356,6 +358,18 @@ TEST(CProxyEvent, ConstructAgainMovesToAnotherSetAndLosesNothing)
     }
     EXPECT_EQ(before, OpenHandleCount());
     EXPECT_FALSE(EventExists(KernelName(1, otherId)));
+}
+
+TEST(CProxyEvent, ConstructAgainForgetsTheResponseBeforeItNeedsMemory)
+{
+    const uint32_t id = FreshId();
+    CProxyEvent events(id);
+    events.Set(13);
+    EXPECT_TRUE(events.WaitForResponse(0));
+    AllocationProbe heap;
+    heap.FailRequest(1);
+    EXPECT_THROW(events.Construct(id), std::bad_alloc);
+    EXPECT_FALSE(events.ResponseWasOk());
 }
 
 TEST(CProxyEvent, LosesNoMemory)

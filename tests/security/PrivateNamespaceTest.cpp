@@ -14,6 +14,7 @@
 #include <gmock/gmock.h>
 #include <map>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -272,6 +273,15 @@ TEST(CProxySecManager, HasNoNamespaceWithoutKernel32)
     EXPECT_TRUE(manager.UsePrivateNamespace());
     EXPECT_THAT(NamespaceLookUps(world.Exports().Asked()), IsEmpty());
     EXPECT_THAT(world.Calls(), IsEmpty());
+}
+
+TEST(CProxySecManager, JoinsItsNamespaceLater)
+{
+    const NamespaceWorld world;
+    std::optional<FailingCall<decltype(LoadLibraryW)>> load(std::in_place, "LoadLibraryW", ERROR_MOD_NOT_FOUND);
+    CProxySecManager manager;
+    load.reset();
+    EXPECT_TRUE(manager.LoadVistaFunctions());
 }
 
 TEST(CProxySecManager, ReportsABoundaryThatCannotBeCreated)

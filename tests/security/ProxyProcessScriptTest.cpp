@@ -245,6 +245,8 @@ TEST_F(CProcessScript, AsksForTheVersionsTextsInTheirOrder)
     EXPECT_TRUE(m_script.Is({L"CreateFileW {program} 80000000 1 default 3 110080", L"GetFileType {program}",
                              L"GetFileVersionInfoSizeW {program}", L"GetFileVersionInfoW {program} fails",
                              L"CloseHandle {program}"}));
+    const CVersionRecord missing(L"missing");
+    EXPECT_TRUE(m_script.Is({L"CreateFileW missing 80000000 1 default 3 110080"}));
 }
 
 // The two functions are looked up once in a process, so each of these has one of its own. With an argument the system
@@ -272,4 +274,26 @@ TEST(GetProcessIdOfHandleScript, LooksUpBothFunctionsOnceAndAsksTheNewer)
 {
     EXPECT_EQ(0U, ChildProcess::StartRole(L"GetProcessIdScript").WaitForExit());
     EXPECT_EQ(0U, ChildProcess::StartRole(L"GetProcessIdScript", {L"old"}).WaitForExit());
+}
+
+// In a process in which no id was asked for yet, as above.
+ORV_CHILD_ROLE(UnreadableProcessScript)
+{
+    CallScript script;
+    RebuiltManager manager;
+    manager.Rebuild();
+    script.Clear();
+    script.Fail("NtQueryInformationProcess");
+    const std::unique_ptr<CProxySecManager::CProcess> process(g_SecManager.OpenProcessObject(GetCurrentProcessId()));
+    for (const std::wstring& step : script.Steps())
+    {
+        if (step.find(L"GetProcessId") != std::wstring::npos)
+            throw std::runtime_error("the id was asked for");
+    }
+    return script.Steps().empty() ? 1 : 0;
+}
+
+TEST(CProcessScriptAtStart, AsksForTheIdOnlyOfAProcessWhoseTextsCanBeRead)
+{
+    EXPECT_EQ(0U, ChildProcess::StartRole(L"UnreadableProcessScript").WaitForExit());
 }

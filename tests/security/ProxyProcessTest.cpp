@@ -1,6 +1,7 @@
 #include "OrvProfiler/foundation/Path.h"
 #include "OrvProfiler/security/ProxySecurity.h"
 #include "tests/support/contract/TraceCapture.h"
+#include "tests/support/faults/AllocationProbe.h"
 #include "tests/support/faults/CallRecorder.h"
 #include "tests/support/faults/HeldResources.h"
 #include "tests/support/faults/LeakCheck.h"
@@ -786,6 +787,20 @@ TEST(CProcessGetUser, FailsWithOneLineWhateverTheQueryAnswers)
         }
         ExpectNothingLeaks([&] { EXPECT_EQ(CProcess::GetUser(token.Get()), nullptr); });
     }
+}
+
+TEST(CProcessGetUser, FailsWithOneLineWithoutMemory)
+{
+    const Token token;
+    const ErrorTextStandIn texts;
+    const TraceCapture trace;
+    {
+        AllocationProbe heap;
+        heap.FailRequest(1);
+        EXPECT_EQ(CProcess::GetUser(token.Get()), nullptr);
+        EXPECT_TRUE(heap.HasFailed());
+    }
+    EXPECT_THAT(trace.Lines(), ElementsAre(L"CProxySecManager::CProcess::GetUser <error 8>\n"));
 }
 
 TEST(CProcessGetUser, OfNoTokenIsNone)

@@ -402,6 +402,16 @@ TEST(CProxySecManager, SaysWhetherAccountsCanBeLookedUp)
     EXPECT_THAT(libraries.TakeCalls(), ElementsAre(L"load Ntdll", L"load AdvAPI32", L"load Version"));
 }
 
+TEST(CProxySecManager, FindsLaterWhatWasMissing)
+{
+    const WindowsWithoutNamespaces world;
+    std::optional<LibraryWatch> libraries(std::in_place,
+                                          std::vector<std::wstring>{L"Ntdll", L"AdvAPI32", L"Version"});
+    CProxySecManager manager;
+    libraries.reset();
+    EXPECT_TRUE(manager.LoadStandardFunctions());
+}
+
 TEST(CProxySecManager, LeavesNoHandleBehind)
 {
     {

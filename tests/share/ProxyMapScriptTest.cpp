@@ -38,6 +38,8 @@ public:
                (m_name.GetBuffer() != nullptr ? m_name.GetBuffer() : L"none");
     }
 
+    uint32_t Id() const { return m_id; }
+
     bool refuses = false;
 
 private:
@@ -301,6 +303,22 @@ TEST_F(CProxyMapScript, DropsTheFirstMappingBeforeTheSecond)
           L"= created, view 0, map 1, file invalid, name {map}",
           L"trace CProxyMap::Create created share {map} successfully \n", L"MapViewOfFile Local\\{map} f001f 0 0 0",
           L"= created, view 1, map 1, file invalid, name {map}", L"OnMapped"}})));
+}
+
+TEST_F(CProxyMapScript, KeepsItsIdUntilTheFirstMappingIsGone)
+{
+    EXPECT_TRUE(m_map->Create(m_id, 5000, nullptr));
+    const uint32_t other = FreshId();
+    m_script.Rename(m_base + contract::PaddedHex(other), L"{other}");
+    m_script.NameProcess(other, L"{id}");
+    m_script.WatchState([this] { return m_map->Id() == m_id ? L"first id" : L"second id"; });
+    m_script.Clear();
+    EXPECT_EQ(nullptr, m_map->OpenMap(other));
+    EXPECT_TRUE(m_script.Is(
+        Join({{L"UnmapViewOfFile view", L"CloseHandle Local\\{map}", L"= second id"},
+              c_askSession,
+              {L"trace CProxyMap::OpenMap Open Map Name: {other}\n", L"OpenFileMappingW 6 0 Local\\{other}"},
+              c_nothingToOpen})));
 }
 
 TEST_F(CProxyMapScript, OpensWhatIsThere)

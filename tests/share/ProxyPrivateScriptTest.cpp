@@ -9,6 +9,7 @@
 #include <windows.h>
 
 #include <memory>
+#include <string>
 
 // What a private block asks of the system, in its order.
 
@@ -69,6 +70,19 @@ TEST_F(CProxyPrivateScript, CreatesWhatNobodyHasMade)
     m_block.reset();
     EXPECT_TRUE(m_script.Is(
         {L"CloseHandle {mutex}", L"DeleteCriticalSection", L"UnmapViewOfFile view", L"CloseHandle Local\\{block}"}));
+}
+
+TEST_F(CProxyPrivateScript, TakesTheSizeBeforeItSaysSo)
+{
+    CProxyPrivate& block = Created();
+    m_script.WatchState([&block] { return L"size " + std::to_wstring(block.GetDataSize()); });
+    m_script.Clear();
+    EXPECT_TRUE(block.Create(m_id, 200));
+    const Script steps = m_script.Steps();
+    ASSERT_GE(steps.size(), 2U);
+    EXPECT_EQ(Script({L"= size 200", L"trace CProxyPrivate::Create Requested Size of Private Data is 200 bytes\n"}),
+              Script(steps.begin(), steps.begin() + 2));
+    m_script.WatchState(nullptr);
 }
 
 TEST_F(CProxyPrivateScript, WritesTheSizeWhenTheMutexIsMade)

@@ -198,6 +198,7 @@ TEST_F(CProxyShareScript, RefusesWhatIsTooSmall)
 {
     const ForeignMapping small(contract::LocalName(contract::ShareName(m_id)), 4096, PAGE_READWRITE);
     m_share = std::make_unique<CProxyShare>();
+    m_script.WatchState([this] { return m_share->GetControl() != nullptr ? L"mapped" : L"unmapped"; });
     m_script.Clear();
     EXPECT_FALSE(m_share->Create(m_id));
     EXPECT_TRUE(m_script.Is(Join({{L"trace CProxyShare::Create Size of Share is 116197744 bytes\n"},
@@ -206,6 +207,7 @@ TEST_F(CProxyShareScript, RefusesWhatIsTooSmall)
                                   {L"MapViewOfFile Local\\{share} f001f 0 0 0",
                                    L"trace CProxyShare::OnMapped share {share} is smaller than 116197744 bytes\n",
                                    L"UnmapViewOfFile view", L"CloseHandle Local\\{share}"}})));
+    m_script.WatchState(nullptr);
 }
 
 TEST_F(CProxyShareScript, GoesOnWithoutAMutex)

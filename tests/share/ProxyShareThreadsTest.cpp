@@ -202,6 +202,19 @@ TEST_F(CProxyShareThreads, AddThreadMakesASlotFromIdAndTexts)
     EXPECT_TRUE(std::all_of(slot + 682 + 20, slot + 1736, zero));
 }
 
+TEST_F(CProxyShareThreads, AddThreadStoresIdThenDetailThenNameThenState)
+{
+    int32_t tindex = -1;
+    // Each text is read from what was stored before it.
+    const auto* const idText = reinterpret_cast<const wchar_t*>(&m_table.Id(0));
+    EXPECT_TRUE(m_share.AddThread(&tindex, L'a', idText, m_table.Detail(0)));
+    EXPECT_STREQ(L"a", m_table.Detail(0));
+    EXPECT_STREQ(L"a", m_table.Name(0));
+    const auto* const stateText = reinterpret_cast<const wchar_t*>(&m_table.State(1));
+    EXPECT_TRUE(m_share.AddThread(&tindex, L'b', L"", stateText));
+    EXPECT_STREQ(L"", m_table.Name(1));
+}
+
 TEST_F(CProxyShareThreads, TextsAreCutAfter260Units)
 {
     const std::wstring text260(260, L'n');
