@@ -54,7 +54,7 @@ PassingFile::PassingFile(const wchar_t* start, const wchar_t* end)
         m_path.clear();
 }
 
-PassingFile::PassingFile(std::wstring path, UniqueHandle file) noexcept
+PassingFile::PassingFile(std::wstring&& path, UniqueHandle&& file) noexcept
     : m_path(std::move(path)), m_file(std::move(file))
 {
 }

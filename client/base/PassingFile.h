@@ -25,7 +25,7 @@ public:
     std::string Read(uint64_t start, size_t count) const;
 
 private:
-    PassingFile(std::wstring path, UniqueHandle file) noexcept;
+    PassingFile(std::wstring&& path, UniqueHandle&& file) noexcept;
 
     std::wstring m_path;
     UniqueHandle m_file;

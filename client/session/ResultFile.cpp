@@ -1,6 +1,5 @@
 #include "client/session/ResultFile.h"
 
-#include <optional>
 #include <utility>
 
 namespace
@@ -13,15 +12,17 @@ constexpr const wchar_t* c_nameEnd = L".jsonl";
 
 ResultFile::ResultFile() : m_file(c_nameStart, c_nameEnd) {}
 
-ResultFile::ResultFile(PassingFile file) noexcept : m_file(std::move(file))
+ResultFile::ResultFile(PassingFile&& file) noexcept : m_file(std::move(file))
 {
     SkipLines();
 }
 
-std::unique_ptr<ResultFile> ResultFile::OfOther(uint32_t clientId)
+std::optional<ResultFile> ResultFile::OfOther(uint32_t clientId)
 {
     std::optional<PassingFile> file = PassingFile::OfOther(c_nameStart, c_nameEnd, clientId);
-    return file ? std::unique_ptr<ResultFile>(new ResultFile(*std::move(file))) : nullptr;
+    if (!file)
+        return std::nullopt;
+    return ResultFile(*std::move(file));
 }
 
 std::string ResultFile::TakeLine()

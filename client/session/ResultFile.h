@@ -3,7 +3,7 @@
 #include "client/base/PassingFile.h"
 
 #include <cstdint>
-#include <memory>
+#include <optional>
 #include <string>
 
 // In the environment of a workbench: the full path of a file to which the dispatcher adds one line of JSON, in UTF-8,
@@ -17,9 +17,9 @@ class ResultFile
 public:
     // Makes an empty file. When that fails Path is empty, and nothing is ever told.
     ResultFile();
-    // The file that another client has made for its workbench, by the client's process id, from its end on. Null when
-    // there is none, or more than one.
-    static std::unique_ptr<ResultFile> OfOther(uint32_t clientId);
+    // The file that another client has made for its workbench, by the client's process id, from its end on.
+    // Nothing when there is none, or more than one.
+    static std::optional<ResultFile> OfOther(uint32_t clientId);
 
     const std::wstring& Path() const noexcept { return m_file.Path(); }
 
@@ -29,7 +29,7 @@ public:
     void SkipLines() noexcept { m_taken = m_file.Size(); }
 
 private:
-    explicit ResultFile(PassingFile file) noexcept;
+    explicit ResultFile(PassingFile&& file) noexcept;
 
     PassingFile m_file;
     uint64_t m_taken = 0;

@@ -201,7 +201,8 @@ void Session::Attach(uint32_t workbenchId)
                                                             L": process " + std::to_wstring(workbenchId) +
                                                             L" is no workbench, or not of this client id");
     m_process = WorkbenchProcess::Attach(workbenchId);
-    m_results = ResultFile::OfOther(m_clientId);
+    if (std::optional<ResultFile> others = ResultFile::OfOther(m_clientId))
+        m_results = std::make_unique<ResultFile>(*std::move(others));
     m_isRunning = true;
     TakeNews();
     if (!m_isRunning)

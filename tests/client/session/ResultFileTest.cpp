@@ -5,7 +5,6 @@
 #include <windows.h>
 
 #include <gmock/gmock.h>
-#include <memory>
 #include <optional>
 #include <string>
 
@@ -65,11 +64,11 @@ TEST(SessionResultFile, WhatIsTooLongForALineIsNotRead)
 TEST(SessionResultFile, OfAnotherClientIsReadFromItsEndOn)
 {
     const uint32_t clientId = GetCurrentProcessId();
-    EXPECT_EQ(nullptr, ResultFile::OfOther(clientId));
+    EXPECT_FALSE(ResultFile::OfOther(clientId));
     std::optional<ResultFile> own(std::in_place);
     AddFileBytes(own->Path(), "old\n");
-    const std::unique_ptr<ResultFile> other = ResultFile::OfOther(clientId);
-    ASSERT_NE(nullptr, other);
+    std::optional<ResultFile> other = ResultFile::OfOther(clientId);
+    ASSERT_TRUE(other);
     EXPECT_EQ(own->Path(), other->Path());
     EXPECT_EQ("", other->TakeLine());
     AddFileBytes(own->Path(), "new\n");
@@ -90,8 +89,8 @@ TEST(SessionResultFile, OfTwoThatAnotherClientHasNeitherIsMeant)
     const ResultFile one;
     {
         const ResultFile two;
-        EXPECT_EQ(nullptr, ResultFile::OfOther(clientId));
+        EXPECT_FALSE(ResultFile::OfOther(clientId));
     }
-    EXPECT_NE(nullptr, ResultFile::OfOther(clientId));
-    EXPECT_EQ(nullptr, ResultFile::OfOther(clientId / 10)) << "whose id begins the same way";
+    EXPECT_TRUE(ResultFile::OfOther(clientId));
+    EXPECT_FALSE(ResultFile::OfOther(clientId / 10)) << "whose id begins the same way";
 }
