@@ -93,6 +93,8 @@ struct RawOptions
     bool awaitsDebugger = false;
     std::string evidencePlace;
     bool keepsNoEvidence = false;
+    std::string picture;
+    std::string pictureLog;
     double stopSeconds = TimeLimits().stopMs / c_millisecondsPerSecond;
 };
 
@@ -243,6 +245,26 @@ std::wstring EvidencePlaceOf(const RawOptions& raw)
     return place;
 }
 
+void DefinePicture(CLI::App& app, RawOptions& raw)
+{
+    app.add_option("-r,--report", raw.picture, "Write a page that shows the session, for a browser (HTML)")
+        ->option_text("FILE");
+    auto* const log = app.add_option("--report-from", raw.pictureLog,
+                                     "Start nothing: make the page from a trace log, beside the\n"
+                                     "current folder's other files unless --report names it");
+    log->option_text("LOG");
+    for (const char* name : {"COMMAND", "--script", "--interactive", "--keep-going", "--workbench", "--attach",
+                             "--stream", "--eval", "--follow-log", "--debug"})
+        log->excludes(app.get_option(name));
+}
+
+// In the current folder, whatever folder the log is in.
+std::wstring PictureBeside(const std::wstring& log)
+{
+    const std::wstring name = log.substr(log.find_last_of(L"\\/:") + 1);
+    return name.substr(0, name.find_last_of(L'.')) + L".html";
+}
+
 uint32_t CommandLimitOf(const RawOptions& raw, bool isInteractive)
 {
     const double usual = isInteractive || !raw.debuggerPort.empty() ? 0 : c_commandSeconds;
@@ -276,6 +298,12 @@ Options Convert(const RawOptions& raw)
     options.limits.commandMs = CommandLimitOf(raw, options.isInteractive);
     options.evidencePlace = EvidencePlaceOf(raw);
     options.limits.stopMs = LimitOf(raw.stopSeconds);
+    if (!raw.pictureLog.empty())
+        options.pictureLog = FullPath(Wide(raw.pictureLog));
+    if (!raw.picture.empty())
+        options.picture = FullPath(Wide(raw.picture));
+    else if (!raw.pictureLog.empty())
+        options.picture = FullPath(PictureBeside(options.pictureLog));
     return options;
 }
 } // namespace
@@ -293,6 +321,7 @@ std::optional<Options> ParseCommandLine(int argc, const wchar_t* const* argv)
     DefineLimits(app, raw);
     DefineDebugging(app, raw);
     DefineEvidence(app, raw);
+    DefinePicture(app, raw);
     // The parser takes them in reverse.
     std::vector<std::string> arguments;
     for (int i = argc - 1; i > 0; --i)
