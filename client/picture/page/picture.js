@@ -49,6 +49,8 @@ const outcomeTexts = {
 };
 
 const lineOf = step => step.text ? step.command + " " + step.text : step.command;
+// What the client asked for its own sake, or for a word of its own; a log has it as it was sent.
+const isQuestion = step => isLog && /^OrvWorkBench\.Look\./.test(step.text);
 const outcomeOf = step => outcomeTexts[step.outcome] || "no result";
 const isBad = step => step.outcome !== "succeeded" || Boolean(step.deviation);
 const durationOf = step => step.elapsedMs !== undefined ? step.elapsedMs : Math.max(0, step.endMs - step.atMs);
@@ -106,7 +108,8 @@ function writeHead() {
     const parts = [life.workbench ? "workbench " + life.workbench + (life.attached ? ", attached" : "") : "workbench"];
     parts.push("client id " + life.client);
     if (life.exitCode !== undefined)
-      parts.push("exit code " + life.exitCode);
+      parts.push((life.exitCode === 1 && endOf(life) !== undefined ? "ended in order with exit code " : "ended with exit code ") +
+        life.exitCode);
     else if (!isLog)
       parts.push(life.attached ? "left running" : "end not seen");
     about.push(parts.join(", "));
@@ -150,23 +153,37 @@ function fileLink(path) {
   return link;
 }
 
+function whyBad(step) {
+  if (step.deviation)
+    return "departed from the protocol: " + step.deviation;
+  if (step.exception)
+    return outcomeOf(step) + ", " + (step.exception.type || "") + (step.exception.message ? ": " + step.exception.message : "");
+  return outcomeOf(step) + (step.error && step.error.message ? ", " + step.error.message : "");
+}
+
 function writeProblems() {
+  const most = 12;
   const list = element("ul");
-  for (const error of data.errors) {
-    const item = element("li", "", element("span", "", shown(error.message)));
+  const bad = commands.filter(isBad);
+  for (const step of bad.slice(0, most)) {
+    const link = element("a", "", "#" + step.number + " " + shown(lineOf(step)).slice(0, 80));
+    link.href = "#c" + step.number;
+    list.append(element("li", "", link, ": " + shown(whyBad(step)).slice(0, 300)));
+  }
+  if (bad.length > most)
+    list.append(element("li", "soft", `${bad.length - most} more commands.`));
+  // Those of a command that has failed, raised an exception or departed stand above.
+  const others = data.errors.filter(error => !bad.length || ![1, 6, 7].includes(error.exitStatus));
+  for (const error of others) {
+    const item = element("li", "", shown(error.message));
     if (error.exitStatus !== undefined)
       item.append(element("span", "soft", " (after " + human(error.atMs) + ", exit status " + error.exitStatus + ")"));
     if (error.hints.length)
       item.append(element("ul", "", ...error.hints.map(hint => element("li", "", shown(hint)))));
     list.append(item);
   }
-  for (const step of commands.filter(s => s.deviation).slice(0, 20)) {
-    const link = element("a", "", "#" + step.number + " " + shown(lineOf(step)).slice(0, 80));
-    link.href = "#c" + step.number;
-    list.append(element("li", "", link, " departed from the protocol: " + shown(step.deviation)));
-  }
   if (session.errorsLeftOut)
-    list.append(element("li", "soft", session.errorsLeftOut + " more are left out here."));
+    list.append(element("li", "soft", session.errorsLeftOut + " more errors are left out."));
   for (const path of session.evidence)
     list.append(element("li", "", "What was left of the call: ", fileLink(path)));
   if (!list.childNodes.length)
@@ -180,6 +197,8 @@ function writeNotes() {
   if (isLog)
     notes.push("All times are the log's own, in whole milliseconds: a duration can be off by one, and what a command " +
       "printed and the value that it gave are not in a log.");
+  if (commands.some(isQuestion))
+    notes.push("Calls of OrvWorkBench.Look are questions of the client: lists, completions, values that are shown.");
   if (session.commandsLeftOut)
     notes.push(session.commandsLeftOut + " commands in the middle of the session are left out, to keep this page " +
       "usable: it has the first and the last ones.");
@@ -189,6 +208,15 @@ function writeNotes() {
     return;
   byId("notes").append(element("ul", "", ...notes.map(note => element("li", "", note))));
   byId("notes").hidden = false;
+}
+
+// When the workbench told that it ends; undefined when it did not.
+function endOf(life) {
+  for (const step of data.steps)
+    for (const [ms, kind, text] of step.moments)
+      if (kind === "message" && text === "exiting" && ms >= life.atMs && ms <= life.endMs)
+        return ms;
+  return undefined;
 }
 
 // ---- Time and place ----
@@ -203,9 +231,9 @@ for (const life of data.lives) {
   const last = commands.filter(s => life.endMs !== undefined && s.endMs <= life.endMs).pop();
   if (life.endMs !== undefined && !isLog) {
     const from = Math.max(life.readyMs || life.atMs, last ? last.endMs : 0);
-    const exiting = data.steps.flatMap(s => s.moments).find(m => m[1] === "message" && m[2] === "exiting" && m[0] >= from - 1);
-    if (exiting && life.endMs > from)
-      busy.push({from: Math.max(from, Math.min(exiting[0], life.endMs)), to: life.endMs, life, name: "ending"});
+    const exiting = endOf(life);
+    if (exiting !== undefined && life.endMs > from)
+      busy.push({from: Math.max(from, exiting), to: life.endMs, life, name: "ending"});
   }
 }
 busy.sort((a, b) => a.from - b.from);
@@ -325,7 +353,18 @@ class Boxes {
   }
 }
 
+// Once for all that changes before the next frame.
 function draw() {
+  if (state.isDrawAwaited)
+    return;
+  state.isDrawAwaited = true;
+  requestAnimationFrame(() => {
+    state.isDrawAwaited = false;
+    drawNow();
+  });
+}
+
+function drawNow() {
   const svg = byId("lanes");
   const width = state.width;
   const {isNarrow, gutter, lane, height} = layout();
@@ -376,7 +415,7 @@ function drawAxis(svg, x, gutter, height, seen, first, last) {
   let free = -Infinity;
   for (const one of seen) {
     const at = x(one.from);
-    if (at < free)
+    if (at < Math.max(free, gutter - 1))
       continue;
     const text = one.from >= 10000 ? human(one.from) : one.from.toFixed(0) + " ms";
     svg.append(drawn("line", {x1: at, x2: at, y1: 20, y2: height, class: "grid"}));
@@ -422,8 +461,7 @@ function drawBars(svg, x, lane, seen) {
     if (isBad(one.step))
       continue;
     client.add(x(one.from), x(one.from + durationOf(one.step)), "s-client", 1);
-    for (const [name, from, to] of phasesOf(one.step))
-      bench.add(x(from), x(to), "s-" + name, 0.7);
+    addPhases(bench, x, one.step);
   }
   client.flush();
   bench.flush();
@@ -431,13 +469,26 @@ function drawBars(svg, x, lane, seen) {
   for (const one of seen)
     if (one.step && isBad(one.step)) {
       client.add(x(one.from), x(one.from + durationOf(one.step)), "s-bad", 3);
-      for (const [name, from, to] of phasesOf(one.step))
-        bench.add(x(from), x(to), one.step.outcome ? "s-" + name : "s-unknown", 0.7);
+      addPhases(bench, x, one.step);
     }
   client.flush();
   bench.flush();
   for (const one of seen)
     drawInside(svg, x, lane, one);
+}
+
+// Where there is no room for its parts, a command is shown as the longest one.
+function addPhases(boxes, x, step) {
+  const phases = phasesOf(step);
+  const [from, to] = [x(step.atMs), x(phases[phases.length - 1][2])];
+  const classOf = name => step.outcome ? "s-" + name : "s-unknown";
+  if (to - from < 3) {
+    const longest = phases.reduce((most, phase) => phase[2] - phase[1] > most[2] - most[1] ? phase : most);
+    boxes.add(from, to, classOf(longest[0]), 0.7);
+    return;
+  }
+  for (const [name, start, end] of phases)
+    boxes.add(x(start), x(end), classOf(name), 0.7);
 }
 
 // What there is room for: the text in the bar, and who told whom between the lanes.
@@ -690,7 +741,7 @@ function sequenceOf(step) {
       element("span", "client-side", ...[].concat(client)), arrow, element("span", "bench " + (phase || ""), ...[].concat(bench)));
   };
   const arrow = (text, side, isFailure) => element("span", "arrow " + side + (isFailure ? " bad" : ""), text);
-  const none = () => element("span");
+  const none = () => element("span", "none");
   rows.append(element("span", "side at", "ms"), element("span", "side client-side", "Client"), element("span", "side"),
     element("span", "side bench", "Workbench"));
   const responses = step.moments.filter(m => m[1] === "response");
@@ -835,7 +886,7 @@ const columns = [
   {key: "time", title: "Time, ms", className: "c-time number", value: durationOf, isDownFirst: true},
   {key: "bar", title: "", className: "c-bar"}
 ];
-const pageRows = 500;
+const pageRows = 200;
 const table = {sort: "number", isDown: false, rows: pageRows};
 
 function matching() {
@@ -852,7 +903,7 @@ function matching() {
 }
 
 function rowOf(step, longest) {
-  const row = element("tr", isBad(step) ? "failed" : "");
+  const row = element("tr", isBad(step) ? "failed" : isQuestion(step) ? "question" : "");
   row.dataset.number = step.number;
   row.setAttribute("aria-selected", state.selected === step);
   const link = element("a", "command", element("b", "", mono(step.command)), step.text ? mono(" " + step.text.slice(0, 400)) : "");
@@ -986,13 +1037,14 @@ function start() {
     bindChart();
     useScale(!fitsTrueTime());
     look(0, lengthOf());
-    new ResizeObserver(() => {
+    // In a frame of its own: drawing changes the height, which a window may answer with another width.
+    new ResizeObserver(() => requestAnimationFrame(() => {
       const width = Math.max(280, byId("chart").clientWidth);
-      if (width !== state.width) {
-        state.width = width;
-        draw();
-      }
-    }).observe(byId("chart"));
+      if (width === state.width)
+        return;
+      state.width = width;
+      draw();
+    })).observe(byId("chart"));
   }
   select(commands.find(isBad) || commands.reduce((most, s) => !most || durationOf(s) > durationOf(most) ? s : most, null));
   selectByAddress();
