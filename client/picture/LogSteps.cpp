@@ -20,6 +20,7 @@ constexpr size_t c_longestLineUnits = 400;
 constexpr std::wstring_view c_eventMark = L"Event is ";
 constexpr std::wstring_view c_resultMark = L"result = ";
 constexpr std::wstring_view c_unknownEvent = L"unknown event";
+constexpr std::wstring_view c_exit = L"WorkBench Exiting";
 constexpr const wchar_t* c_wait = L"CWBEvent::Wait";
 constexpr const wchar_t* c_breakpoint = L"CHost::Breakpoint";
 
@@ -51,6 +52,14 @@ std::wstring Lower(std::wstring_view text)
     return lower;
 }
 
+void Name(Step& step, size_t slot)
+{
+    const WorkbenchCommand& command = c_workbenchCommands[slot];
+    step.word = command.name == nullptr ? L"stop" : Lower(command.name);
+    step.event = static_cast<uint32_t>(slot);
+    step.passesBreakpoint = command.passesBreakpoint;
+}
+
 // A text may go on in further lines, its own or others'.
 std::wstring_view FirstLineOf(std::wstring_view text) noexcept
 {
@@ -76,7 +85,7 @@ void LogSteps::Take(const TracedLine& line)
     if (line.function.empty())
         return Keep(line);
     const bool goesBack = m_life.firstMs && line.timeMs < m_life.lastMs;
-    if (goesBack && m_open)
+    if (goesBack && m_open && !m_open->isOver)
         Deviate(L"the log's time runs backwards");
     TakeLife(line);
     if (TakeEvent(line))
@@ -88,8 +97,8 @@ void LogSteps::Take(const TracedLine& line)
     else if (m_open && line.function == L"CHost::Execute")
         m_open->step.hint = L"the dispatcher could not be called";
     Keep(line);
-    // The wait for the next one is the end of this one.
-    if (m_open && m_open->isOver && line.function == c_wait)
+    // The wait for the next one is the end of this one, and so is the workbench's end.
+    if (m_open && m_open->isOver && (line.function == c_wait || StartsWith(line.text, c_exit)))
         Finish();
 }
 
@@ -120,7 +129,7 @@ void LogSteps::TakeLife(const TracedLine& line)
         m_life.clientId = ClientIdOf(std::wstring(text.substr(client.size())).c_str());
     if (line.function == c_traceMainLoop && StartsWith(text, c_traceOfWait) && !m_life.readyMs)
         m_life.readyMs = line.timeMs;
-    if (line.function == c_traceMainLoop && StartsWith(text, L"WorkBench Exiting"))
+    if (line.function == c_traceMainLoop && StartsWith(text, c_exit))
         m_life.hasExited = true;
     if (line.function == c_traceMainLoop && StartsWith(text, L"WorkBench Exception"))
         m_life.hasRaised = true;
@@ -134,8 +143,8 @@ bool LogSteps::TakeEvent(const TracedLine& line)
         Deviate(L"the next command came before this one had its final response");
     Begin(line);
     m_open->slot = SlotOf(FirstLineOf(line.text).substr(c_eventMark.size()));
-    if (m_open->slot && *m_open->slot == EV_STOP)
-        m_open->step.word = L"stop";
+    if (m_open->slot)
+        Name(m_open->step, *m_open->slot);
     Expect(m_open->slot.has_value(), L"an event woke the workbench that is no command");
     Keep(line);
     return true;
@@ -154,7 +163,7 @@ void LogSteps::TakeMainLoop(const TracedLine& line)
         return;
     if (StartsWith(text, c_unknownEvent))
         Deviate(L"an event woke the workbench that is no command");
-    if (StartsWith(text, L"WorkBench Exiting") && m_open->slot == size_t{EV_STOP})
+    if (StartsWith(text, c_exit) && m_open->slot == size_t{EV_STOP})
     {
         m_open->isOver = true;
         m_open->step.verdict = Verdict::Succeeded;
@@ -185,14 +194,14 @@ void LogSteps::TakeCall(const TracedLine& line)
     Expect(!m_open->isCalled, L"two commands came at once");
     Expect(m_open->slot == std::nullopt || m_open->slot == SlotOfName(name),
            L"the command that was called is not that of the event");
-    const std::optional<size_t> slot = SlotOfName(name);
     Step& step = m_open->step;
     m_open->isCalled = true;
-    step.word = Lower(name);
+    if (const std::optional<size_t> slot = SlotOfName(name))
+        Name(step, *slot);
+    else
+        step.word = name;
     step.posted = text.substr(std::min(colon + 2, text.size()));
     step.text = CutText(step.posted);
-    step.event = static_cast<uint32_t>(slot.value_or(0));
-    step.passesBreakpoint = slot && c_workbenchCommands[*slot].passesBreakpoint;
 }
 
 void LogSteps::TakeBreakpoint(const TracedLine& line)
