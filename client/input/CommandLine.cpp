@@ -52,7 +52,8 @@ constexpr StatusHelp c_statusHelp[] = {
     {ExitStatus::Success, L"everything succeeded"},
     {ExitStatus::CommandFailed, L"a command failed, or did not find a type or an assembly"},
     {ExitStatus::Usage,
-     L"bad usage: options, a script that cannot be read, a line that is no command, a text that is too long"},
+     L"bad usage: options, a script that cannot be read, a report that cannot be written, a line that is no command, a "
+     L"text that is too long"},
     {ExitStatus::WorkbenchLost, L"the workbench could not be started, or ended unasked"},
     {ExitStatus::TimedOut,
      L"time-out: the workbench was not ready, a command not answered, or the workbench not stopped in time"},
@@ -250,8 +251,8 @@ void DefinePicture(CLI::App& app, RawOptions& raw)
     app.add_option("-r,--report", raw.picture, "Write a page that shows the session, for a browser (HTML)")
         ->option_text("FILE");
     auto* const log = app.add_option("--report-from", raw.pictureLog,
-                                     "Start nothing: make the page from a trace log, beside the\n"
-                                     "current folder's other files unless --report names it");
+                                     "Start nothing: make that page from a trace log; without\n"
+                                     "--report in the current folder, named after the log");
     log->option_text("LOG");
     for (const char* name : {"COMMAND", "--script", "--interactive", "--keep-going", "--workbench", "--attach",
                              "--stream", "--eval", "--follow-log", "--debug"})

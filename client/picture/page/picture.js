@@ -316,7 +316,7 @@ function layout() {
   const gutter = isNarrow ? 0 : 104;
   const name = isNarrow ? 15 : 0;
   const lane = {};
-  let y = 24;
+  let y = 27;
   for (const [key, height, gap] of [["client", 28, 14], ["bench", 28, 12], ["output", 14, 6], ["log", 14, 10]]) {
     lane[key] = {y: y + name, height};
     y += name + height + gap;
@@ -408,7 +408,8 @@ function drawAxis(svg, x, gutter, height, seen, first, last) {
       svg.append(drawn("line", {x1: x(ms), x2: x(ms), y1: 20, y2: height, class: "grid"}));
       const text = step >= 1000 ? (ms / 1000).toFixed(step % 1000 ? 1 : 0) + " s"
         : ms.toFixed(Math.max(0, -Math.floor(Math.log10(step) + 1e-9))) + " ms";
-      svg.append(drawn("text", {x: x(ms) + 3, y: 15, class: "axis"}, text));
+      if (x(ms) + text.length * 6.5 < state.width)
+        svg.append(drawn("text", {x: x(ms) + 3, y: 13, class: "axis"}, text));
     }
     return;
   }
@@ -419,7 +420,8 @@ function drawAxis(svg, x, gutter, height, seen, first, last) {
       continue;
     const text = one.from >= 10000 ? human(one.from) : one.from.toFixed(0) + " ms";
     svg.append(drawn("line", {x1: at, x2: at, y1: 20, y2: height, class: "grid"}));
-    svg.append(drawn("text", {x: at + 3, y: 15, class: "axis"}, text));
+    if (at + text.length * 6.5 < state.width)
+      svg.append(drawn("text", {x: at + 3, y: 13, class: "axis"}, text));
     free = at + 12 + text.length * 7;
   }
   // A wait that was folded.
