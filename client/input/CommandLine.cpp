@@ -305,6 +305,8 @@ Options Convert(const RawOptions& raw)
         options.picture = FullPath(Wide(raw.picture));
     else if (!raw.pictureLog.empty())
         options.picture = FullPath(PictureBeside(options.pictureLog));
+    if (!options.pictureLog.empty() && _wcsicmp(options.picture.c_str(), options.pictureLog.c_str()) == 0)
+        throw ClientError(ExitStatus::Usage, L"--report: the page would replace the log");
     return options;
 }
 } // namespace

@@ -22,6 +22,8 @@ using Json = nlohmann::ordered_json;
 
 // Lines that were followed, at either end.
 constexpr size_t c_followedLines = 50000;
+// Folders that are named, the last ones.
+constexpr size_t c_evidence = 100;
 // Of what the dispatcher told: units of a text, entries of a list.
 constexpr size_t c_toldUnits = 2000;
 constexpr size_t c_toldEntries = 50;
@@ -308,6 +310,15 @@ void PictureRecorder::OnError(const ClientError& error, const std::vector<std::w
     for (const std::wstring& hint : hints)
         kept.hints.push_back(CutText(hint));
     m_picture.errors.Add(std::move(kept));
+}
+
+void PictureRecorder::AddEvidence(const std::wstring& folder)
+{
+    const std::lock_guard<std::mutex> guard(m_lock);
+    Touch(TickMs());
+    m_picture.evidence.push_back(folder);
+    if (m_picture.evidence.size() > c_evidence)
+        m_picture.evidence.erase(m_picture.evidence.begin());
 }
 
 void PictureRecorder::OnLogLine(const std::wstring& line)

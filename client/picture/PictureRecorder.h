@@ -21,6 +21,9 @@ public:
     PictureRecorder(const PictureRecorder&) = delete;
     PictureRecorder& operator=(const PictureRecorder&) = delete;
 
+    // Adds a folder with what is left of a call that was lost.
+    void AddEvidence(const std::wstring& folder);
+
     // Whether a workbench was started or taken, or at least tried.
     bool HasBegun() const;
     // Writes the page unless it stands there as it would be written. Throws ClientError (usage).

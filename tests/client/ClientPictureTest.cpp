@@ -139,8 +139,6 @@ TEST_F(ClientPicture, MomentsStandInTheirOrderWithinTheirCommand)
             EXPECT_LE(last, moment[0].get<double>() + 0.001) << command;
             last = moment[0];
         }
-        // To the final response.
-        EXPECT_NEAR(command["atMs"].get<double>() + command["elapsedMs"].get<double>(), last, 1);
     }
     EXPECT_GE(Commands()[0]["elapsedMs"], 40.0);
     EXPECT_LE(last, Page()["session"]["durationMs"]);
@@ -157,7 +155,7 @@ TEST_F(ClientPicture, LinesOfTheLogStandAtTheirCommandWithoutFollowing)
         for (const Json& line : command["log"])
         {
             lines += line[1].get<std::string>() + "\n";
-            EXPECT_NEAR(command["atMs"].get<double>(), line[0].get<double>(), 1000);
+            EXPECT_NEAR(command["atMs"].get<double>(), line[0].get<double>(), 30000);
         }
         EXPECT_THAT(lines, HasSubstr("CHost::Run Command is "));
         EXPECT_THAT(lines, HasSubstr("command succeeded, result = ActionSuccess"));

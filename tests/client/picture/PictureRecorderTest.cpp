@@ -286,6 +286,18 @@ TEST_F(PictureRecorderTest, FollowedLinesStandInForALogThatCannotBeRead)
     EXPECT_EQ(3U, Data()["steps"][0]["log"].size());
 }
 
+TEST_F(PictureRecorderTest, EvidenceIsNamed)
+{
+    m_recorder.OnStarted(1, 1, false);
+    m_recorder.AddEvidence(L"C:\\evidence\\1");
+    EXPECT_THAT(Written()["session"]["evidence"], ElementsAre("C:\\evidence\\1"));
+    for (int i = 0; i < 200; ++i)
+        m_recorder.AddEvidence(std::to_wstring(i));
+    const Json evidence = Written()["session"]["evidence"];
+    EXPECT_EQ(100U, evidence.size());
+    EXPECT_EQ("199", evidence[99]);
+}
+
 ORV_CHILD_ROLE(EndInACommand)
 {
     PictureRecorder recorder{PictureFile(arguments.at(0)), false};
