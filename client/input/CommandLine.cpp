@@ -51,9 +51,9 @@ struct StatusHelp
 constexpr StatusHelp c_statusHelp[] = {
     {ExitStatus::Success, L"everything succeeded"},
     {ExitStatus::CommandFailed, L"a command failed, or did not find a type or an assembly"},
-    {ExitStatus::Usage,
-     L"bad usage: options, a script that cannot be read, a report that cannot be written, a line that is no command, a "
-     L"text that is too long"},
+    {ExitStatus::Usage, L"bad usage: options, a script that cannot be read, a report that cannot be written, a line "
+                        L"that is no command, a "
+                        L"text that is too long"},
     {ExitStatus::WorkbenchLost, L"the workbench could not be started, or ended unasked"},
     {ExitStatus::TimedOut,
      L"time-out: the workbench was not ready, a command not answered, or the workbench not stopped in time"},

@@ -5,8 +5,9 @@
 #include <cstddef>
 #include <string>
 
-// Puts the lines of a trace log into a picture of the same workbench, beside the commands that they tell of. Both sides
-// read one clock, but the lines have whole milliseconds only: a command is found by its event, its text and its time.
+// Puts the lines of a trace log into a picture of the same workbench, beside the commands that they tell of. Both
+// sides read one clock, but the lines have whole milliseconds only: a command is found by its event, its text and its
+// time.
 class LogJoin
 {
 public:

@@ -17,8 +17,8 @@ std::wstring WrittenAt(HANDLE file)
     FILETIME written{};
     FILETIME local{};
     SYSTEMTIME time{};
-    if (GetFileTime(file, nullptr, nullptr, &written) == FALSE || FileTimeToLocalFileTime(&written, &local) == FALSE ||
-        FileTimeToSystemTime(&local, &time) == FALSE)
+    if (GetFileTime(file, nullptr, nullptr, &written) == FALSE ||
+        FileTimeToLocalFileTime(&written, &local) == FALSE || FileTimeToSystemTime(&local, &time) == FALSE)
         return {};
     return LocalTimeText(time);
 }

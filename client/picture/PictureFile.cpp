@@ -39,8 +39,8 @@ DWORD WhyNotReplaceable(const wchar_t* path) noexcept
         return ERROR_SUCCESS;
     if ((attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY)) != 0)
         return ERROR_ACCESS_DENIED;
-    const UniqueHandle file = UniqueHandle::FromFile(
-        CreateFileW(path, GENERIC_WRITE | DELETE, c_shareAll, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const UniqueHandle file = UniqueHandle::FromFile(CreateFileW(path, GENERIC_WRITE | DELETE, c_shareAll, nullptr,
+                                                                 OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     return file ? ERROR_SUCCESS : GetLastError();
 }
 

@@ -2,13 +2,13 @@
 
 #include <string>
 
-// The file of a page. What is there stays as it is until a new page is whole: that is written beside it and then takes
-// its place. One thread at a time.
+// The file of a page. What is there stays as it is until a new page is whole: that is written beside it and then
+// takes its place. One thread at a time.
 class PictureFile
 {
 public:
-    // A path, in full. Finds out whether the file can be written, and leaves nothing behind. Throws ClientError (usage)
-    // when it cannot.
+    // A path, in full. Finds out whether the file can be written, and leaves nothing behind. Throws ClientError
+    // (usage) when it cannot.
     explicit PictureFile(std::wstring path);
 
     const std::wstring& Path() const noexcept { return m_path; }

@@ -17,8 +17,8 @@ using Json = nlohmann::ordered_json;
 // Without scripts the page shows so many commands.
 constexpr size_t c_plainRows = 200;
 
-// In the page's script: the text of a script element ends at its first end tag, wherever that stands. All else that is
-// not plain ASCII is escaped already.
+// In the page's script: the text of a script element ends at its first end tag, wherever that stands. All else that
+// is not plain ASCII is escaped already.
 std::string ScriptText(const Json& value)
 {
     std::string text;
@@ -56,9 +56,9 @@ std::string HtmlText(const std::wstring& text)
         const bool isHigh = character >= 0xD800 && character <= 0xDBFF;
         if (isHigh && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF)
             character = 0x10000 + ((character - 0xD800) << 10) + (text[++i] - uint32_t{0xDC00});
-        const bool isWord = character < 0x80 && ((character >= '0' && character <= '9') ||
-                                                 (character >= 'A' && character <= 'Z') ||
-                                                 (character >= 'a' && character <= 'z'));
+        const bool isWord =
+            character < 0x80 && ((character >= '0' && character <= '9') || (character >= 'A' && character <= 'Z') ||
+                                 (character >= 'a' && character <= 'z'));
         const bool isNone = character < ' ' || (character >= 0x7F && character < 0xA0) ||
                             (character >= 0xD800 && character <= 0xDFFF) || (character & 0xFFFE) == 0xFFFE;
         if (isWord || plain.find(text[i]) != std::wstring_view::npos)
@@ -118,8 +118,7 @@ private:
     {
         const StepList& steps = m_picture.steps;
         m_page += "<noscript><p>Scripts do not run here: the page shows its commands only, the first " +
-                  std::to_string(c_plainRows) +
-                  ".</p><table><tr><th>Command<th>Outcome<th>Milliseconds</tr>\n";
+                  std::to_string(c_plainRows) + ".</p><table><tr><th>Command<th>Outcome<th>Milliseconds</tr>\n";
         size_t rows = 0;
         for (size_t i = 0; i < steps.Count() && rows < c_plainRows; ++i)
         {
@@ -138,10 +137,14 @@ private:
     void WriteData()
     {
         m_page += "{\"session\":" + ScriptText(Session());
-        WriteList("lives", [&](const auto& write) { m_picture.lives.ForEach([&](const auto& life) { write(Life(life)); }); });
-        WriteList("errors",
-                  [&](const auto& write) { m_picture.errors.ForEach([&](const auto& error) { write(Error(error)); }); });
-        WriteList("log", [&](const auto& write) { m_picture.logLines.ForEach([&](const auto& line) { write(Line(line)); }); });
+        WriteList("lives",
+                  [&](const auto& write) { m_picture.lives.ForEach([&](const auto& life) { write(Life(life)); }); });
+        WriteList("errors", [&](const auto& write) {
+            m_picture.errors.ForEach([&](const auto& error) { write(Error(error)); });
+        });
+        WriteList("log", [&](const auto& write) {
+            m_picture.logLines.ForEach([&](const auto& line) { write(Line(line)); });
+        });
         WriteList("steps", [&](const auto& write) {
             for (size_t i = 0; i < m_picture.steps.Count(); ++i)
                 write(StepOf(m_picture.steps[i]));
@@ -266,8 +269,8 @@ private:
         if (step.verdict)
             entry["outcome"] = ::NameOf(*step.verdict);
         if (!step.resultName.empty())
-            entry["result"] = Json{{"number", step.result ? Json(*step.result) : Json()},
-                                   {"name", ToUtf8(step.resultName)}};
+            entry["result"] =
+                Json{{"number", step.result ? Json(*step.result) : Json()}, {"name", ToUtf8(step.resultName)}};
         if (!step.told.empty())
             entry.update(Json::parse(step.told, nullptr, false));
         if (step.runs)

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-// Keeps what happens in a session, shows nothing, and writes it as a page: at the end of each workbench, and when Write
-// is called. Any thread.
+// Keeps what happens in a session, shows nothing, and writes it as a page: at the end of each workbench, and when
+// Write is called. Any thread.
 class PictureRecorder final : public Report
 {
 public:

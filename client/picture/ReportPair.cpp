@@ -30,7 +30,8 @@ void ReportPair::OnCommand(const Command& command, const std::wstring& where)
     Tell(&Report::OnCommand, command, where);
 }
 
-void ReportPair::OnResult(const CommandResult& result, const CommandRecord& record, Verdict verdict, const std::wstring& hint)
+void ReportPair::OnResult(const CommandResult& result, const CommandRecord& record, Verdict verdict,
+                          const std::wstring& hint)
 {
     Tell(&Report::OnResult, result, record, verdict, hint);
 }

@@ -99,8 +99,8 @@ void TraceLogReader::End()
     Emit();
 }
 
-// Most of a log is ASCII: in UTF-16 every second byte is then 0, also where the mark is missing. A part that begins in
-// the middle of a character is one byte off.
+// Most of a log is ASCII: in UTF-16 every second byte is then 0, also where the mark is missing. A part that begins
+// in the middle of a character is one byte off.
 void TraceLogReader::FindEncoding()
 {
     if (m_encoding != Encoding::Unknown)

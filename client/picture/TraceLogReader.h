@@ -31,8 +31,8 @@ public:
     void Feed(std::string_view bytes);
     // Takes a line without its end.
     void FeedLine(std::wstring_view line);
-    // Takes an open file from its beginning on, as far as it goes; of one that has no line of a log in its first part,
-    // no more than that.
+    // Takes an open file from its beginning on, as far as it goes; of one that has no line of a log in its first
+    // part, no more than that.
     void FeedFile(HANDLE file);
     // There are no more: the last line ends here.
     void End();

@@ -84,8 +84,9 @@ TEST_F(ClientPicture, IsWrittenAtTheEndAndNamed)
 TEST_F(ClientPicture, ItsNumbersAndTextsAreThoseOfJson)
 {
     const std::wstring told = LR"(get told={"result":5,"value":{"type":"string","text":"\"a\"","string":"a"}})";
-    const ClientResult result = Finish(Reporting({L"--json", L"-k"}, "invoke print=one\nload result=11\nget x; delay=30\n"
-                                                                      "time 3 get x\nset result=1\nnothing\n"));
+    const ClientResult result =
+        Finish(Reporting({L"--json", L"-k"}, "invoke print=one\nload result=11\nget x; delay=30\n"
+                                             "time 3 get x\nset result=1\nnothing\n"));
     const Json page = Page();
     Json printed = Json::array();
     for (const std::string& line : LinesOf(result.rawOutput))
@@ -245,8 +246,8 @@ TEST_F(ClientPicture, PromptScriptsAndValuesHaveOneToo)
     EXPECT_THAT(Page()["errors"][0]["message"].get<std::string>(), HasSubstr("nothing"));
     EXPECT_THAT(prompt.output, HasSubstr("report written to "));
 
-    const ClientResult values = Finish(Reporting(
-        {L"--eval", LR"(get told={"result":5,"value":{"type":"string","text":"\"a\"","string":"a"}})"}));
+    const ClientResult values = Finish(
+        Reporting({L"--eval", LR"(get told={"result":5,"value":{"type":"string","text":"\"a\"","string":"a"}})"}));
     EXPECT_EQ("a\n", values.output);
     EXPECT_EQ("", values.errors);
     EXPECT_EQ(1, Page()["session"]["commands"]);
@@ -320,10 +321,14 @@ TEST_F(ClientPicture, KilledClientLeavesAnOlderPageAsItIs)
 
 TEST_F(ClientPicture, RelativeNameStartsInTheCurrentFolder)
 {
-    ClientRun::Setup setup = Scripted({L"-r", L"K\xFC" L"che.html", L"load x"});
+    ClientRun::Setup setup = Scripted({L"-r",
+                                       L"K\xFC"
+                                       L"che.html",
+                                       L"load x"});
     setup.folder = m_folder.Path();
     EXPECT_EQ(0, Finish(setup).status);
-    EXPECT_TRUE(PathExists(m_folder.PathOf(L"K\xFC" L"che.html")));
+    EXPECT_TRUE(PathExists(m_folder.PathOf(L"K\xFC"
+                                           L"che.html")));
 }
 
 TEST_F(ClientPicture, LogAloneHasCommandsResultsAndTimes)
@@ -393,9 +398,16 @@ TEST_F(ClientPicture, WhatIsNoLogIsRefused)
 
 TEST_F(ClientPicture, LogGoesWithNoSession)
 {
-    for (const std::vector<std::wstring>& more :
-         std::vector<std::vector<std::wstring>>{{L"load x"}, {L"-s", L"-"}, {L"-i"}, {L"-a", L"1"}, {L"-k"}, {L"-e"},
-                                                {L"-f"}, {L"-d"}, {L"-w", L"x"}, {L"-j", L"--stream"}})
+    for (const std::vector<std::wstring>& more : std::vector<std::vector<std::wstring>>{{L"load x"},
+                                                                                        {L"-s", L"-"},
+                                                                                        {L"-i"},
+                                                                                        {L"-a", L"1"},
+                                                                                        {L"-k"},
+                                                                                        {L"-e"},
+                                                                                        {L"-f"},
+                                                                                        {L"-d"},
+                                                                                        {L"-w", L"x"},
+                                                                                        {L"-j", L"--stream"}})
     {
         ClientRun::Setup setup = From(L"x.log");
         setup.arguments.insert(setup.arguments.end(), more.begin(), more.end());

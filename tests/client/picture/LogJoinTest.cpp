@@ -57,7 +57,8 @@ TEST(LogJoin, EqualCommandsAreTakenInTheirOrder)
 {
     Picture picture;
     for (size_t i = 0; i < 5; ++i)
-        picture.steps.Add(CommandStep(i + 1, 6, L"t.Target", 100 + 0.1 * static_cast<double>(i), 100.05 + 0.1 * static_cast<double>(i)));
+        picture.steps.Add(CommandStep(i + 1, 6, L"t.Target", 100 + 0.1 * static_cast<double>(i),
+                                      100.05 + 0.1 * static_cast<double>(i)));
     LogJoin join(picture, 0);
     for (const wchar_t* line : {L"1", L"2", L"3", L"4", L"5"})
         join.Take(Told(6, L"t.Target", 100, line));

@@ -139,7 +139,7 @@ TEST(LogSteps, EveryCommandIsKnownByItsEventAndItsName)
         const wchar_t* word;
         uint32_t slot;
         bool passesBreakpoint;
-    } cases[] = {{"LOAD", "Load", L"load", 1, false},     {"CREATE", "Create", L"create", 2, true},
+    } cases[] = {{"LOAD", "Load", L"load", 1, false},      {"CREATE", "Create", L"create", 2, true},
                  {"INVOKE", "Invoke", L"invoke", 3, true}, {"DELETE", "Delete", L"delete", 4, false},
                  {"RESET", "Reset", L"reset", 5, false},   {"SUCCESS", "Get", L"get", 6, true},
                  {"FAILED", "Set", L"set", 7, true}};
@@ -165,7 +165,8 @@ TEST(LogSteps, WaitIsTheEndOfACommandAndBelongsToIt)
 
 TEST(LogSteps, StopIsACommandThatEndsWithTheWorkbench)
 {
-    const Told told = Read("9 CWBEvent::Wait Event is EV_STOP\n9 CHost::Run Stopping\n\n12 CHost::Run WorkBench Exiting\n");
+    const Told told =
+        Read("9 CWBEvent::Wait Event is EV_STOP\n9 CHost::Run Stopping\n\n12 CHost::Run WorkBench Exiting\n");
     ASSERT_THAT(told.steps, SizeIs(1));
     EXPECT_EQ(L"stop", told.steps[0].word);
     EXPECT_EQ(0U, told.steps[0].event);
@@ -194,7 +195,8 @@ TEST(LogSteps, ExceptionInTheMainLoopIsALoss)
 
 TEST(LogSteps, LogWhoseBeginningIsMissingBeginsWithTheCall)
 {
-    const Step step = OnlyStep("0 CHost::Run Command is Load: x\n4 CHost::Run command succeeded, result = ActionSuccess\n");
+    const Step step =
+        OnlyStep("0 CHost::Run Command is Load: x\n4 CHost::Run command succeeded, result = ActionSuccess\n");
     EXPECT_EQ(L"load", step.word);
     EXPECT_EQ(4, step.elapsedMs);
     EXPECT_EQ(L"", step.deviation);
@@ -203,8 +205,9 @@ TEST(LogSteps, LogWhoseBeginningIsMissingBeginsWithTheCall)
 TEST(LogSteps, LinesOfACallThatAreNotUnderstoodAreKept)
 {
     EXPECT_THAT(Read("CHost::Run half a line\n").others, ElementsAre(L"CHost::Run half a line"));
-    EXPECT_THAT(Read("5 CHost::Breakpoint setting response ok\n5 CHost::Run command failed, result = ActionFail\n").steps,
-                IsEmpty());
+    EXPECT_THAT(
+        Read("5 CHost::Breakpoint setting response ok\n5 CHost::Run command failed, result = ActionFail\n").steps,
+        IsEmpty());
 }
 
 TEST(LogSteps, EachDepartureFromTheOrderIsTold)
@@ -222,7 +225,8 @@ TEST(LogSteps, EachDepartureFromTheOrderIsTold)
         {Without(c_invoke, "Command is"), L"the first response is out of order"},
         {Without(c_invoke, "command succeeded") + c_wait,
          L"the workbench waits again without a final response to this command"},
-        {c_invoke + "121 CHost::Run command succeeded, result = ActionInvokedOk\n", L"a final response is out of order"},
+        {c_invoke + "121 CHost::Run command succeeded, result = ActionInvokedOk\n",
+         L"a final response is out of order"},
         {event + "101 CHost::Run Command is Load: x\n", L"the command that was called is not that of the event"},
         {event + "101 CHost::Run Command is Invoke: x\n102 CHost::Run Command is Invoke: x\n",
          L"two commands came at once"},
@@ -288,7 +292,8 @@ TEST(LogSteps, LifeIsTold)
 
 TEST(LogSteps, LongTextsAndManyLinesAreCut)
 {
-    std::string log = "1 CWBEvent::Wait Event is EV_LOAD\n1 CHost::Run Command is Load: " + std::string(900, 'x') + "\n";
+    std::string log =
+        "1 CWBEvent::Wait Event is EV_LOAD\n1 CHost::Run Command is Load: " + std::string(900, 'x') + "\n";
     for (int i = 0; i < 200; ++i)
         log += "2 CProxyMap::Open " + std::string(600, 'y') + "\n";
     const Step step = OnlyStep(log);

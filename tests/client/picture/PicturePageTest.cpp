@@ -115,7 +115,8 @@ TEST(PicturePage, CommandThatWasGivenUpHasNoOutcomeAndNoTime)
     step.elapsedMs.reset();
     step.verdict.reset();
     const Json command = CommandIn(PageOf(PictureWith(step)));
-    for (const char* none : {"outcome", "elapsedMs", "result", "where", "method", "deviation", "hint", "times", "log"})
+    for (const char* none :
+         {"outcome", "elapsedMs", "result", "where", "method", "deviation", "hint", "times", "log"})
         EXPECT_FALSE(command.contains(none)) << none;
 }
 
@@ -147,15 +148,17 @@ TEST(PicturePage, SessionIsToldWithWhatIsLeftOut)
     for (int i = 0; i < 2001; ++i)
         picture.logLines.Add({1000, L"line"});
     const Json data = PageData(PageOf(picture));
-    EXPECT_EQ(Json::parse(R"json({"source":"session","began":"2026-11-22 13:31:49","durationMs":100.0,"resolutionMs":0.001,
+    EXPECT_EQ(
+        Json::parse(R"json({"source":"session","began":"2026-11-22 13:31:49","durationMs":100.0,"resolutionMs":0.001,
         "commands":1,"failed":0,"commandsLeftOut":0,"stepsBeforeGap":1,"errorsLeftOut":0,"errorsBeforeGap":1,
         "livesLeftOut":0,"logLeftOut":1,"logBeforeGap":1000,"logWithoutRoom":0,"notes":["note"],
         "evidence":["C:\\a b\\c"]})json"),
-              data["session"]);
+        data["session"]);
     EXPECT_EQ(Json::parse(R"json([{"workbench":336,"client":"1a2b","attached":false,"atMs":1.0,"readyMs":9.0,
         "readyElapsedMs":8.0,"debuggerPort":5555,"endMs":99.0,"exitCode":1}])json"),
               data["lives"]);
-    EXPECT_EQ(Json::parse(R"json([{"atMs":50.0,"message":"it was lost","exitStatus":3,"hints":["look"]}])json"), data["errors"]);
+    EXPECT_EQ(Json::parse(R"json([{"atMs":50.0,"message":"it was lost","exitStatus":3,"hints":["look"]}])json"),
+              data["errors"]);
     EXPECT_EQ(2000U, data["log"].size());
 }
 
@@ -228,7 +231,8 @@ TEST(PicturePage, LoneSurrogatesAreReplaced)
 TEST(PicturePage, WithoutScriptsTheCommandsStandThere)
 {
     const std::string page = PageOf(PictureWith(CommandStep(L"invoke", L"<b>\xD83C\xDF88\" & \x01")));
-    EXPECT_THAT(page, HasSubstr("<tr><td>invoke &#60;b&#62;&#127880;&#34; &#38; &#65533;<td>succeeded<td>2.346</tr>\n"));
+    EXPECT_THAT(page,
+                HasSubstr("<tr><td>invoke &#60;b&#62;&#127880;&#34; &#38; &#65533;<td>succeeded<td>2.346</tr>\n"));
     Picture many;
     for (size_t i = 0; i < 300; ++i)
         many.steps.Add(CommandStep(L"get", L"x"));

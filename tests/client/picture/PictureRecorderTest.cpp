@@ -38,14 +38,15 @@ public:
 
 private:
     static inline decltype(CreateFileW)* s_real = nullptr;
-    Redirect<decltype(CreateFileW)> m_open{
-        "CreateFileW", [](LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security, DWORD disposition,
-                          DWORD flags, HANDLE from) -> HANDLE {
-            if (std::wstring(path).find(L"OrvWorkBench.log") == std::wstring::npos)
-                return s_real(path, access, share, security, disposition, flags, from);
-            SetLastError(ERROR_SHARING_VIOLATION);
-            return INVALID_HANDLE_VALUE;
-        }};
+    Redirect<decltype(CreateFileW)> m_open{"CreateFileW",
+                                           [](LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
+                                              DWORD disposition, DWORD flags, HANDLE from) -> HANDLE {
+                                               if (std::wstring(path).find(L"OrvWorkBench.log") == std::wstring::npos)
+                                                   return s_real(path, access, share, security, disposition, flags,
+                                                                 from);
+                                               SetLastError(ERROR_SHARING_VIOLATION);
+                                               return INVALID_HANDLE_VALUE;
+                                           }};
 };
 
 class PictureRecorderTest : public testing::Test
@@ -330,17 +331,26 @@ public:
     {
         Tell("debugger", std::to_wstring(*port));
     }
-    void OnCommand(const Command& command, const std::wstring& where) override { Tell("command", command.text + where); }
+    void OnCommand(const Command& command, const std::wstring& where) override
+    {
+        Tell("command", command.text + where);
+    }
     void OnResult(const CommandResult&, const CommandRecord&, Verdict, const std::wstring& hint) override
     {
         Tell("result", hint);
     }
     void OnTimes(const Durations& durations) override { Tell("times", std::to_wstring(durations.Count())); }
     void OnEnd(std::optional<uint32_t> code) override { Tell("end", std::to_wstring(*code)); }
-    void OnError(const ClientError& error, const std::vector<std::wstring>&) override { Tell("error", error.Message()); }
+    void OnError(const ClientError& error, const std::vector<std::wstring>&) override
+    {
+        Tell("error", error.Message());
+    }
     void OnLogLine(const std::wstring& line) override { Tell("log", line); }
     void OnHistory(const std::vector<std::wstring>& commands) override { Tell("history", commands[0]); }
-    void OnShown(const std::vector<std::wstring>& lines, const std::vector<ListEntry>&) override { Tell("shown", lines[0]); }
+    void OnShown(const std::vector<std::wstring>& lines, const std::vector<ListEntry>&) override
+    {
+        Tell("shown", lines[0]);
+    }
     void OnHelp(const std::wstring& text) override { Tell("help", text); }
     void OnPicture(const std::wstring& path) override { Tell("picture", path); }
 

@@ -78,7 +78,8 @@ TEST(TraceLogReader, ReadsWhatBecameOfItInTheMail)
 
 TEST(TraceLogReader, BytesThatAreNoUtf8AreTheSystemsCodePage)
 {
-    const std::vector<std::wstring> lines = LinesOf("      7 CHost::Run Command is Load: K\xFC" "che\n");
+    const std::vector<std::wstring> lines = LinesOf("      7 CHost::Run Command is Load: K\xFC"
+                                                    "che\n");
     ASSERT_EQ(1U, lines.size());
     EXPECT_EQ(0U, lines[0].find(L"7|CHost::Run|Command is Load: K"));
 }
@@ -132,7 +133,9 @@ TEST(TraceLogReader, LongLineThatWasNotCutStaysWhole)
 
 TEST(TraceLogReader, MarksBetweenConcatenatedLogsAreNoText)
 {
-    EXPECT_THAT(LinesOf(Utf16(L"\xFEFF" L"1 CHost::Run Sleeping\n\xFEFF" L"2 CHost::Run Sleeping\n")),
+    EXPECT_THAT(LinesOf(Utf16(L"\xFEFF"
+                              L"1 CHost::Run Sleeping\n\xFEFF"
+                              L"2 CHost::Run Sleeping\n")),
                 ElementsAre(L"1|CHost::Run|Sleeping", L"2|CHost::Run|Sleeping"));
 }
 
