@@ -255,7 +255,7 @@ void DefinePicture(CLI::App& app, RawOptions& raw)
                                      "--report in the current folder, named after the log");
     log->option_text("LOG");
     for (const char* name : {"COMMAND", "--script", "--interactive", "--keep-going", "--workbench", "--attach",
-                             "--stream", "--eval", "--follow-log", "--debug"})
+                             "--stream", "--eval", "--follow-log", "--debug", "--evidence", "--no-evidence"})
         log->excludes(app.get_option(name));
 }
 

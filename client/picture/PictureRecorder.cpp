@@ -312,10 +312,15 @@ void PictureRecorder::OnError(const ClientError& error, const std::vector<std::w
     m_picture.errors.Add(std::move(kept));
 }
 
-void PictureRecorder::AddEvidence(const std::wstring& folder)
+void PictureRecorder::OnEvidence(const std::wstring& folder, const std::wstring& failure)
 {
     const std::lock_guard<std::mutex> guard(m_lock);
-    Touch(TickMs());
+    const double now = Touch(TickMs());
+    if (folder.empty())
+    {
+        m_picture.errors.Add({now, L"the evidence cannot be kept: " + CutText(failure), std::nullopt, {}});
+        return;
+    }
     m_picture.evidence.push_back(folder);
     if (m_picture.evidence.size() > c_evidence)
         m_picture.evidence.erase(m_picture.evidence.begin());

@@ -21,9 +21,6 @@ public:
     PictureRecorder(const PictureRecorder&) = delete;
     PictureRecorder& operator=(const PictureRecorder&) = delete;
 
-    // Adds a folder with what is left of a call that was lost.
-    void AddEvidence(const std::wstring& folder);
-
     // Whether a workbench was started or taken, or at least tried.
     bool HasBegun() const;
     // Writes the page unless it stands there as it would be written. Throws ClientError (usage).
@@ -41,6 +38,7 @@ public:
     void OnTimes(const Durations& durations) override;
     void OnEnd(std::optional<uint32_t> workbenchExitCode) override;
     void OnError(const ClientError& error, const std::vector<std::wstring>& hints) override;
+    void OnEvidence(const std::wstring& folder, const std::wstring& failure) override;
     void OnLogLine(const std::wstring& line) override;
     void OnHistory(const std::vector<std::wstring>& commands) override;
     void OnShown(const std::vector<std::wstring>& lines, const std::vector<ListEntry>& values) override;

@@ -51,6 +51,11 @@ void ReportPair::OnError(const ClientError& error, const std::vector<std::wstrin
     Tell(&Report::OnError, error, hints);
 }
 
+void ReportPair::OnEvidence(const std::wstring& folder, const std::wstring& failure)
+{
+    Tell(&Report::OnEvidence, folder, failure);
+}
+
 void ReportPair::OnLogLine(const std::wstring& line)
 {
     Tell(&Report::OnLogLine, line);

@@ -19,6 +19,7 @@ public:
     void OnTimes(const Durations& durations) override;
     void OnEnd(std::optional<uint32_t> workbenchExitCode) override;
     void OnError(const ClientError& error, const std::vector<std::wstring>& hints) override;
+    void OnEvidence(const std::wstring& folder, const std::wstring& failure) override;
     void OnLogLine(const std::wstring& line) override;
     void OnHistory(const std::vector<std::wstring>& commands) override;
     void OnShown(const std::vector<std::wstring>& lines, const std::vector<ListEntry>& values) override;

@@ -290,10 +290,13 @@ TEST_F(PictureRecorderTest, FollowedLinesStandInForALogThatCannotBeRead)
 TEST_F(PictureRecorderTest, EvidenceIsNamed)
 {
     m_recorder.OnStarted(1, 1, false);
-    m_recorder.AddEvidence(L"C:\\evidence\\1");
-    EXPECT_THAT(Written()["session"]["evidence"], ElementsAre("C:\\evidence\\1"));
+    m_recorder.OnEvidence(L"C:\\evidence\\1", L"");
+    m_recorder.OnEvidence(L"", L"disk full");
+    const Json data = Written();
+    EXPECT_THAT(data["session"]["evidence"], ElementsAre("C:\\evidence\\1"));
+    EXPECT_EQ("the evidence cannot be kept: disk full", data["errors"][0]["message"]);
     for (int i = 0; i < 200; ++i)
-        m_recorder.AddEvidence(std::to_wstring(i));
+        m_recorder.OnEvidence(std::to_wstring(i), L"");
     const Json evidence = Written()["session"]["evidence"];
     EXPECT_EQ(100U, evidence.size());
     EXPECT_EQ("199", evidence[99]);
@@ -345,6 +348,10 @@ public:
     {
         Tell("error", error.Message());
     }
+    void OnEvidence(const std::wstring& folder, const std::wstring& failure) override
+    {
+        Tell("evidence", folder + failure);
+    }
     void OnLogLine(const std::wstring& line) override { Tell("log", line); }
     void OnHistory(const std::vector<std::wstring>& commands) override { Tell("history", commands[0]); }
     void OnShown(const std::vector<std::wstring>& lines, const std::vector<ListEntry>&) override
@@ -382,6 +389,7 @@ TEST(ReportPair, TellsBothAllThatItIsToldInOrder)
     report.OnTimes(Durations({1, 2}));
     report.OnEnd(7);
     report.OnError(ClientError(ExitStatus::Usage, L"e"), {});
+    report.OnEvidence(L"k", L"l");
     report.OnLogLine(L"f");
     report.OnHistory({L"g"});
     report.OnShown({L"h"}, {});
@@ -389,7 +397,7 @@ TEST(ReportPair, TellsBothAllThatItIsToldInOrder)
     report.OnPicture(L"j");
     EXPECT_EQ("1happening a;2happening a;1answered 1.000000;2answered 1.000000;1started 2;2started 2;"
               "1ready 4.000000;2ready 4.000000;1debugger 6;2debugger 6;1command bc;2command bc;1result d;2result d;"
-              "1times 2;2times 2;1end 7;2end 7;1error e;2error e;1log f;2log f;1history g;2history g;"
+              "1times 2;2times 2;1end 7;2end 7;1error e;2error e;1evidence kl;2evidence kl;1log f;2log f;1history g;2history g;"
               "1shown h;2shown h;1help i;2help i;1picture j;2picture j;",
               told);
 }
