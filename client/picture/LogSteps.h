@@ -8,6 +8,20 @@
 #include <string>
 #include <string_view>
 
+// A command of which lines have been read, and how far they go.
+struct OpenStep
+{
+    Step step;
+    // That of the event, where its line is there.
+    std::optional<size_t> slot;
+    bool isCalled = false;
+    bool hasResponded = false;
+    bool isIdle = false;
+    bool isAnswered = false;
+    bool isPastBreakpoint = false;
+    bool isOver = false;
+};
+
 // Makes commands of the lines of a trace log: when each began, its responses and its result, what became of the
 // workbench, and where the lines are in an order that they cannot have.
 class LogSteps
@@ -48,18 +62,6 @@ public:
     const Life& LifeSoFar() const noexcept { return m_life; }
 
 private:
-    struct Open
-    {
-        Step step;
-        std::optional<size_t> slot;
-        bool isCalled = false;
-        bool hasResponded = false;
-        bool isIdle = false;
-        bool isAnswered = false;
-        bool isPastBreakpoint = false;
-        bool isOver = false;
-    };
-
     void TakeLife(const TracedLine& line);
     bool TakeEvent(const TracedLine& line);
     void TakeMainLoop(const TracedLine& line);
@@ -75,6 +77,6 @@ private:
 
     const Receivers m_receivers;
     const bool m_protocolView;
-    std::optional<Open> m_open;
+    std::optional<OpenStep> m_open;
     Life m_life;
 };

@@ -218,6 +218,8 @@ struct Picture
     std::vector<std::wstring> notes;
     // Folders with what is left of a call that was lost.
     std::vector<std::wstring> evidence;
+    // The folder of the page, with a separator at its end; links to what lies below it begin there.
+    std::wstring pageFolder;
 };
 
 // A local time as a picture tells it.

@@ -7,6 +7,7 @@
 #include "OrvProfiler/protocol/ManagedMethods.h"
 #include "OrvProfiler/protocol/WorkbenchEvents.h"
 
+#include <cwchar>
 #include <nlohmann/json.hpp>
 #include <string_view>
 
@@ -184,8 +185,23 @@ private:
         session["logBeforeGap"] = m_picture.logLines.FirstCount();
         session["logWithoutRoom"] = m_picture.logLinesWithoutRoom;
         session["notes"] = Texts(m_picture.notes);
-        session["evidence"] = Texts(m_picture.evidence);
+        session["evidence"] = Evidence();
         return session;
+    }
+
+    // What lies below the page's folder can go with it to another place.
+    Json Evidence() const
+    {
+        Json list = Json::array();
+        const std::wstring& base = m_picture.pageFolder;
+        for (const std::wstring& folder : m_picture.evidence)
+        {
+            Json entry{{"folder", ToUtf8(folder)}};
+            if (!base.empty() && _wcsnicmp(folder.c_str(), base.c_str(), base.size()) == 0)
+                entry["below"] = ToUtf8(folder.substr(base.size()));
+            list.push_back(entry);
+        }
+        return list;
     }
 
     static Json Texts(const std::vector<std::wstring>& texts)

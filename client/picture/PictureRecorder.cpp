@@ -84,6 +84,7 @@ PictureRecorder::PictureRecorder(PictureFile file, bool protocolView)
     SYSTEMTIME now{};
     GetLocalTime(&now);
     m_picture.began = LocalTimeText(now);
+    m_picture.pageFolder = m_file.Path().substr(0, m_file.Path().find_last_of(L'\\') + 1);
     m_picture.beganMs = TickMs();
     m_picture.endMs = m_picture.beganMs;
     m_freeFromMs = m_picture.beganMs;

@@ -355,6 +355,16 @@ class PageTest(unittest.TestCase):
                     self.assertIn(line.strip(), self.find("#problems").text)
             self.expect_no_error()
 
+    def test_evidence_is_linked(self):
+        self.open("lost")
+        folder, = (entry["folder"] for entry in told("lost", "evidence"))
+        link = self.find("#problems a.mono")
+        self.assertEqual(folder, link.text)
+        # What lies below the page has gone with it.
+        link.click()
+        self.assertTrue(self.js("return decodeURIComponent(location.href)").endswith(
+            "/pages/what is left/" + folder.rstrip("\\").split("\\")[-1] + "/"))
+
     def test_log_alone_is_a_page_too(self):
         self.open("OrvWorkBench")
         rows = {}

@@ -37,8 +37,8 @@ SESSIONS = {
     "hostile": (BEGIN[:1] + [f'invoke System.Console.WriteLine("{text}")'.replace('="', '=\\"').replace("'\"", "'\\\"")
                              for text in HOSTILE], [], 0),
     "great": (list(great()), [], 1),
-    "timeout": (BEGIN + ["invoke System.Threading.Thread.Sleep(60000)"], ["--timeout", "1"], 4),
-    "lost": (BEGIN + ["invoke System.Environment.Exit(7)"], [], 3),
+    "timeout": (BEGIN + ["invoke System.Threading.Thread.Sleep(60000)"], ["--timeout", "1", "--no-evidence"], 4),
+    "lost": (BEGIN + ["invoke System.Environment.Exit(7)"], ["--evidence", "what is left"], 3),
     "empty": ([], [], 0),
 }
 
@@ -68,6 +68,8 @@ def main():
                     raise SystemExit(f"log: status {status}\n{output}")
         for page in programs.path.glob("*.html"):
             shutil.copy(page, FOLDER)
+        # Beside the page, as it was beside the one that was written.
+        shutil.copytree(programs.path / "what is left", FOLDER / "what is left")
     finally:
         programs.close()
 

@@ -15,6 +15,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;
+using testing::StartsWith;
 using Json = nlohmann::json;
 
 namespace
@@ -183,6 +184,20 @@ TEST_F(ClientPicture, LossIsShown)
     EXPECT_EQ(7, Page()["lives"][0]["exitCode"]);
     EXPECT_THAT(Page()["errors"][0]["hints"][0].get<std::string>(), HasSubstr("its exit code is 7"));
     EXPECT_THAT(Commands()[1]["log"], Not(IsEmpty()));
+}
+
+TEST_F(ClientPicture, EvidenceOfALostCallIsLinked)
+{
+    const std::wstring place = m_folder.PathOf(L"evidence");
+    Finish(Reporting({L"--evidence", place, L"invoke exit=7"}));
+    const Json evidence = Page()["session"]["evidence"];
+    ASSERT_THAT(evidence, SizeIs(1));
+    const std::string folder = evidence[0]["folder"];
+    EXPECT_THAT(folder, StartsWith(std::string(place.begin(), place.end()) + "\\"));
+    EXPECT_THAT(evidence[0]["below"].get<std::string>(), StartsWith("evidence\\"));
+    EXPECT_TRUE(PathExists(std::wstring(folder.begin(), folder.end())));
+    Finish(Reporting({L"--no-evidence", L"invoke exit=7"}));
+    EXPECT_THAT(Page()["session"]["evidence"], IsEmpty());
 }
 
 TEST_F(ClientPicture, StartThatFailedIsShown)

@@ -139,17 +139,16 @@ function writeHead() {
   tile("Slowest command", human(durationOf(slowest)), link);
 }
 
-function fileLink(path) {
-  const forward = path.replace(/\\/g, "/");
-  const encoded = forward.split("/").map(encodeURIComponent).join("/").replace(/^([A-Za-z])%3A/, "$1:");
-  const here = decodeURIComponent(location.pathname).replace(/^\/(?=[A-Za-z]:)/, "");
-  const folder = here.slice(0, here.lastIndexOf("/") + 1).toLowerCase();
-  const link = element("a", "mono", shown(path));
-  // Beside the page a link goes with it to another machine.
-  if (folder && forward.toLowerCase().startsWith(folder))
-    link.href = "./" + forward.slice(folder.length).split("/").map(encodeURIComponent).join("/");
+// To a folder: by its whole path, or from the page on where it lies below it.
+function folderLink({folder, below}) {
+  const encoded = path => path.replace(/\\/g, "/").split("/").map(encodeURIComponent).join("/");
+  const link = element("a", "mono", shown(folder));
+  if (below !== undefined)
+    link.href = "./" + encoded(below);
+  else if (/^[\\/]{2}/.test(folder))
+    link.href = "file:" + encoded(folder);
   else
-    link.href = forward.startsWith("//") ? "file:" + encoded : "file:///" + encoded.replace(/^\//, "");
+    link.href = "file:///" + encoded(folder).replace(/^([A-Za-z])%3A/, "$1:");
   return link;
 }
 
@@ -184,8 +183,8 @@ function writeProblems() {
   }
   if (session.errorsLeftOut)
     list.append(element("li", "soft", session.errorsLeftOut + " more errors are left out."));
-  for (const path of session.evidence)
-    list.append(element("li", "", "What was left of the call: ", fileLink(path)));
+  for (const entry of session.evidence)
+    list.append(element("li", "", "What is left of the call: ", folderLink(entry)));
   if (!list.childNodes.length)
     return;
   byId("problems").append(element("h2", "", "What went wrong"), list);

@@ -152,7 +152,7 @@ TEST(PicturePage, SessionIsToldWithWhatIsLeftOut)
         Json::parse(R"json({"source":"session","began":"2026-11-22 13:31:49","durationMs":100.0,"resolutionMs":0.001,
         "commands":1,"failed":0,"commandsLeftOut":0,"stepsBeforeGap":1,"errorsLeftOut":0,"errorsBeforeGap":1,
         "livesLeftOut":0,"logLeftOut":1,"logBeforeGap":1000,"logWithoutRoom":0,"notes":["note"],
-        "evidence":["C:\\a b\\c"]})json"),
+        "evidence":[{"folder":"C:\\a b\\c"}]})json"),
         data["session"]);
     EXPECT_EQ(Json::parse(R"json([{"workbench":336,"client":"1a2b","attached":false,"atMs":1.0,"readyMs":9.0,
         "readyElapsedMs":8.0,"debuggerPort":5555,"endMs":99.0,"exitCode":1}])json"),
@@ -213,7 +213,7 @@ TEST(PicturePage, HostileTextsAreDataWhereverTheyStand)
         EXPECT_EQ(expected, data["steps"][0]["moments"][0][2]);
         EXPECT_EQ(expected, data["steps"][0]["log"][0][1]);
         EXPECT_EQ(expected, data["errors"][0]["hints"][0]);
-        EXPECT_EQ(expected, data["session"]["evidence"][0]);
+        EXPECT_EQ(expected, data["session"]["evidence"][0]["folder"]);
         EXPECT_EQ(CountOf(plain, "<"), CountOf(page, "<")) << expected;
         EXPECT_EQ(CountOf(plain, "</script>"), CountOf(page, "</script>"));
         for (const char c : page)

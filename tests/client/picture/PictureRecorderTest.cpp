@@ -293,13 +293,15 @@ TEST_F(PictureRecorderTest, EvidenceIsNamed)
     m_recorder.OnEvidence(L"C:\\evidence\\1", L"");
     m_recorder.OnEvidence(L"", L"disk full");
     const Json data = Written();
-    EXPECT_THAT(data["session"]["evidence"], ElementsAre("C:\\evidence\\1"));
+    EXPECT_EQ(Json::parse(R"([{"folder":"C:\\evidence\\1"}])"), data["session"]["evidence"]);
     EXPECT_EQ("the evidence cannot be kept: disk full", data["errors"][0]["message"]);
     for (int i = 0; i < 200; ++i)
         m_recorder.OnEvidence(std::to_wstring(i), L"");
     const Json evidence = Written()["session"]["evidence"];
     EXPECT_EQ(100U, evidence.size());
-    EXPECT_EQ("199", evidence[99]);
+    EXPECT_EQ("199", evidence[99]["folder"]);
+    m_recorder.OnEvidence(m_folder.PathOf(L"left\\1\\"), L"");
+    EXPECT_EQ("left\\1\\", Written()["session"]["evidence"][99]["below"]);
 }
 
 ORV_CHILD_ROLE(EndInACommand)
@@ -397,7 +399,8 @@ TEST(ReportPair, TellsBothAllThatItIsToldInOrder)
     report.OnPicture(L"j");
     EXPECT_EQ("1happening a;2happening a;1answered 1.000000;2answered 1.000000;1started 2;2started 2;"
               "1ready 4.000000;2ready 4.000000;1debugger 6;2debugger 6;1command bc;2command bc;1result d;2result d;"
-              "1times 2;2times 2;1end 7;2end 7;1error e;2error e;1evidence kl;2evidence kl;1log f;2log f;1history g;2history g;"
+              "1times 2;2times 2;1end 7;2end 7;1error e;2error e;1evidence kl;2evidence kl;1log f;2log f;1history "
+              "g;2history g;"
               "1shown h;2shown h;1help i;2help i;1picture j;2picture j;",
               told);
 }
