@@ -236,17 +236,19 @@ for (const life of data.lives) {
   }
 }
 busy.sort((a, b) => a.from - b.from);
-const total = Math.max(session.durationMs, ...busy.slice(-3).map(b => b.to), 0.001);
+// The line begins with what happened first, which is not when the client began.
+const begin = busy.length ? busy[0].from : 0;
+const total = Math.max(session.durationMs, ...busy.slice(-3).map(b => b.to), begin + 0.001);
 
 function timeScale() {
-  return {times: [0, total], places: [0, total]};
+  return {times: [begin, total], places: [0, total - begin]};
 }
 
 // Widths grow with the logarithm of the time.
 function readableScale() {
   const lengths = busy.map(b => b.to - b.from).filter(d => d > 0).sort((a, b) => a - b);
   const unit = Math.max(lengths[Math.floor(lengths.length / 10)] || 1, 0.01);
-  const times = [0];
+  const times = [begin];
   const places = [0];
   const add = (time, width) => {
     if (time <= times[times.length - 1])
@@ -1021,7 +1023,7 @@ function selectByAddress() {
 // True time is the better picture as long as nothing in it is too small to be seen.
 function fitsTrueTime() {
   const lengths = busy.map(b => b.to - b.from).sort((a, b) => a - b);
-  return lengths.length > 0 && lengths[lengths.length >> 2] / total * state.width >= 14;
+  return lengths.length > 0 && lengths[lengths.length >> 2] / (total - begin) * state.width >= 14;
 }
 
 function start() {
