@@ -17,12 +17,13 @@ bool IsSame(const Step& step, const Step& told) noexcept
 {
     if (step.number == 0 || step.event != told.event)
         return false;
-    return step.event == EV_LOAD || std::wstring_view(step.posted).substr(0, c_comparedUnits) ==
-                                        std::wstring_view(told.posted).substr(0, c_comparedUnits);
+    const std::wstring_view posted = step.posted;
+    const std::wstring_view logged = told.posted;
+    return step.event == EV_LOAD || posted.substr(0, c_comparedUnits) == logged.substr(0, c_comparedUnits);
 }
 } // namespace
 
-void LogJoin::Take(Step told)
+void LogJoin::Take(const Step& told)
 {
     if (told.endMs + c_toleranceMs < m_fromMs)
         return;

@@ -14,7 +14,7 @@ public:
     // fromMs: what the log tells of an earlier time is another client's.
     LogJoin(Picture& picture, double fromMs) noexcept : m_picture(picture), m_fromMs(fromMs) {}
 
-    void Take(Step told);
+    void Take(const Step& told);
     void Take(const LogLine& line);
 
 private:

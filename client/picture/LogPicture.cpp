@@ -53,7 +53,7 @@ void AddLife(Picture& picture, const LogSteps::Life& told)
     }
     if (told.hasExited)
         life.endMs = told.lastMs;
-    picture.lives.Add(std::move(life));
+    picture.lives.Add(life);
 }
 } // namespace
 

@@ -185,7 +185,8 @@ void LogSteps::TakeMainLoop(const TracedLine& line)
 
 void LogSteps::TakeCall(const TracedLine& line)
 {
-    const std::wstring_view text = std::wstring_view(line.text).substr(std::wcslen(c_traceOfCommand));
+    std::wstring_view text = line.text;
+    text.remove_prefix(std::wcslen(c_traceOfCommand));
     const size_t colon = std::min(text.find(L": "), text.size());
     const std::wstring_view name = text.substr(0, colon);
     // The log's beginning is missing, or lines of it.

@@ -154,10 +154,8 @@ Step& PictureRecorder::StepNow(double tickMs)
 void PictureRecorder::CloseStep()
 {
     m_isInCommand = false;
-    if (!m_step)
-        return;
-    m_picture.steps.Add(*std::move(m_step));
-    m_step.reset();
+    if (std::optional<Step> step = std::exchange(m_step, std::nullopt))
+        m_picture.steps.Add(*std::move(step));
 }
 
 void PictureRecorder::CloseLife()
@@ -165,7 +163,7 @@ void PictureRecorder::CloseLife()
     if (!m_life)
         return;
     JoinLog();
-    m_picture.lives.Add(*std::move(m_life));
+    m_picture.lives.Add(*m_life);
     m_life.reset();
 }
 
@@ -173,7 +171,7 @@ void PictureRecorder::CloseLife()
 void PictureRecorder::JoinLog()
 {
     LogJoin join(m_picture, m_life->isAttached ? m_life->atMs : m_freeFromMs);
-    LogSteps steps({[&](Step step) { join.Take(std::move(step)); }, [&](const LogLine& line) { join.Take(line); }},
+    LogSteps steps({[&](const Step& step) { join.Take(step); }, [&](const LogLine& line) { join.Take(line); }},
                    m_protocolView);
     TraceLogReader reader([&](const TracedLine& line) { steps.Take(line); });
     const UniqueHandle file = OpenTraceLog(m_life->isAttached ? 0 : m_lifeBegan);

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <cwchar>
 
 namespace
 {
@@ -49,16 +48,16 @@ std::optional<TracedLine> ParseTracedLine(std::wstring_view line)
     if (start == std::wstring_view::npos)
         return std::nullopt;
     line.remove_prefix(start);
-    const auto digitsEnd = std::find_if_not(line.begin(), line.end(), IsDigit);
-    const auto digits = static_cast<size_t>(digitsEnd - line.begin());
+    TracedLine parsed;
+    size_t digits = 0;
+    for (; digits < line.size() && IsDigit(line[digits]); ++digits)
+        parsed.timeMs = parsed.timeMs * 10 + (line[digits] - L'0');
     if (digits == 0 || digits > mostDigits || digits + 1 >= line.size() || line[digits] != L' ')
         return std::nullopt;
     const size_t nameEnd = std::min(line.find(L' ', digits + 1), line.size());
     const std::wstring_view name = line.substr(digits + 1, nameEnd - digits - 1);
     if (!IsFunction(name))
         return std::nullopt;
-    TracedLine parsed;
-    parsed.timeMs = std::wcstod(std::wstring(line.substr(0, digits)).c_str(), nullptr);
     parsed.function = name;
     parsed.text = line.substr(std::min(nameEnd + 1, line.size()));
     return parsed;
@@ -86,7 +85,7 @@ void TraceLogReader::FeedFile(HANDLE file)
         if (ReadFile(file, chunk.data(), static_cast<DWORD>(chunk.size()), &taken, &place) == FALSE || taken == 0)
             return;
         position += taken;
-        Feed(std::string_view(chunk).substr(0, taken));
+        Feed({chunk.data(), taken});
         if (m_lineCount == 0 && position > c_beginningBytes)
             return;
     }
@@ -105,7 +104,7 @@ void TraceLogReader::FindEncoding()
 {
     if (m_encoding != Encoding::Unknown)
         return;
-    const std::string_view probe = std::string_view(m_bytes).substr(0, c_probeBytes);
+    const std::string_view probe(m_bytes.data(), std::min(m_bytes.size(), c_probeBytes));
     const auto zeros = [&](size_t first) {
         size_t count = 0;
         for (size_t i = first; i < probe.size(); i += 2)
@@ -164,40 +163,36 @@ void TraceLogReader::FeedLine(std::wstring_view line)
         line.remove_prefix(1);
     while (!line.empty() && line.back() == L'\r')
         line.remove_suffix(1);
-    if (line.empty())
-        return;
-    if (std::optional<TracedLine> begun = ParseTracedLine(line))
+    while (!line.empty())
+        line = TakePart(line);
+}
+
+// A line that was too long was cut when it was traced, its end too: what follows it is returned.
+std::wstring_view TraceLogReader::TakePart(std::wstring_view line)
+{
+    std::wstring_view part = line;
+    if (const std::optional<TracedLine> begun = ParseTracedLine(line))
     {
         Emit();
         m_line = TracedLine{begun->timeMs, begun->function, L""};
         ++m_lineCount;
         m_tracedUnits = line.size() - begun->text.size();
-        TakeRecordPart(begun->text);
-        return;
+        part.remove_prefix(m_tracedUnits);
     }
-    if (!m_line)
+    else if (!m_line)
         m_line = TracedLine();
     else if (!m_line->text.empty())
     {
         m_line->text += L'\n';
         ++m_tracedUnits;
     }
-    TakeRecordPart(line);
-}
-
-// A line that was too long was cut when it was traced, its end too: the next one follows where it was cut.
-void TraceLogReader::TakeRecordPart(std::wstring_view part)
-{
     const size_t room = c_traceSlotLength - std::min<size_t>(m_tracedUnits, c_traceSlotLength);
-    if (part.size() > room && ParseTracedLine(part.substr(room)))
-    {
-        m_line->text += part.substr(0, room);
-        FeedLine(part.substr(room));
-        return;
-    }
-    m_tracedUnits += part.size();
+    const bool isCut = part.size() > room && ParseTracedLine(part.substr(room));
+    const std::wstring_view kept = isCut ? part.substr(0, room) : part;
+    m_tracedUnits += kept.size();
     if (m_line->text.size() < c_longestTextUnits)
-        m_line->text += part;
+        m_line->text += kept;
+    return part.substr(kept.size());
 }
 
 void TraceLogReader::Emit()

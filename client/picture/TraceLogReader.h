@@ -51,7 +51,7 @@ private:
     void FindEncoding();
     void TakeLines(bool isEnd);
     std::wstring Decode(std::string_view bytes) const;
-    void TakeRecordPart(std::wstring_view part);
+    std::wstring_view TakePart(std::wstring_view line);
     void Emit();
 
     const Receiver m_receiver;
