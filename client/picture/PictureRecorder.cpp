@@ -8,6 +8,7 @@
 #include "client/picture/LogSteps.h"
 #include "client/picture/PicturePage.h"
 #include "client/picture/TraceLogReader.h"
+#include "client/results/RecordLines.h"
 
 #include <windows.h>
 
@@ -334,7 +335,7 @@ void PictureRecorder::OnLogLine(const std::wstring& line)
 
 void PictureRecorder::OnHistory(const std::vector<std::wstring>& /*commands*/) {}
 
-void PictureRecorder::OnShown(const std::vector<std::wstring>& lines, const std::vector<ListEntry>& /*values*/)
+void PictureRecorder::OnShown(const std::vector<std::wstring>& lines, const std::vector<ListEntry>& values)
 {
     const std::lock_guard<std::mutex> guard(m_lock);
     if (!m_step)
@@ -342,6 +343,9 @@ void PictureRecorder::OnShown(const std::vector<std::wstring>& lines, const std:
     const double now = Touch(TickMs());
     for (const std::wstring& line : lines)
         m_step->moments.Add({now, Moment::Kind::Shown, CutText(line)});
+    // Of an attached workbench the lines went to the client that started it.
+    for (const ListEntry& value : lines.empty() ? values : std::vector<ListEntry>())
+        m_step->moments.Add({now, Moment::Kind::Shown, CutText(LineOf(value))});
 }
 
 void PictureRecorder::OnHelp(const std::wstring& /*text*/) {}

@@ -218,6 +218,17 @@ TEST_F(PictureRecorderTest, QuestionsStandThereAsTheUserAskedThem)
     EXPECT_EQ("a", step["text"]);
 }
 
+TEST_F(PictureRecorderTest, ValuesThatWerePrintedElsewhereAreShown)
+{
+    m_recorder.OnStarted(1, 1, true);
+    Run(L"get x");
+    m_recorder.OnShown({}, {{{"name", L"t.Target"}, {"type", L"double"}, {"text", L"21"}}});
+    const std::vector<std::string> moments = MomentsOf(Written()["steps"][0]);
+    ASSERT_EQ(2U, moments.size());
+    EXPECT_THAT(moments[1], HasSubstr("t.Target"));
+    EXPECT_THAT(moments[1], HasSubstr("21"));
+}
+
 TEST_F(PictureRecorderTest, LongTextsAreCut)
 {
     const std::wstring longText(100000, L'x');
