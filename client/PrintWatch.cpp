@@ -18,6 +18,12 @@ void PrintWatch::OnHappening(const Happening& happening)
         m_lines.push_back(happening.text);
 }
 
+void PrintWatch::OnAnswered(double tickMs)
+{
+    if (m_mode == Mode::Show)
+        m_target.OnAnswered(tickMs);
+}
+
 bool PrintWatch::HasPrinted() noexcept
 {
     return std::exchange(m_hasPrinted, false);

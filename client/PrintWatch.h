@@ -35,6 +35,7 @@ public:
 
     void OnHappening(const Happening& happening) override;
     void OnLosing() override { m_witness.onLosing(); }
+    void OnAnswered(double tickMs) override;
 
     void Set(Mode mode) noexcept { m_mode = mode; }
     // Whether anything was printed since the last call.

@@ -1,6 +1,6 @@
 #include "client/console/InterruptEvent.h"
 
-#include "client/console/ExitStatus.h"
+#include "client/console/EndNow.h"
 
 #include <windows.h>
 
@@ -25,7 +25,7 @@ bool IsSet(HANDLE event) noexcept
 void OnCtrlC() noexcept
 {
     if (IsSet(g_interrupt))
-        TerminateProcess(GetCurrentProcess(), static_cast<UINT>(ExitStatus::Interrupted));
+        EndNow(ExitStatus::Interrupted);
     SetEvent(g_asks && !IsSet(g_pressed) ? g_pressed : g_interrupt);
 }
 
@@ -37,7 +37,7 @@ BOOL WINAPI OnConsoleControl(DWORD control)
         return TRUE;
     }
     if (control == CTRL_BREAK_EVENT && IsSet(g_interrupt))
-        TerminateProcess(GetCurrentProcess(), static_cast<UINT>(ExitStatus::Interrupted));
+        EndNow(ExitStatus::Interrupted);
     g_isFinal = true;
     SetEvent(g_interrupt);
     // When the console goes, the process ends as soon as this function returns: leave it the time to stop in order.

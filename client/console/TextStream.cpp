@@ -1,7 +1,7 @@
 #include "client/console/TextStream.h"
 
 #include "client/base/Text.h"
-#include "client/console/ExitStatus.h"
+#include "client/console/EndNow.h"
 #include "client/console/IsConsole.h"
 
 #include <windows.h>
@@ -198,5 +198,5 @@ void TextStream::OnFailure(DWORD error) const noexcept
     const bool hasReaderGone =
         error == ERROR_BROKEN_PIPE || error == ERROR_NO_DATA || error == ERROR_PIPE_NOT_CONNECTED;
     if (m_endsProcess && hasReaderGone)
-        TerminateProcess(GetCurrentProcess(), static_cast<UINT>(ExitStatus::OutputClosed));
+        EndNow(ExitStatus::OutputClosed);
 }

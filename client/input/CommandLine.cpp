@@ -51,8 +51,9 @@ struct StatusHelp
 constexpr StatusHelp c_statusHelp[] = {
     {ExitStatus::Success, L"everything succeeded"},
     {ExitStatus::CommandFailed, L"a command failed, or did not find a type or an assembly"},
-    {ExitStatus::Usage,
-     L"bad usage: options, a script that cannot be read, a line that is no command, a text that is too long"},
+    {ExitStatus::Usage, L"bad usage: options, a script that cannot be read, a report that cannot be written, a line "
+                        L"that is no command, a "
+                        L"text that is too long"},
     {ExitStatus::WorkbenchLost, L"the workbench could not be started, or ended unasked"},
     {ExitStatus::TimedOut,
      L"time-out: the workbench was not ready, a command not answered, or the workbench not stopped in time"},
@@ -93,6 +94,8 @@ struct RawOptions
     bool awaitsDebugger = false;
     std::string evidencePlace;
     bool keepsNoEvidence = false;
+    std::string picture;
+    std::string pictureLog;
     double stopSeconds = TimeLimits().stopMs / c_millisecondsPerSecond;
 };
 
@@ -243,6 +246,26 @@ std::wstring EvidencePlaceOf(const RawOptions& raw)
     return place;
 }
 
+void DefinePicture(CLI::App& app, RawOptions& raw)
+{
+    app.add_option("-r,--report", raw.picture, "Write a page that shows the session, for a browser (HTML)")
+        ->option_text("FILE");
+    auto* const log = app.add_option("--report-from", raw.pictureLog,
+                                     "Start nothing: make that page from a trace log; without\n"
+                                     "--report in the current folder, named after the log");
+    log->option_text("LOG");
+    for (const char* name : {"COMMAND", "--script", "--interactive", "--keep-going", "--workbench", "--attach",
+                             "--stream", "--eval", "--follow-log", "--debug", "--evidence", "--no-evidence"})
+        log->excludes(app.get_option(name));
+}
+
+// In the current folder, whatever folder the log is in.
+std::wstring PictureBeside(const std::wstring& log)
+{
+    const std::wstring name = log.substr(log.find_last_of(L"\\/:") + 1);
+    return name.substr(0, name.find_last_of(L'.')) + L".html";
+}
+
 uint32_t CommandLimitOf(const RawOptions& raw, bool isInteractive)
 {
     const double usual = isInteractive || !raw.debuggerPort.empty() ? 0 : c_commandSeconds;
@@ -276,6 +299,14 @@ Options Convert(const RawOptions& raw)
     options.limits.commandMs = CommandLimitOf(raw, options.isInteractive);
     options.evidencePlace = EvidencePlaceOf(raw);
     options.limits.stopMs = LimitOf(raw.stopSeconds);
+    if (!raw.pictureLog.empty())
+        options.pictureLog = FullPath(Wide(raw.pictureLog));
+    if (!raw.picture.empty())
+        options.picture = FullPath(Wide(raw.picture));
+    else if (!raw.pictureLog.empty())
+        options.picture = FullPath(PictureBeside(options.pictureLog));
+    if (!options.pictureLog.empty() && _wcsicmp(options.picture.c_str(), options.pictureLog.c_str()) == 0)
+        throw ClientError(ExitStatus::Usage, L"--report: the page would replace the log");
     return options;
 }
 } // namespace
@@ -293,6 +324,7 @@ std::optional<Options> ParseCommandLine(int argc, const wchar_t* const* argv)
     DefineLimits(app, raw);
     DefineDebugging(app, raw);
     DefineEvidence(app, raw);
+    DefinePicture(app, raw);
     // The parser takes them in reverse.
     std::vector<std::string> arguments;
     for (int i = argc - 1; i > 0; --i)

@@ -40,6 +40,10 @@ struct Options
     bool awaitsDebugger = false;
     // Where the evidence of a lost call is left, with a separator at its end; empty: nowhere.
     std::wstring evidencePlace;
+    // The full path of a page that shows the session; empty: none.
+    std::wstring picture;
+    // The full path of a trace log of which a page is made, instead of a session; empty: none.
+    std::wstring pictureLog;
     TimeLimits limits;
 };
 

@@ -3,35 +3,12 @@
 #include "client/reports/Report.h"
 #include "OrvProfiler/protocol/ClientId.h"
 
-#include <cmath>
 #include <nlohmann/json.hpp>
 #include <utility>
 
 namespace
 {
 using Json = nlohmann::ordered_json;
-
-const char* OutcomeName(Verdict verdict) noexcept
-{
-    switch (verdict)
-    {
-    case Verdict::Succeeded:
-        return "succeeded";
-    case Verdict::Failed:
-        return "failed";
-    case Verdict::NotFound:
-        return "notFound";
-    case Verdict::Raised:
-        return "exception";
-    case Verdict::TimedOut:
-        return "timedOut";
-    case Verdict::Lost:
-        return "lost";
-    case Verdict::Interrupted:
-        return "interrupted";
-    }
-    return "";
-}
 
 const char* KindName(Happening::Kind kind) noexcept
 {
@@ -45,12 +22,6 @@ const char* KindName(Happening::Kind kind) noexcept
         return "message";
     }
     return "";
-}
-
-// To a microsecond, which is as much as the clock is good for.
-double Rounded(double milliseconds) noexcept
-{
-    return std::round(milliseconds * 1000) / 1000;
 }
 
 void Print(const Json& object)
@@ -80,7 +51,7 @@ public:
                    {"client", ToUtf8(ClientIdText(clientId).Get())}});
     }
 
-    void OnReady(double elapsedMs) override { Print(Json{{"type", "ready"}, {"elapsedMs", Rounded(elapsedMs)}}); }
+    void OnReady(double elapsedMs) override { Print(Json{{"type", "ready"}, {"elapsedMs", RoundedMs(elapsedMs)}}); }
 
     void OnDebuggerMayAttach(uint32_t workbenchId, std::optional<uint16_t> port, bool waits) override
     {
@@ -105,9 +76,9 @@ public:
                   const std::wstring& hint) override
     {
         m_isInCommand = false;
-        m_command["outcome"] = OutcomeName(verdict);
+        m_command["outcome"] = NameOf(verdict);
         AddRecord(record);
-        m_command["elapsedMs"] = Rounded(result.elapsedMs);
+        m_command["elapsedMs"] = RoundedMs(result.elapsedMs);
         if (!result.deviation.empty())
             m_command["deviation"] = ToUtf8(result.deviation);
         if (!hint.empty())
@@ -118,11 +89,11 @@ public:
     void OnTimes(const Durations& durations) override
     {
         m_isInCommand = false;
-        m_command["outcome"] = OutcomeName(Verdict::Succeeded);
+        m_command["outcome"] = NameOf(Verdict::Succeeded);
         m_command["times"] = Json{{"count", durations.Count()},
-                                  {"minimumMs", Rounded(durations.Minimum())},
-                                  {"medianMs", Rounded(durations.Median())},
-                                  {"maximumMs", Rounded(durations.Maximum())}};
+                                  {"minimumMs", RoundedMs(durations.Minimum())},
+                                  {"medianMs", RoundedMs(durations.Median())},
+                                  {"maximumMs", RoundedMs(durations.Maximum())}};
         Print(m_command);
     }
 
@@ -177,6 +148,8 @@ public:
     }
 
     void OnHelp(const std::wstring& text) override { Print(Json{{"type", "help"}, {"text", ToUtf8(text)}}); }
+
+    void OnPicture(const std::wstring& path) override { Print(Json{{"type", "report"}, {"file", ToUtf8(path)}}); }
 
 private:
     static Json Entry(Json entry, const Happening& happening)

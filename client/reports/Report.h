@@ -44,6 +44,8 @@ public:
     // and told of them.
     virtual void OnShown(const std::vector<std::wstring>& lines, const std::vector<ListEntry>& values) = 0;
     virtual void OnHelp(const std::wstring& text) = 0;
+    // A page that shows the session has been written to that file.
+    virtual void OnPicture(const std::wstring& path) = 0;
 };
 
 // For people: indented lines on the standard output, errors on the standard error stream. Without an echo the

@@ -184,6 +184,8 @@ public:
 
     void OnHelp(const std::wstring& text) override { TextStream::Out().Write(text); }
 
+    void OnPicture(const std::wstring& path) override { Print(L"", L"report written to " + path); }
+
 private:
     const bool m_echoesCommands;
     bool m_isAttached = false;

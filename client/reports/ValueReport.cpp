@@ -79,6 +79,7 @@ public:
     }
 
     void OnHelp(const std::wstring& text) override { TextStream::Out().Write(text); }
+    void OnPicture(const std::wstring& /*path*/) override {}
 
 private:
     bool m_asks = false;

@@ -1,7 +1,14 @@
 #include "client/results/Durations.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
+
+double RoundedMs(double milliseconds) noexcept
+{
+    constexpr double perMillisecond = 1000;
+    return std::round(milliseconds * perMillisecond) / perMillisecond;
+}
 
 Durations::Durations(std::vector<double> milliseconds) : m_sorted(std::move(milliseconds))
 {

@@ -3,6 +3,9 @@
 #include <cstddef>
 #include <vector>
 
+// A time as it is told: to a microsecond, which is as much as the clock is good for.
+double RoundedMs(double milliseconds) noexcept;
+
 // How long the runs of a command took, in milliseconds. At least one.
 class Durations
 {

@@ -31,6 +31,28 @@ Verdict VerdictOf(Outcome outcome, const CommandRecord& record, bool protocolVie
     }
 }
 
+const char* NameOf(Verdict verdict) noexcept
+{
+    switch (verdict)
+    {
+    case Verdict::Succeeded:
+        return "succeeded";
+    case Verdict::Failed:
+        return "failed";
+    case Verdict::NotFound:
+        return "notFound";
+    case Verdict::Raised:
+        return "exception";
+    case Verdict::TimedOut:
+        return "timedOut";
+    case Verdict::Lost:
+        return "lost";
+    case Verdict::Interrupted:
+        return "interrupted";
+    }
+    return "";
+}
+
 ExitStatus StatusOf(Verdict verdict) noexcept
 {
     switch (verdict)

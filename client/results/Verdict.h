@@ -21,5 +21,8 @@ enum class Verdict
 // By the result where it is known. The protocol's view knows the response alone.
 Verdict VerdictOf(Outcome outcome, const CommandRecord& record, bool protocolView) noexcept;
 
+// What JSON calls it.
+const char* NameOf(Verdict verdict) noexcept;
+
 // The exit status of a client whose command ended so.
 ExitStatus StatusOf(Verdict verdict) noexcept;

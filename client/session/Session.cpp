@@ -238,9 +238,10 @@ CommandResult Session::Carry(const CommandWord& word)
     // What was told of commands that the other client gave.
     if (!m_isOwn && m_results != nullptr)
         m_results->SkipLines();
+    CommandResult result;
+    result.postedMs = TickMs();
     pending.timer.Start();
     m_events.Set(word.event);
-    CommandResult result;
     result.outcome = word.event == EV_STOP ? AwaitEnd() : AwaitFinal();
     if (!pending.succeeded)
         pending.timer.Stop();
@@ -510,8 +511,13 @@ void Session::OnMessage(uint32_t message)
         m_isReady = true;
     if (message == WM_WORKBENCH_EXITING && (m_pending == nullptr || m_pending->word->event != EV_STOP))
         m_observer.OnLosing();
-    if (m_pending == nullptr)
-        return;
+    if (m_pending != nullptr)
+        OnMessageInCommand(message);
+    m_observer.OnAnswered(TickMs());
+}
+
+void Session::OnMessageInCommand(uint32_t message)
+{
     if (message == WM_WORKBENCH_EXITING)
         m_pending->exiting = true;
     if (message != WM_WORKBENCH_IDLE)

@@ -49,6 +49,8 @@ struct Happening
     std::wstring text;
     // A line of output that had no end for a while; the rest of it comes as a line of its own.
     bool isPartial = false;
+    // When it came, in milliseconds (TickMs).
+    double tickMs = TickMs();
 };
 
 // How a command ended.
@@ -67,6 +69,8 @@ struct CommandResult
     Outcome outcome = Outcome::Lost;
     // From setting the command's event to the final response (for stop: to the end of the process).
     double elapsedMs = 0;
+    // When that event was set, in milliseconds (TickMs).
+    double postedMs = 0;
     // How the workbench departed from the protocol; empty when it did not.
     std::wstring deviation;
     // What the dispatcher told about the command, a JSON object in UTF-8: members result (an ActionResult), made,
@@ -87,6 +91,8 @@ public:
     // The session is about to lose the workbench, whose process is there until this returns: nobody waits for a
     // command, a start or a stop any more, or it says, unasked, that it ends.
     virtual void OnLosing() {}
+    // The message that came last is answered now, at that time in milliseconds (TickMs).
+    virtual void OnAnswered(double /*tickMs*/) {}
 
 protected:
     ~SessionObserver() = default;
@@ -194,6 +200,7 @@ private:
     void TakeResponses();
     void OnResponse(uint32_t slot);
     void OnMessage(uint32_t message);
+    void OnMessageInCommand(uint32_t message);
     void Complete(bool succeeded);
     void Deviate(const wchar_t* text);
 

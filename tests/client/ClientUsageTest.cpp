@@ -62,6 +62,8 @@ TEST(ClientUsage, HelpNamesEveryOptionWordAndExitStatus)
                               "--client",
                               "--json",
                               "--follow-log",
+                              "--report FILE",
+                              "--report-from LOG",
                               "--timeout",
                               "--ready-timeout",
                               "--stop-timeout",

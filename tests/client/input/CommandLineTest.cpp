@@ -1,12 +1,14 @@
 #include "client/input/CommandLine.h"
 
 #include "client/console/ClientError.h"
+#include "client/input/LoadPath.h"
 #include "tests/support/faults/ImportRedirect.h"
 
 #include <windows.h>
 
 #include <gtest/gtest.h>
 #include <initializer_list>
+#include <utility>
 #include <vector>
 
 namespace
@@ -69,6 +71,33 @@ TEST(CommandLine, ADebuggerHasNoTimeLimit)
     EXPECT_EQ(10000U, OptionsOf({L"-d", L"load x"}).limits.stopMs);
     EXPECT_FALSE(OptionsOf({L"-d", L"load x"}).awaitsDebugger);
     EXPECT_TRUE(OptionsOf({L"-d", L"--debug-wait", L"load x"}).awaitsDebugger);
+}
+
+TEST(CommandLine, PageHasTheNameThatItIsGiven)
+{
+    EXPECT_EQ(L"", OptionsOf({L"load x"}).picture);
+    EXPECT_EQ(L"C:\\a b\\page.html", OptionsOf({L"--report", L"C:\\a b\\page.html", L"load x"}).picture);
+    EXPECT_EQ(FullPath(L"page.html"), OptionsOf({L"-r", L"page.html", L"load x"}).picture);
+}
+
+TEST(CommandLine, PageOfALogIsNamedAfterItInTheCurrentFolder)
+{
+    for (const auto& [log, page] : std::vector<std::pair<const wchar_t*, const wchar_t*>>{
+             {L"C:\\zeph\\logs\\OrvWorkBench.log", L"OrvWorkBench.html"},
+             {L"C:\\a.b\\sent in", L"sent in.html"},
+             {L"C:\\logs\\x.1.log", L"x.1.html"}})
+    {
+        const Options options = OptionsOf({L"--report-from", log});
+        EXPECT_EQ(log, options.pictureLog);
+        EXPECT_EQ(FullPath(page), options.picture);
+    }
+    EXPECT_EQ(L"C:\\page.html", OptionsOf({L"--report-from", L"x.log", L"--report", L"C:\\page.html"}).picture);
+}
+
+TEST(CommandLine, PageDoesNotReplaceItsLog)
+{
+    EXPECT_THROW(OptionsOf({L"--report-from", L"x.html"}), ClientError);
+    EXPECT_THROW(OptionsOf({L"--report-from", L"x.log", L"--report", L"X.LOG"}), ClientError);
 }
 
 TEST(CommandLine, WhatIsNoPortIsRefused)

@@ -1,5 +1,6 @@
 #include "client/session/Session.h"
 
+#include "OrvProfiler/foundation/PerfTimer.h"
 #include "OrvProfiler/foundation/Trace.h"
 #include "OrvProfiler/foundation/UniqueHandle.h"
 #include "OrvProfiler/security/ProxySecurity.h"
@@ -10,6 +11,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <gmock/gmock.h>
 #include <string>
 #include <vector>
@@ -44,6 +46,49 @@ protected:
     const TimeLimits m_limits{};
 };
 } // namespace
+
+namespace
+{
+class TimeRecorder final : public SessionObserver
+{
+public:
+    void OnHappening(const Happening& happening) override { Add(happening.text, happening.tickMs); }
+    void OnAnswered(double tickMs) override { Add(L"answered", tickMs); }
+
+    std::vector<std::wstring> texts;
+    std::vector<double> times;
+
+private:
+    void Add(const std::wstring& text, double tickMs)
+    {
+        texts.push_back(text);
+        times.push_back(tickMs);
+    }
+};
+} // namespace
+
+TEST(Session, EachHappeningHasItsTime)
+{
+    SetEnvironmentVariableW(L"ORV_FAKE", L"ready;wait;sleep=30;set=8;idle;sleep=30;set=8;wait;exiting");
+    const UniqueHandle interrupt(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    TimeRecorder recorder;
+    Session session(FreshId() & 0x7FFFFFFF, TimeLimits(), recorder, interrupt.Get());
+    const double before = TickMs();
+    session.Start(FakeProgram());
+    session.AwaitReady();
+    const CommandResult result = session.Execute(ParseCommand(L"invoke x"));
+    const double after = TickMs();
+    session.Stop();
+    EXPECT_THAT(recorder.texts, ElementsAre(L"ready", L"answered", L"success", L"idle", L"answered",
+                                            StartsWith(L"idle answered "), L"success", L"exiting", L"answered"));
+    EXPECT_TRUE(std::is_sorted(recorder.times.begin(), recorder.times.end()));
+    EXPECT_LE(before, recorder.times[0]);
+    EXPECT_LE(recorder.times[1], result.postedMs);
+    EXPECT_LE(result.postedMs + 29, recorder.times[2]);
+    EXPECT_LE(recorder.times[4] + 29, recorder.times[6]);
+    EXPECT_LE(58, result.elapsedMs);
+    EXPECT_LE(recorder.times[6], after);
+}
 
 // All that this program has of the client is the session library.
 TEST(Session, DrivesAWorkbenchToItsEnd)
