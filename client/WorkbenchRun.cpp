@@ -123,9 +123,12 @@ void WorkbenchRun::Note(const Happening& happening)
 void WorkbenchRun::PrepareEvidence()
 {
     m_evidence.reset();
-    if (!m_options.evidencePlace.empty())
-        m_evidence = std::make_unique<Evidence>(m_options.evidencePlace, IsOwn() ? m_options.program : std::wstring(),
-                                                m_session.ClientId());
+    if (m_options.evidencePlace.empty())
+        return;
+    const uint32_t clientId = m_session.ClientId();
+    m_evidence = IsOwn() ? std::make_unique<Evidence>(m_options.evidencePlace, m_options.program, clientId)
+                         : std::make_unique<Evidence>(m_options.evidencePlace, L"", clientId,
+                                                      WitnessFile::OfOther(clientId).value_or(WitnessFile()));
 }
 
 std::vector<EnvironmentEntry> WorkbenchRun::Variables(const std::optional<DebuggerAgent>& agent) const

@@ -46,8 +46,8 @@ std::wstring TextOf(const std::string& utf16)
 }
 } // namespace
 
-Evidence::Evidence(std::wstring place, std::wstring program, uint32_t clientId)
-    : m_place(std::move(place)), m_program(std::move(program)), m_clientId(clientId)
+Evidence::Evidence(std::wstring place, std::wstring program, uint32_t clientId, WitnessFile witness)
+    : m_place(std::move(place)), m_program(std::move(program)), m_clientId(clientId), m_witness(std::move(witness))
 {
 }
 

@@ -21,8 +21,9 @@ public:
     // Of what was printed the last is kept, in UTF-16 units.
     static constexpr size_t c_keptOutput = 1 << 20;
 
-    // place: where the folder is to be, with a separator at its end. program: empty when somebody else started it.
-    Evidence(std::wstring place, std::wstring program, uint32_t clientId);
+    // place: where the folder is to be, with a separator at its end. program: empty when somebody else started it,
+    // and then witness is the file of the client that did.
+    Evidence(std::wstring place, std::wstring program, uint32_t clientId, WitnessFile witness = WitnessFile());
 
     // What the workbench's environment says, for its dispatcher to leave what it knows.
     EnvironmentEntry Variable() const;

@@ -2,6 +2,7 @@
 
 #include "client/base/Folders.h"
 #include "client/base/SystemFailure.h"
+#include "client/base/UniqueFileSearch.h"
 #include "OrvProfiler/foundation/Trace.h"
 
 #include <windows.h>
@@ -36,19 +37,12 @@ bool IsOurs(std::wstring_view name) noexcept
            std::all_of(name.begin() + c_pattern.size(), name.end(), IsDigit);
 }
 
-struct FindTraits
-{
-    using Handle = HANDLE;
-    static Handle None() noexcept { return INVALID_HANDLE_VALUE; }
-    static void Close(Handle find) noexcept { FindClose(find); }
-};
-
 // By their names, so the oldest first.
 std::vector<std::wstring> FoldersIn(const std::wstring& place)
 {
     std::vector<std::wstring> names;
     WIN32_FIND_DATAW found{};
-    const BasicUniqueHandle<FindTraits> find(FindFirstFileW((place + L"*").c_str(), &found));
+    const UniqueFileSearch find(FindFirstFileW((place + L"*").c_str(), &found));
     for (bool isThere = static_cast<bool>(find); isThere; isThere = FindNextFileW(find.Get(), &found) != FALSE)
         if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 && IsOurs(found.cFileName))
             names.emplace_back(found.cFileName);

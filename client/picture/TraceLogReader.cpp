@@ -174,7 +174,7 @@ std::wstring_view TraceLogReader::TakePart(std::wstring_view line)
     if (const std::optional<TracedLine> begun = ParseTracedLine(line))
     {
         Emit();
-        m_line = TracedLine{begun->timeMs, begun->function, L""};
+        m_line = TracedLine{begun->timeMs, begun->function, {}};
         ++m_lineCount;
         m_tracedUnits = line.size() - begun->text.size();
         part.remove_prefix(m_tracedUnits);

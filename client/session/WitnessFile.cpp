@@ -10,6 +10,8 @@ namespace
 constexpr DWORD c_lookMs = 20;
 // Thousands of threads, or assemblies.
 constexpr uint64_t c_greatestText = 4ULL << 20;
+constexpr const wchar_t* c_nameStart = L"OrvEvidence-";
+constexpr const wchar_t* c_nameEnd = L".txt";
 constexpr std::string_view c_lastLine = "\nend\n";
 
 // By a dispatcher that knows of it.
@@ -21,7 +23,17 @@ bool IsWritten(const std::wstring& path) noexcept
 }
 } // namespace
 
-WitnessFile::WitnessFile() : m_file(L"OrvEvidence-", L".txt") {}
+WitnessFile::WitnessFile() : m_file(c_nameStart, c_nameEnd) {}
+
+WitnessFile::WitnessFile(PassingFile&& file) noexcept : m_file(std::move(file)) {}
+
+std::optional<WitnessFile> WitnessFile::OfOther(uint32_t clientId)
+{
+    std::optional<PassingFile> file = PassingFile::OfOther(c_nameStart, c_nameEnd, clientId);
+    if (!file)
+        return std::nullopt;
+    return WitnessFile(*std::move(file));
+}
 
 bool WitnessFile::Ask(HANDLE workbench, uint32_t limitMs)
 {

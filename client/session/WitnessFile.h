@@ -4,6 +4,7 @@
 #include "OrvProfiler/foundation/WinTypes.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 // In the environment of a workbench: the full path of a file to which the dispatcher adds, in UTF-8, a line about the
@@ -45,6 +46,9 @@ class WitnessFile
 public:
     // Makes an empty file. When that fails Path is empty, and nothing is ever told.
     WitnessFile();
+    // The file that another client has made for its workbench, by the client's process id. Nothing when there is
+    // none, or more than one.
+    static std::optional<WitnessFile> OfOther(uint32_t clientId);
 
     const std::wstring& Path() const noexcept { return m_file.Path(); }
 
@@ -55,6 +59,8 @@ public:
     std::string Told() const;
 
 private:
+    explicit WitnessFile(PassingFile&& file) noexcept;
+
     bool HasToldStacks() const;
 
     PassingFile m_file;

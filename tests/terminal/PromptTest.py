@@ -446,9 +446,11 @@ class PromptTest(unittest.TestCase):
         return debugger
 
     def held(self, where, told):
-        terminal = self.start("--debug")
+        self.held_in(self.start("--debug"), where, told)
+
+    def held_in(self, terminal, where, told):
         library = str(BUILD / "tests" / "debugger" / "Debuggee.dll").replace("/", "\\")
-        self.enter(terminal, f"load Z:{library}", "1 public type")
+        self.enter(terminal, f"load Z:{library}", "result 6")
         self.enter(terminal, 'create account = Debuggee.Account("Ada")', "result 8")
         debugger = self.hold(terminal, where)
         terminal.type('invoke account.Pay(7, "tea")')
@@ -499,6 +501,11 @@ class PromptTest(unittest.TestCase):
         terminal.wait_for("    message idle")
         terminal.wait_for_line("orv> get 1")
         self.quit_after_clearing(terminal)
+
+    @unittest.skipUnless((BUILD / "tests" / "debugger" / "DebuggerTest.exe").exists(), "no debugger's library")
+    def test_an_attached_client_tells_that_a_debugger_holds_the_call(self):
+        owner = self.start("--debug")
+        self.held_in(self.start("--debug", "--attach", self.workbench(owner)), "--hold", "in the call")
 
     def test_output_comes_beside_the_line_that_is_typed(self):
         terminal = self.start()

@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <gmock/gmock.h>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -71,6 +72,20 @@ TEST(SessionWitnessFile, WithoutAFolderForItTellsNothing)
     EXPECT_EQ(L"", witness.Path());
     EXPECT_FALSE(witness.Ask(Process(false).Get(), 600000));
     EXPECT_EQ("", witness.Told());
+}
+
+TEST(SessionWitnessFile, OfAnotherClientIsTheSame)
+{
+    const uint32_t clientId = GetCurrentProcessId();
+    EXPECT_FALSE(WitnessFile::OfOther(clientId));
+    const WitnessFile own;
+    AddFileBytes(own.Path(), "runtime: x\n");
+    const std::optional<WitnessFile> other = WitnessFile::OfOther(clientId);
+    ASSERT_TRUE(other);
+    EXPECT_EQ(own.Path(), other->Path());
+    EXPECT_EQ("runtime: x\n", other->Told());
+    const WitnessFile second;
+    EXPECT_FALSE(WitnessFile::OfOther(clientId)) << "neither is meant";
 }
 
 TEST(SessionHoldCheck, ACallThatIsTakenAwayIsAnAnswer)
