@@ -138,10 +138,8 @@ private:
     {
         m_stepStatus = error.Status();
         const std::vector<std::wstring> hints = m_run.HintsFor(error.Status());
-        Beside([&] {
-            m_report.OnError(error, hints);
-            m_run.LeaveEvidence(error);
-        });
+        Beside([&] { m_report.OnError(error, hints); });
+        m_run.LeaveEvidence(error);
     }
 
     void Beside(const std::function<void()>& write)

@@ -30,7 +30,7 @@ bool IsSet(HANDLE event) noexcept
 
 WorkbenchRun::WorkbenchRun(const Options& options, const std::optional<RunningWorkbench>& running, Report& report,
                            const PrintWatch::Beside& beside)
-    : m_options(options), m_running(running), m_report(report),
+    : m_options(options), m_running(running), m_report(report), m_beside(beside),
       m_watch(report, beside, {[this](const Happening& happening) { Note(happening); }, [this] { LookAtTheLost(); }}),
       m_interrupt(options.isAtConsole),
       m_session(running ? running->clientId : GetCurrentProcessId(), options.limits, m_watch, m_interrupt.Handle()),
@@ -286,9 +286,12 @@ void WorkbenchRun::LeaveEvidence(const ClientError& error)
     if (status == ExitStatus::WorkbenchLost)
         end.exitCode = m_session.WorkbenchExitCode();
     end.startTime = StartTimeOf(m_session.WorkbenchHandle());
+    // All of it, where nothing more can come.
+    if (!m_session.IsRunning())
+        m_log.End();
     end.debugOutput = m_log.Text();
     const Evidence::Left left = evidence->Leave(end);
-    m_report.OnEvidence(left.folder, left.failure);
+    m_beside([&] { m_report.OnEvidence(left.folder, left.failure); });
 }
 
 bool WorkbenchRun::IsInterrupted() const noexcept

@@ -100,6 +100,7 @@ private:
     const Options& m_options;
     const std::optional<RunningWorkbench> m_running;
     Report& m_report;
+    const PrintWatch::Beside m_beside;
     PrintWatch m_watch;
     InterruptEvent m_interrupt;
     Session m_session;

@@ -64,25 +64,34 @@ OUTCOMES = {"succeeded": "succeeded", "failed": "failed", "exception": "exceptio
 class PageTest(unittest.TestCase):
     maxDiff = None
 
+    # By whether scripts may run: to start one takes longer than most cases.
+    browsers = {}
+
     def setUp(self):
+        runs_scripts = "without_scripts" not in self.id()
+        if runs_scripts not in self.browsers:
+            self.browsers[runs_scripts] = self.start_browser(runs_scripts)
+        self.browser = self.browsers[runs_scripts]
+        # What the case before has left.
+        self.browser.get("about:blank")
+        self.browser.get_log("browser")
+
+    @classmethod
+    def start_browser(cls, runs_scripts):
         home = tempfile.TemporaryDirectory(prefix="orv-browser-", ignore_cleanup_errors=True)
-        self.addCleanup(home.cleanup)
+        cls.addClassCleanup(home.cleanup)
         options = Options()
-        for flag in (*FLAGS, f"--user-data-dir={home.name}/profile", *self.flags()):
+        for flag in (*FLAGS, f"--user-data-dir={home.name}/profile"):
             options.add_argument(flag)
         options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
-        options.add_experimental_option("prefs", self.preferences())
+        if not runs_scripts:
+            # As in a mail program's view.
+            options.add_experimental_option("prefs", {"profile.managed_default_content_settings.javascript": 2})
         service = Service("/usr/bin/chromedriver", env=dict(os.environ, HOME=home.name))
-        self.browser = webdriver.Chrome(service=service, options=options)
-        self.addCleanup(self.browser.quit)
-        self.browser.set_script_timeout(LIMIT_SECONDS)
-
-    def flags(self):
-        return ()
-
-    def preferences(self):
-        # Where scripts are forbidden, as in a mail program's view.
-        return {"profile.managed_default_content_settings.javascript": 2} if "without_scripts" in self.id() else {}
+        browser = webdriver.Chrome(service=service, options=options)
+        cls.addClassCleanup(browser.quit)
+        browser.set_script_timeout(LIMIT_SECONDS)
+        return browser
 
     def open(self, name, width=1280, height=900, dark=False):
         self.browser.execute_cdp_cmd("Emulation.setDeviceMetricsOverride",

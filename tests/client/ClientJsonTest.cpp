@@ -2,6 +2,7 @@
 #include "tests/support/processes/WorkbenchRun.h"
 
 #include <gmock/gmock.h>
+#include <regex>
 #include <string>
 
 using testing::HasSubstr;
@@ -131,4 +132,21 @@ TEST(ClientJson, StreamsWhatHappensWhenAsked)
     EXPECT_THAT(streamed.output, HasSubstr("\"happenings\":[{\"output\":\"one\"},{\"output\":\"two?\",\"partial\":"
                                            "true},{\"response\":\"success\"}]"));
     EXPECT_THAT(Finish(Scripted({L"--json", command})).output, Not(HasSubstr("\"type\":\"output\"")));
+}
+
+// Never shorter than what lies in between: the call, the breakpoint step, for stop the process's end.
+TEST(ClientJson, TheTimeRunsToTheFinalResponse)
+{
+    ClientRun::Setup setup = Scripted({L"--json", L"load delay=300", L"invoke x", L"stop"});
+    setup.environment = {{L"ORV_SCRIPT_BREAKPOINT", L"delay=300"}, {L"ORV_SCRIPT_RELEASE", L"delay=300"}};
+    const std::string output = Finish(setup).rawOutput;
+    const std::regex time("\"outcome\":\"succeeded\".*\"elapsedMs\":([0-9]+)");
+    int commands = 0;
+    for (auto match = std::sregex_iterator(output.begin(), output.end(), time); match != std::sregex_iterator();
+         ++match)
+    {
+        ++commands;
+        EXPECT_LE(300, std::stoi((*match)[1])) << match->str();
+    }
+    EXPECT_EQ(3, commands);
 }

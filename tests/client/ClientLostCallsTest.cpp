@@ -1,6 +1,7 @@
 // Managed calls that do not come back, and what the client leaves of them: which method it was.
 
 #include "tests/client/ClientEvidence.h"
+#include "tests/client/ManagedFolder.h"
 #include "tests/support/processes/BuildFolder.h"
 
 #include <gmock/gmock.h>
@@ -14,14 +15,6 @@ using testing::StartsWith;
 
 namespace
 {
-const WorkbenchFolder& ManagedFolder()
-{
-    static const WorkbenchFolder folder({{L"bin\\OrvWorkBench64.exe", L"OrvWorkBench64.exe"},
-                                         {L"bin\\OrvWorkBench64.dll", L"OrvWorkBench64.dll"},
-                                         {L"bridge\\mscoree.dll", L"mscoree.dll"}});
-    return folder;
-}
-
 ClientRun::Setup SetupFor(const std::wstring& call, const TemporaryFolder& place)
 {
     ClientRun::Setup setup;
@@ -29,7 +22,7 @@ ClientRun::Setup SetupFor(const std::wstring& call, const TemporaryFolder& place
     setup.arguments = {L"--evidence",
                        place.Path(),
                        L"--timeout",
-                       L"2",
+                       L"1",
                        L"load " + BuildFile(L"tests\\managed\\Traps.dll"),
                        L"create trap = Traps.Trap()",
                        L"invoke trap." + call};

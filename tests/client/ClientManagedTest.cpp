@@ -1,5 +1,6 @@
 // The client, the workbench, the dispatcher and a real managed runtime together.
 
+#include "tests/client/ManagedFolder.h"
 #include "tests/support/processes/ClientRun.h"
 #include "tests/support/worlds/Files.h"
 
@@ -14,15 +15,6 @@ using testing::StartsWith;
 
 namespace
 {
-const WorkbenchFolder& ManagedFolder()
-{
-    static const WorkbenchFolder folder({{L"bin\\OrvWorkBench64.exe", L"OrvWorkBench64.exe"},
-                                         {L"bin\\OrvWorkBench64.dll", L"OrvWorkBench64.dll"},
-                                         {L"bin\\OrvSample.dll", L"OrvSample.dll"},
-                                         {L"bridge\\mscoree.dll", L"mscoree.dll"}});
-    return folder;
-}
-
 struct Result
 {
     int status;

@@ -1,8 +1,7 @@
 #include "client/evidence/Evidence.h"
 
-#include "tests/support/processes/ChildProcess.h"
+#include "tests/support/processes/RestingProcess.h"
 #include "tests/support/worlds/Files.h"
-#include "tests/support/worlds/FreshNames.h"
 
 #include <windows.h>
 
@@ -17,15 +16,6 @@ using testing::StartsWith;
 namespace
 {
 constexpr uint32_t c_clientId = 0x1A2C;
-
-ChildProcess StartResting()
-{
-    const std::wstring name = FreshName(L"lost");
-    const Meeting started(name);
-    ChildProcess child = ChildProcess::StartRole(L"RestToBeLost", {name});
-    started.Wait();
-    return child;
-}
 
 Evidence::End EndOf(uint32_t processId)
 {
@@ -44,13 +34,6 @@ void Tell(const Evidence& evidence, const std::string& text)
     AddFileBytes(evidence.Variable().second, text);
 }
 } // namespace
-
-ORV_CHILD_ROLE(RestToBeLost)
-{
-    Meeting(arguments.at(0)).Signal();
-    Sleep(INFINITE);
-    return 0;
-}
 
 TEST(ClientEvidence, NamesItsFileToTheWorkbench)
 {
@@ -75,7 +58,7 @@ TEST(ClientEvidence, LeavesNothingWithoutALoss)
 TEST(ClientEvidence, OfAProcessThatIsThereHasAllParts)
 {
     const TemporaryFolder place;
-    const ChildProcess child = StartResting();
+    const ChildProcess child = StartRestingProcess();
     Evidence evidence(place.Path() + L"\\", L"", c_clientId);
     evidence.OnCommand(L"get x", L"a.txt:2");
     evidence.OnOutput(L"Küche");
@@ -132,7 +115,7 @@ TEST(ClientEvidence, ACommandThatIsOverIsNotTheLostOne)
 TEST(ClientEvidence, LooksOnce)
 {
     const TemporaryFolder place;
-    const ChildProcess child = StartResting();
+    const ChildProcess child = StartRestingProcess();
     Evidence evidence(place.Path() + L"\\", L"", c_clientId);
     evidence.LookAt(child.Handle(), child.Id(), 0);
     child.Kill();
@@ -143,7 +126,7 @@ TEST(ClientEvidence, LooksOnce)
 TEST(ClientEvidence, ADumpThatFailsIsNotLeft)
 {
     const TemporaryFolder place;
-    const ChildProcess child = StartResting();
+    const ChildProcess child = StartRestingProcess();
     child.Kill();
     Evidence evidence(place.Path() + L"\\", L"", c_clientId);
     evidence.LookAt(child.Handle(), child.Id(), 0);
@@ -169,7 +152,7 @@ TEST(ClientEvidence, KeepsTheEndOfALongOutput)
 TEST(ClientEvidence, TellsWhyItCannotBeLeft)
 {
     const TemporaryFolder place;
-    const ChildProcess child = StartResting();
+    const ChildProcess child = StartRestingProcess();
     Evidence evidence(place.MakeFile(L"file") + L"\\", L"", c_clientId);
     evidence.LookAt(child.Handle(), child.Id(), 0);
     const Evidence::Left left = evidence.Leave(EndOf(child.Id()));

@@ -2,9 +2,8 @@
 
 #include "OrvProfiler/foundation/UniqueHandle.h"
 #include "tests/support/faults/CallRecorder.h"
-#include "tests/support/processes/ChildProcess.h"
+#include "tests/support/processes/RestingProcess.h"
 #include "tests/support/worlds/Files.h"
-#include "tests/support/worlds/FreshNames.h"
 
 #include <windows.h>
 
@@ -19,15 +18,6 @@ using testing::StartsWith;
 
 namespace
 {
-ChildProcess StartResting()
-{
-    const std::wstring name = FreshName(L"rests");
-    const Meeting started(name);
-    ChildProcess child = ChildProcess::StartRole(L"RestToBeDumped", {name});
-    started.Wait();
-    return child;
-}
-
 std::wstring Dump(HANDLE process, uint32_t processId, const std::wstring& path)
 {
     const UniqueHandle file = UniqueHandle::FromFile(
@@ -63,17 +53,10 @@ std::string Narrow(const std::wstring& text)
 }
 } // namespace
 
-ORV_CHILD_ROLE(RestToBeDumped)
-{
-    Meeting(arguments.at(0)).Signal();
-    Sleep(INFINITE);
-    return 0;
-}
-
 TEST(ClientProcessDump, HoldsThreadsAndModulesOfTheOtherProcess)
 {
     const TemporaryFolder folder;
-    const ChildProcess child = StartResting();
+    const ChildProcess child = StartRestingProcess();
     ASSERT_EQ(L"", Dump(child.Handle(), child.Id(), folder.PathOf(L"x.dmp")));
     EXPECT_TRUE(child.IsRunning());
     const std::string dump = FileBytes(folder.PathOf(L"x.dmp"));
@@ -90,7 +73,7 @@ TEST(ClientProcessDump, HoldsThreadsAndModulesOfTheOtherProcess)
 TEST(ClientProcessDump, TellsWhyThereIsNone)
 {
     const TemporaryFolder folder;
-    const ChildProcess child = StartResting();
+    const ChildProcess child = StartRestingProcess();
     {
         const FailingCall<decltype(LoadLibraryW)> load("LoadLibraryW", ERROR_MOD_NOT_FOUND);
         EXPECT_THAT(Narrow(Dump(child.Handle(), child.Id(), folder.PathOf(L"x.dmp"))),
@@ -108,7 +91,7 @@ TEST(ClientProcessDump, TellsWhyThereIsNone)
 TEST(ClientProcessDump, ATooLargeOneIsNoneToKeep)
 {
     const TemporaryFolder folder;
-    const ChildProcess child = StartResting();
+    const ChildProcess child = StartRestingProcess();
     const Redirect<decltype(GetFileSizeEx)> size("GetFileSizeEx", [](HANDLE, LARGE_INTEGER* bytes) -> BOOL {
         bytes->QuadPart = static_cast<LONGLONG>(c_greatestDump) + 1;
         return TRUE;

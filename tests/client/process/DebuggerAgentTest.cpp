@@ -3,8 +3,7 @@
 #include "tests/client/SessionFailure.h"
 #include "tests/support/faults/CallRecorder.h"
 #include "tests/support/faults/ImportRedirect.h"
-#include "tests/support/processes/ChildProcess.h"
-#include "tests/support/worlds/FreshNames.h"
+#include "tests/support/processes/RestingProcess.h"
 
 // Before <windows.h>, which would bring the older one.
 #include <windows.h>
@@ -81,13 +80,6 @@ bool IsFree(uint16_t port)
 }
 } // namespace
 
-ORV_CHILD_ROLE(RestWithOptions)
-{
-    Meeting(arguments.at(0)).Signal();
-    Sleep(INFINITE);
-    return 0;
-}
-
 TEST(DebuggerAgent, ListensOnThePortThatIsChosen)
 {
     const OwnOptions none(nullptr);
@@ -148,10 +140,7 @@ TEST(DebuggerAgent, IsFoundInTheWorkbenchOfSomebodyElse)
     for (const auto& expected : cases)
     {
         const OwnOptions own(expected.options);
-        const std::wstring name = FreshName(L"options");
-        const Meeting started(name);
-        const ChildProcess workbench = ChildProcess::StartRole(L"RestWithOptions", {name});
-        started.Wait();
+        const ChildProcess workbench = StartRestingProcess();
         EXPECT_EQ(expected.port, DebuggerAgent::PortOf(workbench.Id()))
             << (expected.options == nullptr ? L"none" : expected.options);
     }

@@ -1,40 +1,19 @@
 #include "client/process/ForeignEnvironment.h"
 
 #include "tests/support/faults/CallRecorder.h"
-#include "tests/support/processes/ChildProcess.h"
-#include "tests/support/worlds/FreshNames.h"
+#include "tests/support/processes/RestingProcess.h"
 
 #include <windows.h>
 
 #include <gmock/gmock.h>
 #include <string>
 
-namespace
-{
-// One that has begun: before, its environment may not be in its place yet.
-ChildProcess StartResting()
-{
-    const std::wstring name = FreshName(L"environment");
-    const Meeting started(name);
-    ChildProcess child = ChildProcess::StartRole(L"RestInAnEnvironment", {name});
-    started.Wait();
-    return child;
-}
-} // namespace
-
-ORV_CHILD_ROLE(RestInAnEnvironment)
-{
-    Meeting(arguments.at(0)).Signal();
-    Sleep(INFINITE);
-    return 0;
-}
-
 TEST(ForeignEnvironment, GivesWhatTheProcessWasStartedWith)
 {
     const std::wstring longValue(9000, L'v');
     SetEnvironmentVariableW(L"ORV_FOREIGN", L"a=b");
     SetEnvironmentVariableW(L"ORV_FOREIGN_LONG", longValue.c_str());
-    const ChildProcess child = StartResting();
+    const ChildProcess child = StartRestingProcess();
     SetEnvironmentVariableW(L"ORV_FOREIGN", nullptr);
     SetEnvironmentVariableW(L"ORV_FOREIGN_LONG", nullptr);
     EXPECT_EQ(L"a=b", EnvironmentValueOf(child.Id(), L"ORV_FOREIGN"));
@@ -47,7 +26,7 @@ TEST(ForeignEnvironment, GivesWhatTheProcessWasStartedWith)
 
 TEST(ForeignEnvironment, OfAProcessThatCannotBeReadIsEmpty)
 {
-    const ChildProcess child = StartResting();
+    const ChildProcess child = StartRestingProcess();
     EXPECT_EQ(L"", EnvironmentValueOf(0, L"PATH"));
     EXPECT_NE(L"", EnvironmentValueOf(child.Id(), L"PATH"));
     {
