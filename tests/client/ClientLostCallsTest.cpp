@@ -15,14 +15,15 @@ using testing::StartsWith;
 
 namespace
 {
-ClientRun::Setup SetupFor(const std::wstring& call, const TemporaryFolder& place)
+// Only what hangs is to meet the limit.
+ClientRun::Setup SetupFor(const std::wstring& call, const TemporaryFolder& place, const wchar_t* seconds = L"60")
 {
     ClientRun::Setup setup;
     setup.workbenchFolder = ManagedFolder().Path();
     setup.arguments = {L"--evidence",
                        place.Path(),
                        L"--timeout",
-                       L"1",
+                       seconds,
                        L"load " + BuildFile(L"tests\\managed\\Traps.dll"),
                        L"create trap = Traps.Trap()",
                        L"invoke trap." + call};
@@ -36,9 +37,9 @@ struct LostRun
     LeftEvidence evidence;
 };
 
-LostRun Lose(const std::wstring& call, const TemporaryFolder& place)
+LostRun Lose(const std::wstring& call, const TemporaryFolder& place, const wchar_t* seconds = L"60")
 {
-    const ClientRun run(SetupFor(call, place));
+    const ClientRun run(SetupFor(call, place, seconds));
     const int status = run.Wait();
     return {status, run.Output(), LeftEvidence(place, run.Errors())};
 }
@@ -60,7 +61,7 @@ TEST(ClientLostCalls, AHangIsFoundWhereItHangs)
     for (const auto& expected : cases)
     {
         const TemporaryFolder place;
-        const LostRun run = Lose(expected.call, place);
+        const LostRun run = Lose(expected.call, place, L"1");
         EXPECT_EQ(c_timedOut, run.status);
         const std::string report = run.evidence.Report();
         EXPECT_THAT(report, HasSubstr("no final response in time; the workbench was ended\r\n"));
@@ -78,7 +79,7 @@ TEST(ClientLostCalls, AHangIsFoundWhereItHangs)
 TEST(ClientLostCalls, TheOwnerOfALockIsAmongTheThreads)
 {
     const TemporaryFolder place;
-    const std::string stacks = Lose(L"Locks()", place).evidence.Read(L"stacks.txt");
+    const std::string stacks = Lose(L"Locks()", place, L"1").evidence.Read(L"stacks.txt");
     const size_t holder = stacks.find(" \"holder\"\n");
     ASSERT_NE(std::string::npos, holder);
     EXPECT_THAT(stacks.substr(holder), HasSubstr("  void Traps.Trap.Hold() in "));
@@ -137,8 +138,7 @@ TEST(ClientLostCalls, ExhaustedMemoryIsAnExceptionThatNamesTheMethod)
 TEST(ClientLostCalls, AnInterruptedCallIsFoundToo)
 {
     const TemporaryFolder place;
-    ClientRun::Setup setup = SetupFor(L"Loops()", place);
-    setup.arguments[3] = L"0";
+    ClientRun::Setup setup = SetupFor(L"Loops()", place, L"0");
     setup.arguments.insert(setup.arguments.begin(), {L"--stop-timeout", L"1"});
     setup.hasConsole = true;
     const ClientRun run(setup);
@@ -153,7 +153,7 @@ TEST(ClientLostCalls, AnInterruptedCallIsFoundToo)
 TEST(ClientLostCalls, WithoutEvidenceTheDispatcherIsNotAsked)
 {
     const TemporaryFolder place;
-    ClientRun::Setup setup = SetupFor(L"Loops()", place);
+    ClientRun::Setup setup = SetupFor(L"Loops()", place, L"1");
     setup.arguments.erase(setup.arguments.begin(), setup.arguments.begin() + 2);
     setup.arguments.insert(setup.arguments.begin(), L"--no-evidence");
     const ClientRun run(setup);
