@@ -115,8 +115,8 @@ void WorkbenchRun::Note(const Happening& happening)
 {
     if (happening.kind == Happening::Kind::Output && m_evidence != nullptr)
         m_evidence->OnOutput(happening.text);
-    // The breakpoint step is next.
-    if (happening.kind == Happening::Kind::Message)
+    // The breakpoint step is next; an attached client sees its response alone.
+    if (happening.kind != Happening::Kind::Output)
         m_isBehindCall = true;
 }
 

@@ -507,6 +507,12 @@ class PromptTest(unittest.TestCase):
         owner = self.start("--debug")
         self.held_in(self.start("--debug", "--attach", self.workbench(owner)), "--hold", "in the call")
 
+    @unittest.skipUnless((BUILD / "tests" / "debugger" / "DebuggerTest.exe").exists(), "no debugger's library")
+    def test_an_attached_client_tells_that_a_debugger_holds_the_step(self):
+        owner = self.start("--debug")
+        self.held_in(self.start("--debug", "--attach", self.workbench(owner)), "--hold-behind",
+                     "in OrvBreakPoint, behind the call,")
+
     def test_output_comes_beside_the_line_that_is_typed(self):
         terminal = self.start()
         self.enter(terminal, "create t = System.Timers.Timer(1500.0)", "t = System.Timers.Timer")
