@@ -54,23 +54,19 @@ namespace OrvWorkBench
                 ++s_count;
         }
 
-        // Once. The variable goes: the programs that the user's code starts are not meant.
+        // Once.
         private static void Prepare()
         {
             if (s_isAsked)
                 return;
             s_isAsked = true;
-            Guard.Run(delegate() {
-                string path = Environment.GetEnvironmentVariable(c_fileVariable);
-                if (string.IsNullOrEmpty(path))
-                    return;
-                Environment.SetEnvironmentVariable(c_fileVariable, null);
-                path = NativePath.FromCommand(path);
-                s_askPath = path + c_askEnding;
-                s_callPath = path + c_callEnding;
-                s_file = new FileStream(path, FileMode.Open, FileAccess.Write, FileShare.ReadWrite | FileShare.Delete);
-                Start();
-            });
+            string path;
+            s_file = ClientFile.Open(c_fileVariable, out path);
+            if (s_file == null)
+                return;
+            s_askPath = path + c_askEnding;
+            s_callPath = path + c_callEnding;
+            Guard.Run(Start);
         }
 
         private static void Start()

@@ -49,20 +49,14 @@ namespace OrvWorkBench
             }
         }
 
-        // Once. The variable goes: the programs that the user's code starts are not meant.
+        // Once.
         private static void Ask()
         {
             if (s_isAsked)
                 return;
             s_isAsked = true;
-            Guard.Run(delegate() {
-                string path = Environment.GetEnvironmentVariable(c_fileVariable);
-                if (string.IsNullOrEmpty(path))
-                    return;
-                Environment.SetEnvironmentVariable(c_fileVariable, null);
-                s_file = new FileStream(NativePath.FromCommand(path), FileMode.Open, FileAccess.Write,
-                                        FileShare.ReadWrite | FileShare.Delete);
-            });
+            string path;
+            s_file = ClientFile.Open(c_fileVariable, out path);
         }
     }
 }
